@@ -1,0 +1,50 @@
+# Compiler rules of the tree, put on targets and never into CMAKE_CXX_FLAGS.
+#
+# selvane_compile(TARGET): warnings, language level and sanitizers; every target of ours.
+# selvane_arithmetic(TARGET): the one rule of arithmetic. Nothing is contracted; -fno-math-errno and -fno-trapping-math
+# change no value, only errno and the exception flags, and let loops with a choice or a conversion vectorise.
+# RelWithDebInfo is optimised as far as Release: at -O2 the pixel loops stay scalar.
+
+include(CheckCXXSourceCompiles)
+include(CMakePushCheckState)
+
+function(selvane_compile target)
+  target_compile_features(${target} PRIVATE cxx_std_20)
+  set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wshadow -Wconversion -Wdouble-promotion)
+  if(SELVANE_WERROR)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+  target_compile_options(${target} PRIVATE $<$<CONFIG:RelWithDebInfo>:-O3>)
+  if(SELVANE_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=${SELVANE_SANITIZE} -fno-omit-frame-pointer)
+    target_link_options(${target} PRIVATE -fsanitize=${SELVANE_SANITIZE})
+  endif()
+endfunction()
+
+function(selvane_arithmetic target)
+  target_compile_options(${target} PRIVATE -ffp-contract=off -fno-math-errno -fno-trapping-math)
+endfunction()
+
+# Several compiled versions of a loop need a compiler that clones functions and a loader that picks one: g++ 12 or
+# clang 19 and later, x86-64, glibc. Sanitizers and coverage run before the loader can choose, so not with those.
+function(selvane_versions target)
+  if(NOT SELVANE_VERSIONED OR SELVANE_SANITIZE OR NOT CMAKE_SYSTEM_PROCESSOR STREQUAL "x86_64")
+    return()
+  endif()
+  if((CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_GREATER_EQUAL 12)
+     OR (CMAKE_CXX_COMPILER_ID STREQUAL "Clang" AND CMAKE_CXX_COMPILER_VERSION VERSION_GREATER_EQUAL 19))
+    cmake_push_check_state(RESET)
+    check_cxx_source_compiles("
+      #include <cstdlib>
+      #ifndef __GLIBC__
+      #error no glibc
+      #endif
+      namespace { __attribute__((target_clones(\"default\", \"arch=x86-64-v3\", \"arch=x86-64-v4\"))) int f(int x) { return x; } }
+      int main(int n, char**) { return f(n); }" SELVANE_HAS_TARGET_CLONES)
+    cmake_pop_check_state()
+    if(SELVANE_HAS_TARGET_CLONES)
+      target_compile_definitions(${target} PRIVATE SELVANE_VERSIONS)
+    endif()
+  endif()
+endfunction()

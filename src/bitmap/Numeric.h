@@ -1,0 +1,66 @@
+#ifndef SELVANE_BITMAP_NUMERIC_H
+#define SELVANE_BITMAP_NUMERIC_H
+
+// Conversions between floats and integers that every folder shares, internal. The language leaves a float outside the
+// integer's range undefined; here it saturates, and NaN gives 0.
+
+#include "bitmap/Versions.h"
+
+#include <cstdint>
+#include <new>
+
+namespace Vornik
+{
+
+constexpr float kToSample16 = 65535.0f;
+constexpr float kFromSample16 = 0x1.0001p-16f; // 1 / 65535
+constexpr float kToSample8 = 255.0f;
+constexpr float kFromSample8 = 0x1.010102p-8f; // 1 / 255
+constexpr int kTableSize = 65536;              // entries of every table on the unit interval
+
+/// Truncates towards zero, saturating to [-2^31, 2^31 - 1]; NaN gives 0.
+SELVANE_INLINE int32_t TruncateToInt32(float pValue)
+{
+    const bool inside = pValue >= -0x1p31f && pValue < 0x1p31f;
+    const int32_t whole = static_cast<int32_t>(inside ? pValue : 0.0f);
+    const int32_t end = pValue >= 0x1p31f ? INT32_MAX : (pValue < -0x1p31f ? INT32_MIN : 0);
+    return inside ? whole : end;
+}
+
+/// Truncates towards zero, saturating to [-2^31, 2^31 - 1]; NaN gives 0.
+SELVANE_INLINE int32_t TruncateToInt32(double pValue)
+{
+    const bool inside = pValue > -0x1.00000002p31 && pValue < 0x1p31;
+    const int32_t whole = static_cast<int32_t>(inside ? pValue : 0.0);
+    const int32_t end = pValue >= 0x1p31 ? INT32_MAX : (pValue < 0.0 ? INT32_MIN : 0);
+    return inside ? whole : end;
+}
+
+/// Truncates towards zero, saturating to [0, 2^32 - 1]; NaN gives 0.
+SELVANE_INLINE uint32_t TruncateToUInt32(float pValue)
+{
+    const bool inside = pValue > 0.0f && pValue < 0x1p32f;
+    const uint32_t whole = static_cast<uint32_t>(inside ? pValue : 0.0f);
+    return pValue >= 0x1p32f ? UINT32_MAX : whole;
+}
+
+/// The index of a float on the unit interval in a table of 65536 entries: below 0 gives 0, above 1 or NaN gives 65535,
+/// otherwise the truncation of the value times 65535.
+SELVANE_INLINE int UnitIndex(float pValue)
+{
+    const float scaled = pValue <= 1.0f ? pValue * kToSample16 : kToSample16;
+    return static_cast<int>(scaled < 0.0f ? 0.0f : scaled);
+}
+
+/// The product of two counts of an array, or std::bad_array_new_length when it does not fit 32 bits.
+inline int CheckedCount(int64_t pFirst, int64_t pSecond)
+{
+    int64_t count = 0;
+    if (__builtin_mul_overflow(pFirst, pSecond, &count) || count < 0 || count > INT32_MAX)
+        throw std::bad_array_new_length();
+    return static_cast<int>(count);
+}
+
+} // namespace Vornik
+
+#endif

@@ -1,0 +1,5 @@
+target_sources(Selvane PRIVATE
+  curve/cTransfer.cpp
+  curve/cHermiteSpline.cpp
+  curve/cHermiteSpline_Tables.cpp
+)

@@ -1,0 +1,3 @@
+target_sources(Selvane PRIVATE
+  entry/vorniklib3.cpp
+)

@@ -1,0 +1,3 @@
+target_sources(Selvane PRIVATE
+  equalizer/cColorEqRenderer.cpp
+)

@@ -1,0 +1,5 @@
+target_sources(Selvane PRIVATE
+  filter/cBilateral.cpp
+  filter/cBilateral_Blur.cpp
+  filter/cBilateral_Ref.cpp
+)

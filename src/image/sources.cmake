@@ -1,0 +1,4 @@
+target_sources(Selvane PRIVATE
+  image/cImageUtils.cpp
+  image/cImageUtils_Rows.cpp
+)

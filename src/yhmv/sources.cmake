@@ -1,0 +1,4 @@
+target_sources(Selvane PRIVATE
+  yhmv/cYHMVColorSpace.cpp
+  yhmv/cYHMVColorSpace_Decode.cpp
+)

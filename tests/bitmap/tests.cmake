@@ -1,0 +1,1 @@
+selvane_test(bitmap cException_test.cpp)
