@@ -1,8 +1,8 @@
 #ifndef SELVANE_BITMAP_REQUIRE_H
 #define SELVANE_BITMAP_REQUIRE_H
 
-// Argument checks, internal. A check stands first in the public operation, in the source file named after the class, since
-// the exception reports the file, the time stamp and the signature of the place where the check is written.
+// Argument checks, internal. A check stands first in the public operation, in the source file named after the class,
+// since the exception reports the file, the time stamp and the signature of the place where the check is written.
 
 #include "bitmap/cException.h"
 
@@ -11,16 +11,17 @@ namespace Vornik
 
 /// Throws a tException by value.
 template <class tException>
-[[noreturn, gnu::cold, gnu::noinline]] void Throw(const char* pMessage, int pLine, const char* pFile, const char* pTimeStamp,
-                                                  const char* pFuncSig)
+[[noreturn, gnu::cold, gnu::noinline]] void Throw(const char* pMessage, int pLine, const char* pFile,
+                                                  const char* pTimeStamp, const char* pFuncSig)
 {
     throw tException(pMessage, pLine, pFile, pTimeStamp, pFuncSig);
 }
 
-/// Throws a pointer to a new tException, which nobody in the library deletes: the manner of the two renderers' own checks.
+/// Throws a pointer to a new tException, which nobody in the library deletes: the manner of the two renderers' own
+/// checks.
 template <class tException>
-[[noreturn, gnu::cold, gnu::noinline]] void ThrowNew(const char* pMessage, int pLine, const char* pFile, const char* pTimeStamp,
-                                                     const char* pFuncSig)
+[[noreturn, gnu::cold, gnu::noinline]] void ThrowNew(const char* pMessage, int pLine, const char* pFile,
+                                                     const char* pTimeStamp, const char* pFuncSig)
 {
     throw new tException(pMessage, pLine, pFile, pTimeStamp, pFuncSig);
 }

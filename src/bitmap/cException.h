@@ -11,8 +11,8 @@ namespace Vornik
 /// Common base of every failure that the library reports; never thrown as such.
 ///
 /// The message lives in the std::runtime_error base. The five texts are copies from malloc that belong to nobody: no
-/// destructor frees them, so that copies of the object may share them. A text whose copy found no memory, or that was null,
-/// reads as null; the message and the line are always there.
+/// destructor frees them, so that copies of the object may share them. A text whose copy found no memory, or that was
+/// null, reads as null; the message and the line are always there.
 class SELVANE_API cException : public std::runtime_error
 {
 public:
@@ -53,7 +53,8 @@ public:
 class SELVANE_API cArgumentNullException : public cException
 {
 public:
-    cArgumentNullException(const char* pMessage, int pLine, const char* pFile, const char* pTimeStamp, const char* pFuncSig)
+    cArgumentNullException(const char* pMessage, int pLine, const char* pFile, const char* pTimeStamp,
+                           const char* pFuncSig)
         : cException("cArgumentNullException", "Argument Null Error", pMessage, pLine, pFile, pTimeStamp, pFuncSig)
     {
     }
@@ -64,7 +65,8 @@ public:
 class SELVANE_API cOutOfMemoryException : public cException
 {
 public:
-    cOutOfMemoryException(const char* pMessage, int pLine, const char* pFile, const char* pTimeStamp, const char* pFuncSig)
+    cOutOfMemoryException(const char* pMessage, int pLine, const char* pFile, const char* pTimeStamp,
+                          const char* pFuncSig)
         : cException("cOutOfMemoryException", "Out of Memory", pMessage, pLine, pFile, pTimeStamp, pFuncSig)
     {
     }
@@ -77,7 +79,8 @@ class SELVANE_API cInvalidOperationException : public cException
 public:
     cInvalidOperationException(const char* pMessage, int pLine, const char* pFile, const char* pTimeStamp,
                                const char* pFuncSig)
-        : cException("cInvalidOperationException", "Invalid Operation Error", pMessage, pLine, pFile, pTimeStamp, pFuncSig)
+        : cException("cInvalidOperationException", "Invalid Operation Error", pMessage, pLine, pFile, pTimeStamp,
+                     pFuncSig)
     {
     }
     ~cInvalidOperationException() override;

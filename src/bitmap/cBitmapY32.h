@@ -1,0 +1,28 @@
+#ifndef SELVANE_BITMAP_CBITMAPY32_H
+#define SELVANE_BITMAP_CBITMAPY32_H
+
+#include "bitmap/cBitmap.h"
+
+namespace Vornik
+{
+
+/// A flat picture of one float a pixel.
+///
+/// A size below 1 throws cArgumentException, a null block cArgumentNullException, and no memory for the pixels
+/// cOutOfMemoryException.
+class SELVANE_API cBitmapY32 : public cBitmap
+{
+public:
+    /// A pixel block for FreeBitmapData, not cleared; pStride takes its stride in bytes.
+    static float* AllocBitmapData(int pWidth, int pHeight, int& pStride);
+    static void FreeBitmapData(float* pY32);
+
+    cBitmapY32(int pWidth, int pHeight); ///< pixels not cleared
+    ~cBitmapY32() override;
+
+    float* fData; ///< owned block of paddedHeight x fStride bytes
+};
+
+} // namespace Vornik
+
+#endif
