@@ -14,11 +14,10 @@
 #include "color/cMatrix.h"
 #include "color/cMatrixD.h"
 #include "color/cVector.h"
+#include "curve/cTransfer.h"
 
 namespace Vornik
 {
-
-class cTransfer; // curve/cTransfer.h
 
 /// The fixed spaces by number.
 enum eColorSpaceID : int
