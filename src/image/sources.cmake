@@ -1,4 +1,1 @@
-target_sources(Selvane PRIVATE
-  image/cImageUtils.cpp
-  image/cImageUtils_Rows.cpp
-)
+target_sources(Selvane PRIVATE image / cImageUtils.cpp image / cImageUtils_Rows.cpp)
