@@ -1,1 +1,4 @@
-target_sources(Selvane PRIVATE image / cImageUtils.cpp image / cImageUtils_Rows.cpp)
+target_sources(Selvane PRIVATE
+  image/cImageUtils.cpp
+  image/cImageUtils_Rows.cpp
+)
