@@ -1,0 +1,326 @@
+#include "yhmv/cYHMVColorSpace.h"
+
+#include "bitmap/Numeric.h"
+#include "bitmap/Require.h"
+#include "bitmap/cBitmap.h"
+#include "bitmap/cBitmapU16T.h"
+#include "bitmap/cBitmapXYZ32.h"
+#include "color/MatrixProduct.h"
+#include "color/cColorSpace.h"
+#include "curve/cTransfer.h"
+#include "yhmv/PixelRecord.h"
+
+#include <cmath>
+#include <cstddef>
+#include <memory>
+
+// The encoders and the hue table. The road of a pixel into its record: primaries in linear ProPhoto RGB, their largest
+// and smallest, the hue in degrees, the markers, the bytes. The decoders are in cYHMVColorSpace_Decode.cpp.
+
+namespace Vornik
+{
+
+namespace
+{
+
+constexpr float kDegreesToSample16 = 0x1.6c1556p+7f; // 182.04167, 65535 / 360
+constexpr float kDegreesToUnit = 0x1.6c16c2p-9f;     // 0.0027777778, 1 / 360
+constexpr float kDarkLuminance = 0x1.0c6f7ap-20f;    // 0.000001
+constexpr float kSmallestV = 0x1p-126f;              // bits 0x00800000
+
+// ---- one pixel ----
+
+// The larger of two values; a NaN loses. In a chain the fresh value comes second, so that the loop vectorises.
+SELVANE_INLINE float Larger(float pA, float pB)
+{
+    const bool first = (pA > pB) | (pB != pB);
+    return first ? pA : pB;
+}
+
+// The smaller of two values; a NaN loses.
+SELVANE_INLINE float Smaller(float pA, float pB)
+{
+    const bool first = (pA < pB) | (pB != pB);
+    return first ? pA : pB;
+}
+
+// Degrees from 0 to 360, both included, of a colour that is no grey. The product with 60 comes before the division, so
+// that it may overflow; with a NaN among the primaries the result may be NaN.
+SELVANE_INLINE float HueDegrees(float pR, float pG, float pB, float pMin, float pMax)
+{
+    const bool red = pR == pMax;
+    const bool redToYellow = red & (pG >= pB);
+    const bool magentaToRed = red & (pG < pB);
+    const bool green = pG == pMax;
+    const float difference = (redToYellow | magentaToRed) ? pG - pB : (green ? pB - pR : pR - pG);
+    const float start = magentaToRed ? 360.0f : (green ? 120.0f : 240.0f);
+    const float degrees = difference * 60.0f / (pMax - pMin);
+    return redToYellow ? degrees : degrees + start;
+}
+
+// Degrees to 16 bits, truncated. The difference of two primaries is never larger than that of the extremes, so a value
+// is below 65536, or infinite where the product with 60 overflowed; the infinity saturates, and NaN gives 0.
+SELVANE_INLINE int HueSample(float pDegrees)
+{
+    const float scaled = pDegrees * kDegreesToSample16;
+    const float positive = scaled > 0.0f ? scaled : 0.0f;
+    return static_cast<int>(positive < kToSample16 ? positive : kToSample16);
+}
+
+struct sHMV
+{
+    int fHue;
+    float fSmallest;
+    float fLargest;
+};
+
+// The colour fields of both records, with the marker for a colour without a primary above 0 (NaN included).
+SELVANE_INLINE sHMV Encode(float pR, float pG, float pB)
+{
+    const float smallest = Smaller(Smaller(pR, pG), pB);
+    const float largest = Larger(Larger(pR, pG), pB);
+    const int hue = HueSample(HueDegrees(pR, pG, pB, smallest, largest));
+    const bool lit = largest > 0.0f;
+    return {smallest == largest ? 0 : hue, lit ? smallest : 0.0f, lit ? largest : kSmallestV};
+}
+
+// A primary that is negative, or NaN, becomes 0.
+SELVANE_INLINE float AtLeastZero(float pValue)
+{
+    return pValue > 0.0f ? pValue : 0.0f;
+}
+
+// Hue on the unit scale, smallest and largest primary back to three primaries. The sextant is a truncating remainder: a
+// negative hue falls into the last row.
+SELVANE_INLINE void Decode(float pH, float pM, float pV, float& pR, float& pG, float& pB)
+{
+    const float sixth = pH * 6.0f;
+    const float whole = std::floor(sixth);
+    const float fraction = sixth - whole;
+    const float down = std::fma(fraction, pM - pV, pV);
+    const float up = std::fma(-fraction, pM - pV, pM);
+    switch (TruncateToInt32(whole) % 6) {
+    case 0:
+        pR = pV, pG = up, pB = pM;
+        break;
+    case 1:
+        pR = down, pG = pV, pB = pM;
+        break;
+    case 2:
+        pR = pM, pG = pV, pB = up;
+        break;
+    case 3:
+        pR = pM, pG = down, pB = pV;
+        break;
+    case 4:
+        pR = up, pG = pM, pB = pV;
+        break;
+    default:
+        pR = pV, pG = pM, pB = down;
+        break;
+    }
+}
+
+// ---- rows ----
+
+struct sStrip
+{
+    float fLuminance[kStrip];
+    int fHue[kStrip];
+    float fSmallest[kStrip];
+    float fLargest[kStrip];
+};
+
+// One XYZ pixel. A NaN luminance is not dark and ends in the second marker, under itself. The scaled luminance is
+// exactly 1, so the middle column of the matrix stands alone.
+SELVANE_INLINE void EncodeXYZ(const float* pXYZ, const cMatrix33& m, sStrip& pStrip, int pAt)
+{
+    const float luminance = pXYZ[1];
+    const float scale = 1.0f / luminance;
+    const float x = pXYZ[0] * scale;
+    const float z = pXYZ[2] * scale;
+    const sHMV color = Encode(m.m01 + std::fma(m.m00, x, z * m.m02), m.m11 + std::fma(m.m10, x, z * m.m12),
+                              m.m21 + std::fma(m.m20, x, z * m.m22));
+    const bool dark = luminance <= 0.0f;
+    pStrip.fLuminance[pAt] = dark ? kDarkLuminance : luminance;
+    pStrip.fHue[pAt] = dark ? 0 : color.fHue;
+    pStrip.fSmallest[pAt] = dark ? 1.0f : color.fSmallest;
+    pStrip.fLargest[pAt] = dark ? 1.0f : color.fLargest;
+}
+
+SELVANE_INLINE void StoreYHMV(const sStrip& pStrip, int pCount, unsigned char* pTo)
+{
+    for (int n = 0; n < pCount; ++n, pTo += kYHMVBytes) {
+        StoreFloat(pTo, pStrip.fLuminance[n]);
+        StoreHue(pTo + kYHMVHue, pStrip.fHue[n]);
+        StoreFloat(pTo + kYHMVSmallest, pStrip.fSmallest[n]);
+        StoreFloat(pTo + kYHMVLargest, pStrip.fLargest[n]);
+    }
+}
+
+SELVANE_CLONES void EncodeRowXYZ(const float* pFrom, unsigned short* pTo, int pWidth, cMatrix33 pMatrix)
+{
+    sStrip strip;
+    for (ptrdiff_t x = 0; x < pWidth; x += kStrip) {
+        const int count = StripCount(pWidth, x);
+        const float* from = pFrom + 3 * x;
+        for (int n = 0; n < count; ++n)
+            EncodeXYZ(from + 3 * n, pMatrix, strip, n);
+        StoreYHMV(strip, count, reinterpret_cast<unsigned char*>(pTo) + kYHMVBytes * x);
+    }
+}
+
+struct sPrimaries
+{
+    float fR[kStrip];
+    float fG[kStrip];
+    float fB[kStrip];
+};
+
+// Samples are stored blue, green, red.
+template <class tSample>
+SELVANE_INLINE void FetchLinear(const tSample* pFrom, const float* pLUT, int pCount, sPrimaries& pTo)
+{
+    for (int n = 0; n < pCount; ++n) {
+        pTo.fB[n] = pLUT[pFrom[3 * n]];
+        pTo.fG[n] = pLUT[pFrom[3 * n + 1]];
+        pTo.fR[n] = pLUT[pFrom[3 * n + 2]];
+    }
+}
+
+SELVANE_INLINE void EncodeLinear(const sPrimaries& pFrom, const cMatrix33& pMatrix, int pCount, sStrip& pTo)
+{
+    for (int n = 0; n < pCount; ++n) {
+        const cVector3 linear = MultiplyColumn<cVector3>(pMatrix, pFrom.fR[n], pFrom.fG[n], pFrom.fB[n]);
+        const sHMV color = Encode(AtLeastZero(linear.x), AtLeastZero(linear.y), AtLeastZero(linear.z));
+        pTo.fHue[n] = color.fHue;
+        pTo.fSmallest[n] = color.fSmallest;
+        pTo.fLargest[n] = color.fLargest;
+    }
+}
+
+SELVANE_INLINE void StoreHMV(const sStrip& pStrip, int pCount, unsigned char* pTo)
+{
+    for (int n = 0; n < pCount; ++n, pTo += kHMVBytes) {
+        StoreHue(pTo, pStrip.fHue[n]);
+        StoreFloat(pTo + kHMVSmallest, pStrip.fSmallest[n]);
+        StoreFloat(pTo + kHMVLargest, pStrip.fLargest[n]);
+    }
+}
+
+template <class tSample>
+SELVANE_CLONES void EncodeRowLDR(const tSample* pFrom, const float* pLUT, unsigned short* pTo, int pWidth,
+                                 cMatrix33 pMatrix)
+{
+    sPrimaries primaries;
+    sStrip strip;
+    for (ptrdiff_t x = 0; x < pWidth; x += kStrip) {
+        const int count = StripCount(pWidth, x);
+        FetchLinear(pFrom + 3 * x, pLUT, count, primaries);
+        EncodeLinear(primaries, pMatrix, count, strip);
+        StoreHMV(strip, count, reinterpret_cast<unsigned char*>(pTo) + kHMVBytes * x);
+    }
+}
+
+// ---- pictures ----
+
+cMatrix33 ProPhotoFromPCS()
+{
+    cColorSpace_ProPhotoRGB space;
+    return space.GetFromPCSTransform();
+}
+
+// Every row of an interleaved picture through one transfer table; pStride in samples.
+template <class tSample>
+void EncodeRows(const void* pFrom, ptrdiff_t pStride, const float* pLUT, const cMatrix33& pMatrix, int pWidth,
+                int pHeight, cBitmapU16T* pTo)
+{
+    const tSample* from = static_cast<const tSample*>(pFrom);
+    for (int y = 0; y < pHeight; ++y)
+        EncodeRowLDR(from + y * pStride, pLUT, pTo->GetScanline(y), pWidth, pMatrix);
+}
+
+// ---- the table ----
+
+SELVANE_CLONES void FillNeutral(float (*pTable)[3])
+{
+    for (int i = 0; i < kTableSize; ++i)
+        Decode(static_cast<float>(i) * kFromSample16, 0.0f, 1.0f, pTable[i][0], pTable[i][1], pTable[i][2]);
+}
+
+// 32767 is no shift, and hue wraps around the circle by the wrap of its 16 bits. Twice the saturation is exact, so that
+// the plain difference is the fused one.
+SELVANE_CLONES void FillFromCurves(float (*pTable)[3], const float* pHSLUT, const unsigned short* pHHLUT)
+{
+    for (int i = 0; i < kTableSize; ++i) {
+        const uint32_t shifted = static_cast<uint32_t>(pHHLUT[i]) + static_cast<uint32_t>(i) - 32767u;
+        const uint16_t hue = static_cast<uint16_t>(shifted & 0xFFFFu);
+        const float smallest = 1.0f - 2.0f * pHSLUT[i];
+        Decode(static_cast<float>(hue) * kFromSample16, smallest, 1.0f, pTable[i][0], pTable[i][1], pTable[i][2]);
+    }
+}
+
+} // namespace
+
+cYHMVColorSpace::cYHMVColorSpace()
+{
+    ComputeHMVToRGBLUT();
+}
+
+cYHMVColorSpace::~cYHMVColorSpace() = default;
+
+void cYHMVColorSpace::XYZToYHMV(bool* /*pCancel*/, bool* /*pCancelled*/, const cBitmapXYZ32* pInput,
+                                cBitmapU16T* pOutput)
+{
+    const cMatrix33 matrix = ProPhotoFromPCS();
+    const ptrdiff_t stride = pInput->fStride / 4; // floats
+    for (int y = 0; y < pInput->fHeight; ++y)
+        EncodeRowXYZ(pInput->fData + y * stride, pOutput->GetScanline(y), pInput->fWidth, matrix);
+}
+
+void cYHMVColorSpace::RGBToHMV(bool* /*pCancel*/, bool* /*pCancelled*/, const cBitmapLDR* pInput, cBitmapU16T* pOutput)
+{
+    cBitmapLDR* input = const_cast<cBitmapLDR*>(pInput); // the bitmap's accessors are not const
+    cColorSpace* space = input->GetColorSpace();
+    Require(cInvalidOperationException, space != nullptr, "Color space is not set.");
+
+    const int width = pInput->fWidth;
+    const int height = pInput->fHeight;
+    const cMatrix33 toPCS = space->GetToPCSTransform();
+    if (pInput->GetBitsPerChannel() == 8) {
+        const auto transfer = std::make_unique<cTransferLUT_I8F32>(space->GetToLinearTransfer());
+        const cMatrix33 matrix = Multiply(ProPhotoFromPCS(), toPCS);
+        EncodeRows<uint8_t>(input->GetBitmapArray(), pInput->fStride, transfer->fLUT, matrix, width, height, pOutput);
+    } else {
+        const auto transfer = std::make_unique<cTransferLUT_I16F32>(space->GetToLinearTransfer());
+        const cMatrix33 matrix = Multiply(ProPhotoFromPCS(), toPCS);
+        EncodeRows<uint16_t>(input->GetBitmapArray(), pInput->fStride / 2, transfer->fLUT, matrix, width, height,
+                             pOutput);
+    }
+}
+
+void cYHMVColorSpace::RGBToHMV(float R, float G, float B, float& H, float& M, float& V)
+{
+    const float smallest = Smaller(Smaller(R, G), B);
+    const float largest = Larger(Larger(R, G), B);
+    H = smallest == largest ? 0.0f : HueDegrees(R, G, B, smallest, largest) * kDegreesToUnit;
+    M = smallest;
+    V = largest;
+}
+
+void cYHMVColorSpace::HMVToRGB(float H, float M, float V, float& R, float& G, float& B)
+{
+    Decode(H, M, V, R, G, B);
+}
+
+void cYHMVColorSpace::ComputeHMVToRGBLUT()
+{
+    FillNeutral(fHMVToRGBLUT);
+}
+
+void cYHMVColorSpace::UpdateHMVToRGBLUT(float* pHSLUT, unsigned short* pHHLUT)
+{
+    FillFromCurves(fHMVToRGBLUT, pHSLUT, pHHLUT);
+}
+
+} // namespace Vornik
