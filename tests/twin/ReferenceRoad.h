@@ -1,0 +1,126 @@
+#ifndef SELVANE_TESTS_TWIN_REFERENCE_ROAD_H
+#define SELVANE_TESTS_TWIN_REFERENCE_ROAD_H
+
+// The slow, obvious twin of one call of the entry: one function a numbered step, plain scalar loops, nothing of the
+// library. It also says what the call must print, how it must call the host's DivideWork and which rules it met.
+
+#include "entry/vorniklib3.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace SelvaneTwin
+{
+
+/// Rules that a picture may meet on its road; the comparison counts them, so that none stays untested.
+enum eRule
+{
+    eRuleInput8,
+    eRuleInput16,
+    eRuleInput32,
+    eRuleExponentZero,
+    eRuleOutput8,
+    eRuleOutput16,
+    eRuleCopyRows,
+    eRuleCopyBlock,
+    eRuleCopySwapped,
+    eRuleCopyBeyondBlock,
+    eRuleCopyPadding,
+    eRuleNoCopy,
+    eRuleBadDepth,
+    eRuleThrown,
+    eRulePointer,
+    eRuleOutOfMemory,
+    eRulePointsAccepted,
+    eRulePointsRefused,
+    eRuleLuminanceFloored,
+    eRuleLuminanceSubnormal,
+    eRuleDarkNeutral,
+    eRuleMarker,
+    eRuleNegativeM,
+    eRuleNaNPrimary,
+    eRuleGrey,
+    eRuleHueRedUp,
+    eRuleHueRedDown,
+    eRuleHueGreen,
+    eRuleHueBlue,
+    eRuleWideSpace,
+    eRuleNarrowSpace,
+    eRuleWrap,
+    eRuleWrapBorrowed,
+    eRuleWrapSkipped,
+    eRuleOwnPlane,
+    eRuleEmptyCell,
+    eRuleNoWorkers,
+    eRuleNegativeContrast,
+    eRuleAdaptation,
+    eRulePlainTables,
+    eRuleZeroT,
+    eRuleNaNT,
+    eRuleInfiniteEntry,
+    eRuleEmptyRange,
+    eRuleLowQ,
+    eRuleHighQ,
+    eRuleNewMaximum,
+    eRuleNoNewMaximum,
+    eRuleNaNY,
+    eRuleNaNSeed,
+    eRuleSeedKept,
+    eRuleRequestedPoints,
+    eRuleHistogram,
+    eRuleBinHigh,
+    eRuleBlackClipped,
+    eRuleBlackUnclipped,
+    eRuleWhiteClipped,
+    eRuleWhiteUnclipped,
+    eRuleKeyFollows,
+    eRuleKeyStays,
+    eRuleKeyAtEnd,
+    eRuleExposurePath,
+    eRuleExposurePathByRange,
+    eRuleRangePath,
+    eRuleBelowBlack,
+    eRuleIndexHigh,
+    eRuleCount,
+};
+
+/// The rule's name for a report.
+const char* NameOf(eRule pRule);
+
+/// A call of DivideWork. Bytes of pointers are left zero in fRecord; fPointers holds their offsets.
+struct sExpectedDivide
+{
+    int fStart;
+    int fEnd;
+    int fThreads;
+    std::vector<unsigned char> fRecord;
+    std::vector<size_t> fPointers;
+};
+
+/// What one call must do, beside the output bytes and the sliders that it writes.
+struct sRoad
+{
+    bool fTooLarge = false; ///< the filter's grid is larger than the caller wants to wait for; nothing else is valid
+    std::string fThrownPointer; ///< words of the exception whose pointer leaves the entry; empty: it returns
+    std::int32_t fResult = 0;
+    std::string fErrorText; ///< the standard error stream; a '\1' stands for any characters within a line
+    std::vector<sExpectedDivide> fDivides;
+    bool fFilterOwnPlane = false;        ///< the second call's record does not point to the plane of logarithms
+    std::array<long, eRuleCount> fMet{}; ///< how often each rule was met
+    float fBlack = 0.0f;                 ///< black and white point of the final stage
+    float fWhite = 0.0f;
+};
+
+/// The same six arguments as the entry, and
+///   pUnknown       beside pOutput, same size: 1 where a byte comes from padding, which nothing fills
+///   pLargestGrid   cells of the filter's grid above which the road is given up
+sRoad Road(const sTmImageDesc* pImage, const sTmRunSettings* pRun, std::int32_t pColorSpace, sTmSliders* pSliders,
+           const unsigned char* pInput, unsigned char* pOutput, unsigned char* pUnknown,
+           std::int64_t pLargestGrid = 3000000);
+
+} // namespace SelvaneTwin
+
+#endif
