@@ -1,0 +1,441 @@
+#include "image/cImageUtils_Rows.h"
+
+#include "bitmap/Numeric.h"
+
+#include <cmath>
+#include <cstring>
+
+// The loops come in two layers. The loops themselves stand in the unnamed namespace, so that they may be compiled in
+// several versions; the formula of a sample or a pixel is an inline function above them. Loops with a table go by
+// strips: the arithmetic of a strip runs over small arrays and vectorises, the look-ups between do not.
+
+namespace Vornik::Rows
+{
+
+namespace
+{
+
+constexpr size_t kStrip = 128; // pixels in a strip: a few kilobytes on the stack
+constexpr size_t kLanes = 48;  // running extremes side by side, a multiple of the 3 channels
+
+/// How many of pCount are left in the strip that begins at pStart.
+SELVANE_INLINE size_t StripLength(size_t pStart, size_t pCount, size_t pStrip)
+{
+    return pCount - pStart < pStrip ? pCount - pStart : pStrip;
+}
+
+// ---- Formulas of a sample or a pixel
+// ------------------------------------------------------------------------------------
+
+template <class tSample>
+SELVANE_INLINE tSample ClampedTruncation(float pValue, float pLargest)
+{
+    const float scaled = pValue <= 1.0f ? pValue * pLargest : pLargest; // a NaN gives the largest
+    return static_cast<tSample>(static_cast<int>(scaled < 0.0f ? 0.0f : scaled));
+}
+
+/// One row of a matrix on a vector: the middle product first, the outer ones fused on top of it.
+SELVANE_INLINE float RowSum(float pM0, float pM1, float pM2, float pV0, float pV1, float pV2)
+{
+    return std::fma(pM2, pV2, std::fma(pM0, pV0, pM1 * pV1));
+}
+
+/// The matrix on (pV0, pV1, pV2), which are read before the first result is stored.
+SELVANE_INLINE void TransformPixel(const cMatrix33& pMatrix, float pV0, float pV1, float pV2, float& pOut0,
+                                   float& pOut1, float& pOut2)
+{
+    pOut0 = RowSum(pMatrix.m00, pMatrix.m01, pMatrix.m02, pV0, pV1, pV2);
+    pOut1 = RowSum(pMatrix.m10, pMatrix.m11, pMatrix.m12, pV0, pV1, pV2);
+    pOut2 = RowSum(pMatrix.m20, pMatrix.m21, pMatrix.m22, pV0, pV1, pV2);
+}
+
+// ---- Loops
+// --------------------------------------------------------------------------------------------------------------
+
+template <class tSample>
+SELVANE_CLONES void ToFloatLoop(const tSample* __restrict pFrom, float* __restrict pTo, size_t pSamples, float pStep)
+{
+    for (size_t i = 0; i < pSamples; ++i)
+        pTo[i] = static_cast<float>(pFrom[i]) * pStep;
+}
+
+template <class tSample>
+SELVANE_CLONES void FromFloatLoop(const float* __restrict pFrom, tSample* __restrict pTo, size_t pSamples,
+                                  float pLargest)
+{
+    for (size_t i = 0; i < pSamples; ++i)
+        pTo[i] = ClampedTruncation<tSample>(pFrom[i], pLargest);
+}
+
+SELVANE_CLONES void NarrowLoop(const unsigned short* __restrict pFrom, unsigned char* __restrict pTo, size_t pSamples)
+{
+    for (size_t i = 0; i < pSamples; ++i)
+        pTo[i] = static_cast<unsigned char>(pFrom[i] / 257u);
+}
+
+SELVANE_CLONES void WidenLoop(const unsigned char* __restrict pFrom, unsigned short* __restrict pTo, size_t pSamples)
+{
+    for (size_t i = 0; i < pSamples; ++i)
+        pTo[i] = static_cast<unsigned short>(pFrom[i] * 257u);
+}
+
+template <class tSample>
+SELVANE_CLONES void DecodeLoop(const tSample* __restrict pFrom, float* __restrict pTo, size_t pSamples,
+                               const float* __restrict pTable)
+{
+    for (size_t i = 0; i < pSamples; ++i)
+        pTo[i] = pTable[pFrom[i]];
+}
+
+/// Looks up one strip of at most 3 * kStrip floats.
+template <class tSample>
+SELVANE_INLINE void EncodeStrip(const float* __restrict pFrom, tSample* __restrict pTo, size_t pSamples,
+                                const tSample* __restrict pTable)
+{
+    int index[3 * kStrip];
+    for (size_t i = 0; i < pSamples; ++i)
+        index[i] = UnitIndex(pFrom[i]);
+    for (size_t i = 0; i < pSamples; ++i)
+        pTo[i] = pTable[index[i]];
+}
+
+template <class tSample>
+SELVANE_CLONES void EncodeLoop(const float* __restrict pFrom, tSample* __restrict pTo, size_t pSamples,
+                               const tSample* __restrict pTable)
+{
+    for (size_t start = 0; start < pSamples; start += 3 * kStrip)
+        EncodeStrip(pFrom + start, pTo + start, StripLength(start, pSamples, 3 * kStrip), pTable);
+}
+
+template <class tSample>
+SELVANE_CLONES void DecodeTransformLoop(const tSample* __restrict pFrom, float* __restrict pTo, size_t pPixels,
+                                        const float* __restrict pTable, const cMatrix33 pMatrix)
+{
+    float linear[3 * kStrip];
+    for (size_t start = 0; start < pPixels; start += kStrip) {
+        const size_t count = StripLength(start, pPixels, kStrip);
+        const tSample* const from = pFrom + 3 * start;
+        float* const to = pTo + 3 * start;
+        for (size_t i = 0; i < 3 * count; ++i)
+            linear[i] = pTable[from[i]];
+        for (size_t i = 0; i < count; ++i)
+            TransformPixel(pMatrix, linear[3 * i + 2], linear[3 * i + 1], linear[3 * i], to[3 * i], to[3 * i + 1],
+                           to[3 * i + 2]);
+    }
+}
+
+template <class tSample>
+SELVANE_CLONES void TransformEncodeLoop(const float* __restrict pFrom, tSample* __restrict pTo, size_t pPixels,
+                                        const tSample* __restrict pTable, const cMatrix33 pMatrix)
+{
+    float linear[3 * kStrip];
+    for (size_t start = 0; start < pPixels; start += kStrip) {
+        const size_t count = StripLength(start, pPixels, kStrip);
+        const float* const from = pFrom + 3 * start;
+        for (size_t i = 0; i < count; ++i)
+            TransformPixel(pMatrix, from[3 * i], from[3 * i + 1], from[3 * i + 2], linear[3 * i + 2], linear[3 * i + 1],
+                           linear[3 * i]);
+        EncodeStrip(linear, pTo + 3 * start, 3 * count, pTable);
+    }
+}
+
+SELVANE_CLONES void TransformLoop(const float* __restrict pFrom, float* __restrict pTo, size_t pPixels,
+                                  const cMatrix33 pMatrix)
+{
+    for (size_t i = 0; i < pPixels; ++i)
+        TransformPixel(pMatrix, pFrom[3 * i], pFrom[3 * i + 1], pFrom[3 * i + 2], pTo[3 * i], pTo[3 * i + 1],
+                       pTo[3 * i + 2]);
+}
+
+SELVANE_CLONES void TransformInPlaceLoop(float* __restrict pRow, size_t pPixels, const cMatrix33 pMatrix)
+{
+    for (size_t i = 0; i < pPixels; ++i)
+        TransformPixel(pMatrix, pRow[3 * i], pRow[3 * i + 1], pRow[3 * i + 2], pRow[3 * i], pRow[3 * i + 1],
+                       pRow[3 * i + 2]);
+}
+
+SELVANE_CLONES void SubtractLoop(const float* pFrom1, const float* pFrom2, float* pTo, size_t pSamples)
+{
+    for (size_t i = 0; i < pSamples; ++i)
+        pTo[i] = pFrom1[i] - pFrom2[i];
+}
+
+SELVANE_CLONES void MultiplyLoop(const float* pFrom1, const float* pFrom2, float* pTo, size_t pSamples)
+{
+    for (size_t i = 0; i < pSamples; ++i)
+        pTo[i] = pFrom1[i] * pFrom2[i];
+}
+
+SELVANE_CLONES void ScaleLoop(const float* pFrom, float* pTo, size_t pSamples, float pFactor)
+{
+    for (size_t i = 0; i < pSamples; ++i)
+        pTo[i] = pFrom[i] * pFactor;
+}
+
+/// Extremes of every third sample, kept in lanes that belong to one channel each and are joined at the end.
+SELVANE_CLONES void MeasureLoop(const float* __restrict pRow, size_t pSamples, int32_t* __restrict pMin,
+                                int32_t* __restrict pMax)
+{
+    int32_t least[kLanes];
+    int32_t most[kLanes];
+    for (size_t j = 0; j < kLanes; ++j) {
+        least[j] = pMin[j % 3];
+        most[j] = pMax[j % 3];
+    }
+    for (size_t start = 0; start < pSamples; start += kLanes) {
+        const size_t count = StripLength(start, pSamples, kLanes);
+        for (size_t j = 0; j < count; ++j) {
+            const float value = pRow[start + j];
+            const bool number = value == value;
+            const int32_t key = OrderKey(value);
+            const int32_t low = number ? key : sExtremes::kNone;
+            const int32_t high = number ? key : -sExtremes::kNone;
+            least[j] = low < least[j] ? low : least[j];
+            most[j] = high > most[j] ? high : most[j];
+        }
+    }
+    for (size_t j = 0; j < kLanes; ++j) {
+        pMin[j % 3] = least[j] < pMin[j % 3] ? least[j] : pMin[j % 3];
+        pMax[j % 3] = most[j] > pMax[j % 3] ? most[j] : pMax[j % 3];
+    }
+}
+
+SELVANE_CLONES void NormalizeLoop(float* __restrict pRow, size_t pPixels, const sNormalizer pNormalizer)
+{
+    for (size_t i = 0; i < pPixels; ++i) {
+        pRow[3 * i] = (pRow[3 * i] - pNormalizer.fMinimum[0]) * pNormalizer.fScale[0];
+        pRow[3 * i + 1] = (pRow[3 * i + 1] - pNormalizer.fMinimum[1]) * pNormalizer.fScale[1];
+        pRow[3 * i + 2] = (pRow[3 * i + 2] - pNormalizer.fMinimum[2]) * pNormalizer.fScale[2];
+    }
+}
+
+SELVANE_INLINE int Distance(int pFirst, int pSecond)
+{
+    return pFirst > pSecond ? pFirst - pSecond : pSecond - pFirst;
+}
+
+/// The sums are whole numbers below 2^53, which doubles hold exactly in whatever order they are formed.
+template <class tSample>
+SELVANE_CLONES void AddDistancesLoop(const tSample* pRow1, const tSample* pRow2, size_t pPixels,
+                                     uint64_t* __restrict pSums)
+{
+    uint64_t sum0 = 0;
+    uint64_t sum1 = 0;
+    uint64_t sum2 = 0;
+    for (size_t i = 0; i < pPixels; ++i) {
+        sum0 += static_cast<uint32_t>(Distance(pRow1[3 * i], pRow2[3 * i]));
+        sum1 += static_cast<uint32_t>(Distance(pRow1[3 * i + 1], pRow2[3 * i + 1]));
+        sum2 += static_cast<uint32_t>(Distance(pRow1[3 * i + 2], pRow2[3 * i + 2]));
+    }
+    pSums[0] = sum0;
+    pSums[1] = sum1;
+    pSums[2] = sum2;
+}
+
+template <class tSample>
+void AddDistances(const tSample* pRow1, const tSample* pRow2, size_t pPixels, double (&pSums)[3])
+{
+    uint64_t sums[3];
+    AddDistancesLoop(pRow1, pRow2, pPixels, sums);
+    for (int c = 0; c < 3; ++c)
+        pSums[c] += static_cast<double>(sums[c]);
+}
+
+template <class tSample>
+SELVANE_CLONES int LargestDistanceLoop(const tSample* pRow1, const tSample* pRow2, size_t pSamples, int pMax)
+{
+    int largest = pMax;
+    for (size_t i = 0; i < pSamples; ++i) {
+        const int distance = Distance(pRow1[i], pRow2[i]);
+        largest = distance > largest ? distance : largest;
+    }
+    return largest;
+}
+
+} // namespace
+
+// ---- Scalings
+// ---------------------------------------------------------------------------------------------------------
+
+void ToFloat(const unsigned char* pFrom, float* pTo, size_t pSamples)
+{
+    ToFloatLoop(pFrom, pTo, pSamples, kFromSample8);
+}
+
+void ToFloat(const unsigned short* pFrom, float* pTo, size_t pSamples)
+{
+    ToFloatLoop(pFrom, pTo, pSamples, kFromSample16);
+}
+
+void FromFloat(const float* pFrom, unsigned char* pTo, size_t pSamples)
+{
+    FromFloatLoop(pFrom, pTo, pSamples, kToSample8);
+}
+
+void FromFloat(const float* pFrom, unsigned short* pTo, size_t pSamples)
+{
+    FromFloatLoop(pFrom, pTo, pSamples, kToSample16);
+}
+
+void ChangeDepth(const unsigned short* pFrom, unsigned char* pTo, size_t pSamples)
+{
+    NarrowLoop(pFrom, pTo, pSamples);
+}
+void ChangeDepth(const unsigned char* pFrom, unsigned short* pTo, size_t pSamples)
+{
+    WidenLoop(pFrom, pTo, pSamples);
+}
+
+// ---- Transfers
+// --------------------------------------------------------------------------------------------------------
+
+void Decode(const unsigned char* pFrom, float* pTo, size_t pSamples, const float* pTable)
+{
+    DecodeLoop(pFrom, pTo, pSamples, pTable);
+}
+
+void Decode(const unsigned short* pFrom, float* pTo, size_t pSamples, const float* pTable)
+{
+    DecodeLoop(pFrom, pTo, pSamples, pTable);
+}
+
+void Encode(const float* pFrom, unsigned char* pTo, size_t pSamples, const unsigned char* pTable)
+{
+    EncodeLoop(pFrom, pTo, pSamples, pTable);
+}
+
+void Encode(const float* pFrom, unsigned short* pTo, size_t pSamples, const unsigned short* pTable)
+{
+    EncodeLoop(pFrom, pTo, pSamples, pTable);
+}
+
+void DecodeTransform(const unsigned char* pFrom, float* pTo, size_t pPixels, const float* pTable,
+                     const cMatrix33& pMatrix)
+{
+    DecodeTransformLoop(pFrom, pTo, pPixels, pTable, pMatrix);
+}
+
+void DecodeTransform(const unsigned short* pFrom, float* pTo, size_t pPixels, const float* pTable,
+                     const cMatrix33& pMatrix)
+{
+    DecodeTransformLoop(pFrom, pTo, pPixels, pTable, pMatrix);
+}
+
+void TransformEncode(const float* pFrom, unsigned char* pTo, size_t pPixels, const unsigned char* pTable,
+                     const cMatrix33& pMatrix)
+{
+    TransformEncodeLoop(pFrom, pTo, pPixels, pTable, pMatrix);
+}
+
+void TransformEncode(const float* pFrom, unsigned short* pTo, size_t pPixels, const unsigned short* pTable,
+                     const cMatrix33& pMatrix)
+{
+    TransformEncodeLoop(pFrom, pTo, pPixels, pTable, pMatrix);
+}
+
+void Transform(const float* pFrom, float* pTo, size_t pPixels, const cMatrix33& pMatrix)
+{
+    if (pFrom == pTo)
+        TransformInPlaceLoop(pTo, pPixels, pMatrix);
+    else
+        TransformLoop(pFrom, pTo, pPixels, pMatrix);
+}
+
+// ---- Copies and arithmetic
+// --------------------------------------------------------------------------------------------
+
+void CopyForward(const void* pFrom, void* pTo, size_t pBytes)
+{
+    // Only a target that begins inside the source makes the direction show; one before it lies at a huge distance.
+    const uintptr_t distance = reinterpret_cast<uintptr_t>(pTo) - reinterpret_cast<uintptr_t>(pFrom);
+    if (distance >= pBytes) {
+        std::memmove(pTo, pFrom, pBytes);
+        return;
+    }
+    const auto* const from = static_cast<const unsigned char*>(pFrom);
+    auto* const to = static_cast<unsigned char*>(pTo);
+    for (size_t i = 0; i < pBytes; ++i)
+        to[i] = from[i];
+}
+
+void Subtract(const float* pFrom1, const float* pFrom2, float* pTo, size_t pSamples)
+{
+    SubtractLoop(pFrom1, pFrom2, pTo, pSamples);
+}
+
+void Multiply(const float* pFrom1, const float* pFrom2, float* pTo, size_t pSamples)
+{
+    MultiplyLoop(pFrom1, pFrom2, pTo, pSamples);
+}
+
+void Scale(const float* pFrom, float* pTo, size_t pSamples, float pFactor)
+{
+    ScaleLoop(pFrom, pTo, pSamples, pFactor);
+}
+
+void ClampLow(float* pChannel, size_t pPixels, float pLow)
+{
+    for (size_t i = 0; i < pPixels; ++i)
+        pChannel[3 * i] = pChannel[3 * i] >= pLow ? pChannel[3 * i] : pLow;
+}
+
+void Extract(const float* pChannel, float* pPlane, size_t pPixels)
+{
+    for (size_t i = 0; i < pPixels; ++i)
+        pPlane[i] = pChannel[3 * i];
+}
+
+void Replace(const float* pPlane, float* pChannel, size_t pPixels)
+{
+    for (size_t i = 0; i < pPixels; ++i)
+        pChannel[3 * i] = pPlane[i];
+}
+
+// ---- Statistics and comparison
+// ----------------------------------------------------------------------------------------
+
+void Measure(const float* pRow, size_t pPixels, sExtremes& pExtremes)
+{
+    MeasureLoop(pRow, 3 * pPixels, pExtremes.fMin, pExtremes.fMax);
+}
+
+void Normalize(float* pRow, size_t pPixels, const sNormalizer& pNormalizer)
+{
+    NormalizeLoop(pRow, pPixels, pNormalizer);
+}
+
+void AddUp(const float* pRow, size_t pPixels, double (&pSums)[3])
+{
+    for (size_t i = 0; i < pPixels; ++i)
+        for (size_t c = 0; c < 3; ++c)
+            pSums[c] += static_cast<double>(pRow[3 * i + c]);
+}
+
+void AddDifferences(const float* pRow1, const float* pRow2, size_t pPixels, double (&pSums)[3])
+{
+    for (size_t i = 0; i < pPixels; ++i)
+        for (size_t c = 0; c < 3; ++c)
+            pSums[c] += static_cast<double>(std::fabs(pRow1[3 * i + c] - pRow2[3 * i + c]));
+}
+
+void AddDifferences(const unsigned char* pRow1, const unsigned char* pRow2, size_t pPixels, double (&pSums)[3])
+{
+    AddDistances(pRow1, pRow2, pPixels, pSums);
+}
+
+void AddDifferences(const unsigned short* pRow1, const unsigned short* pRow2, size_t pPixels, double (&pSums)[3])
+{
+    AddDistances(pRow1, pRow2, pPixels, pSums);
+}
+
+int LargestDifference(const unsigned char* pRow1, const unsigned char* pRow2, size_t pSamples, int pMax)
+{
+    return LargestDistanceLoop(pRow1, pRow2, pSamples, pMax);
+}
+
+int LargestDifference(const unsigned short* pRow1, const unsigned short* pRow2, size_t pSamples, int pMax)
+{
+    return LargestDistanceLoop(pRow1, pRow2, pSamples, pMax);
+}
+
+} // namespace Vornik::Rows

@@ -1,0 +1,137 @@
+#ifndef SELVANE_IMAGE_CIMAGEUTILS_ROWS_H
+#define SELVANE_IMAGE_CIMAGEUTILS_ROWS_H
+
+// The pixel loops of cImageUtils, internal: each function works on one row (or a stretch of one) and knows nothing of
+// bitmaps. pSamples counts samples, pPixels pixels of three samples. Unless said otherwise source and target are
+// different pictures and do not overlap.
+
+#include "bitmap/Versions.h"
+#include "color/cMatrix.h"
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+
+namespace Vornik::Rows
+{
+
+// ---- Scalings
+// ---------------------------------------------------------------------------------------------------------
+
+/// sample * (1 / 255) or sample * (1 / 65535).
+void ToFloat(const unsigned char* pFrom, float* pTo, size_t pSamples);
+void ToFloat(const unsigned short* pFrom, float* pTo, size_t pSamples);
+
+/// Below 0 gives 0, above 1 or NaN gives the largest sample, otherwise the truncation of v times the largest sample.
+void FromFloat(const float* pFrom, unsigned char* pTo, size_t pSamples);
+void FromFloat(const float* pFrom, unsigned short* pTo, size_t pSamples);
+
+/// sample / 257, truncated; sample * 257.
+void ChangeDepth(const unsigned short* pFrom, unsigned char* pTo, size_t pSamples);
+void ChangeDepth(const unsigned char* pFrom, unsigned short* pTo, size_t pSamples);
+
+// ---- Transfers
+// --------------------------------------------------------------------------------------------------------
+
+/// pTable[sample]; the table has an entry for every value of a sample.
+void Decode(const unsigned char* pFrom, float* pTo, size_t pSamples, const float* pTable);
+void Decode(const unsigned short* pFrom, float* pTo, size_t pSamples, const float* pTable);
+
+/// pTable[UnitIndex(v)]; the table has 65536 entries.
+void Encode(const float* pFrom, unsigned char* pTo, size_t pSamples, const unsigned char* pTable);
+void Encode(const float* pFrom, unsigned short* pTo, size_t pSamples, const unsigned short* pTable);
+
+/// Blue, green, red samples through the table, then the matrix on (red, green, blue).
+void DecodeTransform(const unsigned char* pFrom, float* pTo, size_t pPixels, const float* pTable,
+                     const cMatrix33& pMatrix);
+void DecodeTransform(const unsigned short* pFrom, float* pTo, size_t pPixels, const float* pTable,
+                     const cMatrix33& pMatrix);
+
+/// The matrix on (c0, c1, c2), then red, green, blue through the table into blue, green, red samples.
+void TransformEncode(const float* pFrom, unsigned char* pTo, size_t pPixels, const unsigned char* pTable,
+                     const cMatrix33& pMatrix);
+void TransformEncode(const float* pFrom, unsigned short* pTo, size_t pPixels, const unsigned short* pTable,
+                     const cMatrix33& pMatrix);
+
+/// The matrix on (c0, c1, c2). pTo may be pFrom.
+void Transform(const float* pFrom, float* pTo, size_t pPixels, const cMatrix33& pMatrix);
+
+// ---- Copies and arithmetic
+// --------------------------------------------------------------------------------------------
+
+/// Copies byte by byte from the lowest address up, so that a target that begins inside the source repeats what lies
+/// between the two beginnings.
+void CopyForward(const void* pFrom, void* pTo, size_t pBytes);
+
+/// Each target may be one of its sources.
+void Subtract(const float* pFrom1, const float* pFrom2, float* pTo, size_t pSamples);
+void Multiply(const float* pFrom1, const float* pFrom2, float* pTo, size_t pSamples);
+void Scale(const float* pFrom, float* pTo, size_t pSamples, float pFactor);
+
+/// A sample of a channel that is not at least pLow becomes pLow. pChannel points to the first one, every third float is
+/// next.
+void ClampLow(float* pChannel, size_t pPixels, float pLow);
+
+/// From every third float to packed floats, and back.
+void Extract(const float* pChannel, float* pPlane, size_t pPixels);
+void Replace(const float* pPlane, float* pChannel, size_t pPixels);
+
+// ---- Statistics and comparison
+// ----------------------------------------------------------------------------------------
+
+/// A float as an integer that sorts as the float does: -infinity lowest, -0 just below +0, infinity highest, NaNs
+/// outside. Extremes of integers may be taken in any order and over any number of lanes.
+SELVANE_INLINE int32_t OrderKey(float pValue)
+{
+    const int32_t bits = std::bit_cast<int32_t>(pValue);
+    return bits < 0 ? bits ^ INT32_MAX : bits;
+}
+
+SELVANE_INLINE float FromOrderKey(int32_t pKey)
+{
+    return std::bit_cast<float>(pKey < 0 ? pKey ^ INT32_MAX : pKey);
+}
+
+/// Extremes of the three channels, as order keys. It begins without a sample, fMin above fMax; NaNs leave it alone.
+struct sExtremes
+{
+    static constexpr int32_t kNone = INT32_MAX;
+    int32_t fMin[3] = {kNone, kNone, kNone};
+    int32_t fMax[3] = {-kNone, -kNone, -kNone};
+};
+
+/// Widens the extremes by a row.
+void Measure(const float* pRow, size_t pPixels, sExtremes& pExtremes);
+
+/// Step of normalising, one value for each channel.
+struct sNormalizer
+{
+    float fMinimum[3];
+    float fScale[3];
+};
+
+/// (v - minimum) * scale, in place.
+void Normalize(float* pRow, size_t pPixels, const sNormalizer& pNormalizer);
+
+/// Adds the row's samples to three running sums, pixel after pixel.
+void AddUp(const float* pRow, size_t pPixels, double (&pSums)[3]);
+
+/// Adds the absolute differences to three running sums: of floats in float, pixel after pixel; of integers exactly.
+void AddDifferences(const float* pRow1, const float* pRow2, size_t pPixels, double (&pSums)[3]);
+void AddDifferences(const unsigned char* pRow1, const unsigned char* pRow2, size_t pPixels, double (&pSums)[3]);
+void AddDifferences(const unsigned short* pRow1, const unsigned short* pRow2, size_t pPixels, double (&pSums)[3]);
+
+/// The larger of pMax and the largest absolute difference of the rows.
+int LargestDifference(const unsigned char* pRow1, const unsigned char* pRow2, size_t pSamples, int pMax);
+int LargestDifference(const unsigned short* pRow1, const unsigned short* pRow2, size_t pSamples, int pMax);
+
+/// 1 / (width * height). The count of pixels is 32-bit and wraps.
+inline double MeanFactor(int pWidth, int pHeight)
+{
+    const uint32_t count = static_cast<uint32_t>(pWidth) * static_cast<uint32_t>(pHeight);
+    return 1.0 / static_cast<double>(static_cast<int32_t>(count));
+}
+
+} // namespace Vornik::Rows
+
+#endif
