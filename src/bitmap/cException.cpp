@@ -12,19 +12,17 @@ namespace
 /// A copy from malloc that nobody frees: thrown exceptions are copied shallowly. Null for null and when memory is out.
 char* CopyText(const char* pText)
 {
-    if (pText == nullptr)
-        return nullptr;
+    if (pText == nullptr) return nullptr;
     const size_t size = std::strlen(pText) + 1;
     char* copy = static_cast<char*>(std::malloc(size));
-    if (copy != nullptr)
-        std::memcpy(copy, pText, size);
+    if (copy != nullptr) std::memcpy(copy, pText, size);
     return copy;
 }
 
 } // namespace
 
-cException::cException(const char* const& pType, const char* const& pDescription, const char* const& pMessage, int pLine,
-                       const char* const& pFile, const char* const& pTimeStamp, const char* const& pFuncSig)
+cException::cException(const char* const& pType, const char* const& pDescription, const char* const& pMessage,
+                       int pLine, const char* const& pFile, const char* const& pTimeStamp, const char* const& pFuncSig)
     : std::runtime_error(pMessage), fType(nullptr), fDescription(nullptr), fFuncSig(nullptr), fFile(nullptr),
       fTimeStamp(nullptr), fLine(0)
 {

@@ -1,3 +1,1 @@
-target_sources(Selvane PRIVATE
-  entry/vorniklib3.cpp
-)
+target_sources(Selvane PRIVATE entry / vorniklib3.cpp entry / PixelExchange.cpp)

@@ -1,0 +1,246 @@
+#include "entry/vorniklib3.h"
+
+#include "bitmap/cBitmapBGR16.h"
+#include "bitmap/cBitmapBGR8.h"
+#include "bitmap/cBitmapXYZ32.h"
+#include "bitmap/cException.h"
+#include "color/cColorSpace.h"
+#include "entry/PixelExchange.h"
+#include "image/cImageUtils.h"
+#include "render/cTmRenderer.h"
+
+#include <cmath>
+#include <cstddef>
+#include <cstdio>
+#include <memory>
+#include <new>
+
+// The entry: builds everything that one call needs, renders once, hands back, and releases everything in a fixed order.
+
+static_assert(sizeof(sTmImageDesc) == 32 && offsetof(sTmImageDesc, bgrOrder) == 28);
+static_assert(sizeof(sTmRunSettings) == 12 && offsetof(sTmRunSettings, requestType) == 8);
+static_assert(sizeof(sTmSliders) == 76 && offsetof(sTmSliders, reservedSwitch) == 44 &&
+              offsetof(sTmSliders, wrapSwitch) == 60 && offsetof(sTmSliders, blackPoint) == 68 &&
+              offsetof(sTmSliders, whitePoint) == 72);
+
+namespace Vornik
+{
+
+namespace
+{
+
+enum eResult : int32_t
+{
+    eResultDone = 1,
+    eResultFailure = -1,
+    eResultBadDepth = -2,
+    eResultOutOfMemory = -4,
+};
+
+constexpr int32_t kRequestRender = 1;  // render with the host's points
+constexpr int32_t kRequestMeasure = 9; // measure only
+
+/// All that one call owns. The members go in the reverse of their order: renderer, colour space, 16-bit picture, 8-bit
+/// picture, linear picture.
+struct sCall
+{
+    std::unique_ptr<cBitmapXYZ32> fLinear;
+    std::unique_ptr<cBitmapBGR8> fPicture8;
+    std::unique_ptr<cBitmapBGR16> fPicture16;
+    std::unique_ptr<cColorSpace> fColorSpace;
+    std::unique_ptr<cTmRenderer> fRenderer;
+};
+
+/// Null for a number that names none.
+std::unique_ptr<cColorSpace> NewColorSpace(int32_t pColorSpace)
+{
+    switch (pColorSpace) {
+    case eColorSpace_sRGB:
+        return std::make_unique<cColorSpace_sRGB>();
+    case eColorSpace_AdobeRGB98:
+        return std::make_unique<cColorSpace_AdobeRGB98>();
+    case eColorSpace_ProPhotoRGB:
+        return std::make_unique<cColorSpace_ProPhotoRGB>();
+    default:
+        return nullptr;
+    }
+}
+
+// Required: sRGB samples are decoded by a plain power too, while they are encoded by the space's own curve.
+double DecodeGamma(int32_t pColorSpace)
+{
+    return pColorSpace == eColorSpace_ProPhotoRGB ? 1.8 : 2.2;
+}
+
+eColorSpaceID OutputColorSpaceID(int32_t pColorSpace)
+{
+    return cColorSpace::IsColorSpaceIDValid(static_cast<eColorSpaceID>(pColorSpace))
+               ? static_cast<eColorSpaceID>(pColorSpace)
+               : eColorSpace_sRGB;
+}
+
+/// pSlope * pValue + pOffset, fused in double and rounded to float once.
+float Line(double pSlope, float pValue, double pOffset)
+{
+    return static_cast<float>(std::fma(pSlope, static_cast<double>(pValue), pOffset));
+}
+
+/// pFactor * pValue, in double and rounded to float once.
+float Share(double pFactor, float pValue)
+{
+    return static_cast<float>(pFactor * static_cast<double>(pValue));
+}
+
+// The slopes differ on purpose on the two sides of zero; zero itself, -0 included, belongs to the upper side but for
+// the smoothness. Compression jumps from 40 to 47 there.
+float GlobalContrast(float pCompression)
+{
+    return pCompression < 0.0f ? Line(0.4, pCompression, 40.0) : Line(0.26, pCompression, 47.0);
+}
+
+float SpatialSize(float pRadius)
+{
+    return pRadius < 0.0f ? Line(-9.0, pRadius, 100.0) : Line(-7.0, pRadius, 100.0);
+}
+
+float RangeSize(float pSmoothness)
+{
+    return pSmoothness <= 0.0f ? Line(-10.0, pSmoothness, 60.0) : Line(-6.0, pSmoothness, 60.0);
+}
+
+void SetParams(cTmRenderer& pRenderer, const sTmSliders& pSliders, int32_t pRequestType)
+{
+    const bool accepted =
+        pSliders.whitePoint > 0.0f && pSliders.blackPoint <= pSliders.whitePoint && pRequestType == kRequestRender;
+    pRenderer.SetToneMappingParams(
+        /* pGlobalContrast */ GlobalContrast(pSliders.compression),
+        /* pAdaptation */ Share(0.04, pSliders.adaptation),
+        /* pContrastFollowsGlobal */ true,
+        /* pContrast */ 20.0f,
+        /* pUseAutoExposure */ true,
+        /* pExposureEV */ 0.0f,
+        /* pSpatialSize */ SpatialSize(pSliders.radius),
+        /* pRangeSize */ RangeSize(pSliders.smoothness),
+        /* pBaseBlur */ 0.0f,
+        /* pWrapX */ pSliders.wrapSwitch == 1.0f,
+        /* pReservedFlagA */ pSliders.reservedSwitch == 1.0f,
+        /* pReservedFlagB */ false,
+        /* pWhiteClip */ Share(0.05, pSliders.whiteClip),
+        /* pBlackClip */ pSliders.blackClip, pRequestType,
+        /* pBlack */ accepted ? pSliders.blackPoint : 0.0f,
+        /* pWhite */ accepted ? pSliders.whitePoint : 0.0f);
+}
+
+bool IsDepthKnown(int32_t pInputDepth)
+{
+    return pInputDepth == 8 || pInputDepth == 16 || pInputDepth == 32;
+}
+
+/// Linear red, green, blue in the host's colour space.
+void ReadPicture(sCall& pCall, const sTmImageDesc& pImage, int32_t pColorSpace, const unsigned char* pInput)
+{
+    // Required: the table is never freed, at any call that gets here.
+    const float* table =
+        pImage.inputDepth == 32 ? nullptr : NewDecodeTable(pImage.inputDepth, DecodeGamma(pColorSpace));
+    pCall.fLinear = std::make_unique<cBitmapXYZ32>(pImage.width, pImage.height);
+    if (pImage.inputDepth == 32)
+        ReadExponentPlanes(pImage, pInput, *pCall.fLinear);
+    else
+        ReadSamples(pImage, pInput, table, *pCall.fLinear);
+}
+
+/// In place, from the host's colour space to XYZ. Without a colour space the process ends here: a host must not name
+/// one that does not exist.
+void ToXYZ(sCall& pCall)
+{
+    if (pCall.fColorSpace == nullptr) __builtin_trap();
+    cImageUtils::ColorTransform(pCall.fLinear.get(), pCall.fColorSpace->GetToPCSTransform());
+}
+
+/// Null for a depth that is neither 8 nor 16.
+cBitmapLDR* NewOutput(sCall& pCall, const sTmImageDesc& pImage, eColorSpaceID pColorSpace)
+{
+    if (pImage.outputDepth == 8) {
+        pCall.fPicture8 = std::make_unique<cBitmapBGR8>(pImage.width, pImage.height, pColorSpace);
+        return pCall.fPicture8.get();
+    }
+    if (pImage.outputDepth == 16) {
+        pCall.fPicture16 = std::make_unique<cBitmapBGR16>(pImage.width, pImage.height, pColorSpace);
+        return pCall.fPicture16.get();
+    }
+    return nullptr;
+}
+
+void ReportPoints(cTmRenderer& pRenderer, sTmSliders& pSliders)
+{
+    float black = 0.0f;
+    float white = 0.0f;
+    pRenderer.GetRequestedStats(&black, &white);
+    pSliders.blackPoint = black;
+    pSliders.whitePoint = white;
+}
+
+void WritePicture(const sCall& pCall, const sTmImageDesc& pImage, unsigned char* pOutput)
+{
+    if (pCall.fPicture8 != nullptr)
+        WriteSamples(pImage, *pCall.fPicture8, pOutput);
+    else
+        WriteSamples(pImage, *pCall.fPicture16, pOutput);
+}
+
+eResult ToneMap(const sTmImageDesc& pImage, const sTmRunSettings& pRun, int32_t pColorSpace, sTmSliders& pSliders,
+                const unsigned char* pInput, unsigned char* pOutput)
+{
+    sCall call;
+    call.fColorSpace = NewColorSpace(pColorSpace);
+    if (!IsDepthKnown(pImage.inputDepth)) return eResultBadDepth;
+    ReadPicture(call, pImage, pColorSpace, pInput);
+    ToXYZ(call);
+    call.fRenderer = std::make_unique<cTmRenderer>();
+    cBitmapLDR* output = NewOutput(call, pImage, OutputColorSpaceID(pColorSpace));
+    call.fRenderer->SetInput(call.fLinear.get());
+    call.fRenderer->SetNbProc(pRun.processorCount);
+    if (output != nullptr) call.fRenderer->SetOutput(output);
+    SetParams(*call.fRenderer, pSliders, pRun.requestType);
+    call.fRenderer->Render();
+    if (pRun.requestType != kRequestRender) ReportPoints(*call.fRenderer, pSliders);
+    if (pRun.requestType != kRequestMeasure) WritePicture(call, pImage, pOutput);
+    return eResultDone;
+}
+
+/// A text of an exception; null when there was no memory to copy it.
+const char* Printable(const char* pText)
+{
+    return pText != nullptr ? pText : "(null)";
+}
+
+void Report(const cException& pException)
+{
+    std::fprintf(
+        stderr,
+        "Unexpected error with cpp_tm_selvane: Message=%s  Type=%s  Description=%s  Function=%s  File=%s  Line=%d  "
+        "Timestamp=%s\n",
+        Printable(pException.GetMessage()), Printable(pException.GetType()), Printable(pException.GetDescription()),
+        Printable(pException.GetFuncSig()), Printable(pException.GetFile()), pException.GetLine(),
+        Printable(pException.GetTimeStamp()));
+}
+
+} // namespace
+
+} // namespace Vornik
+
+int32_t cpp_tm_selvane(const sTmImageDesc* pImage, const sTmRunSettings* pRun, int32_t pColorSpace,
+                       sTmSliders* pSliders, const unsigned char* pInput, unsigned char* pOutput)
+{
+    using namespace Vornik;
+    try {
+        return ToneMap(*pImage, *pRun, pColorSpace, *pSliders, pInput, pOutput);
+    } catch (const std::bad_alloc&) {
+        return eResultOutOfMemory;
+    } catch (const cOutOfMemoryException&) {
+        return eResultOutOfMemory;
+    } catch (const cException& exception) {
+        Report(exception);
+        return eResultFailure;
+    }
+}

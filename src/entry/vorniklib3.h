@@ -20,19 +20,22 @@ extern "C" {
  */
 typedef struct sTmImageDesc
 {
-    int32_t width;           /* pixels, at least 1 */
-    int32_t height;          /* pixels, at least 1 */
-    int32_t samplesPerPixel; /* samples from one pixel to the next, in both buffers: 1 grey, 3 colour, other values are
-                                a step as well; not used by 32-bit input, but by its copy-out */
+    int32_t width;  /* pixels, at least 1 */
+    int32_t height; /* pixels, at least 1 */
+    /* Samples from one pixel to the next, in both buffers: 1 grey, 3 colour; other values are a step as well. 32-bit
+       input does not use it, but its copy-out does. */
+    int32_t samplesPerPixel;
     int32_t inputDepth;  /* bits of an input sample: 8, 16, or 32 for four byte planes a row with shared exponents */
     int32_t outputDepth; /* bits of an output sample: 8 or 16; anything else makes the renderer throw a pointer */
-    int32_t
-        inputRowSamples; /* row length of the input in samples when samplesPerPixel is 3. In general the read position
-                            moves on by width * samplesPerPixel + inputRowSamples - 3 * width a row, so give the row
-                            length + 2 * width for 1 sample a pixel, - width for 4. Not used by 32-bit input */
+    /* Row length of the input in samples when samplesPerPixel is 3. In general the read position moves on by
+       width * samplesPerPixel + inputRowSamples - 3 * width a row: give the row length + 2 * width for 1 sample a
+       pixel,
+       - width for 4. Not used by 32-bit input. */
+    int32_t inputRowSamples;
     int32_t outputRowSamples; /* row length of the output in samples */
-    int32_t bgrOrder; /* 0: red is the first sample of a pixel and blue the last; non-zero: the reverse. Not used
-                         by 32-bit input, but by its copy-out */
+    /* 0: red is the first sample of a pixel and blue the last; non-zero: the reverse. 32-bit input does not use it, but
+       its copy-out does. */
+    int32_t bgrOrder;
 } sTmImageDesc;
 
 /* How to run. 12 bytes, read only. */

@@ -1,0 +1,84 @@
+#include "render/cTmRenderer.h"
+
+#include "bitmap/Numeric.h"
+#include "bitmap/cBitmap.h"
+#include "color/MatrixProduct.h"
+#include "color/cColorSpace.h"
+#include "filter/Cancel.h"
+#include "yhmv/cYHMVColorSpace.h"
+
+#include <cmath>
+
+// The last stage: everything that does not depend on the pixel goes into tables, then one decoder pass fills the
+// output.
+
+namespace Vornik
+{
+
+namespace
+{
+
+constexpr double kInverse65535 = 0x1.0001000100010p-16;  // 1.5259021896696422e-05
+constexpr double kKeyPerContrast = 0x1.cac083126e978p-9; // one step below 0.0035
+
+void BuildEncodeLUT(cTransfer& pFromLinear, unsigned short* pTable)
+{
+    for (int i = 0; i < kTableSize; i++) {
+        const float encoded = pFromLinear.Function(static_cast<float>(i) * kFromSample16) * kToSample16;
+        pTable[i] = static_cast<unsigned short>(TruncateToUInt32(encoded) & 0xFFFFU);
+    }
+}
+
+/// Position of the contrast curve among its key frames, 0 to 1. A negative global contrast leaves it alone.
+float ContrastKey(float pContrast, bool pFollowsGlobal, float pGlobalContrast)
+{
+    const auto key = static_cast<float>((static_cast<double>(pContrast) + 100.0) * 0.005);
+    if (!pFollowsGlobal || pGlobalContrast < 0.0f) return key;
+    const auto raised =
+        static_cast<float>(std::fma(static_cast<double>(pGlobalContrast), kKeyPerContrast, static_cast<double>(key)));
+    return raised < 1.0f ? raised : 1.0f;
+}
+
+} // namespace
+
+void cTmRenderer::PreprocessCurvesAndTransforms(cMatrix33& pMatrix, unsigned short*& pEncodeLUT, float*& pContrastLUT,
+                                                float*& pHSLUT, float*& pHLLUT, unsigned short*& pHHLUT, float& pScale)
+{
+    pMatrix = Multiply(fOutput->GetColorSpace()->GetFromPCSTransform(), fWorkToPCS);
+    if (!fEncodeLUTValid) {
+        BuildEncodeLUT(*fOutput->GetColorSpace()->GetFromLinearTransfer(), fEncodeLUT);
+        fEncodeLUTValid = true;
+    }
+    pEncodeLUT = fEncodeLUT;
+    const float key = ContrastKey(fContrast, fContrastFollowsGlobal, fGlobalContrast);
+    if (key != fContrastKey) {
+        fContrastCurve->InterpolateControlPoints(key);
+        const unsigned short* table = fContrastCurve->GetLUT16i();
+        fContrastKey = key;
+        for (int i = 0; i < kTableSize; i++)
+            fContrastLUT[i] = static_cast<float>(static_cast<double>(table[i]) * kInverse65535);
+    }
+    pContrastLUT = fContrastLUT;
+    pHSLUT = fHSCurve->GetLUT16f();
+    pHLLUT = fHLCurve->GetLUT16f();
+    pHHLUT = fHHCurve->GetLUT16i();
+    pScale = static_cast<float>(std::exp2(static_cast<double>(fExposureEV)) *
+                                (fUseAutoExposure ? static_cast<double>(fExposure) : 1.0));
+}
+
+void cTmRenderer::FinalRendering(bool* pCancel, bool* pCancelled)
+{
+    cMatrix33 matrix;
+    unsigned short* encodeLUT = nullptr;
+    float* contrastLUT = nullptr;
+    float* saturationLUT = nullptr;
+    float* lightnessLUT = nullptr;
+    unsigned short* hueLUT = nullptr;
+    float scale = 0.0f;
+    PreprocessCurvesAndTransforms(matrix, encodeLUT, contrastLUT, saturationLUT, lightnessLUT, hueLUT, scale);
+    fYHMVSpace->UpdateHMVToRGBLUT(saturationLUT, hueLUT);
+    if (StopIfRequested(pCancel, pCancelled)) return;
+    fYHMVSpace->YHMVToRGB(fYHMV, fOutput, encodeLUT, scale, fBlack, fWhite, matrix, contrastLUT, lightnessLUT);
+}
+
+} // namespace Vornik

@@ -1,0 +1,89 @@
+#include "render/cTmRenderer.h"
+
+#include "bitmap/cBitmapXYZ32.h"
+#include "filter/Cancel.h"
+#include "filter/cBilateral.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+// The second stage: the logarithm of luminance split into a smooth base and the detail that remains, and both measured.
+
+namespace Vornik
+{
+
+namespace
+{
+
+constexpr float kBeyond = 1e30f; // where running minima begin; its negative for maxima
+
+/// Spatial sampling of the bilateral grid in pixels, for the parameter fSpatialSize and the picture's longer side.
+float SpaceSampling(float pSpatialSize, int pWidth, int pHeight)
+{
+    const float perMille = pSpatialSize >= 100.0f ? std::fma(pSpatialSize - 100.0f, 0.75f, 25.0f)
+                                                  : std::fma(pSpatialSize - 10.0f, 0x1.555556p-3f /* 1/6 */, 10.0f);
+    return perMille * (static_cast<float>(std::max(pWidth, pHeight)) * 0.001f);
+}
+
+/// Range sampling of the bilateral grid in decades, for the parameter fRangeSize.
+float RangeSampling(float pRangeSize)
+{
+    return std::fma(pRangeSize, 0.002f, 0.2f);
+}
+
+/// Takes the base from the logarithm, pixel by pixel, and measures both layers. The sums run in the order of the
+/// pixels.
+void SplitAndMeasure(cTmRenderer& pRenderer, size_t pCount)
+{
+    float baseMax = -kBeyond, baseMin = kBeyond, detailMax = -kBeyond, detailMin = kBeyond;
+    double baseSum = 0.0, detailSum = 0.0;
+    for (size_t i = 0; i < pCount; i++) {
+        const float base = pRenderer.fBase[i];
+        const float detail = pRenderer.fLogLuminance[i] - base;
+        pRenderer.fDetail[i] = detail;
+        baseMax = base > baseMax ? base : baseMax;
+        baseMin = base < baseMin ? base : baseMin;
+        detailMax = detail > detailMax ? detail : detailMax;
+        detailMin = detail < detailMin ? detail : detailMin;
+        baseSum += static_cast<double>(base);
+        detailSum += static_cast<double>(std::fabs(detail));
+    }
+    pRenderer.fBaseMax = baseMax;
+    pRenderer.fBaseMin = baseMin;
+    pRenderer.fDetailMax = detailMax;
+    pRenderer.fDetailMin = detailMin;
+    pRenderer.fBaseAverage = baseSum / static_cast<double>(pCount);
+    pRenderer.fDetailAverage = detailSum / static_cast<double>(pCount);
+}
+
+/// The mean of detail in the line is that of its absolute value, the extremes are signed.
+void LogLayers(const cTmRenderer& pRenderer)
+{
+    std::fprintf(
+        stderr,
+        "+++  ToneMappingPhase1 %d x %d  - min/ave/max  Detail: %1.2f  %1.2f  %1.2f  -  Base: %1.2f  %1.2f  %1.2f "
+        "(vs orig: %1.2f) ->  DR: %1.2f (orig: %1.2f)\n",
+        pRenderer.fInput->fWidth, pRenderer.fInput->fHeight, static_cast<double>(pRenderer.fDetailMin),
+        pRenderer.fDetailAverage, static_cast<double>(pRenderer.fDetailMax), static_cast<double>(pRenderer.fBaseMin),
+        pRenderer.fBaseAverage, static_cast<double>(pRenderer.fBaseMax), static_cast<double>(pRenderer.fLogMaxY),
+        static_cast<double>(pRenderer.fBaseMax - pRenderer.fBaseMin),
+        static_cast<double>(pRenderer.fLogMaxY - pRenderer.fLogMinY));
+}
+
+} // namespace
+
+void cTmRenderer::ToneMappingPhase1(bool* pCancel, bool* pCancelled)
+{
+    const int width = fInput->fWidth;
+    const int height = fInput->fHeight;
+    cBilateral::Filter_Fast(pCancel, pCancelled, fNbProc, fLogLuminance, fBase, width, height,
+                            SpaceSampling(fSpatialSize, width, height), RangeSampling(fRangeSize), fLogMinY, fLogMaxY,
+                            fBaseBlur * 0.01f, fWrapX);
+    if (IsRequested(pCancelled)) return;
+    if (StopIfRequested(pCancel, pCancelled)) return;
+    SplitAndMeasure(*this, static_cast<size_t>(width) * static_cast<size_t>(height));
+    if (fLogEnabled != 0) LogLayers(*this);
+}
+
+} // namespace Vornik

@@ -1,0 +1,151 @@
+#include "render/cTmRenderer.h"
+
+#include "bitmap/Numeric.h"
+#include "bitmap/cBitmapU16T.h"
+#include "bitmap/cBitmapXYZ32.h"
+#include "filter/Cancel.h"
+#include "filter/DivideWork.h"
+#include "yhmv/cYHMVColorSpace.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <utility>
+
+// The first stage: the picture in its compact form, the logarithm of its luminance and the extremes.
+
+namespace Vornik
+{
+
+namespace
+{
+
+constexpr int kPlanes = 7;          // 16-bit planes of a pixel of fYHMV
+constexpr float kFloor = 0x1p-128f; // smallest luminance that counts, 2.9e-39, a subnormal number
+constexpr float kBeyond = 1e30f;    // where running minima begin; its negative for maxima
+constexpr int kSlotsOnTheStack = 256;
+
+/// Smallest and largest luminance by worker slot. There is room for one slot even when no worker is asked for.
+class cSlotExtremes
+{
+public:
+    explicit cSlotExtremes(int pSlots) : fSlots(std::max(pSlots, 1)), fMin(fFewMin), fMax(fFewMax)
+    {
+        if (fSlots > kSlotsOnTheStack) {
+            fManyMin = std::make_unique<float[]>(static_cast<size_t>(fSlots));
+            fManyMax = std::make_unique<float[]>(static_cast<size_t>(fSlots));
+            fMin = fManyMin.get();
+            fMax = fManyMax.get();
+        }
+        std::fill_n(fMin, fSlots, kBeyond);
+        std::fill_n(fMax, fSlots, -kBeyond);
+    }
+
+private:
+    int fSlots;
+    float fFewMin[kSlotsOnTheStack];
+    float fFewMax[kSlotsOnTheStack];
+    std::unique_ptr<float[]> fManyMin;
+    std::unique_ptr<float[]> fManyMax;
+
+public:
+    float* fMin;
+    float* fMax;
+};
+
+} // namespace
+
+void CalcMinMaxLog_tile(int pSlot, int pStart, int pEnd, cBitmapXYZ32* pBitmap, float* pLogLuminance, int pWidth,
+                        bool* pCancel, bool* pCancelled, float* pSlotMin, float* pSlotMax, float pFloor)
+{
+    if (pStart >= pEnd) return;
+    if (StopIfRequested(pCancel, pCancelled)) return;
+    float smallest = pSlotMin[pSlot];
+    float largest = pSlotMax[pSlot];
+    for (int y = pStart; y < pEnd; y++) {
+        const float* pixel = pBitmap->fData + static_cast<ptrdiff_t>(pBitmap->fStride) * y / 4;
+        float* log = pLogLuminance + static_cast<ptrdiff_t>(pWidth) * y;
+        for (int x = 0; x < pWidth; x++, pixel += 3) {
+            const float luminance = pixel[1] > pFloor ? pixel[1] : pFloor; // NaN gives the floor
+            smallest = luminance < smallest ? luminance : smallest;
+            largest = luminance > largest ? luminance : largest;
+            log[x] = log10f(luminance);
+        }
+    }
+    pSlotMin[pSlot] = smallest;
+    pSlotMax[pSlot] = largest;
+}
+
+void* CalcMinMaxLog_tile_threaded(void* pRecord)
+{
+    const auto* args = static_cast<const sMinMaxLogArgs*>(pRecord);
+    CalcMinMaxLog_tile(args->fSlot, args->fStart, args->fEnd, args->pBitmap, args->pLogLuminance, args->pWidth,
+                       args->pCancel, args->pCancelled, args->pSlotMin, args->pSlotMax, args->pFloor);
+    return nullptr;
+}
+
+namespace
+{
+
+/// Frees what an earlier run left; the fields are null then.
+void ReleaseIntermediates(cTmRenderer& pRenderer)
+{
+    delete[] std::exchange(pRenderer.fBase, nullptr);
+    delete[] std::exchange(pRenderer.fDetail, nullptr);
+    delete[] std::exchange(pRenderer.fLogLuminance, nullptr);
+    delete std::exchange(pRenderer.fYHMV, nullptr);
+}
+
+/// New room for the compact picture and the three planes of the input's size; all null again if memory runs out.
+void AllocateIntermediates(cTmRenderer& pRenderer)
+{
+    ReleaseIntermediates(pRenderer);
+    try {
+        pRenderer.fYHMV = new cBitmapU16T(pRenderer.fInput->fWidth, pRenderer.fInput->fHeight, kPlanes);
+        const auto count = static_cast<size_t>(CheckedCount(pRenderer.fInput->fWidth, pRenderer.fInput->fHeight));
+        pRenderer.fLogLuminance = new float[count];
+        pRenderer.fDetail = new float[count];
+        pRenderer.fBase = new float[count];
+    } catch (...) {
+        ReleaseIntermediates(pRenderer);
+        throw;
+    }
+}
+
+/// Fills pRenderer.fLogLuminance over all workers and joins their extremes in slot order.
+void MeasureLuminance(cTmRenderer& pRenderer, bool* pCancel, bool* pCancelled)
+{
+    pRenderer.fMinY = kBeyond;
+    pRenderer.fMaxY = -kBeyond;
+    const cSlotExtremes slots(pRenderer.fNbProc);
+    sMinMaxLogArgs record{};
+    record.pBitmap = pRenderer.fInput;
+    record.pLogLuminance = pRenderer.fLogLuminance;
+    record.pWidth = pRenderer.fInput->fWidth;
+    record.pCancel = pCancel;
+    record.pCancelled = pCancelled;
+    record.pSlotMin = slots.fMin;
+    record.pSlotMax = slots.fMax;
+    record.pFloor = kFloor;
+    DivideWork(0, pRenderer.fInput->fHeight, pRenderer.fNbProc, CalcMinMaxLog_tile_threaded, &record, sizeof record);
+    for (int slot = 0; slot < pRenderer.fNbProc; slot++) {
+        pRenderer.fMinY = slots.fMin[slot] < pRenderer.fMinY ? slots.fMin[slot] : pRenderer.fMinY;
+        pRenderer.fMaxY = slots.fMax[slot] > pRenderer.fMaxY ? slots.fMax[slot] : pRenderer.fMaxY;
+    }
+    pRenderer.fLogMaxY = log10f(pRenderer.fMaxY);
+    pRenderer.fLogMinY = log10f(pRenderer.fMinY);
+}
+
+} // namespace
+
+void cTmRenderer::PrepareForRendering(bool* pCancel, bool* pCancelled)
+{
+    if (StopIfRequested(pCancel, pCancelled)) return;
+    AllocateIntermediates(*this);
+    cYHMVColorSpace::XYZToYHMV(pCancel, pCancelled, fInput, fYHMV);
+    if (StopIfRequested(pCancel, pCancelled)) return;
+    MeasureLuminance(*this, pCancel, pCancelled);
+    StopIfRequested(pCancel, pCancelled);
+}
+
+} // namespace Vornik

@@ -14,8 +14,7 @@ std::string CaptureStderr(const std::function<void()>& pCall)
     std::fflush(stderr);
     char name[] = "/tmp/selvane-stderr-XXXXXX";
     const int file = mkstemp(name);
-    if (file < 0)
-        throw std::runtime_error("no temporary file");
+    if (file < 0) throw std::runtime_error("no temporary file");
     unlink(name);
     const int saved = dup(2);
     dup2(file, 2);

@@ -20,7 +20,7 @@ std::string WithoutBlanks(const std::string& pText);
 /// What a call threw, by value.
 struct sFailure
 {
-    std::string fType;        ///< empty: nothing was thrown; otherwise GetType()
+    std::string fType; ///< empty: nothing was thrown; otherwise GetType()
     std::string fDescription;
     std::string fMessage;
     std::string fFile;

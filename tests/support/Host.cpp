@@ -33,23 +33,22 @@ std::vector<sTile> Cut(const sCutting& pCutting, int pStart, int pEnd, int pThre
     std::vector<int> edges;
     std::mt19937 random(pCutting.fSeed);
     for (int i = 1; i < count; i++)
-        edges.push_back(pStart + static_cast<int>(pCutting.fUneven ? static_cast<long>(random()) % (length + 1) : length * i / count));
+        edges.push_back(pStart + static_cast<int>(pCutting.fUneven ? static_cast<long>(random()) % (length + 1)
+                                                                   : length * i / count));
     std::sort(edges.begin(), edges.end());
     edges.insert(edges.begin(), pStart);
     edges.push_back(pEnd);
     std::vector<sTile> tiles;
     for (size_t i = 0; i + 1 < edges.size(); i++)
         tiles.push_back({edges[i], edges[i + 1]});
-    if (pCutting.fOrder == eTilesReverse)
-        std::reverse(tiles.begin(), tiles.end());
-    if (pCutting.fOrder == eTilesShuffled)
-        std::shuffle(tiles.begin(), tiles.end(), random);
+    if (pCutting.fOrder == eTilesReverse) std::reverse(tiles.begin(), tiles.end());
+    if (pCutting.fOrder == eTilesShuffled) std::shuffle(tiles.begin(), tiles.end(), random);
     return tiles;
 }
 
 /// Runs the tiles whose place in the list belongs to the slot: slot, slot + slots, slot + 2 * slots and so on.
-void RunSlot(const sCutting& pCutting, const std::vector<sTile>& pTiles, int pSlot, int pSlots, void* (*pFunction)(void*),
-             const std::vector<unsigned char>& pRecord)
+void RunSlot(const sCutting& pCutting, const std::vector<sTile>& pTiles, int pSlot, int pSlots,
+             void* (*pFunction)(void*), const std::vector<unsigned char>& pRecord)
 {
     for (size_t i = static_cast<size_t>(pSlot); i < pTiles.size(); i += static_cast<size_t>(pSlots)) {
         std::vector<unsigned char> copy(pRecord);
@@ -59,8 +58,7 @@ void RunSlot(const sCutting& pCutting, const std::vector<sTile>& pTiles, int pSl
         header.fStart = pTiles[i].fStart;
         header.fEnd = pTiles[i].fEnd;
         std::memcpy(copy.data(), &header, sizeof header);
-        if (pCutting.fBeforeTile)
-            pCutting.fBeforeTile();
+        if (pCutting.fBeforeTile) pCutting.fBeforeTile();
         pFunction(copy.data());
     }
 }
@@ -99,9 +97,9 @@ extern "C" void DivideWork(int start, int end, int threads, void* (*fn)(void*), 
     {
         const std::lock_guard lock(gMutex);
         cutting = gCutting;
-        if (gRecording)
-            gCalls.push_back({start, end, threads, fn, original});
+        if (gRecording) gCalls.push_back({start, end, threads, fn, original});
     }
+    if (cutting.fBeforeCall) cutting.fBeforeCall({start, end, threads, fn, original});
     const std::vector<sTile> tiles = Cut(cutting, start, end, threads);
     const int slots = std::max(1, threads);
     std::vector<std::thread> workers;
@@ -113,4 +111,5 @@ extern "C" void DivideWork(int start, int end, int threads, void* (*fn)(void*), 
     }
     for (std::thread& worker : workers)
         worker.join();
+    if (cutting.fAfterCall) cutting.fAfterCall();
 }

@@ -1,7 +1,8 @@
 #ifndef SELVANE_TESTS_SUPPORT_HOST_H
 #define SELVANE_TESTS_SUPPORT_HOST_H
 
-// The host of the tests: a DivideWork whose cutting, order and threads a test chooses, and which can write down its calls.
+// The host of the tests: a DivideWork whose cutting, order and threads a test chooses, and which can write down its
+// calls.
 
 #include <cstddef>
 #include <functional>
@@ -17,17 +18,6 @@ enum eTileOrder
     eTilesShuffled,
 };
 
-/// How DivideWork cuts a range and runs the tiles.
-struct sCutting
-{
-    int fTiles = 0;                   ///< number of tiles; 0: as many as workers; larger than the range: some are empty
-    eTileOrder fOrder = eTilesForward;
-    bool fThreads = false;            ///< run the slots on threads of their own instead of one after another
-    unsigned fSeed = 1;               ///< for eTilesShuffled and for uneven cuts
-    bool fUneven = false;             ///< cut at random places
-    std::function<void()> fBeforeTile; ///< called before each tile, on the tile's thread
-};
-
 /// One call of DivideWork, as it came in.
 struct sDivideCall
 {
@@ -36,6 +26,19 @@ struct sDivideCall
     int fThreads;
     void* (*fFunction)(void*);
     std::vector<unsigned char> fRecord; ///< the record's bytes before any tile ran
+};
+
+/// How DivideWork cuts a range and runs the tiles.
+struct sCutting
+{
+    int fTiles = 0; ///< number of tiles; 0: as many as workers; larger than the range: some are empty
+    eTileOrder fOrder = eTilesForward;
+    bool fThreads = false; ///< run the slots on threads of their own instead of one after another
+    unsigned fSeed = 1;    ///< for eTilesShuffled and for uneven cuts
+    bool fUneven = false;  ///< cut at random places
+    std::function<void(const sDivideCall&)> fBeforeCall; ///< called before the first tile of a call
+    std::function<void()> fBeforeTile;                   ///< called before each tile, on the tile's thread
+    std::function<void()> fAfterCall;                    ///< called after the last tile of a call
 };
 
 /// Sets the cutting for as long as the object lives, and collects the calls made meanwhile.
