@@ -1,1 +1,4 @@
-target_sources(Selvane PRIVATE entry / vorniklib3.cpp entry / PixelExchange.cpp)
+target_sources(Selvane PRIVATE
+  entry/vorniklib3.cpp
+  entry/PixelExchange.cpp
+)
