@@ -1,8 +1,8 @@
 #ifndef SELVANE_FILTER_CANCEL_H
 #define SELVANE_FILTER_CANCEL_H
 
-// The two byte flags of a cancellable operation, internal: another thread of the caller may write pCancel at any time, and
-// several tiles may set pCancelled at once. Relaxed is enough; nothing else is passed on by these flags.
+// The two byte flags of a cancellable operation, internal: another thread of the caller may write pCancel at any time,
+// and several tiles may set pCancelled at once. Relaxed is enough; nothing else is passed on by these flags.
 
 namespace Vornik
 {
@@ -20,8 +20,7 @@ inline void Acknowledge(bool* pCancelled)
 /// True when *pCancel is set; *pCancelled is set then.
 inline bool StopIfRequested(const bool* pCancel, bool* pCancelled)
 {
-    if (!IsRequested(pCancel))
-        return false;
+    if (!IsRequested(pCancel)) return false;
     Acknowledge(pCancelled);
     return true;
 }

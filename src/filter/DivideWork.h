@@ -11,8 +11,8 @@ extern "C" {
 #endif
 
 /*
- * Header of every record that a parallel stage hands to DivideWork. What follows from offset 16 on is the stage's own and
- * is passed through unchanged.
+ * Header of every record that a parallel stage hands to DivideWork. What follows from offset 16 on is the stage's own
+ * and is passed through unchanged.
  *
  *   offset  0        4          8        12       16 ...
  *           fSlot    fReserved  fStart   fEnd     payload
@@ -26,8 +26,8 @@ typedef struct TileRecord
 } TileRecord;
 
 /*
- * Runs fn over the indices start to end - 1, in tiles. Supplied by the host and found by the dynamic loader: Selvane.so.1
- * leaves the symbol undefined, has no fallback and takes no pointer for it.
+ * Runs fn over the indices start to end - 1, in tiles. Supplied by the host and found by the dynamic loader:
+ * Selvane.so.1 leaves the symbol undefined, has no fallback and takes no pointer for it.
  *
  *   start, end   half-open range of indices (rows or columns); every caller in the library passes start 0
  *   threads      number of workers to use, as the caller of the library gave it; may be below 1
@@ -42,8 +42,8 @@ typedef struct TileRecord
  *   3. For each tile fn gets a private copy of the record's recordSize bytes, with fSlot, fStart and fEnd filled in and
  *      the payload as it was.
  *   4. fSlot is below threads, and no two tiles that run at the same time share a slot: slots index arrays that are
- *      written without locks. A later tile of the same worker may use the slot again. With threads below 1 the only slot
- *      is 0.
+ *      written without locks. A later tile of the same worker may use the slot again. With threads below 1 the only
+ * slot is 0.
  *   5. It returns only when every tile has finished, and what the tiles wrote is visible to the caller then.
  *   6. It returns nothing.
  *   7. It may run tiles on the calling thread. It is called several times a picture, from the thread that called the

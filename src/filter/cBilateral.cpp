@@ -1,0 +1,581 @@
+#include "filter/cBilateral.h"
+
+#include "bitmap/Numeric.h"
+#include "bitmap/Versions.h"
+#include "filter/Cancel.h"
+#include "filter/DivideWork.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <new>
+
+// The fast bilateral filter: the picture is scattered into a coarse grid over x, y and value, the grid is smoothed, and
+// each pixel is read back at its own place. Far values lie in far cells, so smoothing does not cross a strong edge.
+//
+//      z  value, Nz cells        a cell: value sum, weight     (two floats)
+//      |  / y, Ny cells          float index of a cell:        ((cz * Ny + cy) * Nx + cx) * 2
+//      | /
+//      |/____ x, Nx cells        on each axis: 3 empty cells, the intervals, 1 for their end, 3 empty cells
+//
+// In order: measure the grid, scatter (one thread: the order of the sums is fixed), smooth with 1 4 6 4 1 on each axis,
+// divide value by weight, slice (rows split over DivideWork), blur. A product that is added to something is one fused
+// step.
+
+namespace Vornik
+{
+
+namespace
+{
+
+constexpr int kMargin = 3;            // empty cells before the first sample, on each axis
+constexpr int kMarginCells = 7;       // cells on an axis beyond its intervals: 3 before, 3 after, 1 for the end
+constexpr float kWrapLimit = 0x1p24f; // 3 * sampling has to stay below: there floats stop counting pixels one by one
+constexpr float kBlurScale = 0x1.5d867cp-12f; // 1 / 3000
+constexpr int kLanes = 8;                     // parts of a row that are scattered side by side
+constexpr int kLaneStrip = 32;                // samples of a part between two rounds
+constexpr int kSliceStrip = 128;              // pixels of a row that are sliced together
+
+/// Cells on each axis. Pictures without pixels may have negative counts in x and y.
+struct sGridShape
+{
+    int fNx;
+    int fNy;
+    int fNz;
+};
+
+/// From places and values to cells: factors instead of divisions.
+struct sScale
+{
+    float fCellsPerPixel; ///< 1 / pSpaceSampling
+    float fCellsPerUnit;  ///< 1 / pRangeSampling
+    float fRangeMin;      ///< the value at the margin
+};
+
+/// What a tile of the slicing step gets, 72 bytes.
+struct sInterpolateRecord
+{
+    TileRecord fHeader;
+    int32_t fWidth;
+    float fSpaceSampling;
+    float fRangeSampling;
+    float fRangeMin;
+    int32_t fMargin;
+    int32_t fNx;
+    int32_t fNy;
+    uint32_t fReserved; ///< zero
+    float* fGrid;
+    float* fInput;
+    float* fOutput;
+};
+
+static_assert(sizeof(sInterpolateRecord) == 72);
+static_assert(offsetof(sInterpolateRecord, fWidth) == 16);
+static_assert(offsetof(sInterpolateRecord, fMargin) == 32);
+static_assert(offsetof(sInterpolateRecord, fNy) == 40);
+static_assert(offsetof(sInterpolateRecord, fGrid) == 48);
+static_assert(offsetof(sInterpolateRecord, fOutput) == 64);
+
+// ---- Cells ---------------------------------------------------------------------------------------------------------
+
+/// The cell whose centre is nearest: where a sample is added.
+SELVANE_INLINE int NearestCell(float pPlace, float pCellsPerPlace)
+{
+    return TruncateToInt32(std::fma(pPlace, pCellsPerPlace, static_cast<float>(kMargin) + 0.5f));
+}
+
+/// Whether a value has a cell outside the grid: the one it is added to or one of the two it is read back from.
+SELVANE_INLINE bool LeavesGrid(float pSample, sScale pScale, int pNz)
+{
+    const float value = pSample - pScale.fRangeMin;
+    const int added = NearestCell(value, pScale.fCellsPerUnit);
+    const int read = TruncateToInt32(std::fma(value, pScale.fCellsPerUnit, static_cast<float>(kMargin)));
+    return added < 0 || added >= pNz || read < 0 || read >= pNz - 1;
+}
+
+// ---- The grid ------------------------------------------------------------------------------------------------------
+
+void RequireFit(bool pFits)
+{
+    if (!pFits) throw std::bad_array_new_length();
+}
+
+/// Intervals, rounded, and the margins around them.
+int CellsFor(float pIntervals)
+{
+    const int64_t cells = int64_t{TruncateToInt32(pIntervals)} + kMarginCells;
+    RequireFit(cells <= INT32_MAX);
+    return static_cast<int>(cells);
+}
+
+float LastOf(int pPixels)
+{
+    return static_cast<float>(static_cast<int64_t>(pPixels) - 1);
+}
+
+sGridShape MeasureGrid(int pWidth, int pHeight, sScale pScale, float pRangeSampling, float pRange)
+{
+    sGridShape shape{};
+    shape.fNx = CellsFor(std::fma(LastOf(pWidth), pScale.fCellsPerPixel, 0.5f));
+    shape.fNy = CellsFor(std::fma(LastOf(pHeight), pScale.fCellsPerPixel, 0.5f));
+    shape.fNz = CellsFor(pRange / pRangeSampling + 0.5f);
+    return shape;
+}
+
+/// Floats of a grid, two a cell. A picture of negative width and height has a grid of its own, so the sign counts only
+/// here.
+int FloatsOf(sGridShape pShape)
+{
+    return CheckedCount(CheckedCount(2 * int64_t{pShape.fNx}, pShape.fNy), pShape.fNz);
+}
+
+using tFloats = std::unique_ptr<float[]>;
+
+// ---- Samples that leave the grid -----------------------------------------------------------------------------------
+
+/// Whether some sample of a row lies outside the ends of the range, or is a NaN.
+SELVANE_CLONES bool AnyOutside(const float* pRow, int pWidth, float pRangeMin, float pRangeTop)
+{
+    int outside = 0;
+    for (int x = 0; x < pWidth; x++)
+        outside |= !(pRow[x] >= pRangeMin) | !(pRow[x] <= pRangeTop);
+    return outside != 0;
+}
+
+/// The plane that is filtered: the caller's, or a copy in which samples that leave the grid count as an end of the
+/// range.
+class cSamples
+{
+public:
+    cSamples(float* pPlane, int pWidth, int pHeight, sScale pScale, float pRangeTop, int pNz)
+        : fPlane(pPlane), fWidth(pWidth), fHeight(pHeight), fScale(pScale), fRangeTop(pRangeTop), fNz(pNz)
+    {
+    }
+
+    float* Plane() const { return fPlane; }
+    int Width() const { return fWidth; }
+    int Height() const { return fHeight; }
+    float* Row(int pRow) const { return fPlane + static_cast<ptrdiff_t>(pRow) * fWidth; }
+
+    /// To be called with the rows from the top, before a row is read: the copy is made at the first sample that needs
+    /// it.
+    void Check(int pRow)
+    {
+        if (fOwn == nullptr && RowLeavesGrid(Row(pRow))) Replace();
+    }
+
+private:
+    // Both ends of the range lie in the grid, and cells grow with the value: what is between the ends needs no closer
+    // look.
+    bool RowLeavesGrid(const float* pRow) const
+    {
+        return AnyOutside(pRow, fWidth, fScale.fRangeMin, fRangeTop) &&
+               std::any_of(pRow, pRow + fWidth, [this](float sample) { return LeavesGrid(sample, fScale, fNz); });
+    }
+
+    void Replace()
+    {
+        const int count = CheckedCount(fWidth, fHeight);
+        fOwn.reset(new float[static_cast<size_t>(count)]);
+        std::transform(fPlane, fPlane + count, fOwn.get(), [this](float sample) {
+            if (!LeavesGrid(sample, fScale, fNz)) return sample;
+            return sample < fScale.fRangeMin ? fScale.fRangeMin : fRangeTop;
+        });
+        fPlane = fOwn.get();
+    }
+
+    float* fPlane;
+    int fWidth;
+    int fHeight;
+    sScale fScale;
+    float fRangeTop; ///< the end that is nearer to high values
+    int fNz;
+    tFloats fOwn;
+};
+
+// ---- Scattering ----------------------------------------------------------------------------------------------------
+
+/// A range of places along a row; with wrapped rows it goes beyond both edges of the picture.
+struct sSpan
+{
+    int64_t fBegin;
+    int64_t fEnd;
+};
+
+/// Places along a row that are scattered. Wrapped rows go on by three cells on both sides.
+sSpan RowSpan(int pWidth, float pSpaceSampling, bool pWrapX)
+{
+    if (!pWrapX) return {0, pWidth};
+    const int64_t begin = TruncateToInt32(std::fma(-3.0f, pSpaceSampling, 1.0f));
+    const float bound = static_cast<float>(pWidth) + std::fma(3.0f, pSpaceSampling, -1.0f);
+    // The first place whose float is not below the bound: wide pictures have several places to a float.
+    auto end = static_cast<int64_t>(bound);
+    while (end > begin && static_cast<float>(end - 1) >= bound)
+        end--;
+    while (static_cast<float>(end) < bound)
+        end++;
+    return {begin, std::max(begin, end)};
+}
+
+int CellAt(int64_t pPlace, sScale pScale)
+{
+    return NearestCell(static_cast<float>(pPlace), pScale.fCellsPerPixel);
+}
+
+/// Cuts a span into lanes of similar length that have no cell in common: between two lanes the cell in x changes, and
+/// it only grows along a row.
+std::array<int64_t, kLanes + 1> CutIntoLanes(sSpan pSpan, sScale pScale)
+{
+    std::array<int64_t, kLanes + 1> cuts{};
+    cuts[0] = pSpan.fBegin;
+    for (int lane = 1; lane <= kLanes; lane++) {
+        int64_t cut = std::max(cuts[lane - 1], pSpan.fBegin + (pSpan.fEnd - pSpan.fBegin) * lane / kLanes);
+        while (cut > pSpan.fBegin && cut < pSpan.fEnd && CellAt(cut, pScale) == CellAt(cut - 1, pScale))
+            cut++;
+        cuts[lane] = cut;
+    }
+    return cuts;
+}
+
+/// The next samples of a lane, ready to be added.
+struct sStrip
+{
+    int fCount;
+    int32_t fCell[kLaneStrip]; ///< number of the cell in the grid
+    float fValue[kLaneStrip];  ///< relative to the lowest value
+};
+
+/// Cells and values of pCount samples that stand at the places from pPlace on.
+SELVANE_CLONES void FillStrip(const float* pSamples, int pPlace, int pCount, sScale pScale, int pRowCell,
+                              int pLayerCells, sStrip* pStrip)
+{
+    for (int i = 0; i < pCount; i++) {
+        const float value = pSamples[i] - pScale.fRangeMin;
+        const int cellX = NearestCell(static_cast<float>(pPlace + i), pScale.fCellsPerPixel);
+        const int cellZ = NearestCell(value, pScale.fCellsPerUnit);
+        pStrip->fCell[i] = cellZ * pLayerCells + pRowCell + cellX;
+        pStrip->fValue[i] = value;
+    }
+}
+
+SELVANE_INLINE void AddToCell(float* pGrid, int64_t pCell, float pValue)
+{
+    float* cell = pGrid + 2 * pCell;
+    cell[0] += pValue;
+    cell[1] += 1.0f;
+}
+
+/// Adds the strips of all lanes, one sample of each in turn: the additions of one lane mostly meet the same cell and
+/// wait for each other, those of different lanes never do.
+void AddStrips(float* pGrid, const std::array<sStrip, kLanes>& pStrips)
+{
+    int common = kLaneStrip;
+    for (const sStrip& strip : pStrips)
+        common = std::min(common, strip.fCount);
+    for (int i = 0; i < common; i++)
+        for (int lane = 0; lane < kLanes; lane++)
+            AddToCell(pGrid, pStrips[lane].fCell[i], pStrips[lane].fValue[i]);
+    for (const sStrip& strip : pStrips)
+        for (int i = common; i < strip.fCount; i++)
+            AddToCell(pGrid, strip.fCell[i], strip.fValue[i]);
+}
+
+/// Adds the rows of a plane to the grid, sample after sample as far as one cell can tell.
+class cScatter
+{
+public:
+    cScatter(const cSamples& pSamples, sScale pScale, sGridShape pShape, float* pGrid, sSpan pSpan)
+        : fSamples(pSamples), fScale(pScale), fShape(pShape), fGrid(pGrid), fSpan(pSpan), fLanes(LanesOf(pSpan)),
+          fCuts(CutIntoLanes(fLanes, pScale))
+    {
+    }
+
+    void AddRow(int pRow) const
+    {
+        AddOneByOne(pRow, {fSpan.fBegin, fLanes.fBegin});
+        AddLanes(pRow);
+        AddOneByOne(pRow, {fLanes.fEnd, fSpan.fEnd});
+    }
+
+private:
+    /// The part of a span whose places fit 32 bits and, wrapped, lie in the row and not before it.
+    sSpan LanesOf(sSpan pSpan) const
+    {
+        const int64_t begin = std::clamp(int64_t{-3} * fSamples.Width(), pSpan.fBegin, pSpan.fEnd);
+        return {begin, std::clamp(int64_t{INT32_MAX} - kLaneStrip, begin, pSpan.fEnd)};
+    }
+
+    /// Where the sample of a place stands in its row. Required: the remainder of a division that truncates, which on a
+    /// very narrow picture is negative and means the row above.
+    int64_t PlaceInRow(int64_t pPlace) const { return (pPlace + int64_t{3} * fSamples.Width()) % fSamples.Width(); }
+
+    int RowCell(int pRow) const { return CellAt(pRow, fScale) * fShape.fNx; }
+
+    void AddOneByOne(int pRow, sSpan pSpan) const
+    {
+        for (int64_t place = pSpan.fBegin; place < pSpan.fEnd; place++) {
+            const int64_t inRow = PlaceInRow(place);
+            if (pRow == 0 && inRow < 0) continue; // before the plane
+            const float value = fSamples.Row(pRow)[inRow] - fScale.fRangeMin;
+            const int64_t layer = int64_t{NearestCell(value, fScale.fCellsPerUnit)} * fShape.fNx * fShape.fNy;
+            AddToCell(fGrid, layer + RowCell(pRow) + CellAt(place, fScale), value);
+        }
+    }
+
+    void AddLanes(int pRow) const
+    {
+        std::array<sStrip, kLanes> strips;
+        std::array<int64_t, kLanes> next;
+        std::copy_n(fCuts.begin(), kLanes, next.begin());
+        for (int left = 1; left > 0;) {
+            left = 0;
+            for (int lane = 0; lane < kLanes; lane++) {
+                Fill(pRow, next[lane], fCuts[lane + 1], &strips[lane]);
+                next[lane] += strips[lane].fCount;
+                left += strips[lane].fCount;
+            }
+            AddStrips(fGrid, strips);
+        }
+    }
+
+    void Fill(int pRow, int64_t pBegin, int64_t pEnd, sStrip* pStrip) const
+    {
+        pStrip->fCount = static_cast<int>(std::min<int64_t>(pEnd - pBegin, kLaneStrip));
+        if (pStrip->fCount == 0) return;
+        float wrapped[kLaneStrip];
+        FillStrip(Fetch(pRow, pBegin, pStrip->fCount, wrapped), static_cast<int>(pBegin), pStrip->fCount, fScale,
+                  RowCell(pRow), fShape.fNx * fShape.fNy, pStrip);
+    }
+
+    /// The samples of pCount places in a row: where they stand, or collected in pWrapped.
+    const float* Fetch(int pRow, int64_t pPlace, int pCount, float* pWrapped) const
+    {
+        const float* row = fSamples.Row(pRow);
+        const int width = fSamples.Width();
+        auto inRow = static_cast<int>(PlaceInRow(pPlace));
+        if (pCount <= width - inRow) return row + inRow;
+        for (int i = 0; i < pCount; i++) {
+            pWrapped[i] = row[inRow];
+            inRow = inRow + 1 < width ? inRow + 1 : 0;
+        }
+        return pWrapped;
+    }
+
+    const cSamples& fSamples;
+    sScale fScale;
+    sGridShape fShape;
+    float* fGrid;
+    sSpan fSpan;
+    sSpan fLanes;
+    std::array<int64_t, kLanes + 1> fCuts;
+};
+
+void Scatter(cSamples& pSamples, sScale pScale, sGridShape pShape, float* pGrid, sSpan pSpan)
+{
+    const cScatter scatter(pSamples, pScale, pShape, pGrid, pSpan);
+    for (int row = 0; row < pSamples.Height(); row++) {
+        pSamples.Check(row);
+        scatter.AddRow(row);
+    }
+}
+
+// ---- Smoothing -----------------------------------------------------------------------------------------------------
+
+/// 1 2 1 over floats that are pStep apart.
+SELVANE_INLINE float Smoothed(const float* pIn, ptrdiff_t pStep)
+{
+    return std::fma(2.0f, pIn[0], pIn[-pStep] + pIn[pStep]);
+}
+
+/// Value and weight of a row of cells.
+SELVANE_CLONES void SmoothRow(const float* __restrict pIn, float* __restrict pOut, int pCells, ptrdiff_t pStep)
+{
+    for (ptrdiff_t i = 0; i < 2 * ptrdiff_t{pCells}; i++)
+        pOut[i] = Smoothed(pIn + i, pStep);
+}
+
+/// Value of a row of cells, divided by the weight. The weight in pOut stays what it was; nobody reads it again.
+SELVANE_CLONES void SmoothRowAndDivide(const float* __restrict pIn, float* __restrict pOut, int pCells, ptrdiff_t pStep)
+{
+    for (ptrdiff_t i = 0; i < pCells; i++) {
+        const float value = Smoothed(pIn + 2 * i, pStep);
+        const float weight = Smoothed(pIn + 2 * i + 1, pStep);
+        pOut[2 * i] = weight != 0.0f ? value / weight : value;
+    }
+}
+
+using tRowStep = void (*)(const float*, float*, int, ptrdiff_t);
+
+/// One pass over the interior of the grid. The outermost layer is read and never written.
+void SmoothAlong(sGridShape pShape, ptrdiff_t pStep, tRowStep pRowStep, const float* pIn, float* pOut)
+{
+    for (int z = 1; z < pShape.fNz - 1; z++)
+        for (int y = 1; y < pShape.fNy - 1; y++) {
+            const ptrdiff_t first = 2 * ((static_cast<ptrdiff_t>(z) * pShape.fNy + y) * pShape.fNx + 1);
+            pRowStep(pIn + first, pOut + first, pShape.fNx - 2, pStep);
+        }
+}
+
+/// Twice 1 2 1 on each axis, which is 1 4 6 4 1; pFirst then holds value / weight.
+void Smooth(sGridShape pShape, float* pFirst, float* pSecond)
+{
+    const ptrdiff_t stepX = 2;
+    const ptrdiff_t stepY = stepX * pShape.fNx;
+    const ptrdiff_t stepZ = stepY * pShape.fNy;
+    SmoothAlong(pShape, stepX, SmoothRow, pFirst, pSecond);
+    SmoothAlong(pShape, stepX, SmoothRow, pSecond, pFirst);
+    SmoothAlong(pShape, stepY, SmoothRow, pFirst, pSecond);
+    SmoothAlong(pShape, stepY, SmoothRow, pSecond, pFirst);
+    SmoothAlong(pShape, stepZ, SmoothRow, pFirst, pSecond);
+    SmoothAlong(pShape, stepZ, SmoothRowAndDivide, pSecond, pFirst);
+}
+
+// ---- Slicing -------------------------------------------------------------------------------------------------------
+
+/// A place between two cells of an axis.
+struct sBetween
+{
+    int fCell;   ///< the lower one
+    float fNear; ///< weight of the lower one
+    float fFar;  ///< weight of the upper one
+};
+
+SELVANE_INLINE sBetween Between(float pPlace, float pCellsPerPlace, float pMargin)
+{
+    const float at = std::fma(pPlace, pCellsPerPlace, pMargin);
+    const int cell = TruncateToInt32(at);
+    return {cell, static_cast<float>(cell) + 1.0f - at, at - static_cast<float>(cell)};
+}
+
+/// The same for a row. Its lower weight is rounded in another order than those of a pixel.
+SELVANE_INLINE sBetween BetweenRows(float pPlace, float pCellsPerPlace, float pMargin)
+{
+    const float at = std::fma(pPlace, pCellsPerPlace, pMargin);
+    const int cell = TruncateToInt32(at);
+    return {cell, static_cast<float>(cell) + (1.0f - at), at - static_cast<float>(cell)};
+}
+
+SELVANE_INLINE float Mix(float pNear, float pLower, float pFar, float pUpper)
+{
+    return std::fma(pNear, pLower, pFar * pUpper);
+}
+
+/// The grid as the slicing step sees it.
+struct sGridView
+{
+    const float* fCells;
+    int fNx;
+    int fNy;
+    int fMargin;
+};
+
+/// One row: cells and weights of a strip, then the eight corners of each pixel, then the interpolation.
+SELVANE_CLONES void SliceRow(sGridView pGrid, sScale pScale, int pRow, int pWidth, const float* pInput, float* pOutput)
+{
+    const auto margin = static_cast<float>(pGrid.fMargin);
+    const sBetween y = BetweenRows(static_cast<float>(pRow), pScale.fCellsPerPixel, margin);
+    const uint32_t nx = static_cast<uint32_t>(pGrid.fNx);
+    const uint32_t layer = nx * static_cast<uint32_t>(pGrid.fNy);
+    const uint32_t rowCell = static_cast<uint32_t>(y.fCell) * nx;
+    const ptrdiff_t stepY = 2 * ptrdiff_t{pGrid.fNx};
+    const ptrdiff_t stepZ = stepY * pGrid.fNy;
+    for (int begin = 0; begin < pWidth; begin += kSliceStrip) {
+        const int count = std::min(pWidth - begin, kSliceStrip);
+        int32_t cell[kSliceStrip];
+        float nearX[kSliceStrip], farX[kSliceStrip], nearZ[kSliceStrip], farZ[kSliceStrip];
+        for (int i = 0; i < count; i++) {
+            const sBetween x = Between(static_cast<float>(begin + i), pScale.fCellsPerPixel, margin);
+            const sBetween z = Between(pInput[begin + i] - pScale.fRangeMin, pScale.fCellsPerUnit, margin);
+            cell[i] =
+                static_cast<int32_t>(static_cast<uint32_t>(z.fCell) * layer + rowCell + static_cast<uint32_t>(x.fCell));
+            nearX[i] = x.fNear;
+            farX[i] = x.fFar;
+            nearZ[i] = z.fNear;
+            farZ[i] = z.fFar;
+        }
+        float corner[8][kSliceStrip]; // x in bit 0, y in bit 1, z in bit 2
+        for (int i = 0; i < count; i++) {
+            const float* at = pGrid.fCells + 2 * ptrdiff_t{cell[i]};
+            corner[0][i] = at[0];
+            corner[1][i] = at[2];
+            corner[2][i] = at[stepY];
+            corner[3][i] = at[stepY + 2];
+            corner[4][i] = at[stepZ];
+            corner[5][i] = at[stepZ + 2];
+            corner[6][i] = at[stepZ + stepY];
+            corner[7][i] = at[stepZ + stepY + 2];
+        }
+        float mixed[kSliceStrip];
+        for (int i = 0; i < count; i++) {
+            const float lower = Mix(y.fNear, Mix(nearX[i], corner[0][i], farX[i], corner[1][i]), y.fFar,
+                                    Mix(nearX[i], corner[2][i], farX[i], corner[3][i]));
+            const float upper = Mix(y.fNear, Mix(nearX[i], corner[4][i], farX[i], corner[5][i]), y.fFar,
+                                    Mix(nearX[i], corner[6][i], farX[i], corner[7][i]));
+            mixed[i] = std::fma(farZ[i], upper, std::fma(nearZ[i], lower, pScale.fRangeMin));
+        }
+        std::memcpy(pOutput + begin, mixed, static_cast<size_t>(count) * sizeof(float));
+    }
+}
+
+float ClosingSigma(float pBlurAmount, int pWidth, int pHeight)
+{
+    return (pBlurAmount * kBlurScale) * static_cast<float>(std::max(pWidth, pHeight));
+}
+
+} // namespace
+
+void Filter_Fast_Interpolate_tile(int /*pSlot*/, int pStart, int pEnd, int pWidth, float pSpaceSampling,
+                                  float pRangeSampling, float pRangeMin, int pMargin, int pNx, int pNy, float* pGrid,
+                                  float* pInput, float* pOutput)
+{
+    const sScale scale{1.0f / pSpaceSampling, 1.0f / pRangeSampling, pRangeMin};
+    const sGridView grid{pGrid, pNx, pNy, pMargin};
+    for (int row = pStart; row < pEnd; row++) {
+        const ptrdiff_t offset = static_cast<ptrdiff_t>(row) * pWidth;
+        SliceRow(grid, scale, row, pWidth, pInput + offset, pOutput + offset);
+    }
+}
+
+void* Filter_Fast_Interpolate_tile_threaded(void* pRecord)
+{
+    sInterpolateRecord record;
+    std::memcpy(&record, pRecord, sizeof record);
+    Filter_Fast_Interpolate_tile(record.fHeader.fSlot, record.fHeader.fStart, record.fHeader.fEnd, record.fWidth,
+                                 record.fSpaceSampling, record.fRangeSampling, record.fRangeMin, record.fMargin,
+                                 record.fNx, record.fNy, record.fGrid, record.fInput, record.fOutput);
+    return nullptr;
+}
+
+void cBilateral::Filter_Fast(bool* pCancel, bool* pCancelled, int pThreadCount, float* pInput, float* pOutput,
+                             int pWidth, int pHeight, float pSpaceSampling, float pRangeSampling, float pRangeMin,
+                             float pRangeMax, float pBlurAmount, bool pWrapX)
+{
+    RequireFit(pSpaceSampling > 0.0f && pRangeSampling > 0.0f);
+    RequireFit(!pWrapX || 3.0f * pSpaceSampling < kWrapLimit);
+    const sScale scale{1.0f / pSpaceSampling, 1.0f / pRangeSampling, pRangeMin};
+    const sGridShape shape = MeasureGrid(pWidth, pHeight, scale, pRangeSampling, pRangeMax - pRangeMin);
+    const auto floats = static_cast<size_t>(FloatsOf(shape));
+    const float rangeTop = pRangeMax > pRangeMin ? pRangeMax : pRangeMin;
+    RequireFit(!LeavesGrid(pRangeMin, scale, shape.fNz) && !LeavesGrid(rangeTop, scale, shape.fNz));
+
+    const tFloats first(new float[floats]);
+    const tFloats second(new float[floats]);
+    std::fill_n(first.get(), floats, 0.0f);
+    std::fill_n(second.get(), floats, 0.0f);
+    if (StopIfRequested(pCancel, pCancelled)) return;
+
+    cSamples samples(pInput, pWidth, pHeight, scale, rangeTop, shape.fNz);
+    if (pWidth > 0) Scatter(samples, scale, shape, first.get(), RowSpan(pWidth, pSpaceSampling, pWrapX));
+    Smooth(shape, first.get(), second.get());
+
+    sInterpolateRecord record{{},        pWidth, pSpaceSampling, pRangeSampling,  pRangeMin, kMargin, shape.fNx,
+                              shape.fNy, 0,      first.get(),    samples.Plane(), pOutput};
+    DivideWork(0, pHeight, pThreadCount, Filter_Fast_Interpolate_tile_threaded, &record, sizeof record);
+    FastGaussianBlur(pThreadCount, pOutput, pOutput, pWidth, pHeight, ClosingSigma(pBlurAmount, pWidth, pHeight));
+}
+
+} // namespace Vornik
