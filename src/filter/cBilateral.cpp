@@ -36,7 +36,7 @@ constexpr int kMargin = 3;            // empty cells before the first sample, on
 constexpr int kMarginCells = 7;       // cells on an axis beyond its intervals: 3 before, 3 after, 1 for the end
 constexpr float kWrapLimit = 0x1p24f; // 3 * sampling has to stay below: there floats stop counting pixels one by one
 constexpr float kBlurScale = 0x1.5d867cp-12f; // 1 / 3000
-constexpr int kLanes = 8;                     // parts of a row that are scattered side by side
+constexpr size_t kLanes = 8;                  // parts of a row that are scattered side by side
 constexpr int kLaneStrip = 32;                // samples of a part between two rounds
 constexpr int kSliceStrip = 128;              // pixels of a row that are sliced together
 
@@ -232,8 +232,10 @@ std::array<int64_t, kLanes + 1> CutIntoLanes(sSpan pSpan, sScale pScale)
 {
     std::array<int64_t, kLanes + 1> cuts{};
     cuts[0] = pSpan.fBegin;
-    for (int lane = 1; lane <= kLanes; lane++) {
-        int64_t cut = std::max(cuts[lane - 1], pSpan.fBegin + (pSpan.fEnd - pSpan.fBegin) * lane / kLanes);
+    const int64_t length = pSpan.fEnd - pSpan.fBegin;
+    for (size_t lane = 1; lane <= kLanes; lane++) {
+        const int64_t even = length * static_cast<int64_t>(lane) / static_cast<int64_t>(kLanes);
+        int64_t cut = std::max(cuts[lane - 1], pSpan.fBegin + even);
         while (cut > pSpan.fBegin && cut < pSpan.fEnd && CellAt(cut, pScale) == CellAt(cut - 1, pScale))
             cut++;
         cuts[lane] = cut;
@@ -277,7 +279,7 @@ void AddStrips(float* pGrid, const std::array<sStrip, kLanes>& pStrips)
     for (const sStrip& strip : pStrips)
         common = std::min(common, strip.fCount);
     for (int i = 0; i < common; i++)
-        for (int lane = 0; lane < kLanes; lane++)
+        for (size_t lane = 0; lane < kLanes; lane++)
             AddToCell(pGrid, pStrips[lane].fCell[i], pStrips[lane].fValue[i]);
     for (const sStrip& strip : pStrips)
         for (int i = common; i < strip.fCount; i++)
@@ -333,7 +335,7 @@ private:
         std::copy_n(fCuts.begin(), kLanes, next.begin());
         for (int left = 1; left > 0;) {
             left = 0;
-            for (int lane = 0; lane < kLanes; lane++) {
+            for (size_t lane = 0; lane < kLanes; lane++) {
                 Fill(pRow, next[lane], fCuts[lane + 1], &strips[lane]);
                 next[lane] += strips[lane].fCount;
                 left += strips[lane].fCount;

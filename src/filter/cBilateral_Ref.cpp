@@ -74,7 +74,7 @@ tFloats MakeSpatialKernel(int64_t pSize, float pSigmaSpace)
 /// The difference in value beyond which samples are skipped.
 float RangeLimit(float pSigmaRange)
 {
-    const double sigma = pSigmaRange;
+    const auto sigma = static_cast<double>(pSigmaRange);
     return static_cast<float>(std::sqrt(sigma * sigma * kMinusTwoLogOnePercent));
 }
 
