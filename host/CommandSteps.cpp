@@ -1,0 +1,47 @@
+#include "CommandSteps.h"
+
+#include "InputFile.h"
+#include "PictureReader.h"
+
+namespace SelvaneHost
+{
+
+void CheckDepth(std::optional<int> pAsked, const std::string& pOutput)
+{
+    if (pAsked == 16 && KindFor(pOutput) == eJpeg)
+        throw cUsageError(pOutput +
+                          ": JPEG files hold 8 bits a sample; leave --depth 16 out, or write a .png or .tif file");
+}
+
+int DepthFor(std::optional<int> pAsked, eFileKind pKind, eSampleForm pInput)
+{
+    if (pAsked) return *pAsked;
+    return pKind == eJpeg || pInput == eSamples8 ? 8 : 16;
+}
+
+sPicture Read(const std::string& pPath)
+{
+    StartPictureLibrary();
+    sPicture picture = About(pPath, [&] { return ReadPicture(ReadFile(pPath)); });
+    for (const std::string& warning : picture.fWarnings)
+        Warn(pPath + ": " + warning);
+    return picture;
+}
+
+Vornik::eColorSpaceID SpaceOf(const sPicture& pPicture, const std::string& pPath,
+                              std::optional<Vornik::eColorSpaceID> pChosen)
+{
+    if (pChosen) return *pChosen;
+    if (!pPicture.fColorSpaceWarning.empty()) Warn(pPath + ": " + pPicture.fColorSpaceWarning);
+    return pPicture.fColorSpace.value_or(Vornik::eColorSpace_sRGB);
+}
+
+sPicture Blank(const sPicture& pInput, int pDepth)
+{
+    sPicture output;
+    AllocatePixels(output, pInput.fWidth, pInput.fHeight, pDepth == 8 ? eSamples8 : eSamples16);
+    output.fMetadata = pInput.fMetadata;
+    return output;
+}
+
+} // namespace SelvaneHost

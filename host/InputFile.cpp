@@ -1,0 +1,77 @@
+#include "InputFile.h"
+
+#include "Errors.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace SelvaneHost
+{
+
+namespace
+{
+
+constexpr size_t kPiece = 1 << 20; // bytes a read when the size is not known beforehand
+
+class cDescriptor
+{
+public:
+    explicit cDescriptor(int pDescriptor) : fDescriptor(pDescriptor) {}
+    ~cDescriptor()
+    {
+        if (fDescriptor >= 0) ::close(fDescriptor);
+    }
+    cDescriptor(const cDescriptor&) = delete;
+    cDescriptor& operator=(const cDescriptor&) = delete;
+    operator int() const { return fDescriptor; }
+
+private:
+    const int fDescriptor;
+};
+
+[[noreturn]] void Fail(int pErrorNumber)
+{
+    throw cHostError("cannot be read: " + SystemWords(pErrorNumber));
+}
+
+/// Bytes that the file announces; 0 for what has no size of its own.
+size_t AnnouncedSize(int pDescriptor)
+{
+    struct stat facts
+    {
+    };
+    if (::fstat(pDescriptor, &facts) != 0) Fail(errno);
+    if (S_ISDIR(facts.st_mode)) Fail(EISDIR);
+    return S_ISREG(facts.st_mode) ? static_cast<size_t>(facts.st_size) : 0;
+}
+
+/// Fills the room from pUsed on; the number of bytes, 0 at the end.
+size_t ReadSome(int pDescriptor, tBytes& pBytes, size_t pUsed)
+{
+    for (;;) {
+        const ssize_t count = ::read(pDescriptor, pBytes.data() + pUsed, pBytes.size() - pUsed);
+        if (count >= 0) return static_cast<size_t>(count);
+        if (errno != EINTR) Fail(errno);
+    }
+}
+
+} // namespace
+
+tBytes ReadFile(const std::string& pPath)
+{
+    const cDescriptor file(::open(pPath.c_str(), O_RDONLY | O_CLOEXEC));
+    if (file < 0) Fail(errno);
+    tBytes bytes(AnnouncedSize(file) + 1); // one more, so that the end shows without growing
+    size_t used = 0;
+    while (const size_t count = ReadSome(file, bytes, used)) {
+        used += count;
+        if (used == bytes.size()) bytes.resize(used + std::max(kPiece, used / 2));
+    }
+    bytes.resize(used);
+    return bytes;
+}
+
+} // namespace SelvaneHost

@@ -1,0 +1,243 @@
+#include "PictureReader.h"
+
+#include "Errors.h"
+#include "ExponentPlanes.h"
+#include "OpenExrReader.h"
+#include "ProfileMatch.h"
+#include "RadianceReader.h"
+#include "VipsObject.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace SelvaneHost
+{
+
+namespace
+{
+
+constexpr int kRowsAtOnce = 64;
+constexpr const char* kCarriedMetadata[] = {VIPS_META_EXIF_NAME, VIPS_META_XMP_NAME, VIPS_META_IPTC_NAME};
+
+using tLoader = int (*)(void* pBytes, size_t pSize, VipsImage** pImage, ...);
+
+bool BeginsWith(const tBytes& pBytes, const char* pMark, size_t pSize)
+{
+    return pBytes.size() >= pSize && std::memcmp(pBytes.data(), pMark, pSize) == 0;
+}
+
+/// The picture library's loader for the bytes; null for what the command does not read through it.
+tLoader LoaderFor(const tBytes& pBytes)
+{
+    if (BeginsWith(pBytes, "\x89PNG\r\n\x1A\n", 8)) return vips_pngload_buffer;
+    if (BeginsWith(pBytes, "\xFF\xD8\xFF", 3)) return vips_jpegload_buffer;
+    for (const char* mark : {"II*\0", "MM\0*", "II+\0", "MM\0+"}) {
+        if (BeginsWith(pBytes, mark, 4)) return vips_tiffload_buffer;
+    }
+    return nullptr;
+}
+
+[[noreturn]] void Damaged()
+{
+    throw cHostError("the picture is damaged or cut short: " + VipsWords());
+}
+
+tVipsImage Load(tLoader pLoader, const tBytes& pBytes, VipsAccess pAccess)
+{
+    VipsImage* image = nullptr;
+    // The interface asks for a plain pointer; loaders only read.
+    if (pLoader(const_cast<unsigned char*>(pBytes.data()), pBytes.size(), &image, "access", pAccess, "fail_on",
+                VIPS_FAIL_ON_ERROR, nullptr) != 0)
+        Damaged();
+    return tVipsImage(image);
+}
+
+/// The picture as its Exif data want it seen.
+tVipsImage Upright(tVipsImage pImage, tLoader pLoader, const tBytes& pBytes)
+{
+    if (vips_image_get_orientation(pImage.get()) == 1) return pImage;
+    const tVipsImage source = Load(pLoader, pBytes, VIPS_ACCESS_RANDOM); // turning needs all rows at hand
+    VipsImage* turned = nullptr;
+    if (vips_autorot(source.get(), &turned, nullptr) != 0) Damaged();
+    return tVipsImage(turned);
+}
+
+void CheckColors(VipsImage* pImage)
+{
+    const VipsInterpretation colors = vips_image_get_interpretation(pImage);
+    for (const VipsInterpretation known :
+         {VIPS_INTERPRETATION_sRGB, VIPS_INTERPRETATION_RGB, VIPS_INTERPRETATION_RGB16, VIPS_INTERPRETATION_scRGB,
+          VIPS_INTERPRETATION_B_W, VIPS_INTERPRETATION_GREY16}) {
+        if (colors == known) return;
+    }
+    if (colors == VIPS_INTERPRETATION_CMYK) throw cHostError("the picture holds CMYK colours; convert it to RGB first");
+    throw cHostError(std::string("the picture holds colours of the kind \"") +
+                     vips_enum_nick(VIPS_TYPE_INTERPRETATION, colors) + "\"; convert it to RGB first");
+}
+
+eSampleForm FormOf(VipsImage* pImage)
+{
+    switch (vips_image_get_format(pImage)) {
+    case VIPS_FORMAT_UCHAR:
+        return eSamples8;
+    case VIPS_FORMAT_USHORT:
+        return eSamples16;
+    case VIPS_FORMAT_FLOAT:
+        return eExponentPlanes;
+    default:
+        throw cHostError(std::string("the picture's samples are of the kind \"") +
+                         vips_enum_nick(VIPS_TYPE_BAND_FORMAT, vips_image_get_format(pImage)) +
+                         "\"; only 8 and 16-bit samples and 32-bit floats can be read");
+    }
+}
+
+bool IsGrey(VipsImage* pImage)
+{
+    const VipsInterpretation colors = vips_image_get_interpretation(pImage);
+    return vips_image_get_bands(pImage) < 3 || colors == VIPS_INTERPRETATION_B_W ||
+           colors == VIPS_INTERPRETATION_GREY16;
+}
+
+/// Where the three samples of a pixel are among its bands.
+struct sBands
+{
+    size_t fCount = 0; // bands in the file
+    size_t fGreen = 0;
+    size_t fBlue = 0; // red is the first
+};
+
+template <typename tSample>
+void CopyRow(const unsigned char* pFrom, unsigned char* pTo, size_t pWidth, const sBands& pBands)
+{
+    tSample sample[3];
+    for (size_t x = 0; x < pWidth; x++) {
+        const unsigned char* const pixel = pFrom + x * pBands.fCount * sizeof(tSample);
+        std::memcpy(&sample[0], pixel, sizeof(tSample));
+        std::memcpy(&sample[1], pixel + pBands.fGreen * sizeof(tSample), sizeof(tSample));
+        std::memcpy(&sample[2], pixel + pBands.fBlue * sizeof(tSample), sizeof(tSample));
+        std::memcpy(pTo + x * sizeof sample, sample, sizeof sample);
+    }
+}
+
+void CopyRow(const unsigned char* pFrom, unsigned char* pTo, const sPicture& pPicture, const sBands& pBands)
+{
+    const size_t width = static_cast<size_t>(pPicture.fWidth);
+    if (pPicture.fForm == eSamples8) return CopyRow<unsigned char>(pFrom, pTo, width, pBands);
+    if (pPicture.fForm == eSamples16) return CopyRow<uint16_t>(pFrom, pTo, width, pBands);
+    const float* const floats = reinterpret_cast<const float*>(pFrom);
+    ToExponentRow(floats, floats + pBands.fGreen, floats + pBands.fBlue, static_cast<int>(pBands.fCount),
+                  pPicture.fWidth, pTo);
+}
+
+/// Pulls the picture through the library's pipeline, some rows at a time.
+void ReadPixels(VipsImage* pImage, sPicture& pPicture)
+{
+    const bool grey = IsGrey(pImage);
+    const sBands bands{static_cast<size_t>(vips_image_get_bands(pImage)), grey ? 0U : 1U, grey ? 0U : 2U};
+    const tVipsRegion region(vips_region_new(pImage));
+    if (!region) Damaged();
+    for (int first = 0; first < pPicture.fHeight; first += kRowsAtOnce) {
+        const int count = std::min(kRowsAtOnce, pPicture.fHeight - first);
+        const VipsRect area{0, first, pPicture.fWidth, count};
+        if (vips_region_prepare(region.get(), &area) != 0) Damaged();
+        for (int y = first; y < first + count; y++) {
+            CopyRow(VIPS_REGION_ADDR(region.get(), 0, y),
+                    pPicture.fPixels.data() + RowBytes(pPicture) * static_cast<size_t>(y), pPicture, bands);
+        }
+    }
+}
+
+tBytes Block(VipsImage* pImage, const char* pName)
+{
+    const void* data = nullptr;
+    size_t size = 0;
+    if (vips_image_get_typeof(pImage, pName) == 0 || vips_image_get_blob(pImage, pName, &data, &size) != 0) {
+        vips_error_clear();
+        return {};
+    }
+    const auto* bytes = static_cast<const unsigned char*>(data);
+    return {bytes, bytes + size};
+}
+
+/// Cameras that write Adobe RGB often embed no profile and say so in Exif alone: interoperability index "R03" (Design
+/// rule for Camera File system 2.0).
+bool CameraSaysAdobeRgb(VipsImage* pImage)
+{
+    constexpr const char* kField = "exif-ifd4-InteroperabilityIndex";
+    const char* text = nullptr;
+    if (vips_image_get_typeof(pImage, kField) == 0 || vips_image_get_string(pImage, kField, &text) != 0) {
+        vips_error_clear();
+        return false;
+    }
+    return std::strncmp(text, "R03", 3) == 0;
+}
+
+void ReadColorSpace(VipsImage* pImage, sPicture& pPicture)
+{
+    const tBytes profile = Block(pImage, VIPS_META_ICC_NAME);
+    if (profile.empty()) {
+        if (CameraSaysAdobeRgb(pImage)) pPicture.fColorSpace = Vornik::eColorSpace_AdobeRGB98;
+        return;
+    }
+    if (pPicture.fForm == eExponentPlanes) return; // a profile's curves say nothing about linear floats
+    pPicture.fColorSpace = MatchProfile(profile);
+    if (!pPicture.fColorSpace)
+        pPicture.fColorSpaceWarning =
+            "its colour profile \"" + ProfileDescription(profile) + "\" is " + NoneOfTheThree();
+}
+
+void ReadMetadata(VipsImage* pImage, sPicture& pPicture)
+{
+    for (const char* name : kCarriedMetadata) {
+        tBytes block = Block(pImage, name);
+        if (!block.empty()) pPicture.fMetadata[name] = std::move(block);
+    }
+}
+
+void NoteWhatIsLeftOut(VipsImage* pImage, sPicture& pPicture)
+{
+    const int bands = vips_image_get_bands(pImage);
+    const int further = bands - (IsGrey(pImage) ? 1 : 3);
+    if (further == 1) pPicture.fWarnings.emplace_back("the alpha channel was dropped");
+    if (further > 1) pPicture.fWarnings.push_back(std::to_string(further) + " further channels were dropped");
+}
+
+sPicture ReadThroughVips(tLoader pLoader, const tBytes& pBytes)
+{
+    tVipsImage loaded = Load(pLoader, pBytes, VIPS_ACCESS_SEQUENTIAL);
+    CheckColors(loaded.get());
+    const eSampleForm form = FormOf(loaded.get());
+    sPicture picture; // refuses a size that is too large before anything is turned in memory
+    AllocatePixels(picture, vips_image_get_width(loaded.get()), vips_image_get_height(loaded.get()), form);
+    const tVipsImage image = Upright(std::move(loaded), pLoader, pBytes);
+    picture.fWidth = vips_image_get_width(image.get());
+    picture.fHeight = vips_image_get_height(image.get());
+    ReadColorSpace(image.get(), picture);
+    ReadMetadata(image.get(), picture);
+    NoteWhatIsLeftOut(image.get(), picture);
+    ReadPixels(image.get(), picture);
+    return picture;
+}
+
+void Ignore(const char*, GLogLevelFlags, const char*, void*) {}
+
+} // namespace
+
+void StartPictureLibrary()
+{
+    if (vips_init("selvane") != 0) throw cHostError("the picture library does not start: " + VipsWords());
+    vips_block_untrusted_set(TRUE);
+    vips_cache_set_max(0); // one picture a run: nothing to keep
+    g_log_set_default_handler(Ignore, nullptr);
+}
+
+sPicture ReadPicture(const tBytes& pBytes)
+{
+    if (LooksLikeRadiance(pBytes)) return ReadRadiance(pBytes);
+    if (LooksLikeOpenExr(pBytes)) return ReadOpenExr(pBytes);
+    if (const tLoader loader = LoaderFor(pBytes)) return ReadThroughVips(loader, pBytes);
+    if (pBytes.empty()) throw cHostError("the file is empty");
+    throw cHostError("not a picture of a kind that can be read (Radiance .hdr, OpenEXR, PNG, TIFF, JPEG)");
+}
+
+} // namespace SelvaneHost
