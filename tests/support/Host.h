@@ -36,9 +36,9 @@ struct sCutting
     bool fThreads = false; ///< run the slots on threads of their own instead of one after another
     unsigned fSeed = 1;    ///< for eTilesShuffled and for uneven cuts
     bool fUneven = false;  ///< cut at random places
-    std::function<void(const sDivideCall&)> fBeforeCall; ///< called before the first tile of a call
-    std::function<void()> fBeforeTile;                   ///< called before each tile, on the tile's thread
-    std::function<void()> fAfterCall;                    ///< called after the last tile of a call
+    std::function<void(const sDivideCall&)> fBeforeCall = nullptr; ///< called before the first tile of a call
+    std::function<void()> fBeforeTile = nullptr;                   ///< called before each tile, on the tile's thread
+    std::function<void()> fAfterCall = nullptr;                    ///< called after the last tile of a call
 };
 
 /// Sets the cutting for as long as the object lives, and collects the calls made meanwhile.
