@@ -340,7 +340,7 @@ TEST(Phase2, AcceptedPointsSkipTheHistogram)
 
 TEST(Phase2, TheLogLinesAreThoseOfTheNumbers)
 {
-    sHandMade hand({-1.0f, 1.0f, 0.3f, 0.1f, -0.4f}, {-0.5f, 0.25f, 0.1f, 0.2f, -0.2f});
+    sHandMade hand({0.3f, -1.0f, 1.0f, 0.1f, -0.4f}, {0.1f, -0.5f, 0.25f, 0.2f, -0.2f});
     cTmRenderer& r = *hand.fRenderer;
     r.fLogEnabled = 1;
     const std::string log = CaptureStderr([&] { hand.Run(); });
