@@ -1,0 +1,389 @@
+#include "bitmap/cBitmapXYZ32.h"
+#include "color/cColorSpace.h"
+#include "entry/Call.h"
+#include "render/cTmRenderer.h"
+#include "support/Host.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstring>
+
+using namespace Vornik;
+using namespace SelvaneTest;
+
+namespace
+{
+
+/// The XYZ picture that the entry builds, read when the first record reaches the work splitter.
+std::vector<float> XYZOf(sCall& pCall)
+{
+    std::vector<float> xyz;
+    sCutting cutting;
+    cutting.fBeforeCall = [&](const sDivideCall& pDivide) {
+        if (pDivide.fFunction != &CalcMinMaxLog_tile_threaded) return;
+        cBitmapXYZ32* bitmap = nullptr;
+        std::memcpy(&bitmap, pDivide.fRecord.data() + 16, sizeof bitmap);
+        for (int y = 0; y < bitmap->fHeight; y++)
+            xyz.insert(xyz.end(), bitmap->fData + y * (bitmap->fStride / 4),
+                       bitmap->fData + y * (bitmap->fStride / 4) + 3 * bitmap->fWidth);
+    };
+    const cHostScope host(cutting);
+    pCall.Run();
+    EXPECT_EQ(pCall.fResult, 1);
+    return xyz;
+}
+
+struct sRGB
+{
+    float fRed;
+    float fGreen;
+    float fBlue;
+};
+
+cMatrix33 ToPCS(int pSpace)
+{
+    const std::unique_ptr<cColorSpace> space(cColorSpace::FromID(static_cast<eColorSpaceID>(pSpace)));
+    return space->GetToPCSTransform();
+}
+
+void ExpectPixel(const std::vector<float>& pXYZ, size_t pPixel, int pSpace, const sRGB& pLinear)
+{
+    const cMatrix33 m = ToPCS(pSpace);
+    const auto row = [&](float pA, float pB, float pC) {
+        return std::fma(pC, pLinear.fBlue, std::fma(pA, pLinear.fRed, pB * pLinear.fGreen));
+    };
+    ASSERT_LT(3 * pPixel + 2, pXYZ.size());
+    EXPECT_EQ(pXYZ[3 * pPixel], row(m.m00, m.m01, m.m02)) << pPixel;
+    EXPECT_EQ(pXYZ[3 * pPixel + 1], row(m.m10, m.m11, m.m12)) << pPixel;
+    EXPECT_EQ(pXYZ[3 * pPixel + 2], row(m.m20, m.m21, m.m22)) << pPixel;
+}
+
+float Decoded8(int pCode, double pGamma)
+{
+    return static_cast<float>(std::pow(pCode / 256.0, pGamma));
+}
+
+float Decoded16(int pCode, double pGamma)
+{
+    return static_cast<float>(std::pow(pCode / 65536.0, pGamma));
+}
+
+TEST(Reading, EveryCodeOfEightBitsDecodesByThePlainGamma)
+{
+    for (int space = 0; space < 3; space++) {
+        sCall call(256, 1, 8, 8);
+        for (int x = 0; x < 256; x++) {
+            call.fInput[static_cast<size_t>(3 * x)] = static_cast<unsigned char>(x);
+            call.fInput[static_cast<size_t>(3 * x + 1)] = static_cast<unsigned char>(255 - x);
+            call.fInput[static_cast<size_t>(3 * x + 2)] = static_cast<unsigned char>(x ^ 85);
+        }
+        call.fColorSpace = space;
+        const std::vector<float> xyz = XYZOf(call);
+        const double gamma = space == 2 ? 1.8 : 2.2;
+        for (int x = 0; x < 256; x++)
+            ExpectPixel(xyz, static_cast<size_t>(x), space,
+                        {Decoded8(x, gamma), Decoded8(255 - x, gamma), Decoded8(x ^ 85, gamma)});
+    }
+    EXPECT_LT(Decoded8(255, 2.2), 1.0f);
+}
+
+TEST(Reading, EveryCodeOfSixteenBitsDecodesByThePlainGamma)
+{
+    sCall call(256, 256, 16, 8);
+    for (int code = 0; code < 65536; code++)
+        for (int s = 0; s < 3; s++) {
+            const auto sample = static_cast<uint16_t>(s == 1 ? 65535 - code : code);
+            std::memcpy(call.fInput.data() + 2 * (3 * code + s), &sample, 2);
+        }
+    call.fColorSpace = 2;
+    const std::vector<float> xyz = XYZOf(call);
+    for (int code = 0; code < 65536; code++)
+        ExpectPixel(xyz, static_cast<size_t>(code), 2,
+                    {Decoded16(code, 1.8), Decoded16(65535 - code, 1.8), Decoded16(code, 1.8)});
+}
+
+/// A buffer that ends where the last sample read ends, in front of a page that must not be touched.
+class cGuarded
+{
+public:
+    explicit cGuarded(size_t pSize) : fPages((pSize + 4095) / 4096 * 4096 + 4096), fSize(pSize)
+    {
+        fBlock = static_cast<unsigned char*>(
+            mmap(nullptr, fPages, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+        mprotect(fBlock + fPages - 4096, 4096, PROT_NONE);
+    }
+    ~cGuarded() { munmap(fBlock, fPages); }
+    cGuarded(const cGuarded&) = delete;
+    cGuarded& operator=(const cGuarded&) = delete;
+
+    unsigned char* Data() { return fBlock + fPages - 4096 - fSize; }
+
+private:
+    size_t fPages;
+    size_t fSize;
+    unsigned char* fBlock;
+};
+
+struct sLayout
+{
+    int fStep;
+    int fPadding; ///< samples behind the last pixel of a row
+    int fBlueFirst;
+};
+
+const sLayout kLayouts[] = {{3, 0, 0}, {3, 5, 0}, {3, 0, 1}, {3, 2, 1}, {1, 0, 0}, {1, 3, 0}, {1, 0, 1}, {4, 0, 0},
+                            {4, 3, 0}, {4, 0, 1}, {4, 1, 1}, {2, 0, 0}, {2, 1, 1}, {5, 0, 0}, {8, 3, 1}};
+
+/// inputRowSamples that makes the reader advance by the row's true length.
+int RowSamples(const sLayout& pLayout, int pWidth)
+{
+    return pWidth * pLayout.fStep + pLayout.fPadding - (pWidth * pLayout.fStep - 3 * pWidth);
+}
+
+template <class tSample>
+void ExpectLayoutRead(const sLayout& pLayout)
+{
+    const int width = 7;
+    const int height = 5;
+    const int row = width * pLayout.fStep + pLayout.fPadding;
+    const size_t samples = static_cast<size_t>(row) * (height - 1) + static_cast<size_t>(width * pLayout.fStep);
+    cGuarded input(samples * sizeof(tSample));
+    std::mt19937 random(3);
+    std::vector<tSample> values(samples);
+    for (tSample& value : values)
+        value = static_cast<tSample>(random());
+    std::memcpy(input.Data(), values.data(), samples * sizeof(tSample));
+    sCall call(width, height, 8 * static_cast<int>(sizeof(tSample)), 16);
+    call.fImage.samplesPerPixel = pLayout.fStep;
+    call.fImage.bgrOrder = pLayout.fBlueFirst;
+    call.fImage.inputRowSamples = RowSamples(pLayout, width);
+    std::vector<float> xyz;
+    {
+        sCutting cutting;
+        cutting.fBeforeCall = [&](const sDivideCall& pDivide) {
+            if (pDivide.fFunction != &CalcMinMaxLog_tile_threaded) return;
+            cBitmapXYZ32* bitmap = nullptr;
+            std::memcpy(&bitmap, pDivide.fRecord.data() + 16, sizeof bitmap);
+            for (int y = 0; y < height; y++)
+                xyz.insert(xyz.end(), bitmap->fData + y * (bitmap->fStride / 4),
+                           bitmap->fData + y * (bitmap->fStride / 4) + 21);
+        };
+        const cHostScope host(cutting);
+        call.fRun.requestType = 9;
+        CaptureStderr(
+            [&] { EXPECT_EQ(cpp_tm_selvane(&call.fImage, &call.fRun, 0, &call.fSliders, input.Data(), nullptr), 1); });
+    }
+    const int last = pLayout.fStep - 1;
+    const int red = pLayout.fBlueFirst != 0 ? last : 0;
+    const int blue = pLayout.fBlueFirst != 0 ? 0 : last;
+    const auto decode = [&](int pAt) {
+        const int code = values[static_cast<size_t>(pAt)];
+        return sizeof(tSample) == 1 ? Decoded8(code, 2.2) : Decoded16(code, 2.2);
+    };
+    for (int y = 0; y < height; y++)
+        for (int x = 0; x < width; x++) {
+            const int at = y * row + x * pLayout.fStep;
+            ExpectPixel(xyz, static_cast<size_t>(y * width + x), 0,
+                        {decode(at + red), decode(at + last / 2), decode(at + blue)});
+        }
+}
+
+TEST(Reading, AnyStepAndOrderReadsItsSamplesAndNotAByteMore)
+{
+    for (const sLayout& layout : kLayouts) {
+        SCOPED_TRACE(testing::Message() << "step " << layout.fStep << " padding " << layout.fPadding << " blue first "
+                                        << layout.fBlueFirst);
+        ExpectLayoutRead<uint8_t>(layout);
+        ExpectLayoutRead<uint16_t>(layout);
+    }
+}
+
+TEST(Reading, SixteenBitSamplesMayStandAtOddAddresses)
+{
+    sCall even(8, 4, 16, 8);
+    const std::vector<float> expected = XYZOf(even);
+    sCall odd(8, 4, 16, 8);
+    odd.fInput.insert(odd.fInput.begin(), 0);
+    odd.fRun.requestType = 0;
+    std::vector<unsigned char> output(odd.fOutput.size());
+    CaptureStderr([&] {
+        EXPECT_EQ(cpp_tm_selvane(&odd.fImage, &odd.fRun, 0, &odd.fSliders, odd.fInput.data() + 1, output.data()), 1);
+    });
+    EXPECT_EQ(output, even.fOutput);
+}
+
+TEST(Reading, ExponentPlanesAreMantissasTimesPowersOfTwo)
+{
+    // row 0: every exponent with its own mantissas; ProPhoto because its matrix has plain zeros
+    cGuarded input(256 * 4 * 2);
+    unsigned char* bytes = input.Data();
+    for (int y = 0; y < 2; y++)
+        for (int x = 0; x < 256; x++) {
+            unsigned char* row = bytes + y * 4 * 256;
+            row[x] = static_cast<unsigned char>(y == 0 ? 255 : x);
+            row[256 + x] = static_cast<unsigned char>(x * 7);
+            row[512 + x] = static_cast<unsigned char>(255 - x);
+            row[768 + x] = static_cast<unsigned char>(x);
+        }
+    sCall call(256, 2, 32, 16);
+    call.fInput.assign(bytes, bytes + 2048);
+    call.fColorSpace = 1;
+    call.fImage.samplesPerPixel = 1; // not used by the reading
+    call.fImage.inputRowSamples = -7;
+    const std::vector<float> xyz = XYZOf(call);
+    for (int y = 0; y < 2; y++)
+        for (int x = 0; x < 256; x++) {
+            const auto scale = static_cast<float>(std::ldexp(1.0, x - 136));
+            const auto channel = [&](int pPlane) {
+                return x == 0 ? 0.0f : static_cast<float>(bytes[y * 1024 + pPlane * 256 + x]) * scale;
+            };
+            ExpectPixel(xyz, static_cast<size_t>(y * 256 + x), 1, {channel(0), channel(1), channel(2)});
+        }
+    EXPECT_EQ(255.0f * static_cast<float>(std::ldexp(1.0, 136 - 136)), 255.0f);
+    EXPECT_EQ(128.0f * static_cast<float>(std::ldexp(1.0, 128 - 136)), 0.5f);
+}
+
+TEST(Reading, ExponentPlanesAreReadToTheLastByteAndNoFurther)
+{
+    for (int width : {1, 3, 17, 64}) {
+        cGuarded input(static_cast<size_t>(width) * 4 * 3);
+        std::memset(input.Data(), 130, static_cast<size_t>(width) * 4 * 3);
+        sCall call(width, 3, 32, 8);
+        CaptureStderr([&] {
+            EXPECT_EQ(cpp_tm_selvane(&call.fImage, &call.fRun, 0, &call.fSliders, input.Data(), call.fOutput.data()),
+                      1);
+        });
+    }
+}
+
+/// The finished picture, samples red first, compact.
+template <class tSample>
+std::vector<tSample> Picture(int pWidth, int pHeight)
+{
+    sCall call(pWidth, pHeight, 32, 8 * static_cast<int>(sizeof(tSample)));
+    call.Run();
+    std::vector<tSample> samples(call.fOutput.size() / sizeof(tSample));
+    std::memcpy(samples.data(), call.fOutput.data(), call.fOutput.size());
+    return samples;
+}
+
+/// The same picture written with another layout into a buffer of 0xA5 bytes.
+template <class tSample>
+std::vector<tSample> Written(int pWidth, int pHeight, int pStep, int pRowSamples, int pBlueFirst, size_t pSamples)
+{
+    sCall call(pWidth, pHeight, 32, 8 * static_cast<int>(sizeof(tSample)));
+    call.fImage.samplesPerPixel = pStep;
+    call.fImage.outputRowSamples = pRowSamples;
+    call.fImage.bgrOrder = pBlueFirst;
+    cGuarded output(pSamples * sizeof(tSample));
+    std::memset(output.Data(), 0xA5, pSamples * sizeof(tSample));
+    CaptureStderr([&] {
+        EXPECT_EQ(cpp_tm_selvane(&call.fImage, &call.fRun, 0, &call.fSliders, call.fInput.data(), output.Data()), 1);
+    });
+    std::vector<tSample> samples(pSamples);
+    std::memcpy(samples.data(), output.Data(), pSamples * sizeof(tSample));
+    return samples;
+}
+
+template <class tSample>
+class Writing : public testing::Test
+{
+};
+using tDepths = testing::Types<uint8_t, uint16_t>;
+TYPED_TEST_SUITE(Writing, tDepths);
+
+TYPED_TEST(Writing, ThreeSamplesInEitherOrderWithPaddedRows)
+{
+    using tSample = TypeParam;
+    const auto untouched = static_cast<tSample>(0xA5A5);
+    for (int width : {1, 4, 5, 8, 11}) {
+        const int height = 6;
+        const std::vector<tSample> picture = Picture<tSample>(width, height);
+        for (int padding : {0, 1, 4})
+            for (int blueFirst : {0, 1}) {
+                const int row = 3 * width + padding;
+                const std::vector<tSample> written =
+                    Written<tSample>(width, height, 3, row, blueFirst, static_cast<size_t>(row * height));
+                for (int y = 0; y < height; y++)
+                    for (int i = 0; i < 3 * width; i++) {
+                        const int source = blueFirst != 0 ? i - i % 3 + 2 - i % 3 : i;
+                        const bool compactBlock = blueFirst != 0 && width % 4 == 0;
+                        if (compactBlock && padding != 0)
+                            continue; // one block move: the rows of the host are longer than those of the picture
+                        ASSERT_EQ(written[static_cast<size_t>(y * row + i)],
+                                  picture[static_cast<size_t>(y * 3 * width + source)])
+                            << width << " " << padding << " " << blueFirst << " " << y << " " << i;
+                    }
+                if (blueFirst == 0 && padding != 0) {
+                    EXPECT_EQ(written[static_cast<size_t>(3 * width)], untouched) << "padding is the host's";
+                }
+            }
+    }
+}
+
+TYPED_TEST(Writing, BlueFirstRowsShorterThanThePictureStayUnpadded)
+{
+    using tSample = TypeParam;
+    const std::vector<tSample> full = Written<tSample>(5, 4, 3, 15, 1, 60);
+    const std::vector<tSample> narrow = Written<tSample>(5, 4, 3, 9, 1, 36);
+    for (size_t y = 0; y < 4; y++)
+        for (size_t i = 0; i < 9; i++)
+            EXPECT_EQ(narrow[9 * y + i], full[15 * y + i]);
+}
+
+TYPED_TEST(Writing, ACompactPictureIsOneBlockMoveWhateverTheRowsOfTheHost)
+{
+    using tSample = TypeParam;
+    // width 4: the picture has no padding, so 6 * 10 samples go over in one piece
+    const std::vector<tSample> full = Written<tSample>(4, 6, 3, 12, 1, 72);
+    const std::vector<tSample> moved = Written<tSample>(4, 6, 3, 10, 1, 60);
+    EXPECT_EQ(std::memcmp(moved.data(), full.data(), 60 * sizeof(tSample)), 0);
+}
+
+TYPED_TEST(Writing, RowsLongerThanTheBlockCopyWhatLiesInside)
+{
+    using tSample = TypeParam;
+    // 4 x 4 pixels: a block of 48 samples; the host asks for 4 rows of 20 in one piece
+    const std::vector<tSample> full = Written<tSample>(4, 4, 3, 12, 1, 48);
+    const std::vector<tSample> longer = Written<tSample>(4, 4, 3, 20, 1, 80);
+    EXPECT_EQ(std::memcmp(longer.data(), full.data(), 48 * sizeof(tSample)), 0);
+    for (size_t i = 48; i < 80; i++)
+        EXPECT_EQ(longer[i], static_cast<tSample>(0xA5A5)) << i;
+}
+
+TYPED_TEST(Writing, OneSampleAPixelRedFirstTakesThePicturesSamplesAsTheyStand)
+{
+    using tSample = TypeParam;
+    const std::vector<tSample> blueFirst = Written<tSample>(8, 4, 3, 24, 1, 96);
+    const std::vector<tSample> grey = Written<tSample>(8, 4, 1, 8, 0, 32);
+    for (size_t y = 0; y < 4; y++)
+        for (size_t x = 0; x < 8; x++)
+            EXPECT_EQ(grey[8 * y + x], blueFirst[24 * y + x]);
+}
+
+TYPED_TEST(Writing, FourSamplesAPixelRedFirstStrideThroughTheBlockAndStopAtItsEnd)
+{
+    using tSample = TypeParam;
+    // 4 x 4 pixels without padding: the block is rows of 12 samples, 48 in all
+    const std::vector<tSample> block = Written<tSample>(4, 4, 3, 12, 1, 48);
+    const std::vector<tSample> four = Written<tSample>(4, 4, 4, 16, 0, 64);
+    for (int y = 0; y < 4; y++)
+        for (int x = 0; x < 4; x++) {
+            const int n = 4 * x;
+            const auto expected = [&](int pSource) {
+                const int source = 12 * y + pSource;
+                return source < 48 ? block[static_cast<size_t>(source)] : static_cast<tSample>(0xA5A5);
+            };
+            const auto written = [&](int pTarget) { return four[static_cast<size_t>(16 * y + pTarget)]; };
+            EXPECT_EQ(written(n), expected(n + 3)) << y << " " << x;
+            EXPECT_EQ(written(n + 1), expected(n + 1));
+            EXPECT_EQ(written(n + 2), static_cast<tSample>(0xA5A5)) << "the third sample is never written";
+            EXPECT_EQ(written(n + 3), expected(n));
+        }
+}
+
+} // namespace
