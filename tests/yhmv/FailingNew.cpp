@@ -83,7 +83,7 @@ std::vector<void*> DeletedBy(const std::function<void()>& pCall)
     gRecording = true;
     pCall();
     gRecording = false;
-    return {gDeleted, gDeleted + gDeletedCount};
+    return std::vector<void*>(gDeleted, gDeleted + gDeletedCount);
 }
 
 } // namespace SelvaneTest

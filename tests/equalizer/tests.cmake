@@ -1,0 +1,4 @@
+selvane_test(equalizer
+  ../yhmv/FailingNew.cpp
+  cColorEqRenderer_test.cpp
+)
