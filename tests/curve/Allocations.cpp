@@ -1,0 +1,85 @@
+#include "Allocations.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace
+{
+
+thread_local int gFailing = -1;
+thread_local int gTried = 0;
+thread_local long gHeld = 0;
+
+void* Take(size_t pSize)
+{
+    if (gTried++ == gFailing) throw std::bad_alloc();
+    void* block = std::malloc(pSize != 0 ? pSize : 1);
+    if (block == nullptr) throw std::bad_alloc();
+    ++gHeld;
+    return block;
+}
+
+void GiveBack(void* pBlock)
+{
+    if (pBlock != nullptr) --gHeld;
+    std::free(pBlock);
+}
+
+} // namespace
+
+void* operator new(size_t pSize)
+{
+    return Take(pSize);
+}
+
+void* operator new[](size_t pSize)
+{
+    return Take(pSize);
+}
+
+void operator delete(void* pBlock) noexcept
+{
+    GiveBack(pBlock);
+}
+
+void operator delete[](void* pBlock) noexcept
+{
+    GiveBack(pBlock);
+}
+
+void operator delete(void* pBlock, size_t) noexcept
+{
+    GiveBack(pBlock);
+}
+
+void operator delete[](void* pBlock, size_t) noexcept
+{
+    GiveBack(pBlock);
+}
+
+namespace SelvaneTest
+{
+
+cAllocationScope::cAllocationScope(int pFailing)
+{
+    gTried = 0;
+    gHeld = 0;
+    gFailing = pFailing;
+}
+
+cAllocationScope::~cAllocationScope()
+{
+    gFailing = -1;
+}
+
+long cAllocationScope::Held() const
+{
+    return gHeld;
+}
+
+int cAllocationScope::Tried() const
+{
+    return gTried;
+}
+
+} // namespace SelvaneTest

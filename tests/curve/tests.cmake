@@ -1,0 +1,8 @@
+selvane_test(curve
+  cTransfer_test.cpp
+  SlowSpline.cpp
+  cHermiteSpline_test.cpp
+  cHermiteSpline_Tables_test.cpp
+  cHermiteSpline_Editing_test.cpp
+  cInterpolatedHermiteSpline_test.cpp
+  Allocations.cpp)
