@@ -1,0 +1,7 @@
+selvane_test(image
+  cImageUtils_test.cpp
+  cImageUtils_Arithmetic_test.cpp
+  cImageUtils_Convert_test.cpp
+  cImageUtils_Copy_test.cpp
+  cImageUtils_Statistics_test.cpp
+)
