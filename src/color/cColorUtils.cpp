@@ -163,7 +163,7 @@ float HueOf(cVector3 pColour, float pMax, float pRange)
     return ((pColour.x - pColour.y) * 60.0f) / pRange + 240.0f;
 }
 
-/// Required: below -360 the result stays negative, and so does a negative whole multiple of 360.
+/// Required: at and below -360 the result stays negative, which mostly ends in a negative sector.
 float WrapHue(float pHue)
 {
     if (pHue < 0.0f) return pHue + (1.0f - std::floor(pHue * -kTurnsPerDegree)) * 360.0f;

@@ -56,7 +56,7 @@ public:
     /// Clamps R, G and B to [0, 1] first. H is in [0, 360), and 0 for grey.
     static void RGBToHSB(float pR, float pG, float pB, float& pH, float& pS, float& pV);
     static cVector3 RGBToHSB(cVector3 pRGB);
-    /// Takes any H, and clamps S and V to [0, 1]. A negative whole multiple of 360 yields black.
+    /// Takes any H, and clamps S and V to [0, 1]. A hue of -360 yields black, and so do most below it.
     static void HSBToRGB(float pH, float pS, float pV, float& pR, float& pG, float& pB);
     static cVector3 HSBToRGB(cVector3 pHSB);
 
