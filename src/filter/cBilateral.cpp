@@ -82,17 +82,23 @@ static_assert(offsetof(sInterpolateRecord, fOutput) == 64);
 
 // ---- Cells ---------------------------------------------------------------------------------------------------------
 
-/// The cell whose centre is nearest: where a sample is added.
-SELVANE_INLINE int NearestCell(float pPlace, float pCellsPerPlace)
+/// Where a sample is added: truncated, the cell whose centre is nearest.
+SELVANE_INLINE float AddedAt(float pPlace, float pCellsPerPlace)
 {
-    return TruncateToInt32(std::fma(pPlace, pCellsPerPlace, static_cast<float>(kMargin) + 0.5f));
+    return std::fma(pPlace, pCellsPerPlace, static_cast<float>(kMargin) + 0.5f);
+}
+
+/// Truncates a place that is known to lie in the grid; NaN gives 0. Cheaper than to saturate.
+SELVANE_INLINE int CellIn(float pAt)
+{
+    return static_cast<int>(std::fabs(pAt) < 0x1p31f ? pAt : 0.0f);
 }
 
 /// Whether a value has a cell outside the grid: the one it is added to or one of the two it is read back from.
 SELVANE_INLINE bool LeavesGrid(float pSample, sScale pScale, int pNz)
 {
     const float value = pSample - pScale.fRangeMin;
-    const int added = NearestCell(value, pScale.fCellsPerUnit);
+    const int added = TruncateToInt32(AddedAt(value, pScale.fCellsPerUnit));
     const int read = TruncateToInt32(std::fma(value, pScale.fCellsPerUnit, static_cast<float>(kMargin)));
     return added < 0 || added >= pNz || read < 0 || read >= pNz - 1;
 }
@@ -223,7 +229,7 @@ sSpan RowSpan(int pWidth, float pSpaceSampling, bool pWrapX)
 
 int CellAt(int64_t pPlace, sScale pScale)
 {
-    return NearestCell(static_cast<float>(pPlace), pScale.fCellsPerPixel);
+    return CellIn(AddedAt(static_cast<float>(pPlace), pScale.fCellsPerPixel));
 }
 
 /// Cuts a span into lanes of similar length that have no cell in common: between two lanes the cell in x changes, and
@@ -257,8 +263,8 @@ SELVANE_CLONES void FillStrip(const float* pSamples, int pPlace, int pCount, sSc
 {
     for (int i = 0; i < pCount; i++) {
         const float value = pSamples[i] - pScale.fRangeMin;
-        const int cellX = NearestCell(static_cast<float>(pPlace + i), pScale.fCellsPerPixel);
-        const int cellZ = NearestCell(value, pScale.fCellsPerUnit);
+        const int cellX = CellIn(AddedAt(static_cast<float>(pPlace + i), pScale.fCellsPerPixel));
+        const int cellZ = CellIn(AddedAt(value, pScale.fCellsPerUnit));
         pStrip->fCell[i] = cellZ * pLayerCells + pRowCell + cellX;
         pStrip->fValue[i] = value;
     }
@@ -323,7 +329,7 @@ private:
             const int64_t inRow = PlaceInRow(place);
             if (pRow == 0 && inRow < 0) continue; // before the plane
             const float value = fSamples.Row(pRow)[inRow] - fScale.fRangeMin;
-            const int64_t layer = int64_t{NearestCell(value, fScale.fCellsPerUnit)} * fShape.fNx * fShape.fNy;
+            const int64_t layer = int64_t{CellIn(AddedAt(value, fScale.fCellsPerUnit))} * fShape.fNx * fShape.fNy;
             AddToCell(fGrid, layer + RowCell(pRow) + CellAt(place, fScale), value);
         }
     }
@@ -449,15 +455,15 @@ struct sBetween
 SELVANE_INLINE sBetween Between(float pPlace, float pCellsPerPlace, float pMargin)
 {
     const float at = std::fma(pPlace, pCellsPerPlace, pMargin);
-    const int cell = TruncateToInt32(at);
+    const int cell = CellIn(at);
     return {cell, static_cast<float>(cell) + 1.0f - at, at - static_cast<float>(cell)};
 }
 
-/// The same for a row. Its lower weight is rounded in another order than those of a pixel.
+/// The same in y. Required: the lower weight is rounded in another order than in x and in value.
 SELVANE_INLINE sBetween BetweenRows(float pPlace, float pCellsPerPlace, float pMargin)
 {
     const float at = std::fma(pPlace, pCellsPerPlace, pMargin);
-    const int cell = TruncateToInt32(at);
+    const int cell = CellIn(at);
     return {cell, static_cast<float>(cell) + (1.0f - at), at - static_cast<float>(cell)};
 }
 
@@ -466,60 +472,93 @@ SELVANE_INLINE float Mix(float pNear, float pLower, float pFar, float pUpper)
     return std::fma(pNear, pLower, pFar * pUpper);
 }
 
-/// The grid as the slicing step sees it.
-struct sGridView
+/// The grid as a row of pixels sees it.
+struct sGridRow
 {
-    const float* fCells;
-    int fNx;
-    int fNy;
-    int fMargin;
+    const float* fCells; ///< of the lower row of cells, in layer 0
+    ptrdiff_t fStepY;    ///< floats to the next row of cells
+    ptrdiff_t fStepZ;    ///< floats to the next layer
+    float fMargin;
+    float fNearY;
+    float fFarY;
 };
 
-/// One row: cells and weights of a strip, then the eight corners of each pixel, then the interpolation.
-SELVANE_CLONES void SliceRow(sGridView pGrid, sScale pScale, int pRow, int pWidth, const float* pInput, float* pOutput)
+/// Pixels of a row on their way from place to value.
+struct sSliceStrip
 {
-    const auto margin = static_cast<float>(pGrid.fMargin);
-    const sBetween y = BetweenRows(static_cast<float>(pRow), pScale.fCellsPerPixel, margin);
-    const uint32_t nx = static_cast<uint32_t>(pGrid.fNx);
-    const uint32_t layer = nx * static_cast<uint32_t>(pGrid.fNy);
-    const uint32_t rowCell = static_cast<uint32_t>(y.fCell) * nx;
-    const ptrdiff_t stepY = 2 * ptrdiff_t{pGrid.fNx};
-    const ptrdiff_t stepZ = stepY * pGrid.fNy;
-    for (int begin = 0; begin < pWidth; begin += kSliceStrip) {
+    int32_t fCell[kSliceStrip]; ///< number of the lower cell in x and value
+    float fNearX[kSliceStrip], fFarX[kSliceStrip];
+    float fNearZ[kSliceStrip], fFarZ[kSliceStrip];
+    float fLower[kSliceStrip][4]; ///< lower layer: two cells of the lower row, two of the upper row
+    float fUpper[kSliceStrip][4]; ///< upper layer
+};
+
+SELVANE_INLINE void Locate(const sGridRow& pGrid, sScale pScale, const float* pInput, int pPlace, int pCount,
+                           sSliceStrip& pStrip)
+{
+    const auto layer = static_cast<uint32_t>(pGrid.fStepZ / 2);
+    for (int i = 0; i < pCount; i++) {
+        const sBetween x = Between(static_cast<float>(pPlace + i), pScale.fCellsPerPixel, pGrid.fMargin);
+        const sBetween z = Between(pInput[i] - pScale.fRangeMin, pScale.fCellsPerUnit, pGrid.fMargin);
+        pStrip.fCell[i] = static_cast<int32_t>(static_cast<uint32_t>(z.fCell) * layer + static_cast<uint32_t>(x.fCell));
+        pStrip.fNearX[i] = x.fNear;
+        pStrip.fFarX[i] = x.fFar;
+        pStrip.fNearZ[i] = z.fNear;
+        pStrip.fFarZ[i] = z.fFar;
+    }
+}
+
+/// The value floats of two neighbours in x at pAt, and of the two above them in y.
+SELVANE_INLINE void FetchValues(const float* pAt, ptrdiff_t pStepY, float* pValues)
+{
+    using tTwoCells = float __attribute__((vector_size(16)));
+    tTwoCells lower, upper;
+    std::memcpy(&lower, pAt, sizeof lower);
+    std::memcpy(&upper, pAt + pStepY, sizeof upper);
+    const tTwoCells values = __builtin_shufflevector(lower, upper, 0, 2, 4, 6);
+    std::memcpy(pValues, &values, sizeof values);
+}
+
+SELVANE_INLINE void Fetch(const sGridRow& pGrid, int pCount, sSliceStrip& pStrip)
+{
+    for (int i = 0; i < pCount; i++) {
+        const float* at = pGrid.fCells + 2 * ptrdiff_t{pStrip.fCell[i]};
+        FetchValues(at, pGrid.fStepY, pStrip.fLower[i]);
+        FetchValues(at + pGrid.fStepZ, pGrid.fStepY, pStrip.fUpper[i]);
+    }
+}
+
+/// From the four values of a layer to one.
+SELVANE_INLINE float MixLayer(const float* pValues, float pNearX, float pFarX, float pNearY, float pFarY)
+{
+    return Mix(pNearY, Mix(pNearX, pValues[0], pFarX, pValues[1]), pFarY, Mix(pNearX, pValues[2], pFarX, pValues[3]));
+}
+
+SELVANE_INLINE void Interpolate(const sGridRow& pGrid, float pRangeMin, int pCount, const sSliceStrip& pStrip,
+                                float* pOutput)
+{
+    float values[kSliceStrip];
+    for (int i = 0; i < pCount; i++) {
+        const float nearX = pStrip.fNearX[i];
+        const float farX = pStrip.fFarX[i];
+        const float lower = MixLayer(pStrip.fLower[i], nearX, farX, pGrid.fNearY, pGrid.fFarY);
+        const float upper = MixLayer(pStrip.fUpper[i], nearX, farX, pGrid.fNearY, pGrid.fFarY);
+        values[i] = std::fma(pStrip.fFarZ[i], upper, std::fma(pStrip.fNearZ[i], lower, pRangeMin));
+    }
+    std::memcpy(pOutput, values, static_cast<size_t>(pCount) * sizeof(float));
+}
+
+/// One row, by strips: cells and weights, then the eight values around each pixel, then the interpolation. Table
+/// look-ups would keep the other two loops from being vectorised.
+SELVANE_CLONES void SliceRow(const sGridRow& pGrid, sScale pScale, int pWidth, const float* pInput, float* pOutput)
+{
+    sSliceStrip strip;
+    for (int begin = 0; begin < pWidth;) {
         const int count = std::min(pWidth - begin, kSliceStrip);
-        int32_t cell[kSliceStrip];
-        float nearX[kSliceStrip], farX[kSliceStrip], nearZ[kSliceStrip], farZ[kSliceStrip];
-        for (int i = 0; i < count; i++) {
-            const sBetween x = Between(static_cast<float>(begin + i), pScale.fCellsPerPixel, margin);
-            const sBetween z = Between(pInput[begin + i] - pScale.fRangeMin, pScale.fCellsPerUnit, margin);
-            cell[i] =
-                static_cast<int32_t>(static_cast<uint32_t>(z.fCell) * layer + rowCell + static_cast<uint32_t>(x.fCell));
-            nearX[i] = x.fNear;
-            farX[i] = x.fFar;
-            nearZ[i] = z.fNear;
-            farZ[i] = z.fFar;
-        }
-        float corner[8][kSliceStrip]; // x in bit 0, y in bit 1, z in bit 2
-        for (int i = 0; i < count; i++) {
-            const float* at = pGrid.fCells + 2 * ptrdiff_t{cell[i]};
-            corner[0][i] = at[0];
-            corner[1][i] = at[2];
-            corner[2][i] = at[stepY];
-            corner[3][i] = at[stepY + 2];
-            corner[4][i] = at[stepZ];
-            corner[5][i] = at[stepZ + 2];
-            corner[6][i] = at[stepZ + stepY];
-            corner[7][i] = at[stepZ + stepY + 2];
-        }
-        float mixed[kSliceStrip];
-        for (int i = 0; i < count; i++) {
-            const float lower = Mix(y.fNear, Mix(nearX[i], corner[0][i], farX[i], corner[1][i]), y.fFar,
-                                    Mix(nearX[i], corner[2][i], farX[i], corner[3][i]));
-            const float upper = Mix(y.fNear, Mix(nearX[i], corner[4][i], farX[i], corner[5][i]), y.fFar,
-                                    Mix(nearX[i], corner[6][i], farX[i], corner[7][i]));
-            mixed[i] = std::fma(farZ[i], upper, std::fma(nearZ[i], lower, pScale.fRangeMin));
-        }
-        std::memcpy(pOutput + begin, mixed, static_cast<size_t>(count) * sizeof(float));
+        Locate(pGrid, pScale, pInput + begin, begin, count, strip);
+        Fetch(pGrid, count, strip);
+        Interpolate(pGrid, pScale.fRangeMin, count, strip, pOutput + begin);
+        begin += count;
     }
 }
 
@@ -535,10 +574,13 @@ void Filter_Fast_Interpolate_tile(int /*pSlot*/, int pStart, int pEnd, int pWidt
                                   float* pInput, float* pOutput)
 {
     const sScale scale{1.0f / pSpaceSampling, 1.0f / pRangeSampling, pRangeMin};
-    const sGridView grid{pGrid, pNx, pNy, pMargin};
+    const auto margin = static_cast<float>(pMargin);
+    const ptrdiff_t stepY = 2 * ptrdiff_t{pNx};
     for (int row = pStart; row < pEnd; row++) {
         const ptrdiff_t offset = static_cast<ptrdiff_t>(row) * pWidth;
-        SliceRow(grid, scale, row, pWidth, pInput + offset, pOutput + offset);
+        const sBetween y = BetweenRows(static_cast<float>(row), scale.fCellsPerPixel, margin);
+        const sGridRow grid{pGrid + y.fCell * stepY, stepY, stepY * pNy, margin, y.fNear, y.fFar};
+        SliceRow(grid, scale, pWidth, pInput + offset, pOutput + offset);
     }
 }
 
