@@ -1,0 +1,32 @@
+# What an install carries: the library with its link, the public headers under include/selvane/, a CMake package, a
+# pkg-config file, and the command with its manual page. All paths are relative, so that an install can be moved.
+
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+install(TARGETS Selvane EXPORT SelvaneTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/selvane
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/selvane)
+install(EXPORT SelvaneTargets NAMESPACE Selvane:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Selvane)
+
+configure_package_config_file(cmake/SelvaneConfig.cmake.in ${PROJECT_BINARY_DIR}/SelvaneConfig.cmake
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Selvane)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/SelvaneConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/SelvaneConfig.cmake ${PROJECT_BINARY_DIR}/SelvaneConfigVersion.cmake
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Selvane)
+
+file(RELATIVE_PATH SELVANE_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+string(REGEX REPLACE "/$" "" SELVANE_PC_TO_PREFIX "${SELVANE_PC_TO_PREFIX}")
+configure_file(cmake/selvane.pc.in ${PROJECT_BINARY_DIR}/selvane.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/selvane.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+
+if(TARGET selvane)
+  file(RELATIVE_PATH SELVANE_BIN_TO_LIB /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+  set_target_properties(selvane PROPERTIES INSTALL_RPATH "$ORIGIN/${SELVANE_BIN_TO_LIB}")
+  install(TARGETS selvane RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  configure_file(host/selvane.1.in ${PROJECT_BINARY_DIR}/selvane.1 @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/selvane.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+endif()
