@@ -1,0 +1,8 @@
+selvane_test(filter
+  cBilateral_test.cpp
+  cBilateral_Blur_test.cpp
+  cBilateral_Ref_test.cpp
+  DivideWork_test.cpp
+  ArrayLog.cpp
+  DirectFilters.cpp
+)
