@@ -1,6 +1,8 @@
 #include "Allocations.h"
 
 #include <cstdlib>
+#include <cstring>
+#include <malloc.h>
 #include <new>
 
 namespace
@@ -21,7 +23,10 @@ void* Take(size_t pSize)
 
 void GiveBack(void* pBlock)
 {
-    if (pBlock != nullptr) --gHeld;
+    if (pBlock == nullptr) return;
+    --gHeld;
+    std::memset(pBlock, 0xDD, malloc_usable_size(pBlock)); // who reads it later shall notice
+    asm volatile("" : : "r"(pBlock) : "memory");           // and no compiler shall drop a store before free
     std::free(pBlock);
 }
 

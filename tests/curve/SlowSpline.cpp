@@ -48,23 +48,6 @@ float Cubic(float pA, float pB, float pC, float pD, float pT)
     return Sum(Product(Sum(Product(Sum(Product(pA, pT), pB), pT), pC), pT), pD);
 }
 
-/// The polynomial of one coordinate, with the terms in the order of the tables.
-float TablePolynomial(bool pStraight, float p0, float p1, float m0, float m1, float pT)
-{
-    if (pStraight) return Cubic(0.0f, 0.0f, Difference(p1, p0), p0, pT);
-    const float a = Sum(Sum(m0, m1), Product(2.0f, Difference(p0, p1)));
-    const float b = Difference(Difference(Difference(Product(3.0f, p1), Product(3.0f, p0)), m1), Product(2.0f, m0));
-    return Cubic(a, b, m0, p0, pT);
-}
-
-/// The same with the terms in the order of the search for a new point.
-float SearchPolynomial(float p0, float p1, float m0, float m1, float pT)
-{
-    const float a = Sum(Sum(Product(2.0f, Difference(p0, p1)), m0), m1);
-    const float b = Difference(Difference(Difference(Product(3.0f, p1), m1), Product(3.0f, p0)), Product(2.0f, m0));
-    return Cubic(a, b, m0, p0, pT);
-}
-
 cVector2 Mix(cVector2 pFirst, cVector2 pSecond, float pT)
 {
     const float u = Difference(1.0f, pT);
@@ -107,6 +90,21 @@ float Product(float pLeft, float pRight)
 float Quotient(float pLeft, float pRight)
 {
     return Rounded(static_cast<double>(pLeft) / static_cast<double>(pRight));
+}
+
+float TablePolynomial(bool pStraight, float p0, float p1, float m0, float m1, float pT)
+{
+    if (pStraight) return Cubic(0.0f, 0.0f, Difference(p1, p0), p0, pT);
+    const float a = Sum(Sum(m0, m1), Product(2.0f, Difference(p0, p1)));
+    const float b = Difference(Difference(Difference(Product(3.0f, p1), Product(3.0f, p0)), m1), Product(2.0f, m0));
+    return Cubic(a, b, m0, p0, pT);
+}
+
+float SearchPolynomial(float p0, float p1, float m0, float m1, float pT)
+{
+    const float a = Sum(Sum(Product(2.0f, Difference(p0, p1)), m0), m1);
+    const float b = Difference(Difference(Difference(Product(3.0f, p1), m1), Product(3.0f, p0)), Product(2.0f, m0));
+    return Cubic(a, b, m0, p0, pT);
 }
 
 std::vector<sControlPoint> SortedByMerging(const std::vector<sControlPoint>& pPoints)

@@ -18,6 +18,11 @@ float Difference(float pLeft, float pRight);
 float Product(float pLeft, float pRight);
 float Quotient(float pLeft, float pRight);
 
+/// The abscissa of a segment at a parameter, with the terms in the order in which the place of a new point is searched,
+/// and in the order of the tables: two results that may differ in their last bits.
+float SearchPolynomial(float p0, float p1, float m0, float m1, float pT);
+float TablePolynomial(bool pStraight, float p0, float p1, float m0, float m1, float pT);
+
 /// A curve with its four tables. The tables start out as 0 and keep what an update does not write.
 struct sSlowSpline
 {

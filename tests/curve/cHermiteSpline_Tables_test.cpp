@@ -104,6 +104,28 @@ TEST_P(cCurveKind, AddedPointsEqualTheSlowTwin)
     }
 }
 
+TEST(cHermiteSpline_Tables, SearchForANewPointAddsItsTermsInItsOwnOrder)
+{
+    cRandomCurves random(31);
+    cHermiteSpline curve;
+    sSlowSpline twin;
+    twin.fMode = eSplineManualTangents;
+    int guarded = 0;
+    for (int i = 0; i < 20000; ++i) {
+        twin.fPoints = random.Records(eTame, 2);
+        twin.Update();
+        curve.SetControlPoints(twin.fMode, 2, twin.fPoints.data());
+        const float x0 = twin.fPoints[0].fPoint.x, x1 = twin.fPoints[1].fPoint.x;
+        const float m0 = twin.fPoints[0].fNextTangent.x, m1 = twin.fPoints[1].fPreviousTangent.x;
+        const float t = Product(static_cast<float>(random.Whole(1, 299)), 0.0033333334f);
+        const float x = SearchPolynomial(x0, x1, m0, m1, t); // met exactly, if the last bit is right
+        guarded += TablePolynomial(false, x0, x1, m0, m1, t) < x;
+        ASSERT_EQ(curve.AddPoint(x, 0.0f), twin.Add(cVector2(x, 0.0f)));
+        ASSERT_TRUE(SamePoints(curve, twin.fPoints)) << i;
+    }
+    EXPECT_GT(guarded, 1000) << "the places would not notice the other order";
+}
+
 INSTANTIATE_TEST_SUITE_P(AllKinds, cCurveKind, ::testing::Range(0, static_cast<int>(eCurveKinds)));
 
 TEST(cHermiteSpline_Tables, ConstructedCurvesEqualTheSlowTwin)

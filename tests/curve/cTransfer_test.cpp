@@ -317,6 +317,17 @@ TEST(cTransfer_Table, CloneRefusesACountThatDoesNotFit)
     table.fTableSize = 4;
 }
 
+TEST(cTransfer_Table, DestructorFreesTheTable)
+{
+    const cAllocationScope allocations;
+    {
+        unsigned short samples[] = {1, 2, 3};
+        const cTransfer_Table table(samples, 3);
+        EXPECT_EQ(allocations.Held(), 1);
+    }
+    EXPECT_EQ(allocations.Held(), 0);
+}
+
 TEST(cTransfer_Table, CloneWithoutMemoryLosesNothing)
 {
     std::mt19937 random(3);
