@@ -538,6 +538,15 @@ TEST(cColorUtils, NegativeHuesBeyondOneTurnStayNegative)
     EXPECT_NE(RGBAtHue(-359.0f), black);
 }
 
+TEST(cColorUtils, TurnsAreCountedWithTheReciprocalOf360)
+{
+    // Just below five turns the product with the rounded-up reciprocal already counts five; a division would count
+    // four. What is left is negative, in sector -1.
+    const tThreeBits black = {0, 0, 0};
+    EXPECT_EQ(RGBAtHue(FromBits(0x44E0FFFF)), black); // 1799.99988
+    EXPECT_EQ(RGBAtHue(FromBits(0x454A7FFF)), black); // 3239.99976
+}
+
 TEST(cColorUtils, HuesBeyondEveryIntegerSaturate)
 {
     const float hues[] = {3e11f, -3e11f, 1e30f, -1e30f, 3e38f, -3e38f, kInfinity, -kInfinity, kNaN};
