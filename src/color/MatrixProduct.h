@@ -15,9 +15,9 @@ namespace Vornik
 /// A column vector in double precision.
 struct sVectorD3
 {
-    double x;
-    double y;
-    double z;
+    double x; ///< first number
+    double y; ///< second number
+    double z; ///< third number
 };
 
 /// pLeft * pRight: the transform that applies pRight first.
@@ -46,21 +46,25 @@ SELVANE_INLINE tVector MultiplyColumn(const tMatrix& pMatrix, tNumber pX, tNumbe
     };
 }
 
+/// pLeft * pRight in single precision.
 SELVANE_INLINE cMatrix33 Multiply(const cMatrix33& pLeft, const cMatrix33& pRight)
 {
     return MultiplyRows(pLeft, pRight);
 }
 
+/// pLeft * pRight in double precision.
 SELVANE_INLINE cMatrixD33 Multiply(const cMatrixD33& pLeft, const cMatrixD33& pRight)
 {
     return MultiplyRows(pLeft, pRight);
 }
 
+/// pMatrix * pVector in single precision.
 SELVANE_INLINE cVector3 Multiply(const cMatrix33& pMatrix, cVector3 pVector)
 {
     return MultiplyColumn<cVector3>(pMatrix, pVector.x, pVector.y, pVector.z);
 }
 
+/// pMatrix * pVector in double precision.
 SELVANE_INLINE sVectorD3 Multiply(const cMatrixD33& pMatrix, sVectorD3 pVector)
 {
     return MultiplyColumn<sVectorD3>(pMatrix, pVector.x, pVector.y, pVector.z);

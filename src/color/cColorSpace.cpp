@@ -56,7 +56,7 @@ cMatrixD33 InverseOf(const cMatrixD33& pMatrix)
 }
 
 /// The transform of XYZ that sends one white to another: cone responses, their ratios, and back.
-cMatrixD33 AdaptWhite(sVectorD3 pFrom, sVectorD3 pTo)
+cMatrixD33 AdaptWhite(const sVectorD3& pFrom, const sVectorD3& pTo)
 {
     const cMatrixD33& b = kBradford;
     const cMatrixD33 back = InverseOf(b);
@@ -68,7 +68,7 @@ cMatrixD33 AdaptWhite(sVectorD3 pFrom, sVectorD3 pTo)
     return Multiply(back, scaled);
 }
 
-cVector3 Narrow(sVectorD3 pVector)
+cVector3 Narrow(const sVectorD3& pVector)
 {
     return {static_cast<float>(pVector.x), static_cast<float>(pVector.y), static_cast<float>(pVector.z)};
 }

@@ -81,21 +81,25 @@ public:
     /// float forms widen their arguments, call them and narrow the nine results.
     static cMatrixD33 RGBToXYZTransform(double pRx, double pRy, double pGx, double pGy, double pBx, double pBy,
                                         double pWx, double pWy);
+    /// The double form, narrowed.
     static cMatrix33 RGBToXYZTransform(float pRx, float pRy, float pGx, float pGy, float pBx, float pBy, float pWx,
                                        float pWy);
     /// Linear RGB to PCS, adapted from the given white to D50 by the Bradford transform (ICC.1:2022, annex E).
     static cMatrixD33 RGBToPCSTransform(double pRx, double pRy, double pGx, double pGy, double pBx, double pBy,
                                         double pWx, double pWy);
+    /// The double form, narrowed.
     static cMatrix33 RGBToPCSTransform(float pRx, float pRy, float pGx, float pGy, float pBx, float pBy, float pWx,
                                        float pWy);
     /// XYZ under the given white to linear RGB: the inverse of RGBToXYZTransform.
     static cMatrixD33 XYZToRGBTransform(double pRx, double pRy, double pGx, double pGy, double pBx, double pBy,
                                         double pWx, double pWy);
+    /// The double form, narrowed.
     static cMatrix33 XYZToRGBTransform(float pRx, float pRy, float pGx, float pGy, float pBx, float pBy, float pWx,
                                        float pWy);
     /// PCS to linear RGB: the inverse of RGBToPCSTransform.
     static cMatrixD33 PCSToRGBTransform(double pRx, double pRy, double pGx, double pGy, double pBx, double pBy,
                                         double pWx, double pWy);
+    /// The double form, narrowed.
     static cMatrix33 PCSToRGBTransform(float pRx, float pRy, float pGx, float pGy, float pBx, float pBy, float pWx,
                                        float pWy);
 };
@@ -155,8 +159,11 @@ public:
     /// From the content of a matrix-shaper ICC profile.
     /// \param pRGBToPCS        its columns are the PCS values of the primaries, the profile's rXYZ, gXYZ and bXYZ
     /// \param pMediaWhite      XYZ of the media white, the profile's wtpt
-    /// \param pToLinearTable   pToLinearCount 16-bit samples of the decoding curve, evenly spaced over [0, 1]; copied
-    /// \param pFromLinearTable pFromLinearCount samples of the encoding curve; copied
+    /// \param pToLinearTable   16-bit samples of the decoding curve, evenly spaced over [0, 1]; copied
+    /// \param pToLinearCount   number of these samples, at least 2
+    /// \param pFromLinearTable 16-bit samples of the encoding curve; copied
+    /// \param pFromLinearCount number of these samples, at least 2
+    ///
     /// Throws what the constructor of cTransfer_Table throws: cArgumentNullException for a null table,
     /// cArgumentException for fewer than two samples.
     cColorSpace_GenericRGB(cMatrix33 pRGBToPCS, cVector3 pMediaWhite, unsigned short* pToLinearTable,

@@ -20,13 +20,19 @@ class SELVANE_API cColorUtils
 public:
     // Chromaticity. Note the order of xyYToXYZ: the luminance comes first.
 
+    /// Luminance and chromaticity to XYZ.
     static void xyYToXYZ(float pLuminance, float pChromaX, float pChromaY, float& pX, float& pY, float& pZ);
     /// With a luminance of 1.
     static void xyToXYZ(float pChromaX, float pChromaY, float& pX, float& pY, float& pZ);
+    /// The same, packed.
     static cVector3 xyToXYZ(cVector2 pChroma);
+    /// XYZ to the three chromaticity coordinates, which sum to 1.
     static void XYZToxyz(float pX, float pY, float pZ, float& pChromaX, float& pChromaY, float& pChromaZ);
+    /// XYZ to chromaticity and luminance.
     static void XYZToxyY(float pX, float pY, float pZ, float& pChromaX, float& pChromaY, float& pLuminance);
+    /// XYZ to chromaticity.
     static void XYZToxy(float pX, float pY, float pZ, float& pChromaX, float& pChromaY);
+    /// The same, packed.
     static cVector2 XYZToxy(cVector3 pXYZ);
 
     // Through a colour space. RGB is linear.
@@ -41,6 +47,7 @@ public:
                               float& pB);
     /// To XYZ under the space's own white.
     static void RGBLinearToXYZ(cColorSpace* pColorSpace, float pR, float pG, float pB, float& pX, float& pY, float& pZ);
+    /// To the chromaticity under the space's own white.
     static void RGBLinearToxy(cColorSpace* pColorSpace, float pR, float pG, float pB, float& pChromaX, float& pChromaY);
     /// To XYZ under D50.
     static void RGBLinearToPCS(cColorSpace* pColorSpace, float pR, float pG, float pB, float& pX, float& pY, float& pZ);
@@ -55,30 +62,45 @@ public:
 
     /// Clamps R, G and B to [0, 1] first. H is in [0, 360), and 0 for grey.
     static void RGBToHSB(float pR, float pG, float pB, float& pH, float& pS, float& pV);
+    /// The same, packed.
     static cVector3 RGBToHSB(cVector3 pRGB);
     /// Takes any H, and clamps S and V to [0, 1]. A hue of -360 yields black, and so do most below it.
     static void HSBToRGB(float pH, float pS, float pV, float& pR, float& pG, float& pB);
+    /// The same, packed.
     static cVector3 HSBToRGB(cVector3 pHSB);
 
     // Transfer curves of fixed spaces, the same for the three components.
 
+    /// Decodes sRGB; a negative value stays on the straight part of the curve.
     static void sRGBToLinear(float pR, float pG, float pB, float& pToR, float& pToG, float& pToB);
+    /// Encodes sRGB; a negative value stays on the straight part of the curve.
     static void sRGBFromLinear(float pR, float pG, float pB, float& pToR, float& pToG, float& pToB);
+    /// To the power 1.8; NaN for a negative value.
     static void ProPhotoToLinear(float pR, float pG, float pB, float& pToR, float& pToG, float& pToB);
+    /// To the power 0.5555556; NaN for a negative value.
     static void ProPhotoFromLinear(float pR, float pG, float pB, float& pToR, float& pToG, float& pToB);
 
     // Between fixed spaces and to and from XYZ under D50. RGB is encoded.
 
+    /// Encoded sRGB to encoded ProPhoto RGB.
     static void sRGBToProPhoto(float pR, float pG, float pB, float& pToR, float& pToG, float& pToB);
-    /// Clamps linear sRGB to [0, 1]; the only one of the six that clamps.
+    /// Encoded ProPhoto RGB to encoded sRGB. Clamps linear sRGB to [0, 1]; the only one of the six that clamps.
     static void ProPhotoTosRGB(float pR, float pG, float pB, float& pToR, float& pToG, float& pToB);
+    /// Encoded sRGB to XYZ under D50.
     static void sRGBToPCS(float pR, float pG, float pB, float& pX, float& pY, float& pZ);
+    /// The same, packed.
     static cVector3 sRGBToPCS(cVector3 pRGB);
+    /// XYZ under D50 to encoded sRGB.
     static void sRGBFromPCS(float pX, float pY, float pZ, float& pR, float& pG, float& pB);
+    /// The same, packed.
     static cVector3 sRGBFromPCS(cVector3 pXYZ);
+    /// Encoded ProPhoto RGB to XYZ under D50.
     static void ProPhotoToPCS(float pR, float pG, float pB, float& pX, float& pY, float& pZ);
+    /// The same, packed.
     static cVector3 ProPhotoToPCS(cVector3 pRGB);
+    /// XYZ under D50 to encoded ProPhoto RGB.
     static void ProPhotoFromPCS(float pX, float pY, float pZ, float& pR, float& pG, float& pB);
+    /// The same, packed.
     static cVector3 ProPhotoFromPCS(cVector3 pXYZ);
 };
 

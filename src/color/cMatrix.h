@@ -14,9 +14,9 @@ namespace Vornik
 class SELVANE_API cMatrix33
 {
 public:
-    float m00, m01, m02;
-    float m10, m11, m12;
-    float m20, m21, m22;
+    float m00, m01, m02; ///< row 0
+    float m10, m11, m12; ///< row 1
+    float m20, m21, m22; ///< row 2
 
     /// Inverts by the adjugate, with one division. Returns false, with pResult untouched, when the determinant equals
     /// 0.0 exactly; there is no tolerance, and a determinant of NaN counts as invertible. pResult may be this matrix

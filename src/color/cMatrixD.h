@@ -14,9 +14,9 @@ namespace Vornik
 class SELVANE_API cMatrixD33
 {
 public:
-    double m00, m01, m02;
-    double m10, m11, m12;
-    double m20, m21, m22;
+    double m00, m01, m02; ///< row 0
+    double m10, m11, m12; ///< row 1
+    double m20, m21, m22; ///< row 2
 
     /// Inverts by the adjugate, with one division. Returns false, with pResult untouched, when the determinant equals
     /// 0.0 exactly; there is no tolerance, and a determinant of NaN counts as invertible. pResult may be this matrix

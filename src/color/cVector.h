@@ -8,23 +8,27 @@ namespace Vornik
 class cVector2
 {
 public:
+    /// Zeros.
     constexpr cVector2() : x(0.0f), y(0.0f) {}
+    /// These numbers.
     constexpr cVector2(float pX, float pY) : x(pX), y(pY) {}
 
-    float x;
-    float y;
+    float x; ///< first number
+    float y; ///< second number
 };
 
 /// Three floats: XYZ, RGB, or hue, saturation and brightness. Passed and returned by value.
 class cVector3
 {
 public:
+    /// Zeros.
     constexpr cVector3() : x(0.0f), y(0.0f), z(0.0f) {}
+    /// These numbers.
     constexpr cVector3(float pX, float pY, float pZ) : x(pX), y(pY), z(pZ) {}
 
-    float x;
-    float y;
-    float z;
+    float x; ///< first number
+    float y; ///< second number
+    float z; ///< third number
 };
 
 } // namespace Vornik
