@@ -14,9 +14,15 @@ namespace Vornik
 class SELVANE_API cMatrix33
 {
 public:
-    float m00, m01, m02; ///< row 0
-    float m10, m11, m12; ///< row 1
-    float m20, m21, m22; ///< row 2
+    float m00; ///< row 0, column 0
+    float m01; ///< row 0, column 1
+    float m02; ///< row 0, column 2
+    float m10; ///< row 1, column 0
+    float m11; ///< row 1, column 1
+    float m12; ///< row 1, column 2
+    float m20; ///< row 2, column 0
+    float m21; ///< row 2, column 1
+    float m22; ///< row 2, column 2
 
     /// Inverts by the adjugate, with one division. Returns false, with pResult untouched, when the determinant equals
     /// 0.0 exactly; there is no tolerance, and a determinant of NaN counts as invertible. pResult may be this matrix
