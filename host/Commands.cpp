@@ -79,6 +79,13 @@ void CheckSliders(const sTmSliders& pSliders)
     CheckSlider("--black-clip", pSliders.blackClip, kBlackClipRange);
 }
 
+sPicture ReadPart(const sTonemapOptions& pOptions)
+{
+    sPicture picture = Read(pOptions.fInput);
+    if (pOptions.fCrop) About(pOptions.fInput, [&] { Crop(picture, *pOptions.fCrop); });
+    return picture;
+}
+
 /// The slider block with switches and points filled in.
 sTmSliders SlidersOf(const sTonemapOptions& pOptions)
 {
@@ -116,7 +123,7 @@ void RunTonemap(const sTonemapOptions& pOptions)
     CheckSliders(pOptions.fSliders);
     About(pOptions.fOutput, [&] { CheckWritable(pOptions.fOutput); });
 
-    sPicture input = Read(pOptions.fInput);
+    sPicture input = ReadPart(pOptions);
     const Vornik::eColorSpaceID space = SpaceOf(input, pOptions.fInput, pOptions.fColorSpace);
     const int depth = DepthFor(pOptions.fDepth, kind, input.fForm);
     sTmSliders sliders = SlidersOf(pOptions);
@@ -134,7 +141,7 @@ void RunTonemap(const sTonemapOptions& pOptions)
 void RunStats(const sTonemapOptions& pOptions)
 {
     CheckSliders(pOptions.fSliders);
-    const sPicture input = Read(pOptions.fInput);
+    const sPicture input = ReadPart(pOptions);
     const Vornik::eColorSpaceID space = SpaceOf(input, pOptions.fInput, pOptions.fColorSpace);
     sTmSliders sliders = SlidersOf(pOptions);
     const sTmRunSettings run{Workers(pOptions.fThreads), 0, eMeasureOnly};

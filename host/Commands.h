@@ -3,7 +3,7 @@
 
 // What the subcommands do, once the command line is understood.
 
-#include "color/cColorSpace.h"
+#include "Picture.h"
 #include "entry/vorniklib3.h"
 
 #include <optional>
@@ -32,6 +32,7 @@ struct sTonemapOptions
     std::string fOutput; // not used by RunStats
     sTmSliders fSliders{};
     bool fWrap = false;
+    std::optional<sArea> fCrop;                       // part of the input that is the picture
     std::optional<Vornik::eColorSpaceID> fColorSpace; // empty: the file decides
     std::optional<int> fDepth;                        // bits of an output sample, 8 or 16; empty: see DepthFor
     std::optional<float> fBlackPoint;                 // both or none: render with points of an earlier run

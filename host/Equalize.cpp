@@ -18,7 +18,7 @@ namespace SelvaneHost
 namespace
 {
 
-constexpr float kNeutral = 0.5F;
+constexpr double kNeutral = 0.5;
 
 struct sHueCurves
 {

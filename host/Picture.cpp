@@ -2,8 +2,23 @@
 
 #include "Errors.h"
 
+#include <cstring>
+#include <utility>
+
 namespace SelvaneHost
 {
+
+namespace
+{
+
+bool Inside(const sPicture& pPicture, const sArea& pArea)
+{
+    return pArea.fWidth >= 1 && pArea.fHeight >= 1 && pArea.fLeft >= 0 && pArea.fTop >= 0 &&
+           int64_t{pArea.fLeft} + pArea.fWidth <= pPicture.fWidth &&
+           int64_t{pArea.fTop} + pArea.fHeight <= pPicture.fHeight;
+}
+
+} // namespace
 
 void AllocatePixels(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pForm)
 {
@@ -17,6 +32,28 @@ void AllocatePixels(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSample
     pPicture.fHeight = static_cast<int>(pHeight);
     pPicture.fForm = pForm;
     pPicture.fPixels.resize(RowBytes(pPicture) * static_cast<size_t>(pHeight));
+}
+
+void Crop(sPicture& pPicture, const sArea& pArea)
+{
+    if (!Inside(pPicture, pArea)) {
+        throw cHostError("the crop does not lie inside the picture of " + std::to_string(pPicture.fWidth) + " x " +
+                         std::to_string(pPicture.fHeight) + " pixels");
+    }
+    sPicture part;
+    AllocatePixels(part, pArea.fWidth, pArea.fHeight, pPicture.fForm);
+    // A row of exponent planes is four stretches of bytes, any other row is one.
+    const size_t stretches = pPicture.fForm == eExponentPlanes ? 4 : 1;
+    const size_t fromBytes = RowBytes(pPicture) / stretches;
+    const size_t toBytes = RowBytes(part) / stretches;
+    const size_t left = toBytes / static_cast<size_t>(pArea.fWidth) * static_cast<size_t>(pArea.fLeft);
+    const size_t first = static_cast<size_t>(pArea.fTop) * stretches;
+    for (size_t i = 0; i < static_cast<size_t>(pArea.fHeight) * stretches; i++)
+        std::memcpy(part.fPixels.data() + i * toBytes, pPicture.fPixels.data() + (first + i) * fromBytes + left,
+                    toBytes);
+    pPicture.fWidth = part.fWidth;
+    pPicture.fHeight = part.fHeight;
+    pPicture.fPixels = std::move(part.fPixels);
 }
 
 } // namespace SelvaneHost

@@ -58,6 +58,19 @@ inline size_t RowBytes(const sPicture& pPicture)
 /// @throws cHostError when the size is not above zero or above kMostPixels
 void AllocatePixels(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pForm);
 
+/// A part of a picture, in pixels from its upper left corner.
+struct sArea
+{
+    int fWidth;
+    int fHeight;
+    int fLeft;
+    int fTop;
+};
+
+/// Cuts the picture down to the area.
+/// @throws cHostError when the area does not lie inside it
+void Crop(sPicture& pPicture, const sArea& pArea);
+
 } // namespace SelvaneHost
 
 #endif

@@ -13,7 +13,7 @@ namespace
 
 using Vornik::eColorSpaceID;
 
-constexpr double kPrimaryTolerance = 0.012;  // CIE x and y
+constexpr float kPrimaryTolerance = 0.012F;  // CIE x and y
 constexpr double kColorantTolerance = 0.005; // XYZ with Y of white 1
 constexpr double kCurveTolerance = 0.02;     // linear value of the encoded 0.5
 constexpr size_t kHeaderBytes = 128;
@@ -23,9 +23,9 @@ constexpr std::array<eColorSpaceID, 3> kSpaces = {Vornik::eColorSpace_sRGB, Vorn
                                                   Vornik::eColorSpace_ProPhotoRGB};
 
 // Rows sRGB, Adobe RGB, ProPhoto RGB; columns red x, y, green x, y, blue x, y.
-constexpr double kPrimaries[3][6] = {{0.64, 0.33, 0.30, 0.60, 0.15, 0.06},
-                                     {0.64, 0.33, 0.21, 0.71, 0.15, 0.06},
-                                     {0.7347, 0.2653, 0.1596, 0.8404, 0.0366, 0.0001}};
+constexpr float kPrimaries[3][6] = {{0.64F, 0.33F, 0.30F, 0.60F, 0.15F, 0.06F},
+                                    {0.64F, 0.33F, 0.21F, 0.71F, 0.15F, 0.06F},
+                                    {0.7347F, 0.2653F, 0.1596F, 0.8404F, 0.0366F, 0.0001F}};
 
 /// Some bytes of a profile; reading outside of them gives 0, so that no broken profile leads anywhere.
 struct sSpan
@@ -172,11 +172,11 @@ std::string FromAscii(const sSpan& pText, size_t pOffset, size_t pBytes)
 
 std::optional<eColorSpaceID> MatchPrimaries(const sPrimaries& pPrimaries)
 {
-    const double found[6] = {pPrimaries.fRedX,   pPrimaries.fRedY,  pPrimaries.fGreenX,
-                             pPrimaries.fGreenY, pPrimaries.fBlueX, pPrimaries.fBlueY};
+    const float found[6] = {pPrimaries.fRedX,   pPrimaries.fRedY,  pPrimaries.fGreenX,
+                            pPrimaries.fGreenY, pPrimaries.fBlueX, pPrimaries.fBlueY};
     for (size_t i = 0; i < kSpaces.size(); i++) {
         if (std::equal(std::begin(found), std::end(found), std::begin(kPrimaries[i]),
-                       [](double a, double b) { return std::fabs(a - b) <= kPrimaryTolerance; }))
+                       [](float a, float b) { return std::fabs(a - b) <= kPrimaryTolerance; }))
             return kSpaces[i];
     }
     return std::nullopt;

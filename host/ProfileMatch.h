@@ -14,12 +14,12 @@ namespace SelvaneHost
 /// CIE x and y of the three primaries, as OpenEXR and Radiance headers give them.
 struct sPrimaries
 {
-    double fRedX = 0;
-    double fRedY = 0;
-    double fGreenX = 0;
-    double fGreenY = 0;
-    double fBlueX = 0;
-    double fBlueY = 0;
+    float fRedX = 0;
+    float fRedY = 0;
+    float fGreenX = 0;
+    float fGreenY = 0;
+    float fBlueX = 0;
+    float fBlueY = 0;
 };
 
 /// The space whose primaries these are, each number within 0.012: the default primaries of Radiance, with green at

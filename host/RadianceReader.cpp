@@ -221,8 +221,8 @@ void ReadColorSpace(const std::string& pPrimaries, sPicture& pPicture)
     if (pPrimaries.empty()) return;
     std::istringstream words(pPrimaries);
     sPrimaries primaries;
-    for (double* value : {&primaries.fRedX, &primaries.fRedY, &primaries.fGreenX, &primaries.fGreenY, &primaries.fBlueX,
-                          &primaries.fBlueY})
+    for (float* value : {&primaries.fRedX, &primaries.fRedY, &primaries.fGreenX, &primaries.fGreenY, &primaries.fBlueX,
+                         &primaries.fBlueY})
         words >> *value;
     if (words) pPicture.fColorSpace = MatchPrimaries(primaries);
     if (!pPicture.fColorSpace) pPicture.fColorSpaceWarning = "its primaries are " + NoneOfTheThree();

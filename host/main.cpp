@@ -10,6 +10,7 @@
 
 #include <CLI/CLI.hpp>
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
 #include <map>
 
@@ -49,6 +50,34 @@ void AddColorSpace(CLI::App& pCommand, std::optional<Vornik::eColorSpaceID>& pSp
         ->check(CLI::IsMember({"srgb", "adobe", "prophoto"}));
 }
 
+/// Reads "640x330+330+120"; false for anything else.
+bool ReadArea(const std::string& pText, sArea& pArea)
+{
+    const char* at = pText.data();
+    const char* const end = at + pText.size();
+    const auto number = [&](int& pNumber, char pBefore) {
+        if (pBefore != 0 && (at == end || *at++ != pBefore)) return false;
+        const std::from_chars_result result = std::from_chars(at, end, pNumber);
+        at = result.ptr;
+        return result.ec == std::errc();
+    };
+    return number(pArea.fWidth, 0) && number(pArea.fHeight, 'x') && number(pArea.fLeft, '+') &&
+           number(pArea.fTop, '+') && at == end;
+}
+
+void AddCrop(CLI::App& pCommand, std::optional<sArea>& pCrop)
+{
+    pCommand.add_option_function<std::string>(
+        "--crop",
+        [&pCrop](const std::string& pText) {
+            sArea area{};
+            if (!ReadArea(pText, area))
+                throw CLI::ValidationError("--crop", "write WIDTHxHEIGHT+LEFT+TOP, all in pixels");
+            pCrop = area;
+        },
+        "take only the part WIDTHxHEIGHT+LEFT+TOP of the input, in pixels");
+}
+
 void AddVerbose(CLI::App& pCommand, bool& pVerbose)
 {
     pCommand.add_flag("-v,--verbose", pVerbose, "show the library's progress lines");
@@ -74,6 +103,7 @@ void AddTonemap(CLI::App& pApp, sTonemapOptions& pOptions)
     AddInput(*command, pOptions.fInput);
     AddOutput(*command, pOptions.fOutput, pOptions.fDepth);
     AddSliders(*command, pOptions);
+    AddCrop(*command, pOptions.fCrop);
     command->add_option("--black-point", pOptions.fBlackPoint, "black point of an earlier run (see stats)");
     command->add_option("--white-point", pOptions.fWhitePoint, "white point of an earlier run");
     AddColorSpace(*command, pOptions.fColorSpace);
@@ -86,6 +116,7 @@ void AddStats(CLI::App& pApp, sTonemapOptions& pOptions)
     CLI::App* const command = pApp.add_subcommand("stats", "print the black and white point that tonemap would use");
     AddInput(*command, pOptions.fInput);
     AddSliders(*command, pOptions);
+    AddCrop(*command, pOptions.fCrop);
     AddColorSpace(*command, pOptions.fColorSpace);
     AddVerbose(*command, pOptions.fVerbose);
     command->callback([&pOptions] { RunStats(pOptions); });
