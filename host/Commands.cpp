@@ -35,7 +35,9 @@ void CallEntry(const sPicture& pInput, const sTmImageDesc& pImage, const sTmRunS
         throw cHostError(std::string("cannot be tone-mapped: ") + failure->what());
     }
     if (result == 1) return;
-    if (result == -4) throw std::bad_alloc();
+    if (result == -4)
+        throw cHostError(
+            "cannot be tone-mapped: not enough memory for this picture, or a slider far outside of its range");
     const std::string words = lines.FailureWords();
     throw cHostError("cannot be tone-mapped: " + (words.empty() ? "result code " + std::to_string(result) : words));
 }

@@ -167,12 +167,13 @@ void CheckWritable(const std::string& pPath)
     if (::access(folder.c_str(), W_OK | X_OK) != 0) Fail(errno);
 }
 
-void WriteFile(const std::string& pPath, const unsigned char* pBytes, size_t pSize)
+void WriteFile(const std::string& pPath, const std::vector<std::span<const unsigned char>>& pPieces)
 {
     const std::string target = Resolved(pPath);
     const std::string folder = FolderOf(target);
     cUnfinishedFile file(folder);
-    file.Write(pBytes, pSize);
+    for (const std::span<const unsigned char> piece : pPieces)
+        file.Write(piece.data(), piece.size());
     file.Finish(ModeFor(target));
     file.RenameTo(target);
     SyncFolder(folder);

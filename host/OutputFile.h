@@ -3,9 +3,9 @@
 
 // The file that a run leaves: whole, or as it was before.
 
-#include "Picture.h"
-
+#include <span>
 #include <string>
+#include <vector>
 
 namespace SelvaneHost
 {
@@ -14,11 +14,11 @@ namespace SelvaneHost
 /// @throws cHostError in words when its folder is missing or closed, or the name belongs to a folder or device
 void CheckWritable(const std::string& pPath);
 
-/// Puts the bytes under the name: they go to a new file in the same folder, which is synced and then renamed. On any
-/// failure, and on signals that end the program, that file is removed, and what the name held before stays. A symbolic
-/// link is followed; permissions of a file that is replaced are kept.
+/// Puts the pieces, one after the other, under the name: they go to a new file in the same folder, which is synced and
+/// then renamed. On any failure, and on signals that end the program, that file is removed, and what the name held
+/// before stays. A symbolic link is followed; permissions of a file that is replaced are kept.
 /// @throws cHostError in the system's words
-void WriteFile(const std::string& pPath, const unsigned char* pBytes, size_t pSize);
+void WriteFile(const std::string& pPath, const std::vector<std::span<const unsigned char>>& pPieces);
 
 /// Makes the signals that end the program remove an unfinished file first, and a file that grows beyond the limit an
 /// error instead of an end. Once, at the start.

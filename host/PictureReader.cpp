@@ -3,8 +3,10 @@
 #include "Errors.h"
 #include "ExponentPlanes.h"
 #include "OpenExrReader.h"
+#include "PngProfile.h"
 #include "ProfileMatch.h"
 #include "RadianceReader.h"
+#include "TiffCheck.h"
 #include "VipsObject.h"
 
 #include <algorithm>
@@ -16,6 +18,7 @@ namespace SelvaneHost
 namespace
 {
 
+constexpr char kPngMark[] = "\x89PNG\r\n\x1A\n";
 constexpr int kRowsAtOnce = 64;
 constexpr const char* kCarriedMetadata[] = {VIPS_META_EXIF_NAME, VIPS_META_XMP_NAME, VIPS_META_IPTC_NAME};
 
@@ -29,7 +32,7 @@ bool BeginsWith(const tBytes& pBytes, const char* pMark, size_t pSize)
 /// The picture library's loader for the bytes; null for what the command does not read through it.
 tLoader LoaderFor(const tBytes& pBytes)
 {
-    if (BeginsWith(pBytes, "\x89PNG\r\n\x1A\n", 8)) return vips_pngload_buffer;
+    if (BeginsWith(pBytes, kPngMark, sizeof kPngMark - 1)) return vips_pngload_buffer;
     if (BeginsWith(pBytes, "\xFF\xD8\xFF", 3)) return vips_jpegload_buffer;
     for (const char* mark : {"II*\0", "MM\0*", "II+\0", "MM\0+"}) {
         if (BeginsWith(pBytes, mark, 4)) return vips_tiffload_buffer;
@@ -172,9 +175,14 @@ bool CameraSaysAdobeRgb(VipsImage* pImage)
     return std::strncmp(text, "R03", 3) == 0;
 }
 
-void ReadColorSpace(VipsImage* pImage, sPicture& pPicture)
+tBytes ProfileOf(VipsImage* pImage, const tBytes& pBytes)
 {
-    const tBytes profile = Block(pImage, VIPS_META_ICC_NAME);
+    return BeginsWith(pBytes, kPngMark, sizeof kPngMark - 1) ? PngProfile(pBytes) : Block(pImage, VIPS_META_ICC_NAME);
+}
+
+void ReadColorSpace(VipsImage* pImage, const tBytes& pBytes, sPicture& pPicture)
+{
+    const tBytes profile = ProfileOf(pImage, pBytes);
     if (profile.empty()) {
         if (CameraSaysAdobeRgb(pImage)) pPicture.fColorSpace = Vornik::eColorSpace_AdobeRGB98;
         return;
@@ -204,6 +212,8 @@ void NoteWhatIsLeftOut(VipsImage* pImage, sPicture& pPicture)
 
 sPicture ReadThroughVips(tLoader pLoader, const tBytes& pBytes)
 {
+    if (pLoader == static_cast<tLoader>(vips_tiffload_buffer) && TiffIsCut(pBytes))
+        throw cHostError("the picture is damaged or cut short: its directory leads beyond its end");
     tVipsImage loaded = Load(pLoader, pBytes, VIPS_ACCESS_SEQUENTIAL);
     CheckColors(loaded.get());
     const eSampleForm form = FormOf(loaded.get());
@@ -212,7 +222,7 @@ sPicture ReadThroughVips(tLoader pLoader, const tBytes& pBytes)
     const tVipsImage image = Upright(std::move(loaded), pLoader, pBytes);
     picture.fWidth = vips_image_get_width(image.get());
     picture.fHeight = vips_image_get_height(image.get());
-    ReadColorSpace(image.get(), picture);
+    ReadColorSpace(image.get(), pBytes, picture);
     ReadMetadata(image.get(), picture);
     NoteWhatIsLeftOut(image.get(), picture);
     ReadPixels(image.get(), picture);

@@ -2,11 +2,14 @@
 
 #include "Errors.h"
 #include "OutputFile.h"
+#include "PngProfile.h"
 #include "ProfileMatch.h"
 #include "VipsObject.h"
 
 #include <algorithm>
 #include <cctype>
+#include <memory>
+#include <span>
 
 namespace SelvaneHost
 {
@@ -48,13 +51,27 @@ tVipsImage Wrap(const sPicture& pPicture)
     return tVipsImage(image);
 }
 
-void Attach(VipsImage* pImage, const sPicture& pPicture, Vornik::eColorSpaceID pSpace)
+void Attach(VipsImage* pImage, const sPicture& pPicture)
 {
     for (const auto& [name, block] : pPicture.fMetadata)
         vips_image_set_blob_copy(pImage, name.c_str(), block.data(), block.size());
     vips_image_set_int(pImage, VIPS_META_ORIENTATION, 1); // the pixels are upright
+}
+
+void AttachProfile(VipsImage* pImage, Vornik::eColorSpaceID pSpace)
+{
     const tBytes profile = StoredProfile(pSpace);
     vips_image_set_blob_copy(pImage, VIPS_META_ICC_NAME, profile.data(), profile.size());
+}
+
+/// Writes the encoded picture; a PNG's profile goes in here, see PngProfile.h.
+void Write(const sEncoded& pEncoded, eFileKind pKind, Vornik::eColorSpaceID pSpace, const std::string& pPath)
+{
+    const std::span file(static_cast<const unsigned char*>(pEncoded.fBytes), pEncoded.fSize);
+    if (pKind != ePng) return WriteFile(pPath, {file});
+    const std::unique_ptr<Vornik::cColorSpace> space(Vornik::cColorSpace::FromID(pSpace));
+    const tBytes chunk = PngProfileChunk(StoredProfile(pSpace), space->GetName());
+    WriteFile(pPath, {file.first(kPngProfilePlace), chunk, file.subspan(kPngProfilePlace)});
 }
 
 int Encode(VipsImage* pImage, eFileKind pKind, sEncoded& pTo)
@@ -90,10 +107,11 @@ void WritePicture(const sPicture& pPicture, Vornik::eColorSpaceID pSpace, const 
         throw cHostError("cannot be written: a JPEG file holds at most " + std::to_string(kMostJpegSide) +
                          " pixels a side; write a .png or .tif file");
     const tVipsImage image = Wrap(pPicture);
-    Attach(image.get(), pPicture, pSpace);
+    Attach(image.get(), pPicture);
+    if (kind != ePng) AttachProfile(image.get(), pSpace);
     sEncoded encoded;
     if (Encode(image.get(), kind, encoded) != 0) throw cHostError("cannot be written: " + VipsWords());
-    WriteFile(pPath, static_cast<const unsigned char*>(encoded.fBytes), encoded.fSize);
+    Write(encoded, kind, pSpace, pPath);
 }
 
 } // namespace SelvaneHost

@@ -143,6 +143,14 @@ int ReportParse(const CLI::App& pApp, const CLI::ParseError& pError)
     return kWrongCommandLine;
 }
 
+/// Names a first word that is no subcommand, where the parser would only say that one is missing.
+void CheckSubcommand(const CLI::App& pApp, const std::string& pWord)
+{
+    const auto named = [&](const CLI::App* pCommand) { return pCommand->check_name(pWord); };
+    if (!pWord.starts_with('-') && pApp.get_subcommands(named).empty())
+        throw cUsageError(pWord + " is no subcommand (selvane --help lists what there is)");
+}
+
 int Run(int pCount, char** pWords)
 {
     CLI::App app("Selvane, a local tone mapper for high-dynamic-range photographs", "selvane");
@@ -154,6 +162,7 @@ int Run(int pCount, char** pWords)
     AddTonemap(app, tonemap);
     AddStats(app, stats);
     AddEqualize(app, equalize);
+    if (pCount > 1) CheckSubcommand(app, pWords[1]);
     try {
         app.parse(pCount, pWords);
     } catch (const CLI::ParseError& error) {

@@ -23,3 +23,17 @@ if(NOT SELVANE_SANITIZE)
     gtest_discover_tests(selvane_tests_host_pool_tsan TEST_PREFIX host.tsan. DISCOVERY_TIMEOUT 300)
   endif()
 endif()
+
+if(NOT SELVANE_COMMAND)
+  return()
+endif()
+
+find_package(OpenEXR 3 CONFIG REQUIRED)
+find_package(ZLIB REQUIRED)
+selvane_test(host
+  Command_test.cpp ExponentPlanes_test.cpp HueCurve_test.cpp OutputFile_test.cpp PictureReader_test.cpp
+  PngProfile_test.cpp ProfileMatch_test.cpp RadianceReader_test.cpp Workshop.cpp)
+target_link_libraries(selvane_tests_host PRIVATE selvane_host PkgConfig::VIPS OpenEXR::OpenEXR ZLIB::ZLIB)
+target_compile_definitions(selvane_tests_host PRIVATE
+  SELVANE_BINARY="$<TARGET_FILE:selvane>" SELVANE_VERSION="${PROJECT_VERSION}")
+add_dependencies(selvane_tests_host selvane)

@@ -1,0 +1,78 @@
+#include "TiffCheck.h"
+
+#include <array>
+
+namespace SelvaneHost
+{
+
+namespace
+{
+
+/// Where the two forms of the file differ.
+struct sForm
+{
+    size_t fOffsetBytes;    // of an offset or a count
+    size_t fDirectoryPlace; // of the first directory's offset
+    size_t fCountBytes;     // of the number of entries
+    size_t fEntryBytes;
+};
+
+constexpr sForm kClassic = {4, 4, 2, 12};
+constexpr sForm kBig = {8, 8, 8, 20};
+
+// Bytes of one value by field type; 0 for what has no size.
+constexpr std::array<uint64_t, 19> kTypeBytes = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4, 0, 0, 8, 8, 8};
+
+class cNumbers
+{
+public:
+    explicit cNumbers(const tBytes& pFile) : fFile(pFile), fBigEndian(!pFile.empty() && pFile[0] == 'M') {}
+
+    bool Inside(uint64_t pOffset, uint64_t pSize) const
+    {
+        return pOffset <= fFile.size() && pSize <= fFile.size() - pOffset;
+    }
+
+    /// The number at an offset; all ones when it lies beyond the end.
+    uint64_t At(uint64_t pOffset, size_t pBytes) const
+    {
+        if (!Inside(pOffset, pBytes)) return ~uint64_t{0};
+        uint64_t value = 0;
+        for (size_t i = 0; i < pBytes; i++)
+            value = value << 8 | fFile[pOffset + (fBigEndian ? i : pBytes - 1 - i)];
+        return value;
+    }
+
+private:
+    const tBytes& fFile;
+    const bool fBigEndian;
+};
+
+bool EntryIsCut(const cNumbers& pNumbers, const sForm& pForm, uint64_t pEntry)
+{
+    const uint64_t type = pNumbers.At(pEntry + 2, 2);
+    const uint64_t count = pNumbers.At(pEntry + 4, pForm.fOffsetBytes);
+    const uint64_t bytes = type < kTypeBytes.size() ? kTypeBytes[type] : 0;
+    if (bytes == 0 || count <= pForm.fOffsetBytes / bytes) return false; // unknown, or the value stands in the entry
+    const uint64_t offset = pNumbers.At(pEntry + 4 + pForm.fOffsetBytes, pForm.fOffsetBytes);
+    return count > UINT64_MAX / bytes || !pNumbers.Inside(offset, count * bytes);
+}
+
+} // namespace
+
+bool TiffIsCut(const tBytes& pFile)
+{
+    const cNumbers numbers(pFile);
+    const sForm& form = numbers.At(2, 2) == 43 ? kBig : kClassic;
+    const uint64_t directory = numbers.At(form.fDirectoryPlace, form.fOffsetBytes);
+    const uint64_t count = numbers.At(directory, form.fCountBytes);
+    if (count > pFile.size() / form.fEntryBytes) return true;
+    const uint64_t first = directory + form.fCountBytes;
+    if (!numbers.Inside(first, count * form.fEntryBytes)) return true;
+    for (uint64_t i = 0; i < count; i++) {
+        if (EntryIsCut(numbers, form, first + i * form.fEntryBytes)) return true;
+    }
+    return false;
+}
+
+} // namespace SelvaneHost

@@ -1,0 +1,174 @@
+#include "Errors.h"
+#include "OutputFile.h"
+#include "Workshop.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace
+{
+
+using namespace SelvaneHost;
+using SelvaneTest::cFolder;
+using SelvaneTest::Exists;
+using SelvaneTest::ReadAll;
+using SelvaneTest::WriteAll;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+const tBytes kContent = {'n', 'e', 'w'};
+
+void Write(const std::string& pPath)
+{
+    WriteFile(pPath, {kContent});
+}
+
+template <typename tAction>
+std::string Refusal(tAction pAction)
+{
+    try {
+        pAction();
+    } catch (const cHostError& failure) {
+        return failure.what();
+    }
+    return "";
+}
+
+TEST(OutputFile, TheFileIsThereAndNothingElse)
+{
+    const cFolder folder;
+    Write(folder / "picture.png");
+    EXPECT_EQ(ReadAll(folder / "picture.png"), kContent);
+    EXPECT_THAT(folder.Names(), ElementsAre("picture.png"));
+}
+
+TEST(OutputFile, AFileThatIsReplacedKeepsItsPermissions)
+{
+    const cFolder folder;
+    WriteAll(folder / "picture.png", "old");
+    ::chmod((folder / "picture.png").c_str(), 0640);
+    Write(folder / "picture.png");
+    EXPECT_EQ(ReadAll(folder / "picture.png"), kContent);
+    struct stat facts
+    {
+    };
+    ASSERT_EQ(::stat((folder / "picture.png").c_str(), &facts), 0);
+    EXPECT_EQ(facts.st_mode & 07777, 0640U);
+}
+
+TEST(OutputFile, ANewFileGetsThePermissionsOfAnyNewFile)
+{
+    const cFolder folder;
+    const mode_t before = ::umask(027);
+    Write(folder / "picture.png");
+    ::umask(before);
+    struct stat facts
+    {
+    };
+    ASSERT_EQ(::stat((folder / "picture.png").c_str(), &facts), 0);
+    EXPECT_EQ(facts.st_mode & 07777, 0640U);
+}
+
+TEST(OutputFile, ASymbolicLinkIsFollowed)
+{
+    const cFolder folder;
+    WriteAll(folder / "real.png", "old");
+    std::filesystem::create_symlink("real.png", folder / "link.png");
+    Write(folder / "link.png");
+    EXPECT_TRUE(std::filesystem::is_symlink(folder / "link.png"));
+    EXPECT_EQ(ReadAll(folder / "real.png"), kContent);
+}
+
+TEST(OutputFile, FailuresAreInTheSystemsWords)
+{
+    const cFolder folder;
+    WriteAll(folder / "file", "x");
+    std::filesystem::create_directory(folder / "folder.png");
+    std::filesystem::create_symlink("/dev/null", folder / "device.png");
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {folder / "missing/picture.png", "No such file or directory"},
+        {folder / "file/picture.png", "Not a directory"},
+        {folder / "folder.png", "Is a directory"},
+        {folder / "device.png", "not a regular file"},
+        {folder / std::string(300, 'x') + ".png", "File name too long"},
+        {"/proc/picture.png", ""}};
+    for (const auto& [path, words] : cases) {
+        const std::string early = Refusal([&] { CheckWritable(path); });
+        if (!words.empty()) {
+            EXPECT_THAT(early, HasSubstr(words)) << path;
+        }
+        EXPECT_TRUE(early.empty() || early.starts_with("cannot be written: ")) << early;
+    }
+    EXPECT_THAT(Refusal([&] { Write(folder / "missing/picture.png"); }), HasSubstr("No such file or directory"));
+    EXPECT_THAT(Refusal([&] { Write(folder / "folder.png"); }), HasSubstr("Is a directory"));
+    EXPECT_THAT(Refusal([&] { Write("/proc/picture.png"); }), HasSubstr("cannot be written"));
+    EXPECT_THAT(folder.Names(), ElementsAre("device.png", "file", "folder.png")) << "nothing is left behind";
+    EXPECT_EQ(Refusal([&] { CheckWritable(folder / "file"); }), "");
+    EXPECT_EQ(Refusal([&] { CheckWritable(folder / "new.png"); }), "");
+}
+
+/// Runs the action in a child process; its wait status.
+template <typename tAction>
+int InChild(tAction pAction)
+{
+    const pid_t child = ::fork();
+    if (child == 0) ::_exit(pAction());
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return status;
+}
+
+TEST(OutputFile, NoRoomKeepsTheOldFileAndLeavesNothing)
+{
+    const cFolder folder;
+    WriteAll(folder / "picture.png", "old");
+    const tBytes large(100000, 'x');
+    const int status = InChild([&] {
+        CatchSignals();
+        const rlimit limit{50000, 50000};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        const std::string words = Refusal([&] { WriteFile(folder / "picture.png", {large}); });
+        return words == "cannot be written: File too large" ? 0 : 1;
+    });
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_THAT(folder.Names(), ElementsAre("picture.png"));
+    EXPECT_EQ(ReadAll(folder / "picture.png"), (tBytes{'o', 'l', 'd'}));
+}
+
+// The child writes the file again and again; the signal strikes at any moment. Whatever it strikes, the name holds one
+// of the whole files, and nothing else is there.
+TEST(OutputFile, ASignalLeavesNoUnfinishedFile)
+{
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        for (int round = 0; round < 8; round++) {
+            const cFolder folder;
+            const tBytes large(300000, 'x');
+            const pid_t child = ::fork();
+            if (child == 0) {
+                CatchSignals();
+                for (;;)
+                    WriteFile(folder / "picture.png", {large});
+            }
+            while (!Exists(folder / "picture.png"))
+                ::usleep(200);
+            ::usleep(static_cast<useconds_t>(700 * round));
+            ::kill(child, signal);
+            int status = 0;
+            ::waitpid(child, &status, 0);
+            ASSERT_TRUE(WIFSIGNALED(status));
+            EXPECT_EQ(WTERMSIG(status), signal);
+            EXPECT_THAT(folder.Names(), ElementsAre("picture.png"));
+            EXPECT_EQ(ReadAll(folder / "picture.png"), large);
+        }
+    }
+}
+
+} // namespace
