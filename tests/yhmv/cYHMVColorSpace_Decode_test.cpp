@@ -542,6 +542,27 @@ TEST(BitmapDecoders, RowsFollowTheOutputsStride)
     });
 }
 
+// An output larger than the records keeps what lies beyond them.
+TEST(BitmapDecoders, TheSizeIsTheInputs)
+{
+    cRandom random(36);
+    sTables t(random);
+    cBitmapU16T yhmv(5, 4, 7), hmv(5, 4, 5);
+    FillRecords(yhmv, [&](unsigned char* pAt) { WriteYHMV(pAt, AnyRecord(random)); });
+    FillRecords(hmv, [&](unsigned char* pAt) { WriteHMV(pAt, AnyRecord(random)); });
+    cBitmapBGR16 output(16, 8, eColorSpace_sRGB);
+    for (const bool luminance : {false, true}) {
+        std::memset(output.fData, 0xA5, static_cast<size_t>(output.fStride) * 8);
+        if (luminance)
+            DecodeYHMV(t, yhmv, output, 1.0f, 0.0f, 1.0f);
+        else
+            t.fSpace->HMVToRGB(&hmv, &output, t.fEncode.data(), kMatrix, t.fLightness.data());
+        for (int y = 0; y < 8; ++y)
+            for (int n = y < 4 ? 15 : 0; n < 48; ++n)
+                ASSERT_EQ(output.fData[y * 48 + n], 0xA5A5) << y << ' ' << n;
+    }
+}
+
 TEST(BitmapDecoders, PaddingIsNotTouched)
 {
     cRandom random(35);
