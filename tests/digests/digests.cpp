@@ -364,7 +364,8 @@ void PrintPictures()
         hash.Add(difference, sizeof difference).AddFloats(mean, 3).Print("image/" + std::to_string(width));
 
         cHash equalized;
-        cColorEqRenderer& renderer = *std::make_unique<cColorEqRenderer>();
+        const auto owned = std::make_unique<cColorEqRenderer>();
+        cColorEqRenderer& renderer = *owned;
         cBitmapBGR16 output(width, 31, eColorSpace_sRGB);
         renderer.SetInput(&sixteen);
         renderer.SetOutput(&output);

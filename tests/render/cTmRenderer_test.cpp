@@ -18,7 +18,8 @@ namespace
 
 TEST(cTmRenderer, FieldsStandInTheirOrder)
 {
-    const cTmRenderer& r = *std::make_unique<cTmRenderer>();
+    const auto owned = std::make_unique<cTmRenderer>();
+    const cTmRenderer& r = *owned;
     const void* fields[] = {
         &r.fInput,         &r.fOutput,          &r.fYHMVSpace,        &r.fYHMV,           &r.fLogLuminance,
         &r.fBase,          &r.fDetail,          &r.fContrastCurve,    &r.fHHCurve,        &r.fHSCurve,
