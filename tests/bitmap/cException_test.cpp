@@ -7,10 +7,11 @@
 
 #include <gtest/gtest.h>
 
+#include <ctime>
 #include <memory>
-#include <regex>
 #include <string>
 #include <type_traits>
+#include <typeinfo>
 
 using namespace Vornik;
 using namespace SelvaneTest;
@@ -151,8 +152,8 @@ void ExpectSharedTable()
     const tException descendant = Make<tException>();
     for (ptrdiff_t slot = 2; slot <= 9; ++slot)
         EXPECT_EQ(EntryOf(&descendant, slot), EntryOf(&base, slot)) << slot;
-    EXPECT_NE(EntryOf(&descendant, 0), EntryOf(&base, 0));
-    EXPECT_NE(EntryOf(&descendant, 1), EntryOf(&base, 1));
+    EXPECT_NE(EntryOf(&descendant, 1), EntryOf(&base, 1)); // the deleting destructor bears the class's own name
+    EXPECT_NE(typeid(descendant), typeid(base));
 }
 
 TEST(cException, DescendantsHaveTheirOwnDestructorsAndNothingElse)
@@ -202,11 +203,10 @@ TEST(cException, AThrownCheckSaysWhereItStands)
     EXPECT_EQ(failure.fFile, "cMemUtils.cpp");
     EXPECT_GT(failure.fLine, 0);
     EXPECT_EQ(WithoutBlanks(failure.fFuncSig), "staticvoidVornik::cMemUtils::TiledBitmapFree(void**,int,int)");
-    EXPECT_TRUE(std::regex_match(failure.fTimeStamp, std::regex("(Mon|Tue|Wed|Thu|Fri|Sat|Sun) "
-                                                                "(Jan|Feb|Mar|Apr|May|Jun|Jul|Aug|Sep|Oct|Nov|Dec) "
-                                                                "[ 0-3][0-9] [0-2][0-9]:[0-5][0-9]:[0-6][0-9] "
-                                                                "[0-9]{4}")))
-        << failure.fTimeStamp;
+    tm time = {};
+    EXPECT_EQ(failure.fTimeStamp.size(), 24u);
+    const char* const end = strptime(failure.fTimeStamp.c_str(), "%a %b %e %H:%M:%S %Y", &time);
+    EXPECT_TRUE(end != nullptr && *end == '\0') << failure.fTimeStamp;
 }
 
 TEST(cException, ChecksOfOneFunctionHaveLinesOfTheirOwn)
