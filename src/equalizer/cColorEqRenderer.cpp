@@ -1,13 +1,11 @@
 #include "equalizer/cColorEqRenderer.h"
 
-#include "bitmap/Numeric.h"
 #include "bitmap/Require.h"
 #include "bitmap/cBitmap.h"
 #include "bitmap/cBitmapU16T.h"
 #include "color/MatrixProduct.h"
 #include "color/cColorSpace.h"
-#include "curve/cHermiteSpline.h"
-#include "curve/cTransfer.h"
+#include "curve/RendererCurves.h"
 #include "filter/Cancel.h"
 #include "yhmv/cYHMVColorSpace.h"
 
@@ -15,38 +13,6 @@
 
 namespace Vornik
 {
-
-namespace
-{
-
-// A flat line at one half: no change at any hue.
-std::unique_ptr<cHermiteSpline> NeutralCurve()
-{
-    auto curve = std::make_unique<cHermiteSpline>();
-    curve->SetInterpolationMode(eSplineFlatTangents);
-    curve->MovePoint(0, 0.0f, 0.5f);
-    curve->MovePoint(1, 1.0f, 0.5f);
-    return curve;
-}
-
-// Puts a copy of pNew in the place of the held curve. The copy is whole before the old one goes.
-void Replace(cHermiteSpline*& pHeld, const cHermiteSpline& pNew)
-{
-    const cHermiteSpline* old = pHeld;
-    pHeld = new cHermiteSpline(pNew);
-    delete old;
-}
-
-// Linear 0..65535 to the encoded sample. A value outside the unit interval saturates to 32 bits and keeps its low 16.
-void FillEncodeLUT(unsigned short* pLUT, cTransfer& pFromLinear)
-{
-    for (int i = 0; i < kTableSize; ++i) {
-        const float sample = pFromLinear.Function(static_cast<float>(i) * kFromSample16) * kToSample16;
-        pLUT[i] = static_cast<unsigned short>(TruncateToUInt32(sample) & 0xFFFFu);
-    }
-}
-
-} // namespace
 
 cColorEqRenderer::cColorEqRenderer()
     : fInput(nullptr), fOutput(nullptr), fYHMVSpace(nullptr), fHMV(nullptr), fHHCurve(nullptr), fHSCurve(nullptr),
@@ -59,9 +25,9 @@ cColorEqRenderer::cColorEqRenderer()
     }
     auto space = std::make_unique<cYHMVColorSpace>();
     AllRenderingNeeded();
-    auto hueCurve = NeutralCurve();
-    auto saturationCurve = NeutralCurve();
-    auto lightnessCurve = NeutralCurve();
+    auto hueCurve = NewNeutralHueCurve();
+    auto saturationCurve = NewNeutralHueCurve();
+    auto lightnessCurve = NewNeutralHueCurve();
 
     fYHMVSpace = space.release();
     fHHCurve = hueCurve.release();
@@ -108,18 +74,9 @@ void cColorEqRenderer::SetHueCurves(const cHermiteSpline* pHHCurve, const cHermi
     RequireNew(cArgumentNullException, pHSCurve != nullptr, "Argument pHSCurve is null.");
     RequireNew(cArgumentNullException, pHLCurve != nullptr, "Argument pHLCurve is null.");
 
-    if (*fHHCurve != *pHHCurve) {
-        Replace(fHHCurve, *pHHCurve);
-        FinalRenderingNeeded();
-    }
-    if (*fHSCurve != *pHSCurve) {
-        Replace(fHSCurve, *pHSCurve);
-        FinalRenderingNeeded();
-    }
-    if (*fHLCurve != *pHLCurve) {
-        Replace(fHLCurve, *pHLCurve);
-        FinalRenderingNeeded();
-    }
+    if (ReplaceIfDifferent(fHHCurve, *pHHCurve)) FinalRenderingNeeded();
+    if (ReplaceIfDifferent(fHSCurve, *pHSCurve)) FinalRenderingNeeded();
+    if (ReplaceIfDifferent(fHLCurve, *pHLCurve)) FinalRenderingNeeded();
 }
 
 void cColorEqRenderer::AllRenderingNeeded()

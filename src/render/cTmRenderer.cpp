@@ -5,6 +5,7 @@
 #include "bitmap/cBitmapU16T.h"
 #include "bitmap/cBitmapXYZ32.h"
 #include "color/cColorSpace.h"
+#include "curve/RendererCurves.h"
 #include "filter/Cancel.h"
 #include "yhmv/cYHMVColorSpace.h"
 
@@ -37,26 +38,6 @@ std::unique_ptr<cContrastCurve> NewContrastCurve()
     auto curve = std::make_unique<cContrastCurve>();
     curve->SetKeyFrames(eSplineManualTangents, kContrastPoints, kContrastKeyFrames, &kContrastFrames[0][0]);
     return curve;
-}
-
-/// A hue curve that changes nothing: flat at one half.
-std::unique_ptr<cHermiteSpline> NewNeutralHueCurve()
-{
-    auto curve = std::make_unique<cHermiteSpline>();
-    curve->SetInterpolationMode(eSplineFlatTangents);
-    curve->MovePoint(0, cVector2(0.0f, 0.5f));
-    curve->MovePoint(1, cVector2(1.0f, 0.5f));
-    return curve;
-}
-
-/// Replaces pHeld by a copy of pGiven if the two differ. True if it did.
-bool ReplaceIfDifferent(cHermiteSpline*& pHeld, const cHermiteSpline& pGiven)
-{
-    if (!(*pHeld != pGiven)) return false;
-    const cHermiteSpline* old = pHeld;
-    pHeld = new cHermiteSpline(pGiven);
-    delete old;
-    return true;
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "bitmap/cBitmap.h"
 #include "color/MatrixProduct.h"
 #include "color/cColorSpace.h"
+#include "curve/RendererCurves.h"
 #include "filter/Cancel.h"
 #include "yhmv/cYHMVColorSpace.h"
 
@@ -20,14 +21,6 @@ namespace
 
 constexpr double kInverse65535 = 0x1.0001000100010p-16;  // 1.5259021896696422e-05
 constexpr double kKeyPerContrast = 0x1.cac083126e978p-9; // one step below 0.0035
-
-void BuildEncodeLUT(cTransfer& pFromLinear, unsigned short* pTable)
-{
-    for (int i = 0; i < kTableSize; i++) {
-        const float encoded = pFromLinear.Function(static_cast<float>(i) * kFromSample16) * kToSample16;
-        pTable[i] = static_cast<unsigned short>(TruncateToUInt32(encoded) & 0xFFFFU);
-    }
-}
 
 /// Position of the contrast curve among its key frames, 0 to 1. A negative global contrast leaves it alone.
 float ContrastKey(float pContrast, bool pFollowsGlobal, float pGlobalContrast)
@@ -46,7 +39,7 @@ void cTmRenderer::PreprocessCurvesAndTransforms(cMatrix33& pMatrix, unsigned sho
 {
     pMatrix = Multiply(fOutput->GetColorSpace()->GetFromPCSTransform(), fWorkToPCS);
     if (!fEncodeLUTValid) {
-        BuildEncodeLUT(*fOutput->GetColorSpace()->GetFromLinearTransfer(), fEncodeLUT);
+        FillEncodeLUT(fEncodeLUT, *fOutput->GetColorSpace()->GetFromLinearTransfer());
         fEncodeLUTValid = true;
     }
     pEncodeLUT = fEncodeLUT;
