@@ -188,11 +188,21 @@ SELVANE_INLINE void FetchLinear(const tSample* pFrom, const float* pLUT, int pCo
     }
 }
 
-SELVANE_INLINE void EncodeLinear(const sPrimaries& pFrom, const cMatrix33& pMatrix, int pCount, sStrip& pTo)
+// To linear ProPhoto RGB, in place. A step of its own: joined with the next one it would not vectorise.
+SELVANE_INLINE void TransformLinear(sPrimaries& pStrip, const cMatrix33& pMatrix, int pCount)
 {
     for (int n = 0; n < pCount; ++n) {
-        const cVector3 linear = MultiplyColumn<cVector3>(pMatrix, pFrom.fR[n], pFrom.fG[n], pFrom.fB[n]);
-        const sHMV color = Encode(AtLeastZero(linear.x), AtLeastZero(linear.y), AtLeastZero(linear.z));
+        const cVector3 linear = MultiplyColumn<cVector3>(pMatrix, pStrip.fR[n], pStrip.fG[n], pStrip.fB[n]);
+        pStrip.fR[n] = AtLeastZero(linear.x);
+        pStrip.fG[n] = AtLeastZero(linear.y);
+        pStrip.fB[n] = AtLeastZero(linear.z);
+    }
+}
+
+SELVANE_INLINE void EncodeLinear(const sPrimaries& pFrom, int pCount, sStrip& pTo)
+{
+    for (int n = 0; n < pCount; ++n) {
+        const sHMV color = Encode(pFrom.fR[n], pFrom.fG[n], pFrom.fB[n]);
         pTo.fHue[n] = color.fHue;
         pTo.fSmallest[n] = color.fSmallest;
         pTo.fLargest[n] = color.fLargest;
@@ -217,7 +227,8 @@ SELVANE_CLONES void EncodeRowLDR(const tSample* pFrom, const float* pLUT, unsign
     for (ptrdiff_t x = 0; x < pWidth; x += kStrip) {
         const int count = StripCount(pWidth, x);
         FetchLinear(pFrom + 3 * x, pLUT, count, primaries);
-        EncodeLinear(primaries, pMatrix, count, strip);
+        TransformLinear(primaries, pMatrix, count);
+        EncodeLinear(primaries, count, strip);
         StoreHMV(strip, count, reinterpret_cast<unsigned char*>(pTo) + kHMVBytes * x);
     }
 }

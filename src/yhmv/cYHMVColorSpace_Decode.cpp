@@ -166,20 +166,27 @@ struct sTarget
     bool fBytes;
 };
 
+SELVANE_INLINE void StoreSample(unsigned char* pTo, uint16_t pSample)
+{
+    std::memcpy(pTo, &pSample, sizeof pSample);
+}
+
 SELVANE_INLINE void Store(sTarget& pTarget, const sStrip& pStrip, int pCount, const unsigned short* pEncodeLUT)
 {
-    for (int n = 0; n < pCount; ++n) {
-        const uint16_t bgr[3] = {pEncodeLUT[pStrip.fIndex[2][n]], pEncodeLUT[pStrip.fIndex[1][n]],
-                                 pEncodeLUT[pStrip.fIndex[0][n]]};
-        if (pTarget.fBytes) {
-            for (int k = 0; k < 3; ++k)
-                pTarget.fAt[k] = static_cast<unsigned char>(bgr[k] >> 8);
-            pTarget.fAt += sizeof bgr / 2;
-        } else {
-            std::memcpy(pTarget.fAt, bgr, sizeof bgr);
-            pTarget.fAt += sizeof bgr;
+    unsigned char* to = pTarget.fAt;
+    if (pTarget.fBytes)
+        for (int n = 0; n < pCount; ++n, to += 3) {
+            to[0] = static_cast<unsigned char>(pEncodeLUT[pStrip.fIndex[2][n]] >> 8);
+            to[1] = static_cast<unsigned char>(pEncodeLUT[pStrip.fIndex[1][n]] >> 8);
+            to[2] = static_cast<unsigned char>(pEncodeLUT[pStrip.fIndex[0][n]] >> 8);
         }
-    }
+    else
+        for (int n = 0; n < pCount; ++n, to += 6) {
+            StoreSample(to, pEncodeLUT[pStrip.fIndex[2][n]]);
+            StoreSample(to + 2, pEncodeLUT[pStrip.fIndex[1][n]]);
+            StoreSample(to + 4, pEncodeLUT[pStrip.fIndex[0][n]]);
+        }
+    pTarget.fAt = to;
 }
 
 // ---- rows ----
