@@ -446,6 +446,13 @@ TEST(DiffXYZ32, TheOrderOfTheAdditionsAndTheRoundingToFloatShow)
     EXPECT_EQ(sums[2], 0.0);
 }
 
+TEST(DiffXYZ32, TheFirstTwoSumsAreAddedFirst)
+{
+    const auto first = Row({0x1p53f, 1, 1});
+    const auto second = Row({0, 0, 0});
+    EXPECT_EQ(cImageUtils::Diff(first.get(), second.get()), 0x1p53); // 1 and 1 together would show
+}
+
 TEST(DiffXYZ32, NaNStaysInItsChannel)
 {
     const auto first = Row({kNaN, 1, 2});
