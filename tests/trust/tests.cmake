@@ -1,0 +1,14 @@
+# What the library promises about faults, threads and memory. A program of its own, with its own DivideWork and, outside
+# sanitizers, its own heap.
+add_executable(selvane_tests_trust
+  trust/Heap.cpp
+  trust/TileHost.cpp
+  trust/EntryCall.cpp
+  trust/EntryFaults_test.cpp
+)
+target_include_directories(selvane_tests_trust PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
+target_link_libraries(selvane_tests_trust PRIVATE Selvane::Selvane GTest::gtest GTest::gtest_main)
+set_target_properties(selvane_tests_trust PROPERTIES ENABLE_EXPORTS ON)
+selvane_compile(selvane_tests_trust)
+selvane_arithmetic(selvane_tests_trust)
+gtest_discover_tests(selvane_tests_trust TEST_PREFIX trust. DISCOVERY_TIMEOUT 300)
