@@ -1,0 +1,22 @@
+#ifndef SELVANE_SCENE_RENDER_H
+#define SELVANE_SCENE_RENDER_H
+
+#include <vector>
+
+namespace SelvaneScene
+{
+
+/// A picture of linear sRGB, three floats a pixel, row by row.
+struct sImage
+{
+    int fWidth = 0;
+    int fHeight = 0;
+    std::vector<float> fPixels;
+};
+
+/// The scene, 3 wide to 2 high. Work goes through DivideWork; the result does not depend on the number of workers.
+sImage Render(int pWidth, int pWorkers);
+
+} // namespace SelvaneScene
+
+#endif
