@@ -165,7 +165,7 @@ SELVANE_CLONES void EncodeRowXYZ(const float* pFrom, unsigned short* pTo, int pW
         const int count = StripCount(pWidth, x);
         const float* from = pFrom + 3 * x;
         for (int n = 0; n < count; ++n)
-            EncodeXYZ(from + 3 * n, pMatrix, strip, n);
+            EncodeXYZ(from + ptrdiff_t{3} * n, pMatrix, strip, n);
         StoreYHMV(strip, count, reinterpret_cast<unsigned char*>(pTo) + kYHMVBytes * x);
     }
 }
@@ -182,9 +182,10 @@ template <class tSample>
 SELVANE_INLINE void FetchLinear(const tSample* pFrom, const float* pLUT, int pCount, sPrimaries& pTo)
 {
     for (int n = 0; n < pCount; ++n) {
-        pTo.fB[n] = pLUT[pFrom[3 * n]];
-        pTo.fG[n] = pLUT[pFrom[3 * n + 1]];
-        pTo.fR[n] = pLUT[pFrom[3 * n + 2]];
+        const tSample* from = pFrom + ptrdiff_t{3} * n;
+        pTo.fB[n] = pLUT[from[0]];
+        pTo.fG[n] = pLUT[from[1]];
+        pTo.fR[n] = pLUT[from[2]];
     }
 }
 

@@ -48,7 +48,7 @@ class SELVANE_API cYHMVColorSpace
 public:
     /// Builds the neutral table.
     cYHMVColorSpace();
-    ~cYHMVColorSpace();
+    ~cYHMVColorSpace(); // NOLINT(performance-trivially-destructible): exported, so out of line
     cYHMVColorSpace(const cYHMVColorSpace&) = delete;
     cYHMVColorSpace& operator=(const cYHMVColorSpace&) = delete;
 
