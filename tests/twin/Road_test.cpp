@@ -455,6 +455,81 @@ TEST(Road, TwelveDecadesAndTheirEnds)
                             eRuleNaNPrimary, eRuleMarker, eRuleEmptyCell});
 }
 
+TEST(Road, FineDetailInSixteenBits)
+{
+    // Pixels in plenty, wide output and every slider off its middle: a last bit that is wrong anywhere comes through.
+    cComparison comparison("detail");
+    cRandom random(20260116);
+    while (comparison.Goes(260)) {
+        sCase one;
+        ChoosePlainForm(one, random.Between(20, 50), random.Between(20, 50), random.Of<int>({16, 16, 32}), 16);
+        ChooseHost(one, random);
+        ChooseSliders(one, random);
+        one.fRun.requestType = 0;
+        one.fSliders.compression = random.Between(-100.0f, 100.0f);
+        one.fSliders.smoothness = random.Between(-10.0f, 10.0f);
+        one.fSliders.radius = random.Between(-10.0f, 10.0f);
+        one.fSliders.whiteClip = random.Between(0.0f, 8.0f);
+        one.fSliders.blackClip = random.Between(0.0f, 0.5f);
+        Paint(one, random, random.OneIn(4) ? ePictureNoise : ePictureTexture);
+        comparison.Compare(one);
+    }
+    comparison.Expect(260, {eRuleOutput16, eRuleAdaptation, eRuleWideSpace, eRuleNarrowSpace, eRuleHueBlue});
+}
+
+TEST(Road, SamplesOnTheBordersOfCells)
+{
+    // Sizes at which a position falls on, or by its rounding just beside, the border between two cells of the grid, and
+    // sizes at which the end of a wrapped row is a whole number.
+    struct sSize
+    {
+        float radius;
+        int size;
+    };
+    const std::vector<sSize> sizes = {{0.0f, 40},  {0.0f, 80},   {0.0f, 120},  {0.0f, 160},  {0.0f, 176},
+                                      {8.0f, 48},  {8.0f, 96},   {9.0f, 160},  {10.0f, 174}, {10.0f, 25},
+                                      {-5.0f, 64}, {-7.5f, 128}, {-6.0f, 160}, {10.0f, 222}, {2.0f, 250}};
+    cComparison comparison("borders");
+    cRandom random(20260117);
+    for (const sSize& size : sizes)
+        for (const float wrap : {0.0f, 1.0f})
+            for (const bool upright : {false, true}) {
+                sCase one;
+                const int other = random.Between(3, 30);
+                ChoosePlainForm(one, upright ? other : size.size, upright ? size.size : other, 16, 16);
+                ChooseHost(one, random);
+                ChooseSliders(one, random);
+                one.fRun.requestType = 0;
+                one.fSliders.radius = size.radius;
+                one.fSliders.wrapSwitch = wrap;
+                one.fSliders.whiteClip = 0.0f;
+                Paint(one, random, ePictureTexture);
+                comparison.Compare(one, 3000000);
+            }
+    comparison.Expect(60, {eRuleWrap});
+}
+
+TEST(Road, ClipsAtWholeCountsOfPixels)
+{
+    // Limits that are a whole number of pixels, where below, at and above make different points.
+    cComparison comparison("whole counts");
+    cRandom random(20260118);
+    while (comparison.Goes(150)) {
+        sCase one;
+        const int width = random.Of<int>({10, 20, 25, 40, 50});
+        const int height = random.Of<int>({5, 10, 20, 40});
+        ChoosePlainForm(one, width, height, random.Of<int>({8, 16, 32}), 16);
+        ChooseHost(one, random);
+        ChooseSliders(one, random);
+        one.fRun.requestType = 0;
+        one.fSliders.whiteClip = float(random.Between(0, 400));
+        one.fSliders.blackClip = 100.0f * float(random.Between(0, width * height / 4)) / float(width * height);
+        Paint(one, random, random.Of<ePicture>({ePictureNoise, ePictureTexture, ePictureRising, ePictureEdge}));
+        comparison.Compare(one);
+    }
+    comparison.Expect(150, {eRuleWhiteClipped, eRuleBlackClipped});
+}
+
 TEST(Road, LargerPictures)
 {
     cComparison comparison("larger");
