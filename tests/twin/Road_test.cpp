@@ -530,6 +530,26 @@ TEST(Road, ClipsAtWholeCountsOfPixels)
     comparison.Expect(150, {eRuleWhiteClipped, eRuleBlackClipped});
 }
 
+TEST(Road, ExposureInsteadOfPoints)
+{
+    // Points whose distance is exactly 1 leave the scale to the exposure, whose last bit then reaches the pixels.
+    cComparison comparison("exposure");
+    cRandom random(20260119);
+    while (comparison.Goes(80)) {
+        sCase one;
+        ChoosePlainForm(one, random.Between(20, 40), random.Between(20, 40), random.Of<int>({16, 32}), 16);
+        ChooseHost(one, random);
+        ChooseSliders(one, random);
+        one.fSliders.compression = random.Between(-110.0f, 195.0f);
+        one.fRun.requestType = 1;
+        one.fSliders.blackPoint = random.Of<float>({0.5f, 0.0f, 0.25f, -0.5f});
+        one.fSliders.whitePoint = one.fSliders.blackPoint + 1.0f;
+        Paint(one, random, ePictureTexture);
+        comparison.Compare(one);
+    }
+    comparison.Expect(80, {eRuleExposurePath, eRuleExposurePathByRange, eRuleRequestedPoints, eRuleLowQ, eRuleHighQ});
+}
+
 TEST(Road, LargerPictures)
 {
     cComparison comparison("larger");
