@@ -321,6 +321,18 @@ TEST(TileMemory, ATooWideScanlineAsksForNoTile)
     EXPECT_EQ(run.fUse.fLost, TextsOf(call));
 }
 
+TEST(TileMemory, APaddedHeightThatDoesNotFitAsksForNothing)
+{
+    for (const int height : {INT_MAX, INT_MAX - 2}) {
+        sTileSet set;
+        const sHeapUse use = WatchHeap([&] {
+            set.fTiles = cMemUtils::TiledBitmapAlloc(1, height, 1, set.fStride, set.fTileCount, set.fTileHeight);
+        });
+        ExpectNoTiles(set);
+        EXPECT_EQ(use.fRequests, cSizes());
+    }
+}
+
 TEST(TileMemory, ANullTileLeavesNothingBehindButTheTexts)
 {
     void** tiles = nullptr;
