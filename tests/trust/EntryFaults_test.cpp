@@ -2,7 +2,7 @@
 // out of memory, sliders and output stay as they were, and nothing is lost but what has to be.
 
 #include "EntryCall.h"
-#include "Heap.h"
+#include "Faults.h"
 #include "TileHost.h"
 
 #include <gtest/gtest.h>
@@ -22,16 +22,6 @@ namespace
 constexpr int kDone = 1;
 constexpr int kOutOfMemory = -4;
 constexpr size_t kHistogramBytes = 65536 * 4; // as many as the 16-bit decode table has
-
-class WatchedHeap : public testing::Test
-{
-protected:
-    void SetUp() override
-    {
-        if (!IsHeapWatched()) GTEST_SKIP() << "this tool brings a heap of its own";
-    }
-    cQuietErrors fQuiet;
-};
 
 /// Bytes of the table that a call of this input form loses; 0 for the form that has none.
 size_t DecodeTableBytes(int pInputDepth)
@@ -61,33 +51,6 @@ int HistogramRequest(const sHeapUse& pUse)
     return static_cast<int>(pUse.fRequests.rend() - found) - 1;
 }
 
-bool IsFromMalloc(const sRequest& pRequest)
-{
-    return pRequest.fKind == eMalloc || pRequest.fKind == eCalloc;
-}
-
-std::string TextOf(const sBlock& pBlock)
-{
-    const auto* text = static_cast<const char*>(pBlock.fAddress);
-    return std::string(text, strnlen(text, pBlock.fSize));
-}
-
-/// The blocks from pFirst on are the five texts of a cOutOfMemoryException, and nothing else.
-void ExpectFiveTexts(const sHeapUse& pUse, size_t pFirst)
-{
-    ASSERT_EQ(pUse.fLost.size(), pFirst + 5);
-    const auto text = [&](size_t pNumber) { return TextOf(pUse.fLost[pFirst + pNumber]); };
-    EXPECT_EQ(text(0), "cOutOfMemoryException");
-    EXPECT_EQ(text(1), "Out of Memory");
-    EXPECT_NE(text(2).find(".cpp"), std::string::npos);
-    EXPECT_EQ(text(3).size(), 24u);
-    EXPECT_NE(text(4).find("Vornik::"), std::string::npos);
-    for (size_t i = 0; i < 5; i++) {
-        EXPECT_EQ(pUse.fLost[pFirst + i].fKind, eMalloc);
-        EXPECT_EQ(pUse.fLost[pFirst + i].fSize, text(i).size() + 1);
-    }
-}
-
 /// The first pCount losses are the decode table, where the call got past it.
 void ExpectDecodeTable(const sHeapUse& pUse, size_t pCount, int pInputDepth)
 {
@@ -95,12 +58,6 @@ void ExpectDecodeTable(const sHeapUse& pUse, size_t pCount, int pInputDepth)
     if (pCount == 0) return;
     EXPECT_EQ(pUse.fLost[0].fSize, DecodeTableBytes(pInputDepth));
     EXPECT_EQ(pUse.fLost[0].fKind, eCalloc);
-}
-
-void ExpectCleanBook(const sHeapUse& pUse)
-{
-    EXPECT_EQ(pUse.fInTiles, 0);
-    EXPECT_EQ(pUse.fWrongDoors, 0);
 }
 
 sHeapUse Watch(sEntryCall& pCall, sFault pFault = {})
@@ -120,7 +77,7 @@ sEntryCall CallOf(const cForm& pForm, int pWidth, int pHeight)
     return call;
 }
 
-class EntryFaults : public WatchedHeap, public testing::WithParamInterface<cForm>
+class EntryFaults : public cWatchedHeapTest, public testing::WithParamInterface<cForm>
 {
 protected:
     int InputDepth() const { return std::get<0>(GetParam()); }
@@ -241,7 +198,7 @@ INSTANTIATE_TEST_SUITE_P(Forms, EntryFaults,
                                           testing::Values(0, 9)),
                          NameOf);
 
-class EntryTiles : public WatchedHeap, public testing::WithParamInterface<int>
+class EntryTiles : public cWatchedHeapTest, public testing::WithParamInterface<int>
 {
 };
 
@@ -284,7 +241,7 @@ TEST_P(EntryTiles, TheLastTileOfAFailedTileSetIsLostOnce)
 
 INSTANTIATE_TEST_SUITE_P(Forms, EntryTiles, testing::Values(8, 32), testing::PrintToStringParamName());
 
-class EntryChecks : public WatchedHeap
+class EntryChecks : public cWatchedHeapTest
 {
 };
 

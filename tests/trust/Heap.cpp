@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <new>
 #include <sys/mman.h>
+#include <utility>
 
 // The system's own, under the names by which the C library offers them to such a program.
 extern "C" {
@@ -25,7 +26,7 @@ namespace SelvaneTest
 namespace
 {
 
-/// A block in the book, with the number of its request.
+/// A block in the book, with the number of its request since the program began.
 struct sEntry
 {
     void* fAddress; // null: free place
@@ -147,7 +148,8 @@ enum eWatch
 cBook gBook;
 sRequest gRequests[sHeapUse::kMostRequests];
 sFault gFault;
-long gCount = 0;
+long gFirst = 0; // number of the first request of this watch
+long gCount = 0; // requests of this watch
 int gRefused = 0;
 std::atomic<int> gInTiles{0};
 std::atomic<int> gWrongDoors{0};
@@ -176,7 +178,7 @@ void* Take(eRequestKind pKind, size_t pSize, const tTake& pTake)
         return nullptr;
     }
     void* const block = pTake();
-    if (block != nullptr) gBook.Enter({block, pSize, request, pKind});
+    if (block != nullptr) gBook.Enter({block, pSize, gFirst + request, pKind});
     return block;
 }
 
@@ -231,7 +233,7 @@ cInTile::~cInTile()
 sHeapUse WatchHeap(const std::function<void()>& pCall, sFault pFault)
 {
     gFault = pFault;
-    gCount = 0;
+    gFirst += std::exchange(gCount, 0);
     gRefused = 0;
     gInTiles = 0;
     gWrongDoors = 0;
@@ -246,7 +248,9 @@ sHeapUse WatchHeap(const std::function<void()>& pCall, sFault pFault)
     use.fInTiles = gInTiles;
     use.fWrongDoors = gWrongDoors;
     std::vector<sEntry> lost;
-    gBook.ForEach([&](const sEntry& pEntry) { lost.push_back(pEntry); });
+    gBook.ForEach([&](const sEntry& pEntry) {
+        if (pEntry.fRequest >= gFirst) lost.push_back(pEntry);
+    });
     std::sort(lost.begin(), lost.end(), [](const sEntry& a, const sEntry& b) { return a.fRequest < b.fRequest; });
     for (const sEntry& entry : lost)
         use.fLost.push_back({entry.fAddress, entry.fSize, entry.fKind});

@@ -4,7 +4,10 @@ add_executable(selvane_tests_trust
   trust/Heap.cpp
   trust/TileHost.cpp
   trust/EntryCall.cpp
+  trust/Faults.cpp
   trust/EntryFaults_test.cpp
+  trust/ClassFaults_test.cpp
+  trust/StateFaults_test.cpp
 )
 target_include_directories(selvane_tests_trust PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
 target_link_libraries(selvane_tests_trust PRIVATE Selvane::Selvane GTest::gtest GTest::gtest_main)
