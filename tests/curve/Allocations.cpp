@@ -87,4 +87,11 @@ int cAllocationScope::Tried() const
     return gTried;
 }
 
+bool AllocationsAreCounted()
+{
+    const cAllocationScope scope;
+    ::operator delete(::operator new(1));
+    return scope.Tried() == 1;
+}
+
 } // namespace SelvaneTest

@@ -22,6 +22,13 @@ public:
     int Tried() const;
 };
 
+/// Whether operator new is this program's: a memory checker may have put its own in the place.
+bool AllocationsAreCounted();
+
 } // namespace SelvaneTest
+
+/// First in a test that uses cAllocationScope.
+#define SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED()                                                                          \
+    if (!::SelvaneTest::AllocationsAreCounted()) GTEST_SKIP() << "operator new is not this program's"
 
 #endif

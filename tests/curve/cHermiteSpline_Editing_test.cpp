@@ -122,6 +122,7 @@ TEST(cHermiteSpline_Editing, SetControlPointsChecksTheCountFirst)
 
 TEST(cHermiteSpline_Editing, SetControlPointsWithoutMemoryLeavesTheNewCountAndNoPoints)
 {
+    SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     cManualCurve curve;
     const cManualCurve other;
     const std::vector<sControlPoint> points = RecordsOf(other);
@@ -140,6 +141,7 @@ TEST(cHermiteSpline_Editing, SetControlPointsWithoutMemoryLeavesTheNewCountAndNo
 
 TEST(cHermiteSpline_Editing, AddPointWithoutMemoryChangesNothing)
 {
+    SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     cManualCurve curve;
     curve.GetLUT16f();
     const std::vector<sControlPoint> before = RecordsOf(curve);

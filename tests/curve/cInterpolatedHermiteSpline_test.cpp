@@ -113,6 +113,7 @@ TEST(cInterpolatedHermiteSpline, StartsWithTwoFramesOfItsPoints)
 
 TEST(cInterpolatedHermiteSpline, ConstructionWithoutMemoryLosesNothing)
 {
+    SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     for (int failing = 0; failing < 6; ++failing) { // four tables, the points, the key frames
         const cAllocationScope allocations(failing);
         EXPECT_THROW(cInterpolatedHermiteSpline(), std::bad_alloc);
@@ -198,6 +199,7 @@ TEST(cInterpolatedHermiteSpline, CountThatDoesNotFitIsABadArrayLength)
 
 TEST(cInterpolatedHermiteSpline, FramesThatFoundNoMemoryAreLeftAlone)
 {
+    SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     cFramedCurve curve(3, 4);
     {
         const cAllocationScope allocations(0);

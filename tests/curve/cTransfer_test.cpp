@@ -306,6 +306,7 @@ TEST(cTransfer_Table, CloneCopiesAllEntriesIntoATableOfItsOwn)
 
 TEST(cTransfer_Table, CloneRefusesACountThatDoesNotFit)
 {
+    SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     std::mt19937 random(3);
     cTransfer_Table table = RandomTable(4, random);
     for (const int size : {INT_MAX, -2, INT_MIN}) {
@@ -319,6 +320,7 @@ TEST(cTransfer_Table, CloneRefusesACountThatDoesNotFit)
 
 TEST(cTransfer_Table, DestructorFreesTheTable)
 {
+    SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     const cAllocationScope allocations;
     {
         unsigned short samples[] = {1, 2, 3};
@@ -330,6 +332,7 @@ TEST(cTransfer_Table, DestructorFreesTheTable)
 
 TEST(cTransfer_Table, CloneWithoutMemoryLosesNothing)
 {
+    SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     std::mt19937 random(3);
     const cTransfer_Table table = RandomTable(4, random);
     for (int failing = 0; failing < 2; ++failing) {
