@@ -327,7 +327,8 @@ void cHermiteSpline::SetControlPoints(eSplineInterpolationMode pMode, int pContr
     fPoints = NewRecords(pControlPointCount);
     std::copy_n(pCPs, pControlPointCount, fPoints);
     fMode = pMode;
-    UpdatePointArray();
+    // A copy under construction has no other update than this class's own, and needs none.
+    UpdatePointArray(); // NOLINT(clang-analyzer-optin.cplusplus.VirtualCall)
 }
 
 void cHermiteSpline::SetInterpolationMode(eSplineInterpolationMode pMode)

@@ -4,6 +4,7 @@
 #include "curve/SplineTables.h"
 
 #include <algorithm>
+#include <cstddef>
 
 // The four tables of a curve. Each segment is sampled at a hundred steps of its parameter; the chords between the
 // samples are drawn into fLUT16f, from which the other tables are taken. Later segments draw over earlier ones, the
@@ -190,7 +191,7 @@ void cHermiteSpline::BuildLUT8f()
 {
     if (fLUT8fValid) return;
     if (!fLUT16fValid) BuildLUT16f();
-    for (int i = 0; i < kEntriesOf8; ++i)
+    for (ptrdiff_t i = 0; i < kEntriesOf8; ++i)
         fLUT8f[i] = fLUT16f[i * kStride8f];
     fLUT8fValid = true;
 }
@@ -199,7 +200,7 @@ void cHermiteSpline::BuildLUT8i()
 {
     if (fLUT8iValid) return;
     if (!fLUT16fValid) BuildLUT16f();
-    for (int i = 0; i < kEntriesOf8; ++i)
+    for (ptrdiff_t i = 0; i < kEntriesOf8; ++i)
         fLUT8i[i] = static_cast<unsigned char>(TruncateToUInt32(fLUT16f[i * kStride8i] * kToSample8));
     fLUT8iValid = true;
 }
