@@ -171,7 +171,7 @@ void ReadExponentPlanes(const sTmImageDesc& pImage, const unsigned char* pInput,
         scales[e] = static_cast<float>(std::ldexp(1.0, e - kExponentBias));
     const int64_t width = pImage.width;
     for (int y = 0; y < pImage.height; y++) {
-        const unsigned char* red = pInput + y * 4 * width;
+        const unsigned char* red = pInput + int64_t{4} * y * width;
         float* pixel = RowOf(pLinear, y);
         for (int64_t x = 0; x < width; x++, pixel += 3) {
             const unsigned char exponent = red[3 * width + x];
