@@ -119,6 +119,7 @@ SELVANE_CLONES void DecodeTransformLoop(const tSample* __restrict pFrom, float* 
         for (size_t i = 0; i < 3 * count; ++i)
             linear[i] = pTable[from[i]];
         for (size_t i = 0; i < count; ++i)
+            // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): the loop before has filled the strip
             TransformPixel(pMatrix, linear[3 * i + 2], linear[3 * i + 1], linear[3 * i], to[3 * i], to[3 * i + 1],
                            to[3 * i + 2]);
     }
