@@ -8,6 +8,8 @@ add_executable(selvane_tests_trust
   trust/EntryFaults_test.cpp
   trust/ClassFaults_test.cpp
   trust/StateFaults_test.cpp
+  trust/Hosts_test.cpp
+  trust/Growth_test.cpp
 )
 target_include_directories(selvane_tests_trust PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
 target_link_libraries(selvane_tests_trust PRIVATE Selvane::Selvane GTest::gtest GTest::gtest_main)
