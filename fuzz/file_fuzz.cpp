@@ -1,0 +1,58 @@
+// The command's reading of files: any bytes as a picture.
+
+#include "Bytes.h"
+#include "Errors.h"
+#include "Ledger.h"
+#include "PictureReader.h"
+
+#include <new>
+#include <vips/vips.h>
+
+namespace
+{
+
+using namespace SelvaneFuzz;
+using namespace SelvaneHost;
+
+constexpr size_t kMostBytes = 16 << 20;
+
+void CheckPicture(const sPicture& pPicture)
+{
+    Check(pPicture.fWidth > 0 && pPicture.fHeight > 0);
+    Check(pPicture.fForm == eSamples8 || pPicture.fForm == eSamples16 || pPicture.fForm == eExponentPlanes);
+    Check(pPicture.fPixels.size() == RowBytes(pPicture) * static_cast<size_t>(pPicture.fHeight));
+    Check(!pPicture.fColorSpace || Vornik::cColorSpace::IsColorSpaceIDValid(*pPicture.fColorSpace));
+}
+
+/// Every byte has a value: reading it is what a renderer would do.
+unsigned Sum(const tBytes& pBytes)
+{
+    unsigned sum = 0;
+    for (const unsigned char byte : pBytes)
+        sum += byte;
+    return sum;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int* /*pCount*/, char*** /*pWords*/)
+{
+    StartPictureLibrary();
+    vips_concurrency_set(1);
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t pSize)
+{
+    const cLedger ledger(kMostBytes);
+    try {
+        const sPicture picture = ReadPicture(tBytes(pData, pData + pSize));
+        CheckPicture(picture);
+        volatile unsigned sum = Sum(picture.fPixels);
+        (void)sum;
+    } catch (const cHostError& failure) {
+        Check(failure.what()[0] != '\0');
+    } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): larger than the memory of a run
+    }
+    return 0;
+}
