@@ -264,9 +264,9 @@ void PrintCurves()
             std::vector<sControlPoint> controls(static_cast<size_t>(points));
             for (sControlPoint& point : controls) {
                 const auto unit = [&] { return 1.4f * random.Unit() - 0.2f; };
-                point.fPoint = cVector2(unit(), unit());
-                point.fNextTangent = cVector2(unit(), unit());
-                point.fPreviousTangent = cVector2(unit(), unit());
+                point.fPoint = cVector2{unit(), unit()};
+                point.fNextTangent = cVector2{unit(), unit()};
+                point.fPreviousTangent = cVector2{unit(), unit()};
                 point.fIndex = 0;
             }
             cHermiteSpline curve;
@@ -302,7 +302,7 @@ void PrintColours()
     cHash fixed;
     cRandom random(13);
     for (int i = 0; i < 5000; i++) {
-        const cVector3 colour(1.4f * random.Unit() - 0.2f, 1.4f * random.Unit() - 0.2f, random.Unit());
+        const cVector3 colour{1.4f * random.Unit() - 0.2f, 1.4f * random.Unit() - 0.2f, random.Unit()}; // in this order
         const cVector3 there = cColorUtils::RGBToHSB(colour);
         const cVector3 back = cColorUtils::HSBToRGB(cVector3(900.0f * colour.x, colour.y, colour.z));
         const cVector3 pcs = cColorUtils::sRGBToPCS(colour);
