@@ -123,6 +123,10 @@ float LastOf(int pPixels)
     return static_cast<float>(static_cast<int64_t>(pPixels) - 1);
 }
 
+/// Only values can leave a grid whose floats can be counted in 32 bits, places in the picture cannot: with 7 cells or
+/// more in y and 5 in z there are less than 2^25 in x, where the sum with 0.5 and the one with 3.5 are rounded by one
+/// at most. That leaves the last place of a row below the last cell but one, and so in y. A wrapped row may be rounded
+/// into the first cells of the row of cells above, as its index says; it ends two of them below the last.
 sGridShape MeasureGrid(int pWidth, int pHeight, sScale pScale, float pRangeSampling, float pRange)
 {
     sGridShape shape{};
@@ -132,8 +136,7 @@ sGridShape MeasureGrid(int pWidth, int pHeight, sScale pScale, float pRangeSampl
     return shape;
 }
 
-/// Floats of a grid, two a cell. A picture of negative width and height has a grid of its own, so the sign counts only
-/// here.
+/// Floats of a grid, two a cell. Negative counts in x and in y, of a picture without pixels, make a grid too.
 int FloatsOf(sGridShape pShape)
 {
     return CheckedCount(CheckedCount(2 * int64_t{pShape.fNx}, pShape.fNy), pShape.fNz);
@@ -576,7 +579,7 @@ void Filter_Fast_Interpolate_tile(int /*pSlot*/, int pStart, int pEnd, int pWidt
     const sScale scale{1.0f / pSpaceSampling, 1.0f / pRangeSampling, pRangeMin};
     const auto margin = static_cast<float>(pMargin);
     const ptrdiff_t stepY = 2 * ptrdiff_t{pNx};
-    for (int row = pStart; row < pEnd; row++) {
+    for (int row = pStart; row < pEnd && pWidth > 0; row++) {
         const ptrdiff_t offset = static_cast<ptrdiff_t>(row) * pWidth;
         const sBetween y = BetweenRows(static_cast<float>(row), scale.fCellsPerPixel, margin);
         const sGridRow grid{pGrid + y.fCell * stepY, stepY, stepY * pNy, margin, y.fNear, y.fFar};

@@ -26,30 +26,25 @@ public:
     /// closes with a light Gaussian blur of the result.
     ///
     /// @param pCancel         borrowed, not null; looked at once, before the first sample goes into the grid
-    /// @param pCancelled      borrowed, not null; set to true when the call stopped on pCancel, and left alone
-    /// otherwise
+    /// @param pCancelled      borrowed, not null; set to true when the call stopped on pCancel, otherwise left alone
     /// @param pThreadCount    passed on to DivideWork as it is
     /// @param pInput          plane of pWidth * pHeight floats; not changed. May be the same plane as pOutput
-    /// @param pOutput         plane of pWidth * pHeight floats; all of it is written, none of it when the call is
-    /// cancelled
-    ///                        or throws before slicing
+    /// @param pOutput         plane of pWidth * pHeight floats; all of it is written, or nothing when the call is
+    ///                        cancelled or throws before slicing
     /// @param pWidth          pixels; with a width or a height not above 0 nothing is filtered
     /// @param pHeight         pixels
     /// @param pSpaceSampling  pixels per grid cell in x and in y, above 0
     /// @param pRangeSampling  input units per grid cell in value, above 0
     /// @param pRangeMin       lowest value of the input
-    /// @param pRangeMax       highest value of the input. A sample that lies so far outside the range that it leaves
-    /// the grid
+    /// @param pRangeMax       highest value of the input. A sample so far outside the range that it leaves the grid
     ///                        counts as the nearer end of the range, as pRangeMin when pRangeMax is not above it
-    /// @param pBlurAmount     strength of the closing blur: its sigma is pBlurAmount / 3000 of the longer side; 0,
-    /// negative
-    ///                        or NaN: no blur
+    /// @param pBlurAmount     strength of the closing blur: its sigma is pBlurAmount / 3000 of the longer side. 0,
+    ///                        negative or NaN: no blur
     /// @param pWrapX          rows are periodic: the left and the right edge of the picture meet
     /// @throws std::bad_array_new_length  before anything is allocated: a sampling is not above 0 (or NaN), the grid
-    /// does not
-    ///                        fit 32-bit arithmetic, an end of the range leaves the grid, or pWrapX with 3 *
-    ///                        pSpaceSampling of 16777216 and more. Later: a plane of pWidth * pHeight that does not fit
-    ///                        32 bits
+    ///                        does not fit 32-bit arithmetic, an end of the range leaves the grid, or rows wrap and
+    ///                        3 * pSpaceSampling is 16777216 or more. Later: a plane of pWidth * pHeight floats that
+    ///                        is needed does not fit 32 bits
     /// @throws std::bad_alloc memory ran out; nothing is lost
     static void Filter_Fast(bool* pCancel, bool* pCancelled, int pThreadCount, float* pInput, float* pOutput,
                             int pWidth, int pHeight, float pSpaceSampling, float pRangeSampling, float pRangeMin,

@@ -123,7 +123,7 @@ tPlane DirectSlice(const float* pGrid, int pNx, int pNy, int pMargin, float pSpa
     return output;
 }
 
-tPlane DirectFast(const tPlane& pInput, const sFast& pArguments)
+tPlane DirectFast(const tPlane& pInput, const sFast& pArguments, tPlane* pGrid)
 {
     const int width = pArguments.fWidth;
     const int height = pArguments.fHeight;
@@ -150,6 +150,8 @@ tPlane DirectFast(const tPlane& pInput, const sFast& pArguments)
         Pass(first, second, step, false);
         Pass(second, first, step, step == steps[2]);
     }
+
+    if (pGrid != nullptr) *pGrid = first.fFloats;
 
     tPlane output;
     for (int y = 0; y < height; y++) {

@@ -28,8 +28,8 @@ struct sFast
 /// Towards zero, to the ends of the 32-bit range; NaN gives 0.
 int32_t Truncated(float pValue);
 
-/// The grid filter, for arguments that it takes.
-tPlane DirectFast(const tPlane& pInput, const sFast& pArguments);
+/// The grid filter, for arguments that it takes; pGrid: the first grid's floats as the slicing step finds them.
+tPlane DirectFast(const tPlane& pInput, const sFast& pArguments, tPlane* pGrid = nullptr);
 
 /// A row of the slicing step.
 tPlane DirectSlice(const float* pGrid, int pNx, int pNy, int pMargin, float pSpace, float pRange, float pMin, int pRow,

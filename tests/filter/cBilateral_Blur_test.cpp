@@ -289,22 +289,22 @@ TEST(cBilateralBlur, RadiusAndEdgeFractionComeFromTheBranchOfSigma)
 
 TEST(cBilateralBlur, TheNormalisationTableHoldsTheWeightsThatFallInside)
 {
-    for (const auto& [width, height] : {std::pair(20, 3), {3, 20}, {1, 1}, {5, 6}})
+    for (const std::pair<int, int>& sides : {std::pair(20, 3), {3, 20}, {1, 1}, {5, 6}})
         for (const float sigma : {0.2f, 1.7f, 3.1f, 8.0f, 40.0f}) {
             std::vector<tPlane> tables;
             sCutting cutting;
             cutting.fBeforeCall = [&](const sDivideCall& pCall) {
                 const auto* table = Field<const float*>(pCall.fRecord, 32);
-                const int length = tables.size() % 2 == 0 ? width : height;
+                const int length = tables.size() % 2 == 0 ? sides.first : sides.second;
                 EXPECT_EQ(FirstDifference({table, table + length},
                                           DirectNormalisation(length, Field<int32_t>(pCall.fRecord, 24),
                                                               Field<float>(pCall.fRecord, 28))),
                           -1)
-                    << width << " x " << height << ", sigma " << sigma;
+                    << sides.first << " x " << sides.second << ", sigma " << sigma;
                 tables.emplace_back(table, table + length);
             };
             const cHostScope host(cutting);
-            Blurred(tPlane(Count(width, height)), width, height, sigma);
+            Blurred(tPlane(Count(sides.first, sides.second)), sides.first, sides.second, sigma);
             EXPECT_EQ(tables.size(), 6u);
         }
 }

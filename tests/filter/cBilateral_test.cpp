@@ -57,12 +57,24 @@ tPlane Filtered(tPlane pInput, const sFast& pArguments, int pThreads = 1)
     return output;
 }
 
+/// The result and the grid that was sliced are those of the direct formula.
 void ExpectDirect(const tPlane& pInput, const sFast& pArguments)
 {
-    EXPECT_EQ(FirstDifference(Filtered(pInput, pArguments), DirectFast(pInput, pArguments)), -1)
+    tPlane directGrid;
+    const tPlane direct = DirectFast(pInput, pArguments, &directGrid);
+    tPlane grid;
+    sCutting cutting;
+    cutting.fBeforeCall = [&](const sDivideCall& pCall) {
+        const auto* cells = Field<const float*>(pCall.fRecord, 48);
+        if (pCall.fRecord.size() == 72) grid.assign(cells, cells + directGrid.size());
+    };
+    const cHostScope host(cutting);
+    EXPECT_EQ(FirstDifference(Filtered(pInput, pArguments), direct), -1)
         << pArguments.fWidth << " x " << pArguments.fHeight << ", s " << pArguments.fSpace << ", r "
         << pArguments.fRange << ", " << pArguments.fMin << " to " << pArguments.fMax << ", blur " << pArguments.fBlur
         << ", wrap " << pArguments.fWrap;
+    EXPECT_EQ(FirstDifference(grid, directGrid), -1) << "grid of " << pArguments.fWidth << " x " << pArguments.fHeight
+                                                     << ", s " << pArguments.fSpace << ", wrap " << pArguments.fWrap;
 }
 
 /// Whether the call is refused before anything is taken, looked at or started.
@@ -528,16 +540,48 @@ TEST(cBilateral, CancellingLaterHasNoEffect)
     EXPECT_EQ(FirstDifference(output, DirectFast(input, arguments)), -1);
 }
 
+/// Floats of the two grids that a call takes.
+size_t GridFloats(const sFast& pArguments)
+{
+    const cArrayLog log;
+    bool cancel = true;
+    bool cancelled = false;
+    cBilateral::Filter_Fast(&cancel, &cancelled, 1, nullptr, nullptr, pArguments.fWidth, pArguments.fHeight,
+                            pArguments.fSpace, pArguments.fRange, pArguments.fMin, pArguments.fMax, 0.0f, false);
+    EXPECT_EQ(log.Arrays().size(), 2u);
+    EXPECT_EQ(log.Arrays().at(0).fBytes, log.Arrays().at(1).fBytes);
+    return log.Arrays().at(0).fBytes / sizeof(float);
+}
+
 TEST(cBilateral, TakesTwoGridsOfTheGivenSize)
 {
     // 20 pixels at 4: trunc(19 / 4 + 0.5) = 5 intervals, 12 cells; 6 pixels: 1 and 8; 2 at 0.5: 4 and 11.
-    tPlane input = Noise(Count(20, 6), 0.0f, 2.0f);
-    tPlane output(input.size());
-    const cArrayLog log;
-    Filter(input.data(), output.data(), {20, 6, 4.0f, 0.5f, 0.0f, 2.0f});
-    ASSERT_EQ(log.Arrays().size(), 2u);
-    for (const sArray& grid : log.Arrays())
-        EXPECT_EQ(grid.fBytes, 12u * 8u * 11u * 2u * sizeof(float));
+    EXPECT_EQ(GridFloats({20, 6, 4.0f, 0.5f, 0.0f, 2.0f}), 2u * 12u * 8u * 11u);
+}
+
+TEST(cBilateral, TheIntervalsInValueAreATrueQuotient)
+{
+    // Here the range times 1 / r, rounded once, would give 7 and 20 intervals.
+    EXPECT_EQ(GridFloats({1, 1, 4.0f, 0x1.83127p-2f, 0.0f, 0x1.3a7efap+1f}), 2u * 7u * 7u * 13u);
+    EXPECT_EQ(GridFloats({1, 1, 4.0f, 0x1.f3b646p-3f, 0.0f, 0x1.4020c4p+2f}), 2u * 7u * 7u * 28u);
+}
+
+TEST(cBilateral, TheLastPlaceIsCountedBeforeItBecomesAFloat)
+{
+    // 16777218 is a float; 16777219 rounds to 16777220, one pixel less is 16777220 again and gives an interval more.
+    EXPECT_EQ(GridFloats({(1 << 24) + 3, 1, 0x1.460cc2p+17f, 1.0f, 0.0f, 0.0f}), 2u * 107u * 7u * 7u);
+}
+
+TEST(cBilateral, PassesTheNumberOfWorkersOnAsItIs)
+{
+    for (const int threads : {-5, 0, 1, 300}) {
+        tPlane plane(4, 1.0f);
+        const cHostScope host;
+        Filter(plane.data(), plane.data(), {2, 2, 1.0f, 1.0f, 1.0f, 1.0f, 3000.0f}, threads);
+        ASSERT_EQ(host.Calls().size(), 7u);
+        for (const sDivideCall& call : host.Calls())
+            EXPECT_EQ(call.fThreads, threads);
+    }
 }
 
 TEST(cBilateral, AFailedAllocationReleasesWhatWasHeld)
