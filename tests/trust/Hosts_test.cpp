@@ -16,14 +16,18 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <iostream>
 #include <memory>
 #include <random>
 #include <string>
 #include <thread>
 #include <tuple>
+#include <unistd.h>
+#include <utility>
 #include <vector>
 
 using namespace Vornik;
@@ -292,5 +296,89 @@ TEST(Cancellation, BeforeEveryTile)
         ExpectRenderGoesOn(scene, expected, black, white);
     }
 }
+
+/// Reads the standard error stream of the process on a thread of its own, and calls back once when a text has come.
+class cLogWatch
+{
+public:
+    cLogWatch(std::string pText, std::function<void()> pCall) : fText(std::move(pText)), fCall(std::move(pCall))
+    {
+        int ends[2];
+        if (pipe(ends) != 0) std::abort();
+        std::fflush(stderr);
+        dup2(ends[1], 2);
+        close(ends[1]);
+        fReader = std::thread([this, from = ends[0]] { Read(from); });
+    }
+    ~cLogWatch()
+    {
+        std::fflush(stderr);
+        dup2(fSaved, 2); // closes the writing end
+        close(fSaved);
+        fReader.join();
+    }
+    cLogWatch(const cLogWatch&) = delete;
+    cLogWatch& operator=(const cLogWatch&) = delete;
+
+private:
+    void Read(int pFrom)
+    {
+        std::string all;
+        char some[4096];
+        bool called = false;
+        for (ssize_t got = 0; (got = read(pFrom, some, sizeof some)) > 0;) {
+            all.append(some, static_cast<size_t>(got));
+            if (!called && all.find(fText) != std::string::npos) {
+                fCall();
+                called = true;
+            }
+        }
+        close(pFrom);
+    }
+
+    std::string fText;
+    std::function<void()> fCall;
+    int fSaved = dup(2);
+    std::thread fReader;
+};
+
+class CancelledAtALine : public testing::TestWithParam<const char*>
+{
+};
+
+// Cancelled from another thread as soon as a stage has said something: while the tables are built, the luminance is
+// replaced, the histogram is counted, the picture is decoded.
+TEST_P(CancelledAtALine, GoesOnWithTheSameBits)
+{
+    constexpr int kWidth = 900;
+    constexpr int kHeight = 700;
+    cScene scene(kWidth, kHeight);
+    scene.Begin();
+    scene.Render();
+    cBitmapBGR16 expected(kWidth, kHeight, eColorSpace_AdobeRGB98);
+    scene.CopyPixelsTo(expected);
+    const float black = scene.Renderer().fBlack;
+    const float white = scene.Renderer().fWhite;
+    scene.Renderer().fLogEnabled = 1;
+    for (int run = 0; run < 4; run++) {
+        SCOPED_TRACE(run);
+        scene.Begin();
+        {
+            const cLogWatch watch(GetParam(), [&] { scene.Cancel(); });
+            scene.Render();
+        }
+        const cQuietErrors quiet;
+        EXPECT_GE(scene.FirstMarked(), 2); // what came before the line was complete
+        ExpectRenderGoesOn(scene, expected, black, white);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Lines, CancelledAtALine,
+                         testing::Values("ToneMappingPhase1", "GlobalContrast", "Tone Mapped Y", "Linear Perc1"),
+                         [](const testing::TestParamInfo<const char*>& pInfo) {
+                             std::string name(pInfo.param);
+                             std::erase(name, ' ');
+                             return name;
+                         });
 
 } // namespace
