@@ -99,7 +99,9 @@ TEST(OutputFile, FailuresAreInTheSystemsWords)
         {folder / "device.png", "not a regular file"},
         {folder / std::string(300, 'x') + ".png", "File name too long"},
         {"/proc/picture.png", ""}};
-    for (const auto& [path, words] : cases) {
+    for (const auto& entry : cases) {
+        const std::string& path = entry.first;
+        const std::string& words = entry.second;
         const std::string early = Refusal([&] { CheckWritable(path); });
         if (!words.empty()) {
             EXPECT_THAT(early, HasSubstr(words)) << path;

@@ -32,8 +32,8 @@ find_package(OpenEXR 3 CONFIG REQUIRED)
 find_package(ZLIB REQUIRED)
 selvane_test(host
   Command_test.cpp ExponentPlanes_test.cpp HueCurve_test.cpp OutputFile_test.cpp PictureReader_test.cpp
-  PngProfile_test.cpp ProfileMatch_test.cpp RadianceReader_test.cpp Workshop.cpp)
+  PngProfile_test.cpp ProfileMatch_test.cpp RadianceReader_test.cpp Scene_test.cpp Workshop.cpp)
 target_link_libraries(selvane_tests_host PRIVATE selvane_host PkgConfig::VIPS OpenEXR::OpenEXR ZLIB::ZLIB)
 target_compile_definitions(selvane_tests_host PRIVATE
-  SELVANE_BINARY="$<TARGET_FILE:selvane>" SELVANE_VERSION="${PROJECT_VERSION}")
-add_dependencies(selvane_tests_host selvane)
+  SELVANE_BINARY="$<TARGET_FILE:selvane>" SELVANE_SCENE="$<TARGET_FILE:selvane-scene>" SELVANE_VERSION="${PROJECT_VERSION}")
+add_dependencies(selvane_tests_host selvane selvane-scene)
