@@ -324,7 +324,7 @@ void CheckTiles(const sState& pState)
     if (stride > 0xA00000)
         throw sThrown{
             ErrorLine("Scanline width exceeds max tile size.", "cInvalidOperationException", "Invalid Operation Error",
-                      "Vornik::cMemUtils::TiledBitmapAlloc(int, int, int, int&, int&, int&)", "cMemUtils.cpp")};
+                      "Vornik::cMemUtils::TiledBitmapAlloc(int, int, int, int\1&, int\1&, int\1&)", "cMemUtils.cpp")};
 }
 
 void Prepare(sState& pState)
