@@ -88,6 +88,8 @@ public:
 /// Reads rows back from the grid by trilinear interpolation of its value floats: the slicing step of
 /// cBilateral::Filter_Fast.
 ///
+/// @param pSlot           worker slot, ignored
+/// @param pStart, pEnd    first row and the row behind the last
 /// @param pWidth          pixels in a row of pInput and pOutput
 /// @param pSpaceSampling  pixels per grid cell in x and in y
 /// @param pRangeSampling  input units per grid cell in value
@@ -107,10 +109,11 @@ SELVANE_API void* Filter_Fast_Interpolate_tile_threaded(void* pRecord);
 /// Filters rows by brute force: the worker of cBilateral::Filter_Ref. A window without rows (a kernel of one sample or
 /// less) makes the result a NaN with the bits 0x7FC00000.
 ///
+/// @param pSlot           worker slot, ignored
+/// @param pStart, pEnd    first row and the row behind the last
 /// @param pWidth, pHeight pixels of pInput and pResult
-/// @param pKernelSize     K, samples in a row of the spatial kernel; the window of a pixel reaches from K / 2 before it
-/// up to,
-///                        but not including, K / 2 behind it
+/// @param pKernelSize     K, samples in a row of the spatial kernel; the window of a pixel reaches from K / 2
+///                        before it up to, but not including, K / 2 behind it
 /// @param pRangeLimit     samples whose value differs by more are skipped
 /// @param pRangeScale     255 / pRangeLimit: from a difference to its index in pRangeTable
 /// @param pInput          plane, from its first row
@@ -127,6 +130,8 @@ SELVANE_API void* Filter_Ref_Process_tile_threaded(void* pRecord);
 
 /// Runs the box filter along the rows pStart to pEnd - 1.
 ///
+/// @param pSlot             worker slot, ignored
+/// @param pStart, pEnd      first row and the row behind the last
 /// @param pWidth, pHeight   pixels of pSource and pDest
 /// @param pRadius           R: the box covers the samples from i - R to i + R
 /// @param pEdgeFraction     f: the two end samples weigh 1 - f
