@@ -151,7 +151,7 @@ SELVANE_CLONES bool AnyOutside(const float* pRow, int pWidth, float pRangeMin, f
 {
     int outside = 0;
     for (int x = 0; x < pWidth; x++)
-        outside |= !(pRow[x] >= pRangeMin) | !(pRow[x] <= pRangeTop);
+        outside |= pRow[x] >= pRangeMin && pRow[x] <= pRangeTop ? 0 : 1;
     return outside != 0;
 }
 
