@@ -78,9 +78,9 @@ const sScene& Scene(int pMegapixels)
 
 void Report(benchmark::State& pState, const sScene& pScene)
 {
-    const double pixels = static_cast<double>(pScene.fPlane.size());
-    pState.counters["ns/pixel"] =
-        benchmark::Counter(pixels * 1e-9, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+    const auto pixels = static_cast<double>(pScene.fPlane.size());
+    pState.counters["per_pixel"] =
+        benchmark::Counter(pixels, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
 /// Arguments: megapixels, workers, rows wrapped, blur amount in per cent.
