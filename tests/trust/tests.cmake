@@ -17,3 +17,15 @@ set_target_properties(selvane_tests_trust PROPERTIES ENABLE_EXPORTS ON)
 selvane_compile(selvane_tests_trust)
 selvane_arithmetic(selvane_tests_trust)
 gtest_discover_tests(selvane_tests_trust TEST_PREFIX trust. DISCOVERY_TIMEOUT 300)
+
+# The same losses as the leak sanitizer counts them.
+if(SELVANE_SANITIZE MATCHES "address" AND CMAKE_SYSTEM_NAME STREQUAL "Linux")
+  add_executable(selvane_trust_losses trust/losses.cpp trust/TileHost.cpp trust/Heap.cpp)
+  target_include_directories(selvane_trust_losses PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
+  target_link_libraries(selvane_trust_losses PRIVATE Selvane::Selvane)
+  set_target_properties(selvane_trust_losses PROPERTIES ENABLE_EXPORTS ON)
+  selvane_compile(selvane_trust_losses)
+  add_test(NAME trust.losses
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/trust/losses.sh $<TARGET_FILE:selvane_trust_losses>
+      ${CMAKE_CURRENT_SOURCE_DIR}/trust/leaks.supp)
+endif()
