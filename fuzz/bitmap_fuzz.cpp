@@ -456,6 +456,42 @@ void ThroughSpaces(cBytes& pBytes, sPictures& pPictures)
     }
 }
 
+// ---- Construction and colour spaces
+
+void BuildFrom(cBytes& pBytes, sPictures& pPictures)
+{
+    const int width = pBytes.AnyInt();
+    const int height = pBytes.AnyInt();
+    const int stride = pBytes.AnyInt() + 6 * std::min(std::max(width, 0), 64);
+    const bool exists = width > 0 && height > 0 && width < 64 && height < 64 && stride > 0 && stride < 1000;
+    const cBlock host(exists ? static_cast<size_t>(height) * static_cast<size_t>(stride) : 1);
+    if (!exists && width > 0 && height > 0 && stride > 0) return; // more than this host has
+    const eColorSpaceID space = SpaceNumber(pBytes);
+    cBitmapBGR8 eight(width, height, stride, host.Data(), space);
+    const std::unique_ptr<cBitmapBGR16> sixteen(cBitmapBGR16::FromBGR16Data(width, height, stride, host.Data(), space));
+    const cBitmapXYZ32 copy(&pPictures.fXyz32[0]);
+    Check(std::memcmp(copy.fData, pPictures.fXyz32[0].fData, 12 * static_cast<size_t>(copy.fWidth)) == 0);
+}
+
+/// A caller hands over neither null nor the picture's own space.
+void AssignSpace(cBytes& pBytes, sPictures& pPictures)
+{
+    cBitmapLDR* const pictures[] = {&pPictures.fBgr8[0], &pPictures.fBgr8[1], &pPictures.fBgr16[0],
+                                    &pPictures.fBgr16[1]};
+    cBitmapLDR* const target = pictures[pBytes.Int(0, 3)];
+    cBitmapLDR* const other = pictures[pBytes.Int(0, 3)];
+    if (pBytes.Flag() && other != target && other->GetColorSpace() != nullptr)
+        target->AssignColorSpace(other->GetColorSpace());
+    else
+        target->AssignColorSpace(SpaceNumber(pBytes));
+    const cBitmapBGR16 alike(target->fWidth, target->fHeight, target->GetColorSpace());
+    const cBitmapBGR8 alike8(target->fWidth, target->fHeight, target->GetColorSpace());
+    Check(alike.fColorSpace != target->fColorSpace && alike8.fColorSpace != nullptr);
+    float first = 0.0f;
+    float second = 0.0f;
+    target->GetWhiteBalance(&first, &second);
+}
+
 // ---- Arithmetic, channels, statistics
 
 void Calculate(cBytes& pBytes, sPictures& pPictures)
@@ -593,7 +629,7 @@ void UseMemory(cBytes& pBytes)
 
 void Step(cBytes& pBytes, sPictures& pPictures)
 {
-    switch (pBytes.Int(0, 10)) {
+    switch (pBytes.Int(0, 12)) {
     case 0:
     case 1:
         return ExchangeRows(pBytes, pPictures);
@@ -612,6 +648,10 @@ void Step(cBytes& pBytes, sPictures& pPictures)
         return pBytes.Flag() ? UseChannel(pBytes, pPictures) : FillIntegers(pBytes, pPictures);
     case 9:
         return Measure(pBytes, pPictures);
+    case 10:
+        return BuildFrom(pBytes, pPictures);
+    case 11:
+        return AssignSpace(pBytes, pPictures);
     default:
         return UseMemory(pBytes);
     }

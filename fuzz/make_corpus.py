@@ -54,6 +54,10 @@ def entries():
                 body = bytes(120 + b % 16 if i // width % 4 == 3 else b for i, b in enumerate(body))
             write("entry", f"call{number:02}", head + body[:256])
             number += 1
+    for side in (250, 255):  # a width of 0, and one that is too large for the memory
+        refused = bytearray(entry(False, 4, 4, 3, 8, 8, 0, 1, 0, 0, plain))
+        refused[1] = side
+        write("entry", f"width{side}", refused)
 
 
 def splines():
@@ -72,7 +76,7 @@ def bitmaps():
         head = bytes([number + 3, 5 + number % 4, number % 2, 12, 7, 0, 0, 0, 1, 0, 2, 0, 1])
         blocks = 2 * (pixels(16, number) + b"".join(whole(i + number) for i in range(5)) + pixels(8, 7))
         steps = b"".join(bytes([step, (step * 5 + number) % 11, number % 4, 2, 1, 3, 2, 4, 3, 0, 90, 10])
-                         for step in range(11))
+                         for step in range(13))
         write("bitmap", f"steps{number:02}", head + blocks + steps)
 
 
@@ -86,6 +90,13 @@ def spaces():
         write("space", f"fixed{number}", color + bytes([0, number]) + whole(1) + bytes([number + 1, 0, 1]) + color)
     chroma = b"".join(bytes([0, x, 0, y]) for x, y in ((163, 84), (77, 153), (38, 15), (80, 84)))
     write("space", "primaries", color + bytes([1]) + chroma + whole(2) + whole(1) + bytes([3, 0, 2]) + color)
+
+
+def filters():
+    for kind in range(4):
+        plane = b"".join(whole(number) for number in (1, 2, -1, 0, 3))
+        arguments = b"".join(whole(number) for number in (2, 1, -2, 4, 1)) + bytes([kind % 2])
+        write("filter", f"filter{kind}", bytes([kind, 11, 8, kind, 9]) + plane + arguments)
 
 
 def radiance():
@@ -150,6 +161,7 @@ if __name__ == "__main__":
     splines()
     bitmaps()
     spaces()
+    filters()
     files()
     if len(sys.argv) > 1:
         written_files(sys.argv[1])
