@@ -14,6 +14,8 @@ using namespace SelvaneFuzz;
 using namespace Vornik;
 
 constexpr size_t kMostBytes = 1 << 20;
+constexpr float kWidestWrap = 1e4f; // a row that wraps is walked over six times the sampling: slow, but no endless loop
+constexpr float kRefusedWrap = 6e6f;
 
 /// A plane of exactly so many floats: five numbers, again and again.
 cBlock Plane(cBytes& pBytes, int pWidth, int pHeight)
@@ -58,13 +60,15 @@ void FilterFast(cBytes& pBytes, const sRun& pRun, const cBlock& pInput, const cB
 {
     bool cancel = false;
     bool cancelled = false;
-    const float space = pBytes.Float();
+    float space = pBytes.Float();
     const float range = pBytes.Float();
     const float least = pBytes.Float();
     const float most = pBytes.Float();
     const float blur = pBytes.Float();
+    const bool wraps = pBytes.Flag();
+    if (wraps && space > kWidestWrap && space < kRefusedWrap) space = kWidestWrap;
     cBilateral::Filter_Fast(&cancel, &cancelled, pRun.fThreads, pInput.As<float>(), pOutput.As<float>(), pRun.fWidth,
-                            pRun.fHeight, space, range, least, most, blur, pBytes.Flag());
+                            pRun.fHeight, space, range, least, most, blur, wraps);
     Check(!cancelled);
 }
 
