@@ -37,3 +37,6 @@ target_link_libraries(selvane_tests_host PRIVATE selvane_host PkgConfig::VIPS Op
 target_compile_definitions(selvane_tests_host PRIVATE
   SELVANE_BINARY="$<TARGET_FILE:selvane>" SELVANE_SCENE="$<TARGET_FILE:selvane-scene>" SELVANE_VERSION="${PROJECT_VERSION}")
 add_dependencies(selvane_tests_host selvane selvane-scene)
+if(SELVANE_SANITIZE) # these files only compare; optimising them takes minutes each
+  target_compile_options(selvane_tests_host PRIVATE -O0 -g1)
+endif()
