@@ -147,6 +147,7 @@ TEST_P(EntryFaults, EveryAllocationMayFail)
     const int histogram = HistogramRequest(whole);
     ASSERT_GT(histogram, table);
     const int requests = static_cast<int>(whole.fRequests.size());
+    RecordProperty("requests", requests);
     for (int request = 0; request <= requests; request++) {
         SCOPED_TRACE(request);
         const sHeapUse use = Watch(call, {eFaultOnce, request});
