@@ -1,7 +1,7 @@
 #include "color/cColorSpace.h"
 
-#include "color/FailingNew.h"
 #include "curve/cTransfer.h"
+#include "support/Allocations.h"
 #include "support/Capture.h"
 
 #include <gtest/gtest.h>
@@ -100,21 +100,21 @@ int FailEachAllocation(const std::function<cColorSpace*()>& pMake)
 {
     for (int failing = 1;; failing++) {
         bool thrown = false;
-        int live = 0, asked = 0;
+        long live = 0, asked = 0;
         cColorSpace* space = nullptr;
         {
-            const cNewScope scope(failing);
+            const cAllocationScope scope(failing - 1);
             try {
                 space = pMake();
             } catch (const std::bad_alloc&) {
                 thrown = true;
             }
             delete space;
-            live = scope.Live();
-            asked = scope.Asked();
+            live = scope.Held();
+            asked = scope.Tried();
         }
         EXPECT_EQ(live, 0) << "allocation " << failing;
-        if (asked < failing) return asked;
+        if (asked < failing) return static_cast<int>(asked);
         EXPECT_TRUE(thrown) << "allocation " << failing;
         EXPECT_EQ(asked, failing) << "nothing is allocated after a failure";
     }
@@ -131,9 +131,9 @@ TEST(cColorSpaceFailure, FixedSpacesWithoutMemoryLoseNothing)
 
 TEST(cColorSpaceFailure, AnUnknownNumberAllocatesNothing)
 {
-    const cNewScope scope;
+    const cAllocationScope scope;
     EXPECT_EQ(cColorSpace::FromID(eColorSpaceID(3)), nullptr);
-    EXPECT_EQ(scope.Asked(), 0);
+    EXPECT_EQ(scope.Tried(), 0);
 }
 
 constexpr cMatrix33 kToPCS = {0.44f, 0.38f, 0.14f, 0.22f, 0.72f, 0.06f, 0.014f, 0.097f, 0.714f};
@@ -158,10 +158,10 @@ TEST(cColorSpaceFailure, GenericSpacesWithoutMemoryLoseNothing)
 
 TEST(cColorSpaceFailure, TheFirstTransferIsBuiltFirst)
 {
-    const cNewScope scope;
+    const cAllocationScope scope;
     delete FromTables(gTable, 3, gTable, 2);
-    EXPECT_EQ(scope.SizeOf(3), 4 * sizeof(float)); // one guard entry more than samples
-    EXPECT_EQ(scope.SizeOf(5), 3 * sizeof(float));
+    EXPECT_EQ(scope.SizeOf(2), 4 * sizeof(float)); // one guard entry more than samples
+    EXPECT_EQ(scope.SizeOf(4), 3 * sizeof(float));
 }
 
 TEST(cColorSpaceFailure, RefusedTablesPassOnTheirWords)
@@ -195,12 +195,12 @@ TEST(cColorSpaceFailure, RefusedTablesPassOnTheirWords)
         EXPECT_EQ(failure.fFile, "cTransfer.cpp");
         EXPECT_NE(failure.fFuncSig.find("cTransfer_Table::cTransfer_Table"), std::string::npos) << failure.fFuncSig;
 
-        const cNewScope scope;
+        const cAllocationScope scope;
         try {
             delete FromTables(c.fTo, c.fToCount, c.fFrom, c.fFromCount);
         } catch (const cException&) {
         }
-        EXPECT_EQ(scope.Live(), 0);
+        EXPECT_EQ(scope.Held(), 0);
     }
 }
 
@@ -236,13 +236,13 @@ TEST(cColorSpaceFailure, ClonePassesOnAFailureOfTheFirstTransfer)
     const auto space = Probed(&diary, false, true);
     bool thrown = false;
     {
-        const cNewScope scope;
+        const cAllocationScope scope;
         try {
             space->Clone();
         } catch (const std::runtime_error&) {
             thrown = true;
         }
-        EXPECT_EQ(scope.Live(), 0);
+        EXPECT_EQ(scope.Held(), 0);
     }
     EXPECT_TRUE(thrown);
     EXPECT_EQ(diary, "");
@@ -252,7 +252,7 @@ TEST(cColorSpaceFailure, CloneOfAGenericSpaceWithoutMemory)
 {
     const std::unique_ptr<cColorSpace> space(FromGamma());
     for (int failing = 1; failing <= 3; failing++) { // the clone, its first and its second transfer
-        const cNewScope scope(failing);
+        const cAllocationScope scope(failing - 1);
         bool thrown = false;
         cColorSpace* clone = nullptr;
         try {
@@ -260,15 +260,15 @@ TEST(cColorSpaceFailure, CloneOfAGenericSpaceWithoutMemory)
         } catch (const std::bad_alloc&) {
             thrown = true;
         }
-        EXPECT_EQ(scope.Asked(), failing);
+        EXPECT_EQ(scope.Tried(), failing);
         EXPECT_EQ(thrown, failing < 3);
-        EXPECT_EQ(scope.Live(), failing < 3 ? 0 : 1); // the clone alone
+        EXPECT_EQ(scope.Held(), failing < 3 ? 0 : 1); // the clone alone
         if (clone != nullptr) {
             EXPECT_EQ(clone->fToLinear, nullptr);
             EXPECT_EQ(clone->fFromLinear, nullptr);
         }
         delete clone;
-        EXPECT_EQ(scope.Live(), 0);
+        EXPECT_EQ(scope.Held(), 0);
     }
 }
 

@@ -1,7 +1,7 @@
 #include "curve/cHermiteSpline.h"
 
-#include "Allocations.h"
 #include "Bits.h"
+#include "support/Allocations.h"
 #include "support/Capture.h"
 
 #include <gtest/gtest.h>

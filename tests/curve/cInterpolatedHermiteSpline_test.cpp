@@ -1,9 +1,9 @@
 #include "curve/cHermiteSpline.h"
 
-#include "Allocations.h"
 #include "Bits.h"
 #include "RandomCurves.h"
 #include "SlowSpline.h"
+#include "support/Allocations.h"
 #include "support/Capture.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #include "curve/cTransfer.h"
 
-#include "Allocations.h"
 #include "Bits.h"
+#include "support/Allocations.h"
 #include "support/Capture.h"
 
 #include <gtest/gtest.h>

@@ -5,4 +5,4 @@ selvane_test(curve
   cHermiteSpline_Tables_test.cpp
   cHermiteSpline_Editing_test.cpp
   cInterpolatedHermiteSpline_test.cpp
-  Allocations.cpp)
+  ../support/Allocations.cpp)

@@ -7,8 +7,8 @@
 #include "color/cColorSpace.h"
 #include "curve/cHermiteSpline.h"
 #include "curve/cTransfer.h"
+#include "support/Allocations.h"
 #include "support/Capture.h"
-#include "yhmv/FailingNew.h"
 #include "yhmv/Twin.h"
 #include "yhmv/cYHMVColorSpace.h"
 
@@ -198,10 +198,10 @@ TEST(EqualizerObject, BeginsNeutralWithBothStagesMarked)
 
 TEST(EqualizerObject, AFailedConstructionKeepsNothing)
 {
-    const long live = LiveBlocks();
-    EXPECT_GE(FailEachNew([] { delete new cColorEqRenderer; }),
+    const cAllocationScope scope;
+    EXPECT_GE(FailEachAllocation([] { delete new cColorEqRenderer; }),
               15); // itself, table, and three curves of five blocks each
-    EXPECT_EQ(LiveBlocks(), live);
+    EXPECT_EQ(scope.Held(), 0);
 }
 
 TEST(EqualizerObject, MembersGoInTheirOrderAndThePicturesStay)
@@ -365,9 +365,9 @@ TEST(EqualizerCurves, TheOldCurveGoes)
     const cHermiteSpline other(0.0f, 0.5f, 1.0f, 0.6f);
     renderer.SetHueCurves(&other, &other, &other);
     const cHermiteSpline third(0.0f, 0.5f, 1.0f, 0.7f);
-    const long live = LiveBlocks();
+    const cAllocationScope scope;
     renderer.SetHueCurves(&third, &third, &third);
-    EXPECT_EQ(LiveBlocks(), live);
+    EXPECT_EQ(scope.Held(), 0);
 }
 
 // A copy takes six blocks: itself, four tables, the points. One that fails leaves its curve; those before it stay
@@ -380,10 +380,11 @@ TEST(EqualizerCurves, AFailedCopyLeavesThatCurveAndKeepsTheOnesBefore)
         cHermiteSpline** const held[] = {&renderer->fHHCurve, &renderer->fHSCurve, &renderer->fHLCurve};
         const cHermiteSpline* before[] = {renderer->fHHCurve, renderer->fHSCurve, renderer->fHLCurve};
         ClearFlags(*renderer);
-        const long live = LiveBlocks();
-        FailNew(number);
-        EXPECT_THROW(renderer->SetHueCurves(&other, &other, &other), std::bad_alloc);
-        EXPECT_EQ(LiveBlocks(), live);
+        {
+            const cAllocationScope scope(number);
+            EXPECT_THROW(renderer->SetHueCurves(&other, &other, &other), std::bad_alloc);
+            EXPECT_EQ(scope.Held(), 0);
+        }
         for (int i = 0; i < 3; ++i)
             EXPECT_EQ(*held[i] != before[i], i < number / 6) << number << ' ' << i;
         ExpectFlags(*renderer, false, number >= 6, true);
@@ -480,9 +481,9 @@ TEST(EqualizerRender, ASecondCallDoesNothing)
     EXPECT_FALSE(IsFilledWith(scene.fOutput, kScribble));
     FillWith(scene.fOutput, kScribble);
     FillWithNoise(scene.fInput, 77);
-    const long calls = NewCalls();
+    const cAllocationScope scope;
     scene.fRenderer->Render();
-    EXPECT_EQ(NewCalls(), calls);
+    EXPECT_EQ(scope.Tried(), 0);
     EXPECT_TRUE(IsFilledWith(scene.fOutput, kScribble));
     const cHermiteSpline same(*scene.fRenderer->fHHCurve);
     scene.fRenderer->SetHueCurves(&same, &same, &same);
@@ -516,11 +517,11 @@ TEST(EqualizerRender, ANewInputRunsBothStages)
     scene.fRenderer->Render();
     cBitmapBGR16 other(12, 5, eColorSpace_ProPhotoRGB), out(12, 5, eColorSpace_sRGB), expected(12, 5, eColorSpace_sRGB);
     FillWithNoise(other, 78);
-    const long live = LiveBlocks();
+    const cAllocationScope scope;
     scene.fRenderer->SetInput(&other);
     scene.fRenderer->SetOutput(&out);
     scene.fRenderer->Render();
-    EXPECT_EQ(LiveBlocks(), live); // the old records are gone
+    EXPECT_EQ(scope.Held(), 0); // the old records are gone
     EXPECT_EQ(scene.fRenderer->fHMV->fWidth, 12);
     EXPECT_EQ(scene.fRenderer->fHMV->fPlanes, 5);
     RenderByHand(other, expected, scene.fHue, scene.fSaturation, scene.fLightness);
@@ -661,8 +662,7 @@ TEST(EqualizerMemory, AFailedPreparationStartsOver)
     for (long number = 0;; ++number) {
         renderer.AllRenderingNeeded();
         FillWith(scene.fOutput, kScribble);
-        const long calls = NewCalls();
-        FailNew(number);
+        const cAllocationScope scope(number);
         try {
             renderer.Render();
         } catch (const std::bad_alloc&) {
@@ -671,11 +671,10 @@ TEST(EqualizerMemory, AFailedPreparationStartsOver)
             EXPECT_TRUE(IsFilledWith(scene.fOutput, kScribble));
             continue;
         }
-        EXPECT_LE(NewCalls() - calls, number);
+        EXPECT_LE(scope.Tried(), number);
         EXPECT_GE(number, 3); // records, tiles or transfer table, working space
         break;
     }
-    FailNew(1000000);
     ExpectFlags(renderer, false, false, true);
     EXPECT_FALSE(IsFilledWith(scene.fOutput, kScribble));
 }
@@ -685,9 +684,9 @@ TEST(EqualizerMemory, ARepeatedFinalStageAllocatesNothing)
     sScene scene;
     scene.fRenderer->Render();
     scene.fRenderer->FinalRenderingNeeded();
-    const long calls = NewCalls();
+    const cAllocationScope scope;
     scene.fRenderer->Render();
-    EXPECT_EQ(NewCalls(), calls);
+    EXPECT_EQ(scope.Tried(), 0);
 }
 
 // ---- cancelling ----
@@ -696,11 +695,11 @@ TEST(EqualizerCancel, BeforePreparationNothingIsAllocated)
 {
     sScene scene;
     bool cancel = true, cancelled = false;
-    const long calls = NewCalls();
+    const cAllocationScope scope;
     scene.fRenderer->Render(&cancel, &cancelled);
     EXPECT_TRUE(cancelled);
     EXPECT_TRUE(cancel);
-    EXPECT_EQ(NewCalls(), calls);
+    EXPECT_EQ(scope.Tried(), 0);
     EXPECT_EQ(scene.fRenderer->fHMV, nullptr);
     ExpectFlags(*scene.fRenderer, true, true, false);
     EXPECT_TRUE(IsFilledWith(scene.fOutput, kScribble));

@@ -1,4 +1,4 @@
 selvane_test(equalizer
-  ../yhmv/FailingNew.cpp
+  ../support/Allocations.cpp
   cColorEqRenderer_test.cpp
 )

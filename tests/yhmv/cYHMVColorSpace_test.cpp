@@ -5,8 +5,8 @@
 #include "bitmap/cBitmapU16T.h"
 #include "bitmap/cBitmapXYZ32.h"
 #include "curve/cTransfer.h"
+#include "support/Allocations.h"
 #include "support/Capture.h"
-#include "yhmv/FailingNew.h"
 #include "yhmv/Twin.h"
 
 #include <gtest/gtest.h>
@@ -484,7 +484,7 @@ TEST(XYZToYHMV, AFailedAllocationKeepsNothing)
     cBitmapXYZ32 input(1, 1);
     std::memset(input.fData, 0, 12);
     cBitmapU16T output(1, 1, 7);
-    FailEachNew([&] { cYHMVColorSpace::XYZToYHMV(nullptr, nullptr, &input, &output); });
+    FailEachAllocation([&] { cYHMVColorSpace::XYZToYHMV(nullptr, nullptr, &input, &output); });
 }
 
 // ---- display pictures ----
@@ -711,8 +711,8 @@ TEST(BitmapRGBToHMV, AFailedAllocationKeepsNothing)
         cBitmapBGR8 bytes(1, 1, eColorSpace_sRGB);
         cBitmapBGR16 words(1, 1, eColorSpace_sRGB);
         cBitmapU16T output(1, 1, 5);
-        EXPECT_GE(FailEachNew([&] { cYHMVColorSpace::RGBToHMV(nullptr, nullptr, &bytes, &output); }), 1);
-        EXPECT_GE(FailEachNew([&] { cYHMVColorSpace::RGBToHMV(nullptr, nullptr, &words, &output); }), 1);
+        EXPECT_GE(FailEachAllocation([&] { cYHMVColorSpace::RGBToHMV(nullptr, nullptr, &bytes, &output); }), 1);
+        EXPECT_GE(FailEachAllocation([&] { cYHMVColorSpace::RGBToHMV(nullptr, nullptr, &words, &output); }), 1);
     });
 }
 

@@ -1,5 +1,5 @@
 selvane_test(yhmv
-  FailingNew.cpp
+  ../support/Allocations.cpp
   cYHMVColorSpace_test.cpp
   cYHMVColorSpace_Decode_test.cpp
 )
