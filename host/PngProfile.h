@@ -3,7 +3,7 @@
 
 // The ICC profile of a PNG file, read and written by ourselves: libpng drops profiles that differ in the last bit of
 // the connection space's white from its own, and the published profile of ProPhoto RGB is one of them. Source: PNG
-// specification (third edition), 11.3.2.3 "iCCP".
+// standard (third edition), 11.3.2.3 "iCCP".
 
 #include "Picture.h"
 
