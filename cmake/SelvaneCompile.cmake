@@ -29,7 +29,9 @@ endfunction()
 # Several compiled versions of a loop need a compiler that clones functions and a loader that picks one: g++ 12 or
 # clang 19 and later, x86-64, glibc. Sanitizers and coverage run before the loader can choose, so not with those.
 function(selvane_versions target)
-  if(NOT SELVANE_VERSIONED OR SELVANE_SANITIZE OR NOT CMAKE_SYSTEM_PROCESSOR STREQUAL "x86_64")
+  string(TOUPPER "${CMAKE_BUILD_TYPE}" config)
+  if(NOT SELVANE_VERSIONED OR SELVANE_SANITIZE OR NOT CMAKE_SYSTEM_PROCESSOR STREQUAL "x86_64"
+     OR "${CMAKE_CXX_FLAGS} ${CMAKE_CXX_FLAGS_${config}}" MATCHES "-fsanitize|--coverage|-fprofile")
     return()
   endif()
   if((CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_GREATER_EQUAL 12)
