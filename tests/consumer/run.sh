@@ -21,7 +21,7 @@ export PKG_CONFIG_PATH=$pc
 
 for pair in gcc:g++ clang:clang++; do
   cc=${pair%%:*} cxx=${pair##*:}
-  cmake -S "$here" -B "$scratch/$cc" -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_PREFIX_PATH="$prefix" |
+  cmake -S "$here" -B "$scratch/$cc" -G Ninja -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_PREFIX_PATH="$prefix" |
     tee "$scratch/configure" >/dev/null
   grep -q "Selvane $version" "$scratch/configure"
   cmake --build "$scratch/$cc" >/dev/null
