@@ -88,7 +88,6 @@ TEST(Reading, EveryCodeOfEightBitsDecodesByThePlainGamma)
             ExpectPixel(xyz, static_cast<size_t>(x), space,
                         {Decoded8(x, gamma), Decoded8(255 - x, gamma), Decoded8(x ^ 85, gamma)});
     }
-    EXPECT_LT(Decoded8(255, 2.2), 1.0f);
 }
 
 TEST(Reading, EveryCodeOfSixteenBitsDecodesByThePlainGamma)
@@ -218,7 +217,7 @@ TEST(Reading, SixteenBitSamplesMayStandAtOddAddresses)
 
 TEST(Reading, ExponentPlanesAreMantissasTimesPowersOfTwo)
 {
-    // row 0: every exponent with its own mantissas; ProPhoto because its matrix has plain zeros
+    // every exponent with mantissas of its own
     cGuarded input(256 * 4 * 2);
     unsigned char* bytes = input.Data();
     for (int y = 0; y < 2; y++)
@@ -243,8 +242,6 @@ TEST(Reading, ExponentPlanesAreMantissasTimesPowersOfTwo)
             };
             ExpectPixel(xyz, static_cast<size_t>(y * 256 + x), 1, {channel(0), channel(1), channel(2)});
         }
-    EXPECT_EQ(255.0f * static_cast<float>(std::ldexp(1.0, 136 - 136)), 255.0f);
-    EXPECT_EQ(128.0f * static_cast<float>(std::ldexp(1.0, 128 - 136)), 0.5f);
 }
 
 TEST(Reading, ExponentPlanesAreReadToTheLastByteAndNoFurther)
