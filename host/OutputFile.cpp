@@ -25,6 +25,7 @@ std::atomic<bool> gUnfinished{false};
 static_assert(std::atomic<bool>::is_always_lock_free);
 
 constexpr int kEndingSignals[] = {SIGHUP, SIGINT, SIGTERM, SIGQUIT, SIGPIPE, SIGXCPU};
+constexpr int kCrashSignals[] = {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT};
 
 extern "C" void RemoveAndEnd(int pSignal)
 {
@@ -186,13 +187,17 @@ void CatchSignals()
     };
     action.sa_handler = RemoveAndEnd;
     sigfillset(&action.sa_mask);
-    for (const int signal : kEndingSignals) {
+    const auto catchUnless = [&](int pSignal, auto pLeave) {
         struct sigaction before
         {
         };
-        if (::sigaction(signal, nullptr, &before) == 0 && before.sa_handler == SIG_IGN) continue; // nohup and the like
-        ::sigaction(signal, &action, nullptr);
-    }
+        if (::sigaction(pSignal, nullptr, &before) == 0 && pLeave(before.sa_handler)) return;
+        ::sigaction(pSignal, &action, nullptr);
+    };
+    for (const int signal : kEndingSignals) // nohup and the like ignore some
+        catchUnless(signal, [](auto pHandler) { return pHandler == SIG_IGN; });
+    for (const int signal : kCrashSignals) // a sanitizer has its own
+        catchUnless(signal, [](auto pHandler) { return pHandler != SIG_DFL; });
     ::signal(SIGXFSZ, SIG_IGN);
 }
 

@@ -20,8 +20,8 @@ void CheckWritable(const std::string& pPath);
 /// @throws cHostError in the system's words
 void WriteFile(const std::string& pPath, const std::vector<std::span<const unsigned char>>& pPieces);
 
-/// Makes the signals that end the program remove an unfinished file first, and a file that grows beyond the limit an
-/// error instead of an end. Once, at the start.
+/// Makes the signals that end the program, those of a crash too, remove an unfinished file first, and a file that grows
+/// beyond the limit an error instead of an end. The program still ends by the signal. Once, at the start.
 void CatchSignals();
 
 } // namespace SelvaneHost

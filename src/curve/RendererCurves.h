@@ -4,6 +4,7 @@
 // What both renderers do with their curves, internal.
 
 #include "bitmap/Numeric.h"
+#include "color/cColorSpace.h"
 #include "curve/cHermiteSpline.h"
 #include "curve/cTransfer.h"
 
@@ -31,6 +32,13 @@ inline bool ReplaceIfDifferent(cHermiteSpline*& pHeld, const cHermiteSpline& pGi
     pHeld = new cHermiteSpline(pGiven);
     delete old;
     return true;
+}
+
+/// True if the space can encode: it is there, and has the transfer that a shell of cColorSpace_GenericRGB, or a clone
+/// for whose second transfer there was no memory, lacks.
+inline bool CanEncode(cColorSpace* pSpace)
+{
+    return pSpace != nullptr && pSpace->GetFromLinearTransfer() != nullptr;
 }
 
 /// The encoded sample of each linear 16-bit value, 65536 entries. A value outside the unit interval saturates to 32

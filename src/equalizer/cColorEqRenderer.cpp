@@ -98,7 +98,7 @@ void cColorEqRenderer::Render(bool* pCancel, bool* pCancelled)
                "The input and output images do not have the same width.");
     RequireNew(cInvalidOperationException, fInput->fHeight == fOutput->fHeight,
                "The input and output images do not have the same height.");
-    Require(cInvalidOperationException, fOutput->GetColorSpace() != nullptr, "Color space is not set.");
+    Require(cInvalidOperationException, CanEncode(fOutput->GetColorSpace()), "Color space is not set.");
 
     if (fPrepareNeeded) {
         PrepareForRendering(pCancel, pCancelled);

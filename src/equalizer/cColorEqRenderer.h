@@ -67,7 +67,7 @@ public:
     ///                   another thread may set it
     /// @param pCancelled set when a stage stopped because of pCancel, which then stays marked; never cleared
     /// @throws cInvalidOperationException* when a picture is missing or the sizes differ; a cInvalidOperationException
-    /// object when a picture has no colour space
+    /// object when a picture has no colour space, or the output one without transfers
     void Render(bool* pCancel, bool* pCancelled);
 
     /// The same, not to be cancelled.

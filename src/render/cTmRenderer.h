@@ -124,7 +124,8 @@ public:
     void Render();
     /// Runs the marked stages. Another thread may set *pCancel at any time; a stage that stopped on it sets *pCancelled
     /// and stays marked. Neither flag is ever cleared here. Throws a cInvalidOperationException pointer when a picture
-    /// is missing or the sizes differ, a cInvalidOperationException object when the output has no colour space.
+    /// is missing or the sizes differ, a cInvalidOperationException object when the output has no colour space, or
+    /// one without transfers.
     void Render(bool* pCancel, bool* pCancelled);
     /// The black and white point that the last measuring render found, or those that were passed in.
     void GetRequestedStats(float* pBlack, float* pWhite);

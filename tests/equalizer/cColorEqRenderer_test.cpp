@@ -627,12 +627,18 @@ TEST(EqualizerColourSpace, AnOutputWithoutOneIsRefusedBeforeAnyStage)
     FillWith(bare, kScribble);
     cColorEqRenderer& renderer = *scene.fRenderer;
     renderer.SetOutput(&bare);
-    EXPECT_FAILURE(renderer.Render(), cInvalidOperationException, "Color space is not set.", "cColorEqRenderer.cpp",
-                   "Vornik::cColorEqRenderer::Render(bool*,bool*)");
-    EXPECT_THROW(renderer.Render(), cInvalidOperationException); // an object
-    EXPECT_EQ(renderer.fHMV, nullptr);
-    ExpectFlags(renderer, true, true, false);
-    EXPECT_TRUE(IsFilledWith(bare, kScribble));
+    const auto expectRefused = [&] {
+        EXPECT_FAILURE(renderer.Render(), cInvalidOperationException, "Color space is not set.", "cColorEqRenderer.cpp",
+                       "Vornik::cColorEqRenderer::Render(bool*,bool*)");
+        EXPECT_THROW(renderer.Render(), cInvalidOperationException); // an object
+        EXPECT_EQ(renderer.fHMV, nullptr);
+        ExpectFlags(renderer, true, true, false);
+        EXPECT_TRUE(IsFilledWith(bare, kScribble));
+    };
+    expectRefused();
+    cColorSpace_GenericRGB shell; // a space without transfers
+    bare.AssignColorSpace(&shell);
+    expectRefused();
 
     renderer.fInput = nullptr; // the four checks of its own come first
     EXPECT_TRUE(ThrowsPointer<cInvalidOperationException>([&] { renderer.Render(); }));

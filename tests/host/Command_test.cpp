@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 #include <vips/vips.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <csignal>
@@ -23,6 +24,8 @@
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <optional>
+#include <random>
 #include <sstream>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -491,24 +494,53 @@ TEST_F(Command, WhatCannotBeWrittenHasStatusOneAndKeepsTheOldFile)
 }
 
 // On a file system of 64 KiB of its own, where the machine lets a test have one.
-TEST_F(Command, AFullDiskIsReported)
+/// Runs the command on pIn with the folder pAt for its output, in which a new file system is mounted for this run only.
+/// @param pOptions of the mount
+/// @param pBefore  shell command after the mount
+/// @return status and all output of the run, behind it the names in the folder; no status where this user may not mount
+struct sMounted
 {
-    if (std::system("unshare -rm true 2>/dev/null") != 0) GTEST_SKIP() << "no file system of its own";
-    const std::string script = "mount -t tmpfs -o size=64k none '" + fFolder.Path() + "' 2>/dev/null || exit 77; " +
-                               "head -c 60000 /dev/zero > '" + fFolder.Path() +
-                               "/filler'; '" SELVANE_BINARY "' tonemap '" + fFolder.Path() + ".hdr' -o '" + Out() +
-                               "'; status=\\$?; ls -A '" + fFolder.Path() + "'; exit \\$status";
-    std::filesystem::copy_file(Hdr(), fFolder.Path() + ".hdr");
+    std::optional<int> fStatus;
+    std::string fText;
+};
+
+sMounted OnAFileSystem(const std::string& pAt, const std::string& pIn, const char* pOptions, const std::string& pBefore)
+{
+    const std::string script = "mount -t tmpfs -o " + std::string(pOptions) + " none '" + pAt + "' || exit 77; " +
+                               pBefore + "; '" SELVANE_BINARY "' tonemap '" + pIn + "' -o '" + pAt +
+                               "/out.png'; status=\\$?; ls -A '" + pAt + "'; exit \\$status";
     const std::string line = "unshare -rm sh -c \"" + script + "\" 2>&1";
     std::FILE* const pipe = ::popen(line.c_str(), "r");
-    ASSERT_NE(pipe, nullptr);
+    if (pipe == nullptr) return {};
     char text[1024] = {};
     const size_t count = std::fread(text, 1, sizeof text - 1, pipe);
     const int status = ::pclose(pipe);
-    std::filesystem::remove(fFolder.Path() + ".hdr");
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 1) GTEST_SKIP() << "no file system of its own: " << text;
-    EXPECT_THAT(std::string(text, count), HasSubstr("out.png: cannot be written: No space left on device"));
-    EXPECT_THAT(std::string(text, count), testing::EndsWith("\nfiller\n")) << "nothing is left";
+    sMounted mounted{std::nullopt, std::string(text, count)};
+    if (WIFEXITED(status) && WEXITSTATUS(status) != 77) mounted.fStatus = WEXITSTATUS(status);
+    return mounted;
+}
+
+TEST_F(Command, AFullDiskIsReported)
+{
+    if (std::system("unshare -rm true 2>/dev/null") != 0) GTEST_SKIP() << "no file system of its own";
+    const cFolder at;
+    const sMounted run =
+        OnAFileSystem(at.Path(), Hdr(), "size=64k", "head -c 60000 /dev/zero > '" + at.Path() + "/filler'");
+    if (!run.fStatus) GTEST_SKIP() << "no file system of its own: " << run.fText;
+    EXPECT_EQ(*run.fStatus, 1);
+    EXPECT_THAT(run.fText, HasSubstr("out.png: cannot be written: No space left on device"));
+    EXPECT_THAT(run.fText, testing::EndsWith("\nfiller\n")) << "nothing is left";
+}
+
+TEST_F(Command, AReadOnlyFolderIsReported)
+{
+    if (std::system("unshare -rm true 2>/dev/null") != 0) GTEST_SKIP() << "no file system of its own";
+    const cFolder at;
+    const sMounted run = OnAFileSystem(at.Path(), Hdr(), "ro", ":");
+    if (!run.fStatus) GTEST_SKIP() << "no file system of its own: " << run.fText;
+    EXPECT_EQ(*run.fStatus, 1);
+    EXPECT_THAT(run.fText, testing::EndsWith("out.png: cannot be written: Read-only file system\n"))
+        << "nothing is left";
 }
 
 TEST_F(Command, StandardOutputThatTakesNothingIsAFailure)
@@ -565,6 +597,90 @@ TEST_F(Command, AKilledRunLeavesNoHalfFile)
             EXPECT_EQ(left, whole);
         }
     }
+}
+
+#ifdef SELVANE_CRASHES
+/// Runs the command with a crash in the place of one function of the libraries that it calls.
+sRun Crashing(const char* pFunction, int pSignal, const std::vector<std::string>& pWords)
+{
+    return Selvane(pWords, [&] {
+        const rlimit noCore{0, 0};
+        ::setrlimit(RLIMIT_CORE, &noCore);
+        ::setenv("SELVANE_CRASH", std::to_string(pSignal).c_str(), 1);
+        ::setenv("LD_PRELOAD", (std::string(SELVANE_CRASHES) + pFunction + ".so").c_str(), 1);
+    });
+}
+
+// Wherever a library crashes, in reading, in encoding or while the new file is half written, the run ends by that
+// signal, the name holds what it held, and nothing lies beside it.
+TEST_F(Command, ACrashInALibraryLeavesNoHalfFileAndNoSuccess)
+{
+    const std::string jpeg = fFolder / "out.jpg";
+    WriteAll(jpeg, std::string("old"));
+    for (const char* function : {"vips_pngload_buffer", "vips_jpegsave_buffer", "fsync"}) {
+        for (const int signal : {SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGILL}) {
+            const sRun run = Crashing(function, signal, {"tonemap", Png(), "-o", jpeg});
+            EXPECT_EQ(run.fStatus, 128 + signal) << function << ": " << run.fErr;
+            EXPECT_EQ(ReadAll(jpeg), (tBytes{'o', 'l', 'd'})) << function;
+            EXPECT_THAT(fFolder.Names(), ElementsAre("in.hdr", "in.png", "out.jpg")) << function;
+        }
+    }
+    ExpectQuietSuccess(Selvane({"tonemap", Png(), "-o", jpeg}));
+}
+#endif
+
+// Every run ends with a whole picture or with one line of words and nothing written. SELVANE_LONG: a thousand of each.
+TEST_F(Command, BrokenFilesEndInAPictureOrInWords)
+{
+    const cFolder kinds;
+    const int rounds = IsLong() ? 1000 : 8;
+    std::mt19937 random(23);
+    int refused = 0;
+    for (const auto& [name, whole] : OneOfEachKind(kinds)) {
+        for (int round = 0; round < rounds; round++) {
+            WriteAll(fFolder / "broken", Broken(whole, random));
+            std::filesystem::remove(Out());
+            const sRun run = Selvane({"tonemap", fFolder / "broken", "-o", Out()});
+            if (run.fStatus == 0) {
+                EXPECT_GT(Look(Out()).fWidth, 0) << name;
+            } else {
+                refused++;
+                EXPECT_EQ(run.fStatus, 1) << name << ", round " << round << ": " << run.fErr;
+                EXPECT_THAT(run.fErr, testing::EndsWith("\n")) << name;
+                EXPECT_THAT(run.fErr, HasSubstr("selvane: ")) << name;
+                EXPECT_FALSE(Exists(Out())) << name;
+            }
+        }
+    }
+    EXPECT_GT(refused, rounds) << "most of what is broken shows";
+    EXPECT_THAT(fFolder.Names(), testing::IsSubsetOf({"broken", "in.hdr", "in.png", "out.png"}));
+}
+
+// 12000 x 8400 pixels; some 5.4 GB of memory, so in the long form only.
+TEST_F(Command, AHundredMegapixelsArePictureEnough)
+{
+    if (!IsLong()) GTEST_SKIP() << "set SELVANE_LONG";
+    constexpr int kTilesAcross = 200;
+    constexpr int kTilesDown = 200;
+    constexpr int kTileWidth = 60;
+    constexpr int kTileHeight = 42;
+    const tBytes tile = ExponentPixels(kTileWidth, kTileHeight);
+    tBytes pixels;
+    pixels.reserve(size_t{4} * kTileWidth * kTilesAcross * kTileHeight * kTilesDown);
+    for (int y = 0; y < kTileHeight * kTilesDown; y++)
+        for (int x = 0; x < kTilesAcross; x++) {
+            const auto row = tile.begin() + static_cast<long>(4 * kTileWidth) * (y % kTileHeight);
+            pixels.insert(pixels.end(), row, row + 4L * kTileWidth);
+        }
+    WriteAll(fFolder / "large.hdr", Radiance(kTileWidth * kTilesAcross, kTileHeight * kTilesDown, pixels));
+    ExpectQuietSuccess(Selvane({"tonemap", fFolder / "large.hdr", "-o", fFolder / "large.tif"}));
+    const sFound found = Look(fFolder / "large.tif");
+    EXPECT_EQ(found.fWidth, kTileWidth * kTilesAcross);
+    EXPECT_EQ(found.fHeight, kTileHeight * kTilesDown);
+    EXPECT_EQ(found.fBits, 16);
+    EXPECT_EQ(found.fPixels.size(), size_t{6} * kTileWidth * kTilesAcross * kTileHeight * kTilesDown);
+    const auto [least, most] = std::minmax_element(found.fPixels.begin(), found.fPixels.end());
+    EXPECT_LT(*least, *most) << "not one flat colour";
 }
 
 TEST_F(Command, EqualizeGivesWhatTheRendererGives)

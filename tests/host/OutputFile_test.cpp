@@ -145,6 +145,25 @@ TEST(OutputFile, NoRoomKeepsTheOldFileAndLeavesNothing)
     EXPECT_EQ(ReadAll(folder / "picture.png"), (tBytes{'o', 'l', 'd'}));
 }
 
+TEST(OutputFile, AFolderWithoutPermissionIsRefused)
+{
+    const cFolder folder;
+    WriteAll(folder / "picture.png", "old");
+    ::chmod(folder.Path().c_str(), 0555);
+    const int status = InChild([&] {
+        constexpr uid_t kNobody = 65534; // permissions do not count for root
+        if (::getuid() == 0 && ::setuid(kNobody) != 0) return 2;
+        const char* expected = "cannot be written: Permission denied";
+        if (Refusal([&] { CheckWritable(folder / "picture.png"); }) != expected) return 3;
+        return Refusal([&] { Write(folder / "picture.png"); }) == expected ? 0 : 4;
+    });
+    ::chmod(folder.Path().c_str(), 0755);
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_THAT(folder.Names(), ElementsAre("picture.png"));
+    EXPECT_EQ(ReadAll(folder / "picture.png"), (tBytes{'o', 'l', 'd'}));
+}
+
 // The child writes the file again and again; the signal strikes at any moment. Whatever it strikes, the name holds one
 // of the whole files, and nothing else is there.
 TEST(OutputFile, ASignalLeavesNoUnfinishedFile)

@@ -1,5 +1,7 @@
 #include "Workshop.h"
 
+#include "ProfileMatch.h"
+
 #include <ImfChannelList.h>
 #include <ImfChromaticities.h>
 #include <ImfFrameBuffer.h>
@@ -160,6 +162,42 @@ sRun Selvane(const std::vector<std::string>& pWords, const std::function<void()>
     Must(::waitpid(child, &status, 0) == child, "waitpid");
     const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     return {code, out.Text(), err.Text()};
+}
+
+std::vector<std::pair<std::string, tBytes>> OneOfEachKind(const cFolder& pFolder)
+{
+    const tBytes eight = Samples8(24, 20);
+    const std::vector<uint16_t> sixteen = Samples16(24, 20);
+    const std::vector<float> plane(24 * 20, 3.0F);
+    sStored profiled = Rgb8();
+    profiled.fProfile = SelvaneHost::StoredProfile(Vornik::eColorSpace_AdobeRGB98);
+    Store(pFolder / "8.png", eight.data(), 24, 20, profiled);
+    Store(pFolder / "16.png", sixteen.data(), 24, 20, Rgb16());
+    Store(pFolder / "8.tif", eight.data(), 24, 20, profiled);
+    Store(pFolder / "16.tif", sixteen.data(), 24, 20, Rgb16());
+    Store(pFolder / "8.jpg", eight.data(), 24, 20, profiled);
+    StoreExr(pFolder / "zip.exr", 24, 20, {{"R", plane}, {"G", plane}, {"B", plane}});
+    WriteAll(pFolder / "flat.hdr", Radiance(24, 20, ExponentPixels(24, 20)));
+    std::vector<std::pair<std::string, tBytes>> files;
+    for (const std::string& name : pFolder.Names())
+        files.emplace_back(name, ReadAll(pFolder / name));
+    return files;
+}
+
+tBytes Broken(const tBytes& pWhole, std::mt19937& pRandom)
+{
+    tBytes broken = pWhole;
+    for (size_t changes = 1 + pRandom() % 8; changes > 0; changes--) {
+        const size_t span = pRandom() % 2 == 0 ? std::min<size_t>(broken.size(), 200) : broken.size();
+        const size_t place = pRandom() % span;
+        broken[place] = static_cast<unsigned char>(pRandom());
+    }
+    return broken;
+}
+
+bool IsLong()
+{
+    return std::getenv("SELVANE_LONG") != nullptr;
 }
 
 size_t Lines(const std::string& pText)

@@ -7,6 +7,7 @@
 #include "Picture.h"
 
 #include <functional>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -52,6 +53,16 @@ struct sRun
 /// Runs the built command with these words.
 /// @param pPrepare called in the child before the command takes over: limits, closed streams
 sRun Selvane(const std::vector<std::string>& pWords, const std::function<void()>& pPrepare = {});
+
+/// A small file of each kind and form that the command reads, by name, as bytes. They are made in the folder.
+std::vector<std::pair<std::string, tBytes>> OneOfEachKind(const cFolder& pFolder);
+
+/// Up to eight bytes of the file changed at random. Half of the changes hit the first 200 bytes, where the structure
+/// is.
+tBytes Broken(const tBytes& pWhole, std::mt19937& pRandom);
+
+/// Whether the long forms are asked for: SELVANE_LONG in the environment.
+bool IsLong();
 
 /// Number of lines, each closed by a line feed.
 size_t Lines(const std::string& pText);

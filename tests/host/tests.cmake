@@ -37,6 +37,15 @@ target_link_libraries(selvane_tests_host PRIVATE selvane_host PkgConfig::VIPS Op
 target_compile_definitions(selvane_tests_host PRIVATE
   SELVANE_BINARY="$<TARGET_FILE:selvane>" SELVANE_SCENE="$<TARGET_FILE:selvane-scene>" SELVANE_VERSION="${PROJECT_VERSION}")
 add_dependencies(selvane_tests_host selvane selvane-scene)
+if(NOT SELVANE_SANITIZE) # a sanitizer wants to be loaded before everything else
+  foreach(function vips_pngload_buffer vips_jpegsave_buffer fsync)
+    add_library(selvane_crash_${function} MODULE host/Crash.cpp)
+    target_compile_definitions(selvane_crash_${function} PRIVATE SELVANE_CRASHES_IN="${function}")
+    selvane_compile(selvane_crash_${function})
+    add_dependencies(selvane_tests_host selvane_crash_${function})
+  endforeach()
+  target_compile_definitions(selvane_tests_host PRIVATE SELVANE_CRASHES="${CMAKE_CURRENT_BINARY_DIR}/libselvane_crash_")
+endif()
 if(SELVANE_SANITIZE) # these files only compare; optimising them takes minutes each
   target_compile_options(selvane_tests_host PRIVATE -O0 -g1)
 endif()

@@ -221,17 +221,23 @@ TEST(cTmRenderer, AnOutputWithoutColourSpaceIsRefusedByObjectAfterTheFourChecks)
     r->SetInput(&input);
     r->SetOutput(&bareAndWide);
     EXPECT_THROW(r->Render(), cInvalidOperationException*);
-    r->SetOutput(&bare);
-    try {
-        r->Render();
-        ADD_FAILURE();
-    } catch (const cInvalidOperationException& exception) {
-        EXPECT_STREQ(exception.GetMessage(), "Color space is not set.");
-        EXPECT_STREQ(exception.GetFile(), "cTmRenderer.cpp");
-        EXPECT_EQ(WithoutBlanks(exception.GetFuncSig()),
-                  WithoutBlanks("void Vornik::cTmRenderer::Render(bool*, bool*)"));
-    }
-    EXPECT_EQ(r->fYHMV, nullptr) << "no stage has run";
+    const auto expectRefused = [&](cBitmapBGR16& pOutput) {
+        r->SetOutput(&pOutput);
+        try {
+            r->Render();
+            ADD_FAILURE();
+        } catch (const cInvalidOperationException& exception) {
+            EXPECT_STREQ(exception.GetMessage(), "Color space is not set.");
+            EXPECT_STREQ(exception.GetFile(), "cTmRenderer.cpp");
+            EXPECT_EQ(WithoutBlanks(exception.GetFuncSig()),
+                      WithoutBlanks("void Vornik::cTmRenderer::Render(bool*, bool*)"));
+        }
+        EXPECT_EQ(r->fYHMV, nullptr) << "no stage has run";
+    };
+    expectRefused(bare);
+    cColorSpace_GenericRGB shell; // a space without transfers
+    bare.AssignColorSpace(&shell);
+    expectRefused(bare);
 }
 
 TEST(cTmRenderer, SettersMarkTheirStages)

@@ -43,18 +43,14 @@ int main(void)
             input[y][x][1] = (uint16_t)(y * x * 80);
             input[y][x][2] = (uint16_t)(65535 - y * y * 100);
         }
-    if (cpp_tm_selvane(&image, &run, 0, &sliders, (const unsigned char*)input, NULL) != 1)
-        return 1;
-    if (!(sliders.whitePoint > sliders.blackPoint))
-        return 2;
+    if (cpp_tm_selvane(&image, &run, 0, &sliders, (const unsigned char*)input, NULL) != 1) return 1;
+    if (!(sliders.whitePoint > sliders.blackPoint)) return 2;
     run.requestType = 1;
-    if (cpp_tm_selvane(&image, &run, 0, &sliders, (const unsigned char*)input, (unsigned char*)output) != 1)
-        return 3;
+    if (cpp_tm_selvane(&image, &run, 0, &sliders, (const unsigned char*)input, (unsigned char*)output) != 1) return 3;
     for (y = 0; y < kHeight; y++)
         for (x = 0; x < kWidth; x++)
             used += output[y][x][1] != 0;
-    if (used < kWidth * kHeight / 4 || gCalls == 0)
-        return 4;
+    if (used < kWidth * kHeight / 4 || gCalls == 0) return 4;
     printf("C host: black %g, white %g, %d tiles\n", (double)sliders.blackPoint, (double)sliders.whitePoint, gCalls);
     return 0;
 }

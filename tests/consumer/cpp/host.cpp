@@ -87,13 +87,12 @@ int main()
     Paint(input);
     cBitmapBGR16 output(kWidth, kHeight, eColorSpace_sRGB);
     auto renderer = new cTmRenderer;
-    if (!FailuresReachTheHost(*renderer))
-        return 1;
+    if (!FailuresReachTheHost(*renderer)) return 1;
     renderer->SetInput(&input);
     renderer->SetOutput(&output);
     renderer->SetNbProc(3);
-    renderer->SetToneMappingParams(47.0f, 0.0f, true, 20.0f, true, 0.0f, 100.0f, 60.0f, 0.0f, false, false, false, 0.1f, 0.1f, 0,
-                                   0.0f, 0.0f);
+    renderer->SetToneMappingParams(47.0f, 0.0f, true, 20.0f, true, 0.0f, 100.0f, 60.0f, 0.0f, false, false, false, 0.1f,
+                                   0.1f, 0, 0.0f, 0.0f);
     renderer->Render();
     const double neutral = Blue(output);
 
@@ -110,7 +109,7 @@ int main()
     float black = 0.0f;
     float white = 0.0f;
     cImageUtils::GetMinMax(&input, 1, black, white);
-    std::printf("C++ host: blue %g, with less saturation %g; luminance %g to %g\n", neutral, faded, static_cast<double>(black),
-                static_cast<double>(white));
+    std::printf("C++ host: blue %g, with less saturation %g; luminance %g to %g\n", neutral, faded,
+                static_cast<double>(black), static_cast<double>(white));
     return neutral > 0.0 && faded > neutral && white > black ? 0 : 2;
 }
