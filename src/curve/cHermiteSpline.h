@@ -65,7 +65,7 @@ public:
     /// Adds a point and returns its position. In eSplineManualTangents an abscissa inside the curve splits the segment
     /// there: the ordinate of pPoint is ignored, the new point lies on the curve and the curve keeps its shape;
     /// outside, the new point's tangents are (0.25, 0). Throws std::bad_array_new_length, std::bad_alloc; nothing has
-    /// then changed.
+    /// then changed, but that a cInterpolatedHermiteSpline has its point if it was the key frames that failed.
     virtual int AddPoint(const cVector2& pPoint);
 
     /// Stamps fIndex, sorts by abscissa, moves points apart that are closer than 1e-6 in abscissa (the later one
