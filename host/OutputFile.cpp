@@ -29,9 +29,11 @@ constexpr int kCrashSignals[] = {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT};
 
 extern "C" void RemoveAndEnd(int pSignal)
 {
+    const int before = errno;
     if (gUnfinished.load()) ::unlink(gUnfinishedName);
     ::signal(pSignal, SIG_DFL);
-    ::raise(pSignal);
+    ::raise(pSignal); // which waits for the handler's end
+    errno = before;
 }
 
 [[noreturn]] void Fail(int pErrorNumber)
