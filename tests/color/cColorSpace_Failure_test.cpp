@@ -80,6 +80,7 @@ TEST(cColorSpaceFailure, AFailingDescendantLeavesTheDestructorSafe)
 
 TEST(cColorSpaceFailure, TheDestructorDeletesToLinearThenFromLinear)
 {
+    SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     std::string diary;
     auto* space = new cColorSpace_GenericRGB;
     space->fToLinear = new cProbe('T', &diary, true);
@@ -122,6 +123,7 @@ int FailEachAllocation(const std::function<cColorSpace*()>& pMake)
 
 TEST(cColorSpaceFailure, FixedSpacesWithoutMemoryLoseNothing)
 {
+    SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     for (const eColorSpaceID id : {eColorSpace_sRGB, eColorSpace_AdobeRGB98, eColorSpace_ProPhotoRGB}) {
         EXPECT_EQ(FailEachAllocation([&] { return cColorSpace::FromID(id); }), 3); // the space and two transfers
         const std::unique_ptr<cColorSpace> source(cColorSpace::FromID(id));
@@ -131,6 +133,7 @@ TEST(cColorSpaceFailure, FixedSpacesWithoutMemoryLoseNothing)
 
 TEST(cColorSpaceFailure, AnUnknownNumberAllocatesNothing)
 {
+    SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     const cAllocationScope scope;
     EXPECT_EQ(cColorSpace::FromID(eColorSpaceID(3)), nullptr);
     EXPECT_EQ(scope.Tried(), 0);
@@ -151,6 +154,7 @@ cColorSpace* FromTables(unsigned short* pTo, int pToCount, unsigned short* pFrom
 
 TEST(cColorSpaceFailure, GenericSpacesWithoutMemoryLoseNothing)
 {
+    SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     EXPECT_EQ(FailEachAllocation(FromGamma), 3);
     EXPECT_EQ(FailEachAllocation([] { return FromTables(gTable, 3, gTable, 2); }),
               5); // each table object and its numbers
@@ -158,6 +162,7 @@ TEST(cColorSpaceFailure, GenericSpacesWithoutMemoryLoseNothing)
 
 TEST(cColorSpaceFailure, TheFirstTransferIsBuiltFirst)
 {
+    SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     const cAllocationScope scope;
     delete FromTables(gTable, 3, gTable, 2);
     EXPECT_EQ(scope.SizeOf(2), 4 * sizeof(float)); // one guard entry more than samples
@@ -166,6 +171,7 @@ TEST(cColorSpaceFailure, TheFirstTransferIsBuiltFirst)
 
 TEST(cColorSpaceFailure, RefusedTablesPassOnTheirWords)
 {
+    SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     struct sCase
     {
         unsigned short* fTo;
@@ -232,6 +238,7 @@ TEST(cColorSpaceFailure, CloneSwallowsAFailureOfTheSecondTransfer)
 
 TEST(cColorSpaceFailure, ClonePassesOnAFailureOfTheFirstTransfer)
 {
+    SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     std::string diary;
     const auto space = Probed(&diary, false, true);
     bool thrown = false;
@@ -250,6 +257,7 @@ TEST(cColorSpaceFailure, ClonePassesOnAFailureOfTheFirstTransfer)
 
 TEST(cColorSpaceFailure, CloneOfAGenericSpaceWithoutMemory)
 {
+    SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     const std::unique_ptr<cColorSpace> space(FromGamma());
     for (int failing = 1; failing <= 3; failing++) { // the clone, its first and its second transfer
         const cAllocationScope scope(failing - 1);

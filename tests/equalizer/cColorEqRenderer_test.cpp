@@ -198,6 +198,7 @@ TEST(EqualizerObject, BeginsNeutralWithBothStagesMarked)
 
 TEST(EqualizerObject, AFailedConstructionKeepsNothing)
 {
+    SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     const cAllocationScope scope;
     EXPECT_GE(FailEachAllocation([] { delete new cColorEqRenderer; }),
               15); // itself, table, and three curves of five blocks each
@@ -206,6 +207,7 @@ TEST(EqualizerObject, AFailedConstructionKeepsNothing)
 
 TEST(EqualizerObject, MembersGoInTheirOrderAndThePicturesStay)
 {
+    SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     sScene scene;
     scene.fRenderer->Render();
     cColorEqRenderer* renderer = scene.fRenderer.release();
@@ -361,6 +363,7 @@ TEST(EqualizerCurves, OneThatDiffersIsCopiedAndMarksTheFinalStage)
 
 TEST(EqualizerCurves, TheOldCurveGoes)
 {
+    SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     cColorEqRenderer renderer;
     const cHermiteSpline other(0.0f, 0.5f, 1.0f, 0.6f);
     renderer.SetHueCurves(&other, &other, &other);
@@ -374,6 +377,7 @@ TEST(EqualizerCurves, TheOldCurveGoes)
 // changed.
 TEST(EqualizerCurves, AFailedCopyLeavesThatCurveAndKeepsTheOnesBefore)
 {
+    SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     const cHermiteSpline other(0.0f, 0.5f, 1.0f, 0.6f);
     for (int number = 0; number < 18; ++number) {
         const auto renderer = std::make_unique<cColorEqRenderer>();
@@ -475,6 +479,7 @@ TEST(EqualizerRender, EightBitOutputTakesTheHighBytes)
 
 TEST(EqualizerRender, ASecondCallDoesNothing)
 {
+    SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     sScene scene;
     scene.fRenderer->Render();
     ExpectFlags(*scene.fRenderer, false, false, true);
@@ -512,6 +517,7 @@ TEST(EqualizerRender, ACurveOrAnOutputRunsTheFinalStageAlone)
 
 TEST(EqualizerRender, ANewInputRunsBothStages)
 {
+    SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     sScene scene;
     scene.SetCurves();
     scene.fRenderer->Render();
@@ -662,6 +668,7 @@ TEST(EqualizerColourSpace, AnInputWithoutOneReportsThroughTheConversion)
 
 TEST(EqualizerMemory, AFailedPreparationStartsOver)
 {
+    SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     sScene scene;
     cColorEqRenderer& renderer = *scene.fRenderer;
     renderer.Render();
@@ -687,6 +694,7 @@ TEST(EqualizerMemory, AFailedPreparationStartsOver)
 
 TEST(EqualizerMemory, ARepeatedFinalStageAllocatesNothing)
 {
+    SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     sScene scene;
     scene.fRenderer->Render();
     scene.fRenderer->FinalRenderingNeeded();
@@ -699,6 +707,7 @@ TEST(EqualizerMemory, ARepeatedFinalStageAllocatesNothing)
 
 TEST(EqualizerCancel, BeforePreparationNothingIsAllocated)
 {
+    SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     sScene scene;
     bool cancel = true, cancelled = false;
     const cAllocationScope scope;

@@ -481,6 +481,7 @@ TEST(XYZToYHMV, DoesNotLookAtTheFlags)
 
 TEST(XYZToYHMV, AFailedAllocationKeepsNothing)
 {
+    SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     cBitmapXYZ32 input(1, 1);
     std::memset(input.fData, 0, 12);
     cBitmapU16T output(1, 1, 7);
@@ -707,9 +708,12 @@ TEST(BitmapRGBToHMV, WithoutAColourSpaceNothingIsConverted)
 
 TEST(BitmapRGBToHMV, AFailedAllocationKeepsNothing)
 {
+    SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     Quietly([] {
         cBitmapBGR8 bytes(1, 1, eColorSpace_sRGB);
         cBitmapBGR16 words(1, 1, eColorSpace_sRGB);
+        std::memset(bytes.fData, 0, 3);
+        std::memset(words.fData, 0, 6);
         cBitmapU16T output(1, 1, 5);
         EXPECT_GE(FailEachAllocation([&] { cYHMVColorSpace::RGBToHMV(nullptr, nullptr, &bytes, &output); }), 1);
         EXPECT_GE(FailEachAllocation([&] { cYHMVColorSpace::RGBToHMV(nullptr, nullptr, &words, &output); }), 1);
