@@ -3,8 +3,23 @@
 #include "InputFile.h"
 #include "PictureReader.h"
 
+#include <string_view>
+
 namespace SelvaneHost
 {
+
+namespace
+{
+
+void WarnAbout(const std::string& pPath, std::string_view pWarning)
+{
+    std::string text = pPath;
+    text += ": ";
+    text += pWarning;
+    Warn(text);
+}
+
+} // namespace
 
 void CheckDepth(std::optional<int> pAsked, const std::string& pOutput)
 {
@@ -24,7 +39,7 @@ sPicture Read(const std::string& pPath)
     StartPictureLibrary();
     sPicture picture = About(pPath, [&] { return ReadPicture(ReadFile(pPath)); });
     for (const std::string& warning : picture.fWarnings)
-        Warn(pPath + ": " + warning);
+        WarnAbout(pPath, warning);
     return picture;
 }
 
@@ -32,7 +47,7 @@ Vornik::eColorSpaceID SpaceOf(const sPicture& pPicture, const std::string& pPath
                               std::optional<Vornik::eColorSpaceID> pChosen)
 {
     if (pChosen) return *pChosen;
-    if (!pPicture.fColorSpaceWarning.empty()) Warn(pPath + ": " + pPicture.fColorSpaceWarning);
+    if (!pPicture.fColorSpaceWarning.empty()) WarnAbout(pPath, pPicture.fColorSpaceWarning);
     return pPicture.fColorSpace.value_or(Vornik::eColorSpace_sRGB);
 }
 

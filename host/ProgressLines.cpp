@@ -12,7 +12,7 @@ namespace SelvaneHost
 namespace
 {
 
-constexpr off_t kMostKept = 64 * 1024; // bytes looked at; a run writes some hundred
+constexpr off_t kMostKept = off_t{64} * 1024; // bytes looked at; a run writes some hundred
 
 std::string Content(int pDescriptor)
 {

@@ -167,9 +167,10 @@ double Noise(double x, double y)
 double Cloudy(double x, double y, int pOctaves)
 {
     double sum = 0.0, weight = 0.5, total = 0.0;
-    for (int i = 0; i < pOctaves; i++, weight *= 0.5) {
+    for (int i = 0; i < pOctaves; i++) {
         sum += weight * Noise(x, y);
         total += weight;
+        weight *= 0.5;
         const double turned = 1.6 * x - 1.2 * y + 7.3; // turned and doubled, so that no lattice shows
         y = 1.2 * x + 1.6 * y + 3.9;
         x = turned;

@@ -1,5 +1,7 @@
 #include "Room.h"
 
+#include <algorithm>
+
 namespace SelvaneScene
 {
 
@@ -229,16 +231,10 @@ sHit Trace(sVec pFrom, sVec pDirection)
 
 bool Blocked(sVec pFrom, sVec pDirection, double pDistance)
 {
+    const auto between = [&](double pAt) { return pAt > kNear && pAt < pDistance; };
     int axis = 0;
-    for (const sBox& box : kBoxes) {
-        const double distance = Enter(box, pFrom, pDirection, axis);
-        if (distance > kNear && distance < pDistance) return true;
-    }
-    for (const sBall& ball : kBalls) {
-        const double distance = Enter(ball, pFrom, pDirection);
-        if (distance > kNear && distance < pDistance) return true;
-    }
-    return false;
+    return std::ranges::any_of(kBoxes, [&](const sBox& b) { return between(Enter(b, pFrom, pDirection, axis)); }) ||
+           std::ranges::any_of(kBalls, [&](const sBall& b) { return between(Enter(b, pFrom, pDirection)); });
 }
 
 bool SeesOutside(sVec pFrom, sVec pDirection)
