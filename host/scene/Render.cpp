@@ -36,14 +36,13 @@ constexpr double kHalfWidth = 0.50; // tangent of half the horizontal field of v
 class cSkyTable
 {
 public:
-    cSkyTable() : fCells(static_cast<size_t>(kAcross * kUp))
+    cSkyTable() : fCells(Cell(0, kUp))
     {
         for (int y = 0; y < kUp; y++) {
             for (int x = 0; x < kAcross; x++) {
                 const double azimuth = (x + 0.5 - kAcross / 2.0) * kCell, elevation = (y + 0.5 - kUp / 2.0) * kCell;
-                fCells[static_cast<size_t>(y * kAcross + x)] =
-                    Landscape({std::sin(azimuth) * std::cos(elevation), std::sin(elevation),
-                               std::cos(azimuth) * std::cos(elevation)});
+                fCells[Cell(x, y)] = Landscape({std::sin(azimuth) * std::cos(elevation), std::sin(elevation),
+                                                std::cos(azimuth) * std::cos(elevation)});
             }
         }
     }
@@ -52,10 +51,15 @@ public:
     {
         const int x = static_cast<int>(std::atan2(pDirection.x, pDirection.z) / kCell + kAcross / 2.0);
         const int y = static_cast<int>(std::asin(std::clamp(pDirection.y, -1.0, 1.0)) / kCell + kUp / 2.0);
-        return fCells[static_cast<size_t>(std::clamp(y, 0, kUp - 1) * kAcross + std::clamp(x, 0, kAcross - 1))];
+        return fCells[Cell(std::clamp(x, 0, kAcross - 1), std::clamp(y, 0, kUp - 1))];
     }
 
 private:
+    static size_t Cell(int pX, int pY)
+    {
+        return static_cast<size_t>(pY) * static_cast<size_t>(kAcross) + static_cast<size_t>(pX);
+    }
+
     static constexpr double kCell = 0.5 * kPi / 180.0;
     static constexpr int kAcross = 360;
     static constexpr int kUp = 360;
@@ -257,8 +261,8 @@ sVec Pixel(const sScene& pScene, int pX, int pY)
     cDice dice(static_cast<uint32_t>(pY * pScene.fImage.fWidth + pX));
     sVec sum;
     for (int i = 0; i < kSubpixels * kSubpixels; i++) {
-        const double x = pX + (i % kSubpixels + dice.Roll()) / kSubpixels,
-                     y = pY + (i / kSubpixels + dice.Roll()) / kSubpixels;
+        const int column = i % kSubpixels, row = i / kSubpixels;
+        const double x = pX + (column + dice.Roll()) / kSubpixels, y = pY + (row + dice.Roll()) / kSubpixels;
         const double u = (2.0 * x / pScene.fImage.fWidth - 1.0) * kHalfWidth;
         const double v = (pScene.fImage.fHeight - 2.0 * y) / pScene.fImage.fWidth * kHalfWidth;
         sum = sum + Radiance(pScene, kEye, Unit(forward + right * u + up * v), dice, 1);

@@ -53,7 +53,7 @@ unsigned char Encode(double pLinear)
 {
     const double v = std::clamp(pLinear, 0.0, 1.0);
     const double encoded = v <= 0.0031308 ? 12.92 * v : 1.055 * std::pow(v, 1.0 / 2.4) - 0.055;
-    return static_cast<unsigned char>(encoded * 255.0 + 0.5);
+    return static_cast<unsigned char>(std::lround(encoded * 255.0));
 }
 
 /// A plain photograph: one exposure, everything above white cut off.

@@ -98,8 +98,8 @@ TEST(Preparation, TheRecordStandsAtItsOffsetsAndIsZeroElsewhere)
     EXPECT_NE(at(56, static_cast<float*>(nullptr)), nullptr);
     EXPECT_NE(at(64, static_cast<float*>(nullptr)), nullptr);
     EXPECT_EQ(at(72, 0u), 0x00200000u) << "2^-128";
-    for (size_t i : {0, 4, 8, 12, 36, 76})
-        EXPECT_EQ(at(i, 0), 0) << "offset " << i;
+    for (const int i : {0, 4, 8, 12, 36, 76})
+        EXPECT_EQ(at(static_cast<size_t>(i), 0), 0) << "offset " << i;
 }
 
 TEST(Preparation, AnyCutAndAnyWorkersGiveTheSameExtremes)
