@@ -127,7 +127,8 @@ void CopyRow(const unsigned char* pFrom, unsigned char* pTo, const sPicture& pPi
     const size_t width = static_cast<size_t>(pPicture.fWidth);
     if (pPicture.fForm == eSamples8) return CopyRow<unsigned char>(pFrom, pTo, width, pBands);
     if (pPicture.fForm == eSamples16) return CopyRow<uint16_t>(pFrom, pTo, width, pBands);
-    const float* const floats = reinterpret_cast<const float*>(pFrom);
+    const auto* const floats =
+        static_cast<const float*>(static_cast<const void*>(pFrom)); // aligned by the picture library
     ToExponentRow(floats, floats + pBands.fGreen, floats + pBands.fBlue, static_cast<int>(pBands.fCount),
                   pPicture.fWidth, pTo);
 }
