@@ -493,17 +493,16 @@ TEST_F(Command, WhatCannotBeWrittenHasStatusOneAndKeepsTheOldFile)
     EXPECT_EQ(ReadAll(Out()), (tBytes{'o', 'l', 'd'}));
 }
 
-// On a file system of 64 KiB of its own, where the machine lets a test have one.
+/// How a run with a file system of its own ended.
+struct sMounted
+{
+    std::optional<int> fStatus; ///< none where this user may not mount
+    std::string fText;          ///< all output of the run, behind it the names in the folder
+};
+
 /// Runs the command on pIn with the folder pAt for its output, in which a new file system is mounted for this run only.
 /// @param pOptions of the mount
 /// @param pBefore  shell command after the mount
-/// @return status and all output of the run, behind it the names in the folder; no status where this user may not mount
-struct sMounted
-{
-    std::optional<int> fStatus;
-    std::string fText;
-};
-
 sMounted OnAFileSystem(const std::string& pAt, const std::string& pIn, const char* pOptions, const std::string& pBefore)
 {
     const std::string script = "mount -t tmpfs -o " + std::string(pOptions) + " none '" + pAt + "' || exit 77; " +
