@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 #include <vector>
 
@@ -57,9 +58,12 @@ void __real__ZN6Vornik10cExceptionC2ERKPKcS4_S4_iS4_S4_S4_(Vornik::cException* p
                                                            int pLine, const char* const& pFile,
                                                            const char* const& pTimeStamp, const char* const& pFuncSig);
 
+// Filled, since a picture's padding holds what its memory held, and rows of a host that are longer than its pixels get
+// it: two runs that are compared have to find the same there.
 void* __wrap_malloc(size_t pSize)
 {
-    return pSize > gMostBytes ? nullptr : __real_malloc(pSize);
+    void* const block = pSize > gMostBytes ? nullptr : __real_malloc(pSize);
+    return block == nullptr ? nullptr : std::memset(block, 0xBE, pSize);
 }
 
 void* __wrap__Znwm(size_t pSize)

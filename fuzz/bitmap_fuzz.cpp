@@ -462,7 +462,8 @@ void BuildFrom(cBytes& pBytes, sPictures& pPictures)
 {
     const int width = pBytes.AnyInt();
     const int height = pBytes.AnyInt();
-    const int stride = pBytes.AnyInt() + 6 * std::min(std::max(width, 0), 64);
+    const int64_t wide = int64_t{pBytes.AnyInt()} + 6 * std::clamp(width, 0, 64);
+    const int stride = static_cast<int>(std::min<int64_t>(wide, INT32_MAX));
     const bool exists = width > 0 && height > 0 && width < 64 && height < 64 && stride > 0 && stride < 1000;
     const cBlock host(exists ? static_cast<size_t>(height) * static_cast<size_t>(stride) : 1);
     if (!exists && width > 0 && height > 0 && stride > 0) return; // more than this host has

@@ -2,6 +2,7 @@
 
 #include "Errors.h"
 #include "ExponentPlanes.h"
+#include "OpenExrCheck.h"
 #include "ProfileMatch.h"
 
 #include <ImfChannelList.h>
@@ -190,7 +191,7 @@ void ReadPixels(Imf::MultiPartInputFile& pFile, const sSource& pSource, sPicture
     }
 }
 
-sPicture ReadParts(Imf::MultiPartInputFile& pFile)
+sPicture ReadParts(const tBytes& pBytes, Imf::MultiPartInputFile& pFile)
 {
     const sSource source = FindSource(pFile);
     const Imf::Header& header = pFile.header(source.fPart);
@@ -201,6 +202,7 @@ sPicture ReadParts(Imf::MultiPartInputFile& pFile)
                    eExponentPlanes);
     ReadColorSpace(header, picture);
     NoteWhatIsLeftOut(header, source, picture);
+    CheckOpenExrChunks(pBytes, source.fPart);
     ReadPixels(pFile, source, picture);
     return picture;
 }
@@ -217,7 +219,7 @@ sPicture ReadOpenExr(const tBytes& pBytes)
     try {
         cByteStream stream(pBytes);
         Imf::MultiPartInputFile file(stream, 0, true);
-        return ReadParts(file);
+        return ReadParts(pBytes, file);
     } catch (const cHostError&) {
         throw;
     } catch (const std::bad_alloc&) {

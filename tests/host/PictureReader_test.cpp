@@ -10,6 +10,10 @@
 #include <ImfArray.h>
 #include <ImfChannelList.h>
 #include <ImfHeader.h>
+#include <ImfMultiPartOutputFile.h>
+#include <ImfOutputFile.h>
+#include <ImfOutputPart.h>
+#include <ImfPartType.h>
 #include <ImfRgbaFile.h>
 #include <ImfTiledOutputFile.h>
 #include <gmock/gmock.h>
@@ -36,6 +40,7 @@ using SelvaneTest::Samples8;
 using SelvaneTest::sStored;
 using SelvaneTest::Store;
 using SelvaneTest::StoreExr;
+using SelvaneTest::WriteAll;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -193,6 +198,111 @@ TEST_F(PictureReader, ExrChannelsAreFoundWhereTheyAre)
     EXPECT_THAT(Refusal("none.exr"), HasSubstr("no channels R, G and B"));
     StoreExr(fFolder / "chroma.exr", 4, 3, {{"Y", g}, {"RY", r}, {"BY", b}});
     EXPECT_THAT(Refusal("chroma.exr"), HasSubstr("subsampled colour"));
+}
+
+/// A flat picture of 20 by 18 pixels, 16-bit floats of 3 in R, G and B.
+class cFlatExr
+{
+public:
+    explicit cFlatExr(Imf::Compression pCompression) : fHeader(20, 18)
+    {
+        fHeader.compression() = pCompression;
+        for (const char* name : {"R", "G", "B"}) {
+            fHeader.channels().insert(name, Imf::Channel(Imf::HALF));
+            fBuffer.insert(name, Imf::Slice(Imf::HALF, reinterpret_cast<char*>(fPlane.data()), sizeof(Imath::half),
+                                            20 * sizeof(Imath::half)));
+        }
+    }
+
+    void StoreRows(const std::string& pPath)
+    {
+        Imf::OutputFile file(pPath.c_str(), fHeader);
+        file.setFrameBuffer(fBuffer);
+        file.writePixels(18);
+    }
+
+    void StoreTiles(const std::string& pPath)
+    {
+        fHeader.setTileDescription(Imf::TileDescription(8, 8, Imf::MIPMAP_LEVELS));
+        Imf::TiledOutputFile file(pPath.c_str(), fHeader);
+        file.setFrameBuffer(fBuffer);
+        for (int level = 0; level < file.numLevels(); level++)
+            file.writeTiles(0, file.numXTiles(level) - 1, 0, file.numYTiles(level) - 1, level);
+    }
+
+    /// A part without colours before it.
+    void StoreAsSecondPart(const std::string& pPath)
+    {
+        Imf::Header depth(20, 18);
+        depth.dataWindow() = Imath::Box2i(Imath::V2i(0, 0), Imath::V2i(6, 4));
+        depth.channels().insert("Z", Imf::Channel(Imf::HALF));
+        depth.setName("depth");
+        depth.setType(Imf::SCANLINEIMAGE);
+        fHeader.setName("colours");
+        fHeader.setType(Imf::SCANLINEIMAGE);
+        const Imf::Header headers[] = {depth, fHeader};
+        Imf::MultiPartOutputFile file(pPath.c_str(), headers, 2);
+        Imf::FrameBuffer depths;
+        depths.insert("Z", Imf::Slice(Imf::HALF, reinterpret_cast<char*>(fPlane.data()), sizeof(Imath::half),
+                                      7 * sizeof(Imath::half)));
+        Imf::OutputPart first(file, 0);
+        first.setFrameBuffer(depths);
+        first.writePixels(5);
+        Imf::OutputPart second(file, 1);
+        second.setFrameBuffer(fBuffer);
+        second.writePixels(18);
+    }
+
+    static tBytes Planes() { return PlanesOf(std::vector<float>(3 * 20 * 18, 3.0F), 20); }
+
+private:
+    Imf::Header fHeader;
+    Imf::FrameBuffer fBuffer;
+    std::vector<Imath::half> fPlane = std::vector<Imath::half>(20 * 18, Imath::half(3.0F));
+};
+
+TEST_F(PictureReader, ExrOfEveryCompressionIsRead)
+{
+    for (int compression = 0; compression < Imf::NUM_COMPRESSION_METHODS; compression++) {
+        cFlatExr picture(static_cast<Imf::Compression>(compression));
+        picture.StoreRows(fFolder / "rows.exr");
+        EXPECT_EQ(Read("rows.exr").fPixels, cFlatExr::Planes()) << compression;
+        picture.StoreTiles(fFolder / "tiles.exr");
+        EXPECT_EQ(Read("tiles.exr").fPixels, cFlatExr::Planes()) << compression;
+    }
+}
+
+/// The last part said to be one column wider than its rows are.
+tBytes Widened(tBytes pFile)
+{
+    const std::string name("dataWindow\0box2i\0", 17);
+    const auto found = std::find_end(pFile.begin(), pFile.end(), name.begin(), name.end());
+    unsigned char& right = *(found + static_cast<std::ptrdiff_t>(name.size()) + 12); // behind the size and two numbers
+    EXPECT_EQ(right, 19);
+    right = 20;
+    return pFile;
+}
+
+TEST_F(PictureReader, ExrWhoseRowsHoldTooLittleIsRefused)
+{
+    for (int compression = 0; compression < Imf::DWAA_COMPRESSION;
+         compression++) { // those fill the column from its block
+        cFlatExr picture(static_cast<Imf::Compression>(compression));
+        picture.StoreRows(fFolder / "a.exr");
+        WriteAll(fFolder / "rows.exr", Widened(ReadFile(fFolder / "a.exr")));
+        EXPECT_THAT(Refusal("rows.exr"), HasSubstr("damaged or cut short")) << compression;
+        picture.StoreTiles(fFolder / "a.exr");
+        WriteAll(fFolder / "tiles.exr", Widened(ReadFile(fFolder / "a.exr")));
+        EXPECT_THAT(Refusal("tiles.exr"), HasSubstr("damaged or cut short")) << compression;
+    }
+}
+
+TEST_F(PictureReader, ExrOfTwoPartsGivesTheOneWithColors)
+{
+    cFlatExr(Imf::ZIP_COMPRESSION).StoreAsSecondPart(fFolder / "a.exr");
+    EXPECT_EQ(Read("a.exr").fPixels, cFlatExr::Planes());
+    WriteAll(fFolder / "wide.exr", Widened(ReadFile(fFolder / "a.exr")));
+    EXPECT_THAT(Refusal("wide.exr"), HasSubstr("does not unpack to its size"));
 }
 
 TEST_F(PictureReader, ExrInTilesAndWithAShiftedWindowIsRead)

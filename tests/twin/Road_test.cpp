@@ -124,7 +124,7 @@ bool SameSliders(sTmSliders pA, sTmSliders pB)
 std::string OutputDifference(const sCase& pCase, const sExpected& pExpected, const sOutcome& pOutcome)
 {
     for (size_t i = 0; i < pExpected.output.size(); i++)
-        if (pExpected.output[i] != pOutcome.output[i] && !pExpected.unknown[i]) {
+        if (!pExpected.unknown[i] && pExpected.output[i] != pOutcome.output[i]) {
             const long place = long(i) - long(pCase.fOutputStart);
             return "output byte " + std::to_string(place) + " is " + std::to_string(pOutcome.output[i]) +
                    ", expected " + std::to_string(pExpected.output[i]);

@@ -1,0 +1,19 @@
+#ifndef SELVANE_HOST_OPEN_EXR_CHECK_H
+#define SELVANE_HOST_OPEN_EXR_CHECK_H
+
+#include "Picture.h"
+
+namespace SelvaneHost
+{
+
+/// Unpacks every chunk of a part's full-size picture, and finds those that hold fewer bytes than their rows need. The
+/// OpenEXR library's own reading passes over that and fills the rest of such rows with what its memory held before.
+/// A chunk of a compression that cannot be unpacked here (DWAA and DWAB before OpenEXR 3.2) is passed over: its decoder
+/// fills its rows or fails.
+/// @param pPart number of the part, from 0; it holds flat pixels
+/// @throws std::runtime_error with the words of the library, std::bad_alloc
+void CheckOpenExrChunks(const tBytes& pFile, int pPart);
+
+} // namespace SelvaneHost
+
+#endif
