@@ -133,7 +133,7 @@ private:
 
     const int fPart;
     exr_context_t fContext = nullptr;
-    exr_decode_pipeline_t fDecoder = EXR_DECODE_PIPELINE_INITIALIZER;
+    exr_decode_pipeline_t fDecoder{};
 };
 
 void CheckTiles(cChunks& pChunks)
