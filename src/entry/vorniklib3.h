@@ -32,7 +32,9 @@ typedef struct sTmImageDesc
        pixel,
        - width for 4. Not used by 32-bit input. */
     int32_t inputRowSamples;
-    int32_t outputRowSamples; /* row length of the output in samples */
+    /* Row length of the output in samples. Of a row longer than its pixels the rest may be overwritten, with bytes that
+       mean nothing and differ from call to call. */
+    int32_t outputRowSamples;
     /* 0: red is the first sample of a pixel and blue the last; non-zero: the reverse. 32-bit input does not use it, but
        its copy-out does. */
     int32_t bgrOrder;
