@@ -156,6 +156,11 @@ void CheckRows(cChunks& pChunks)
 
 } // namespace
 
+void CheckOpenExrHeaders(const tBytes& pFile)
+{
+    const cChunks chunks(pFile, 0);
+}
+
 void CheckOpenExrChunks(const tBytes& pFile, int pPart)
 {
     cChunks chunks(pFile, pPart);

@@ -6,6 +6,11 @@
 namespace SelvaneHost
 {
 
+/// Reads all headers, and finds an attribute that claims more bytes than the file has: the OpenEXR library's own
+/// reading would ask for that much memory first.
+/// @throws std::runtime_error with the words of the library, std::bad_alloc
+void CheckOpenExrHeaders(const tBytes& pFile);
+
 /// Unpacks every chunk of a part's full-size picture, and finds those that hold fewer bytes than their rows need. The
 /// OpenEXR library's own reading passes over that and fills the rest of such rows with what its memory held before.
 /// A chunk of a compression that cannot be unpacked here (DWAA and DWAB before OpenEXR 3.2) is passed over: its decoder

@@ -217,6 +217,7 @@ bool LooksLikeOpenExr(const tBytes& pBytes)
 sPicture ReadOpenExr(const tBytes& pBytes)
 {
     try {
+        CheckOpenExrHeaders(pBytes);
         cByteStream stream(pBytes);
         Imf::MultiPartInputFile file(stream, 0, true);
         return ReadParts(pBytes, file);
