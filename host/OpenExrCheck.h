@@ -6,9 +6,9 @@
 namespace SelvaneHost
 {
 
-/// Reads all headers, and refuses most of the damaged ones before the OpenEXR library's own reading, which takes as much
-/// memory as an attribute claims to need, asks for it. Attributes that can be passed over are not compared with the
-/// file's size.
+/// Reads all headers, and refuses most of the damaged ones before the OpenEXR library's own reading, which takes as
+/// much memory as an attribute claims to need, asks for it. Attributes that can be passed over are not compared with
+/// the file's size.
 /// @throws std::runtime_error with the words of the library, std::bad_alloc
 void CheckOpenExrHeaders(const tBytes& pFile);
 
