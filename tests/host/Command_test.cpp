@@ -610,7 +610,7 @@ tBytes ExrThatClaims(uint32_t pBytes)
     return file;
 }
 
-TEST_F(Command, AnExrAttributeTakesNoMoreMemoryThanItsFileHas)
+TEST_F(Command, AnExrHeaderOfClaimsAloneIsRefusedBeforeItTakesMemory)
 {
     WriteAll(fFolder / "claims.exr", ExrThatClaims(0x7FFFFFF0));
     const sRun run = Selvane({"stats", fFolder / "claims.exr"}, [] {

@@ -283,10 +283,10 @@ tBytes Widened(tBytes pFile)
     return pFile;
 }
 
+// DWAA and DWAB fill the column from the block of pixels that it is in.
 TEST_F(PictureReader, ExrWhoseRowsHoldTooLittleIsRefused)
 {
-    for (int compression = 0; compression < Imf::DWAA_COMPRESSION;
-         compression++) { // those fill the column from its block
+    for (int compression = 0; compression < Imf::DWAA_COMPRESSION; compression++) {
         cFlatExr picture(static_cast<Imf::Compression>(compression));
         picture.StoreRows(fFolder / "a.exr");
         WriteAll(fFolder / "rows.exr", Widened(ReadFile(fFolder / "a.exr")));
