@@ -42,6 +42,67 @@ void Require(exr_result_t pResult)
     if (pResult != EXR_ERR_SUCCESS) throw std::runtime_error(exr_get_default_error_message(pResult));
 }
 
+/// Passes through a file's headers by the sizes that the attributes claim.
+class cHeaders
+{
+public:
+    explicit cHeaders(const tBytes& pFile) : fFile(pFile) {}
+
+    /// @throws std::runtime_error for an attribute that claims more bytes than the file has left
+    void PassThrough()
+    {
+        do
+            PassHeader();
+        while (HasSeveralParts() && PeekByte() != 0);
+    }
+
+private:
+    bool HasSeveralParts() const { return fFile.size() >= kFirstHeader && (fFile[5] & 0x10U) != 0; }
+
+    /// 0, as at the end of the headers, when the file has ended.
+    unsigned char PeekByte() const { return fPlace < fFile.size() ? fFile[fPlace] : 0; }
+
+    /// A header ends with an attribute without a name, of which there is nothing more.
+    void PassHeader()
+    {
+        while (PeekByte() != 0) {
+            PassText();
+            PassText();
+            Pass(PassSize());
+        }
+        Pass(1);
+    }
+
+    /// A name or a type, up to its null byte.
+    void PassText()
+    {
+        while (PeekByte() != 0)
+            fPlace++;
+        Pass(1);
+    }
+
+    uint32_t PassSize()
+    {
+        uint32_t size = 0;
+        for (unsigned shift = 0; shift < 32; shift += 8) {
+            size |= static_cast<uint32_t>(PeekByte()) << shift;
+            Pass(1);
+        }
+        return size;
+    }
+
+    void Pass(uint32_t pBytes)
+    {
+        if (pBytes > fFile.size() - fPlace) throw std::runtime_error("an attribute is longer than the file");
+        fPlace += pBytes;
+    }
+
+    static constexpr size_t kFirstHeader = 8; // after the magic number and the version with its flags
+
+    const tBytes& fFile;
+    size_t fPlace = std::min(kFirstHeader, fFile.size());
+};
+
 /// The chunks of one part, and the room that they are unpacked in.
 class cChunks
 {
@@ -158,6 +219,7 @@ void CheckRows(cChunks& pChunks)
 
 void CheckOpenExrHeaders(const tBytes& pFile)
 {
+    cHeaders(pFile).PassThrough();
     const cChunks chunks(pFile, 0);
 }
 

@@ -6,10 +6,10 @@
 namespace SelvaneHost
 {
 
-/// Reads all headers, and refuses most of the damaged ones before the OpenEXR library's own reading, which takes as
-/// much memory as an attribute claims to need, asks for it. Attributes that can be passed over are not compared with
-/// the file's size.
-/// @throws std::runtime_error with the words of the library, std::bad_alloc
+/// Reads all headers, and refuses those with an attribute that is longer than the file, or whose size is not that of
+/// its type, before the OpenEXR library's own reading takes as much memory as such an attribute claims to need. Source:
+/// "OpenEXR File Layout", headers.
+/// @throws std::runtime_error with the words of the refusal, std::bad_alloc
 void CheckOpenExrHeaders(const tBytes& pFile);
 
 /// Unpacks every chunk of a part's full-size picture, and finds those that hold fewer bytes than their rows need. The

@@ -599,25 +599,29 @@ TEST_F(Command, AKilledRunLeavesNoHalfFile)
 }
 
 #ifdef SELVANE_CRASHES // no sanitizer, which would take more room and want to be loaded first
-/// An OpenEXR file whose first attribute, of a type that nobody knows, claims pBytes bytes.
-tBytes ExrThatClaims(uint32_t pBytes)
+/// The header of an OpenEXR file up to an attribute of a type that nobody knows, which claims two gigabytes.
+tBytes ExrThatClaims(const std::string& pBefore)
 {
-    const std::string start("\x76\x2F\x31\x01\x02\0\0\0note\0strange\0", 21);
-    tBytes file(start.begin(), start.end());
-    for (int shift = 0; shift < 32; shift += 8)
-        file.push_back(static_cast<unsigned char>(pBytes >> shift));
+    const std::string start("\x76\x2F\x31\x01\x02\0\0\0", 8);
+    const std::string claim("note\0strange\0\xF0\xFF\xFF\x7F", 17);
+    const std::string whole = start + pBefore + claim;
+    tBytes file(whole.begin(), whole.end());
     file.resize(1000);
     return file;
 }
 
 TEST_F(Command, AnExrHeaderOfClaimsAloneIsRefusedBeforeItTakesMemory)
 {
-    WriteAll(fFolder / "claims.exr", ExrThatClaims(0x7FFFFFF0));
-    const sRun run = Selvane({"stats", fFolder / "claims.exr"}, [] {
-        const rlimit limit{1U << 30, 1U << 30}; // half of that
-        ::setrlimit(RLIMIT_AS, &limit);
-    });
-    ExpectFailure(run, 1, "claims.exr: the picture is damaged or cut short");
+    // A number said to be so long that the claim lies within: the OpenEXR library reads the four bytes of the number.
+    const std::string longNumber("number\0float\0\x20\0\0\0\0\0\0\0", 21);
+    for (const std::string& before : {std::string(), longNumber}) {
+        WriteAll(fFolder / "claims.exr", ExrThatClaims(before));
+        const sRun run = Selvane({"stats", fFolder / "claims.exr"}, [] {
+            const rlimit limit{1U << 30, 1U << 30}; // half of that
+            ::setrlimit(RLIMIT_AS, &limit);
+        });
+        ExpectFailure(run, 1, "claims.exr: the picture is damaged or cut short");
+    }
 }
 
 /// Runs the command with a crash in the place of one function of the libraries that it calls.

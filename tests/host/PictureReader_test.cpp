@@ -305,6 +305,34 @@ TEST_F(PictureReader, ExrOfTwoPartsGivesTheOneWithColors)
     EXPECT_THAT(Refusal("wide.exr"), HasSubstr("does not unpack to its size"));
 }
 
+/// The size that the last attribute of a name and type claims, changed.
+tBytes WithAttributeSize(tBytes pFile, const std::string& pNameAndType, uint32_t pSize)
+{
+    const auto found = std::find_end(pFile.begin(), pFile.end(), pNameAndType.begin(), pNameAndType.end());
+    EXPECT_NE(found, pFile.end());
+    auto byte = found + static_cast<std::ptrdiff_t>(pNameAndType.size());
+    for (int shift = 0; shift < 32; shift += 8)
+        *byte++ = static_cast<unsigned char>(pSize >> shift);
+    return pFile;
+}
+
+TEST_F(PictureReader, ExrWithAnAttributeLongerThanTheFileIsRefused)
+{
+    const std::string order("lineOrder\0lineOrder\0", 20);
+    cFlatExr(Imf::ZIP_COMPRESSION).StoreRows(fFolder / "a.exr");
+    const tBytes onePart = ReadFile(fFolder / "a.exr");
+    cFlatExr(Imf::ZIP_COMPRESSION).StoreAsSecondPart(fFolder / "b.exr");
+    const tBytes twoParts = ReadFile(fFolder / "b.exr");
+    const auto refusal = [&](const tBytes& pFile) {
+        WriteAll(fFolder / "claims.exr", pFile);
+        return Refusal("claims.exr");
+    };
+    const std::string words = "damaged or cut short: an attribute is longer than the file";
+    EXPECT_THAT(refusal(WithAttributeSize(onePart, order, 0x7FFFFFFF)), HasSubstr(words));
+    EXPECT_THAT(refusal(WithAttributeSize(onePart, order, 0xFFFFFFFF)), HasSubstr(words));
+    EXPECT_THAT(refusal(WithAttributeSize(twoParts, order, 0x7FFFFFFF)), HasSubstr(words));
+}
+
 TEST_F(PictureReader, ExrInTilesAndWithAShiftedWindowIsRead)
 {
     const std::vector<float> floats = Floats(50, 40);
