@@ -9,8 +9,9 @@ namespace Vornik
 /// A flat grey picture of one byte a pixel.
 ///
 /// Grey is (7471 blue + 38469 green + 19595 red) / 65536 in whole numbers. The weights sum to 65535, so that white
-/// gives 254. A refused argument throws cArgumentNullException for a null pointer and cArgumentException otherwise; no
-/// memory for the pixels throws cOutOfMemoryException. All strides are in bytes.
+/// of 8 bits gives 254; that of 16 bits, shifted by 24 as it is, gives 255. A refused argument throws
+/// cArgumentNullException for a null pointer and cArgumentException otherwise; no memory for the pixels throws
+/// cOutOfMemoryException. All strides are in bytes.
 class SELVANE_API cBitmapY8 : public cBitmap
 {
 public:

@@ -31,7 +31,7 @@ sSampleOffsets OffsetsOf(const sTmImageDesc& pImage)
 {
     const int64_t last = static_cast<int64_t>(pImage.samplesPerPixel) - 1;
     const bool blueFirst = pImage.bgrOrder != 0;
-    return {.fRed = blueFirst ? last : 0, .fGreen = last / 2, .fBlue = blueFirst ? 0 : last};
+    return {.fRed = blueFirst ? last : 0, .fGreen = last >> 1, .fBlue = blueFirst ? 0 : last};
 }
 
 /// Host samples may stand at any address.

@@ -33,16 +33,19 @@ public:
     ///                        cancelled or throws before slicing
     /// @param pWidth          pixels; with a width or a height not above 0 nothing is filtered
     /// @param pHeight         pixels
-    /// @param pSpaceSampling  pixels per grid cell in x and in y, above 0
-    /// @param pRangeSampling  input units per grid cell in value, above 0
+    /// @param pSpaceSampling  pixels per grid cell in x and in y. Meant to be above 0; any other number is computed
+    /// with
+    ///                        as it stands, and refused if a cell of the picture then lies outside the grid
+    /// @param pRangeSampling  input units per grid cell in value; likewise
     /// @param pRangeMin       lowest value of the input
     /// @param pRangeMax       highest value of the input. A sample so far outside the range that it leaves the grid
     ///                        counts as the nearer end of the range, as pRangeMin when pRangeMax is not above it
     /// @param pBlurAmount     strength of the closing blur: its sigma is pBlurAmount / 3000 of the longer side. 0,
     ///                        negative or NaN: no blur
     /// @param pWrapX          rows are periodic: the left and the right edge of the picture meet
-    /// @throws std::bad_array_new_length  before anything is allocated: a sampling is not above 0 (or NaN), the grid
-    ///                        does not fit 32-bit arithmetic, an end of the range leaves the grid, or rows wrap and
+    /// @throws std::bad_array_new_length  before anything is allocated: the grid does not fit 32-bit arithmetic, a
+    /// place
+    ///                        of the picture with an end of the range leaves the grid, or rows wrap and
     ///                        3 * pSpaceSampling is 16777216 or more. Later: a plane of pWidth * pHeight floats that
     ///                        is needed does not fit 32 bits
     /// @throws std::bad_alloc memory ran out; nothing is lost
@@ -79,8 +82,9 @@ public:
     /// @param pDest           plane of pWidth * pHeight floats; may be the same plane as pSource
     /// @param pWidth          pixels
     /// @param pHeight         pixels
-    /// @param pSigma          standard deviation in pixels; not above 0 (or NaN): pDest becomes a copy of pSource
-    /// @throws std::bad_array_new_length  the plane, or its longer side, is negative or does not fit 32 bits
+    /// @param pSigma          standard deviation in pixels; not above 0 (or NaN): as many floats as the two sizes
+    ///                        multiply to are copied, none if that is not above 0 or does not fit 32 bits
+    /// @throws std::bad_array_new_length  blurring, the plane, or its longer side, is negative or does not fit 32 bits
     /// @throws std::bad_alloc memory ran out; nothing is lost
     static void FastGaussianBlur(int pThreadCount, float* pSource, float* pDest, int pWidth, int pHeight, float pSigma);
 };

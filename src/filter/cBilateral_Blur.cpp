@@ -226,12 +226,13 @@ SELVANE_CLONES void BlurColumnGroup(const float* pSource, float* pDest, int pCol
     }
 }
 
-/// A plane of floats, from its first row; the size is known to fit.
+/// As many floats as the 32-bit product says, two sizes below 0 included; one that wraps is no size of a plane and
+/// copies nothing.
 void CopyPlane(const float* pSource, float* pDest, int pWidth, int pHeight)
 {
-    if (pSource == pDest || pWidth <= 0 || pHeight <= 0) return;
-    const auto count = static_cast<size_t>(CheckedCount(pWidth, pHeight));
-    std::memmove(pDest, pSource, count * sizeof(float));
+    const int64_t count = int64_t{pWidth} * pHeight;
+    if (pSource == pDest || count <= 0 || count > INT32_MAX) return;
+    std::memmove(pDest, pSource, static_cast<size_t>(count) * sizeof(float));
 }
 
 } // namespace

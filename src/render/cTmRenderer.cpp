@@ -211,7 +211,6 @@ void cTmRenderer::Render(bool* pCancel, bool* pCancelled)
                "The input and output images do not have the same width.");
     RequireNew(cInvalidOperationException, fInput->fHeight == fOutput->fHeight,
                "The input and output images do not have the same height.");
-    Require(cInvalidOperationException, CanEncode(fOutput->GetColorSpace()), "Color space is not set.");
 
     struct sStage
     {
@@ -226,6 +225,9 @@ void cTmRenderer::Render(bool* pCancel, bool* pCancelled)
     };
     for (const sStage& stage : stages) {
         if (!stage.fNeeded) continue;
+        if (&stage.fNeeded == &fFinalNeeded)
+            Require(cInvalidOperationException, CanEncode(fOutput->GetColorSpace(), fEncodeLUTValid),
+                    "Color space is not set.");
         (this->*stage.fRun)(pCancel, pCancelled);
         if (IsRequested(pCancelled)) return;
         stage.fNeeded = false;

@@ -44,9 +44,10 @@ void cTmRenderer::PreprocessCurvesAndTransforms(cMatrix33& pMatrix, unsigned sho
     }
     pEncodeLUT = fEncodeLUT;
     const float key = ContrastKey(fContrast, fContrastFollowsGlobal, fGlobalContrast);
-    if (key != fContrastKey) {
-        fContrastCurve->InterpolateControlPoints(key);
-        const unsigned short* table = fContrastCurve->GetLUT16i();
+    const bool keyMoved = key != fContrastKey;
+    if (keyMoved) fContrastCurve->InterpolateControlPoints(key);
+    const unsigned short* table = fContrastCurve->GetLUT16i(); // asked for at each run: it may have been invalidated
+    if (keyMoved) {
         fContrastKey = key;
         for (int i = 0; i < kTableSize; i++)
             fContrastLUT[i] = static_cast<float>(static_cast<double>(table[i]) * kInverse65535);

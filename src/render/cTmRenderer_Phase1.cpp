@@ -32,13 +32,24 @@ float RangeSampling(float pRangeSize)
     return std::fma(pRangeSize, 0.002f, 0.2f);
 }
 
+/// What layers without a pixel measure.
+void ForgetMeasures(cTmRenderer& pRenderer)
+{
+    pRenderer.fBaseAverage = 0.0;
+    pRenderer.fDetailAverage = 0.0;
+    pRenderer.fBaseMax = -kBeyond;
+    pRenderer.fDetailMax = -kBeyond;
+    pRenderer.fBaseMin = kBeyond;
+    pRenderer.fDetailMin = kBeyond;
+}
+
 /// Takes the base from the logarithm, pixel by pixel, and measures both layers. The sums run in the order of the
 /// pixels.
-void SplitAndMeasure(cTmRenderer& pRenderer, size_t pCount)
+void SplitAndMeasure(cTmRenderer& pRenderer, int64_t pCount)
 {
     float baseMax = -kBeyond, baseMin = kBeyond, detailMax = -kBeyond, detailMin = kBeyond;
     double baseSum = 0.0, detailSum = 0.0;
-    for (size_t i = 0; i < pCount; i++) {
+    for (int64_t i = 0; i < pCount; i++) {
         const float base = pRenderer.fBase[i];
         const float detail = pRenderer.fLogLuminance[i] - base;
         pRenderer.fDetail[i] = detail;
@@ -81,8 +92,11 @@ void cTmRenderer::ToneMappingPhase1(bool* pCancel, bool* pCancelled)
                             SpaceSampling(fSpatialSize, width, height), RangeSampling(fRangeSize), fLogMinY, fLogMaxY,
                             fBaseBlur * 0.01f, fWrapX);
     if (IsRequested(pCancelled)) return;
-    if (StopIfRequested(pCancel, pCancelled)) return;
-    SplitAndMeasure(*this, static_cast<size_t>(width) * static_cast<size_t>(height));
+    ForgetMeasures(*this);
+    if (height > 0) {
+        if (StopIfRequested(pCancel, pCancelled)) return;
+        if (width > 0) SplitAndMeasure(*this, int64_t{width} * height);
+    }
     if (fLogEnabled != 0) LogLayers(*this);
 }
 

@@ -91,7 +91,7 @@ SELVANE_INLINE float AtLeastZero(float pValue)
 }
 
 // Hue on the unit scale, smallest and largest primary back to three primaries. The sextant is a truncating remainder: a
-// negative hue falls into the last row.
+// negative hue takes the last row, unless it lies in the first sixth of a turn.
 SELVANE_INLINE void Decode(float pH, float pM, float pV, float& pR, float& pG, float& pB)
 {
     const float sixth = pH * 6.0f;

@@ -281,6 +281,37 @@ void PrintCurves()
         }
 }
 
+/// Spaces from made primaries, and from the numbers of a profile.
+void PrintGenericSpaces()
+{
+    cHash primaries;
+    cHash profiles;
+    cRandom random(29);
+    const auto near = [&](float pX, float pY) {
+        const float x = pX + 0.05f * random.Unit();
+        return cVector2(x, pY + 0.05f * random.Unit()); // in this order
+    };
+    const auto add = [](cHash& pHash, const cColorSpace& pSpace) {
+        pHash.AddFloats(&pSpace.fToXYZ.m00, 9)
+            .AddFloats(&pSpace.fFromXYZ.m00, 9)
+            .AddFloats(&pSpace.fToPCS.m00, 9)
+            .AddFloats(&pSpace.fFromPCS.m00, 9);
+    };
+    for (int i = 0; i < 500; i++) {
+        const cVector2 red = near(0.62f, 0.30f);
+        const cVector2 green = near(0.25f, 0.60f);
+        const cVector2 blue = near(0.12f, 0.04f);
+        const cColorSpace_GenericRGB made(red, green, blue, near(0.30f, 0.31f), 2.2f);
+        add(primaries, made);
+        unsigned short table[] = {0, 65535};
+        const cVector3 white(0.9f + 0.1f * random.Unit(), 1.0f, 1.0f);
+        const cColorSpace_GenericRGB read(made.fToPCS, white, table, 2, table, 2);
+        add(profiles, read);
+    }
+    primaries.Print("color/generic/primaries");
+    profiles.Print("color/generic/profiles");
+}
+
 void PrintColours()
 {
     for (int id = 0; id < 3; id++) {
@@ -298,6 +329,7 @@ void PrintColours()
             .Add(from->fLUT, sizeof from->fLUT)
             .Print("libm/color/transfers/" + std::to_string(id));
     }
+    PrintGenericSpaces();
     cHash hsb;
     cHash fixed;
     cRandom random(13);
@@ -338,8 +370,39 @@ void AddPicture(cHash& pHash, const cBitmapBGR16& pPicture)
         pHash.Add(pPicture.fData + y * (pPicture.fStride / 2), static_cast<size_t>(6 * pPicture.fWidth));
 }
 
+/// Through tables and matrices, both depths.
+void PrintConversions(int pWidth)
+{
+    const cMatrix33 matrix{0.9f, -0.2f, 0.1f, 0.15f, 0.8f, 0.1f, -0.05f, 0.3f, 0.7f};
+    cBitmapXYZ32 picture(pWidth, 9);
+    cBitmapXYZ32 back(pWidth, 9);
+    FillPicture(picture, static_cast<uint64_t>(pWidth) + 100);
+    cBitmapBGR16 sixteen(pWidth, 9, eColorSpace_AdobeRGB98);
+    cBitmapBGR8 eight(pWidth, 9, eColorSpace_sRGB);
+    cColorSpace* space = sixteen.GetColorSpace();
+    const auto to16 = std::make_unique<cTransferLUT_F32I16>(space->GetFromLinearTransfer());
+    const auto to8 = std::make_unique<cTransferLUT_F32I8>(space->GetFromLinearTransfer());
+    const auto from16 = std::make_unique<cTransferLUT_I16F32>(space->GetToLinearTransfer());
+    const auto from8 = std::make_unique<cTransferLUT_I8F32>(space->GetToLinearTransfer());
+    cHash hash;
+    cImageUtils::Float3ToBGR16(&picture, &sixteen, to16.get(), matrix);
+    AddPicture(hash, sixteen);
+    cImageUtils::Float3ToBGR8(&picture, &eight, to8.get(), matrix);
+    cImageUtils::BGR8ToFloat3(&eight, &back, from8.get(), matrix);
+    AddPicture(hash, back);
+    cImageUtils::BGR16ToFloat3(&sixteen, &back, from16.get(), matrix);
+    AddPicture(hash, back);
+    cImageUtils::BGR8ToBGR32Linear(&eight, &back);
+    AddPicture(hash, back);
+    cImageUtils::BGR32LinearToBGR16(&picture, &sixteen);
+    AddPicture(hash, sixteen);
+    hash.Print("libm/conversions/" + std::to_string(pWidth));
+}
+
 void PrintPictures()
 {
+    for (const int width : {1, 8, 131})
+        PrintConversions(width);
     for (int width : {1, 5, 67, 259}) {
         cBitmapXYZ32 picture(width, 31);
         FillPicture(picture, static_cast<uint64_t>(width));

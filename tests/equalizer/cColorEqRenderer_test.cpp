@@ -626,7 +626,7 @@ TEST(EqualizerInputs, AValidEncodeTableIsKept)
 
 // ---- pictures without a colour space ----
 
-TEST(EqualizerColourSpace, AnOutputWithoutOneIsRefusedBeforeAnyStage)
+TEST(EqualizerColourSpace, AnOutputWithoutOneIsRefusedBeforeTheFinalStage)
 {
     sScene scene;
     cBitmapBGR16 bare(37, 11, static_cast<eColorSpaceID>(9));
@@ -637,8 +637,8 @@ TEST(EqualizerColourSpace, AnOutputWithoutOneIsRefusedBeforeAnyStage)
         EXPECT_FAILURE(renderer.Render(), cInvalidOperationException, "Color space is not set.", "cColorEqRenderer.cpp",
                        "Vornik::cColorEqRenderer::Render(bool*,bool*)");
         EXPECT_THROW(renderer.Render(), cInvalidOperationException); // an object
-        EXPECT_EQ(renderer.fHMV, nullptr);
-        ExpectFlags(renderer, true, true, false);
+        EXPECT_NE(renderer.fHMV, nullptr);
+        ExpectFlags(renderer, false, true, false);
         EXPECT_TRUE(IsFilledWith(bare, kScribble));
     };
     expectRefused();
@@ -648,6 +648,37 @@ TEST(EqualizerColourSpace, AnOutputWithoutOneIsRefusedBeforeAnyStage)
 
     renderer.fInput = nullptr; // the four checks of its own come first
     EXPECT_TRUE(ThrowsPointer<cInvalidOperationException>([&] { renderer.Render(); }));
+}
+
+TEST(EqualizerColourSpace, AnOutputWithoutOneIsEnoughForWhatDoesNotEncode)
+{
+    sScene scene;
+    cBitmapBGR16 bare(37, 11, static_cast<eColorSpaceID>(9));
+    cColorEqRenderer& renderer = *scene.fRenderer;
+    renderer.SetOutput(&bare);
+    bool cancel = true;
+    bool cancelled = false;
+    EXPECT_NO_THROW(renderer.Render(&cancel, &cancelled)) << "stopped before";
+    EXPECT_TRUE(cancelled);
+    ExpectFlags(renderer, true, true, false);
+    renderer.fFinalNeeded = false;
+    EXPECT_NO_THROW(renderer.Render()) << "prepared only";
+    EXPECT_NO_THROW(renderer.Render()) << "nothing to do";
+    ExpectFlags(renderer, false, false, false);
+}
+
+TEST(EqualizerColourSpace, AnOutputWithoutTransfersIsEnoughWhileTheEncodeTableStands)
+{
+    sScene scene;
+    cColorEqRenderer& renderer = *scene.fRenderer;
+    renderer.Render();
+    cBitmapBGR16 other(37, 11, eColorSpace_sRGB);
+    cColorSpace_GenericRGB shell;
+    other.AssignColorSpace(&shell);
+    renderer.fOutput = &other;
+    renderer.fFinalNeeded = true;
+    EXPECT_NO_THROW(renderer.Render());
+    ExpectFlags(renderer, false, false, true);
 }
 
 TEST(EqualizerColourSpace, AnInputWithoutOneReportsThroughTheConversion)

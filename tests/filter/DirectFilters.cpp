@@ -123,6 +123,44 @@ tPlane DirectSlice(const float* pGrid, int pNx, int pNy, int pMargin, float pSpa
     return output;
 }
 
+bool EveryCellIsInTheGrid(const sFast& pArguments)
+{
+    const float perPixel = 1.0f / pArguments.fSpace;
+    const float perUnit = 1.0f / pArguments.fRange;
+    const auto intervals = [&](int pSide) {
+        return int64_t{Truncated(std::fma(static_cast<float>(pSide - 1), perPixel, 0.5f))};
+    };
+    const int64_t nx = intervals(pArguments.fWidth) + 7;
+    const int64_t ny = intervals(pArguments.fHeight) + 7;
+    const int64_t nz = int64_t{Truncated((pArguments.fMax - pArguments.fMin) / pArguments.fRange + 0.5f)} + 7;
+    const auto inside = [&](int64_t pX, int64_t pY, int64_t pZ) {
+        const int64_t cell = (pZ * ny + pY) * nx + pX;
+        return cell >= 0 && cell < nx * ny * nz;
+    };
+    const auto added = [](float pPlace, float pScale) { return int64_t{Truncated(std::fma(pPlace, pScale, 3.5f))}; };
+    const auto read = [](float pPlace, float pScale) { return int64_t{Truncated(std::fma(pPlace, pScale, 3.0f))}; };
+    const float top = pArguments.fMax > pArguments.fMin ? pArguments.fMax : pArguments.fMin;
+    const float bound = static_cast<float>(pArguments.fWidth) + std::fma(3.0f, pArguments.fSpace, -1.0f);
+    for (const float value : {0.0f, top - pArguments.fMin})
+        for (int y = 0; y < pArguments.fHeight; y++) {
+            const auto row = static_cast<float>(y);
+            for (int x = 0; x < pArguments.fWidth; x++) {
+                const auto place = static_cast<float>(x);
+                if (!pArguments.fWrap && !inside(added(place, perPixel), added(row, perPixel), added(value, perUnit)))
+                    return false;
+                for (int corner = 0; corner < 8; corner++)
+                    if (!inside(read(place, perPixel) + corner % 2, read(row, perPixel) + corner / 2 % 2,
+                                read(value, perUnit) + corner / 4))
+                        return false;
+            }
+            if (!pArguments.fWrap) continue;
+            for (int64_t x = Truncated(std::fma(-3.0f, pArguments.fSpace, 1.0f)); static_cast<float>(x) < bound; x++)
+                if (!inside(added(static_cast<float>(x), perPixel), added(row, perPixel), added(value, perUnit)))
+                    return false;
+        }
+    return nx > 0 && ny > 0;
+}
+
 tPlane DirectFast(const tPlane& pInput, const sFast& pArguments, tPlane* pGrid)
 {
     const int width = pArguments.fWidth;

@@ -28,6 +28,9 @@ struct sFast
 /// Towards zero, to the ends of the 32-bit range; NaN gives 0.
 int32_t Truncated(float pValue);
 
+/// Whether every place of the picture has its cells in the grid, for both ends of the range.
+bool EveryCellIsInTheGrid(const sFast& pArguments);
+
 /// The grid filter, for arguments that it takes; pGrid: the first grid's floats as the slicing step finds them.
 tPlane DirectFast(const tPlane& pInput, const sFast& pArguments, tPlane* pGrid = nullptr);
 

@@ -162,26 +162,35 @@ TEST(cBilateralBlur, ASigmaNotAboveZeroCopiesAndAllocatesNothing)
 
 TEST(cBilateralBlur, CopyingNothingTouchesNothing)
 {
-    for (const auto& [width, height] : {std::pair(0, 5), {5, 0}, {-3, 5}, {5, -3}, {-3, -3}})
+    for (const auto& [width, height] : {std::pair(0, 5), {5, 0}, {-3, 5}, {5, -3}})
         cBilateral::FastGaussianBlur(1, nullptr, nullptr, width, height, 0.0f);
     float source = 1.0f;
     float dest = 2.0f;
-    for (const auto& [width, height] : {std::pair(0, 5), {5, 0}, {-3, 5}, {5, -3}, {-3, -3}})
+    // The last three are products that wrap: to 0, to a small plane, and below 0.
+    for (const auto& [width, height] :
+         {std::pair(0, 5), {5, 0}, {-3, 5}, {5, -3}, {65536, 65536}, {65537, 65537}, {46341, 46341}})
         cBilateral::FastGaussianBlur(1, &source, &dest, width, height, 0.0f);
     EXPECT_EQ(dest, 2.0f);
 }
 
 TEST(cBilateralBlur, SizesThatDoNotFitAreRefused)
 {
-    for (const float sigma : {1.0f, 0.0f})
-        for (const auto& [width, height] : {std::pair(65536, 65536), {65537, 65537}, {46341, 46341}}) {
-            float source = 1.0f;
-            float dest = 2.0f;
-            EXPECT_THROW(cBilateral::FastGaussianBlur(1, &source, &dest, width, height, sigma),
-                         std::bad_array_new_length)
-                << width << " " << sigma;
-            EXPECT_EQ(dest, 2.0f);
-        }
+    for (const auto& [width, height] : {std::pair(65536, 65536), {65537, 65537}, {46341, 46341}}) {
+        float source = 1.0f;
+        float dest = 2.0f;
+        EXPECT_THROW(cBilateral::FastGaussianBlur(1, &source, &dest, width, height, 1.0f), std::bad_array_new_length)
+            << width;
+        EXPECT_EQ(dest, 2.0f);
+    }
+}
+
+TEST(cBilateralBlur, TwoSizesBelowZeroCopyAsManyFloatsAsTheirProduct)
+{
+    tPlane source = Noise(10, 0.0f, 1.0f);
+    tPlane dest(10, 2.0f);
+    cBilateral::FastGaussianBlur(1, source.data(), dest.data(), -3, -3, 0.0f);
+    EXPECT_EQ(FirstDifference(dest.data(), source.data(), 9), -1);
+    EXPECT_EQ(dest[9], 2.0f);
 }
 
 TEST(cBilateralBlur, ANegativeLongerSideIsRefusedBeforeTheTableIsTaken)

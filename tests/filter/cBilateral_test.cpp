@@ -99,6 +99,18 @@ bool IsRefused(const sFast& pArguments)
     return false;
 }
 
+/// Equal to the direct formula where every cell is in the grid, and refused elsewhere. True if it was filtered.
+bool IsFilteredOrRefused(const sFast& pArguments)
+{
+    const bool filtered = EveryCellIsInTheGrid(pArguments);
+    if (filtered)
+        ExpectDirect(Noise(Count(pArguments.fWidth, pArguments.fHeight), pArguments.fMin, pArguments.fMax), pArguments);
+    else
+        EXPECT_TRUE(IsRefused(pArguments)) << pArguments.fWidth << " x " << pArguments.fHeight << ", s "
+                                           << pArguments.fSpace << ", r " << pArguments.fRange;
+    return filtered;
+}
+
 /// The pointer to the input that the slicing step is given.
 const float* SlicedInput(float* pInput, const sFast& pArguments)
 {
@@ -269,7 +281,6 @@ TEST(cBilateral, WrappedSamplingsUpToTheLimitAreTaken)
 {
     // 3 * 5592405 is the last below 2^24.
     ExpectDirect({0.4f}, {1, 1, 5592405.0f, 1.0f, 0.0f, 1.0f, 0.0f, true});
-    EXPECT_FALSE(IsRefused({1, 1, 5592405.0f, 1.0f, 0.0f, 1.0f, 0.0f, true}));
     EXPECT_TRUE(IsRefused({1, 1, 5592405.5f, 1.0f, 0.0f, 1.0f, 0.0f, true}));
     EXPECT_TRUE(IsRefused({1, 1, 1e30f, 1.0f, 0.0f, 1.0f, 0.0f, true}));
     EXPECT_TRUE(IsRefused({1, 1, kInfinity, 1.0f, 0.0f, 1.0f, 0.0f, true}));
@@ -283,16 +294,6 @@ TEST(cBilateral, WithoutWrappingTheSamplingHasNoUpperLimit)
 }
 
 // ---- What is refused ---------------------------------------------------------------------------------------------
-
-TEST(cBilateral, SamplingsNotAboveZeroAreRefused)
-{
-    for (const float bad : {0.0f, -0.0f, -1.0f, -kInfinity, kNaN})
-        for (const bool wrap : {false, true}) {
-            EXPECT_TRUE(IsRefused({4, 4, bad, 0.5f, 0.0f, 1.0f, 0.0f, wrap})) << bad;
-            EXPECT_TRUE(IsRefused({4, 4, 2.0f, bad, 0.0f, 1.0f, 0.0f, wrap})) << bad;
-        }
-    EXPECT_FALSE(IsRefused({4, 4, 2.0f, 0.5f, 0.0f, 1.0f}));
-}
 
 TEST(cBilateral, GridsThatDoNotFitAreRefused)
 {
@@ -317,7 +318,7 @@ TEST(cBilateral, GridsThatDoNotFitAreRefused)
 TEST(cBilateral, EndsOfTheRangeThatLeaveTheGridAreRefused)
 {
     // The cells of the minimum are 3 and 4: five cells hold them, four do not.
-    EXPECT_FALSE(IsRefused({4, 4, 1.0f, 1.0f, 0.0f, -2.6f + 0.0f}));
+    EXPECT_FALSE(IsRefused({4, 4, 1.0f, 1.0f, 0.0f, -2.6f}));
     EXPECT_TRUE(IsRefused({4, 4, 1.0f, 1.0f, 0.0f, -3.5f}));
     EXPECT_TRUE(IsRefused({4, 4, 1.0f, 1.0f, 0.0f, -4.5f}));
     EXPECT_TRUE(IsRefused({4, 4, 1.0f, 1.0f, 0.0f, -7.5f}));
@@ -325,8 +326,65 @@ TEST(cBilateral, EndsOfTheRangeThatLeaveTheGridAreRefused)
     // 1 / r is infinite, the quotient is not: ten intervals, and the maximum beyond them.
     EXPECT_TRUE(IsRefused({4, 4, 1.0f, 1e-40f, 0.0f, 1e-39f}));
     EXPECT_FALSE(IsRefused({4, 4, 1.0f, 1e-40f, 0.0f, 0.0f}));
-    // No pixels, the same rule.
-    EXPECT_TRUE(IsRefused({0, 0, 1.0f, 1.0f, 0.0f, -4.5f}));
+    // Without pixels nothing can leave the grid.
+    EXPECT_FALSE(IsRefused({0, 4, 1.0f, 1.0f, 0.0f, -4.5f}));
+    EXPECT_FALSE(IsRefused({4, 0, kInfinity, 1.0f, 0.0f, -4.5f, 0.0f, true}));
+}
+
+// ---- Samplings that are not above zero ----------------------------------------------------------------------------
+
+TEST(cBilateral, ANegativeRangeSamplingFiltersWhatItsFewCellsHold)
+{
+    // Two intervals downwards leave five cells for the minimum at 3 and 4; three leave four.
+    EXPECT_TRUE(IsFilteredOrRefused({9, 7, 4.0f, -0.28f, 0.0f, 0.69f}));
+    EXPECT_TRUE(IsFilteredOrRefused({9, 7, 4.0f, -0.28f, -2.0f, -1.05f, 60.0f}));
+    EXPECT_TRUE(IsFilteredOrRefused({9, 7, 4.0f, -11.68f, -6.0f, 6.0f, 0.0f, true}));
+    EXPECT_FALSE(IsFilteredOrRefused({9, 7, 4.0f, -0.28f, 0.0f, 1.0f}));
+    EXPECT_FALSE(IsFilteredOrRefused({9, 7, 4.0f, -0.28f, 0.0f, 1.9f}));
+}
+
+TEST(cBilateral, ANegativeSpaceSamplingFiltersWhatItsFewCellsHold)
+{
+    EXPECT_TRUE(IsFilteredOrRefused({1, 1, -2.0f, 0.5f, 0.0f, 1.0f}));
+    EXPECT_TRUE(IsFilteredOrRefused({5, 4, -2.0f, 0.5f, 0.0f, 1.0f, 50.0f}));
+    EXPECT_TRUE(IsFilteredOrRefused({64, 48, -73.0f, 0.25f, -1.0f, 3.0f}));
+    EXPECT_FALSE(IsFilteredOrRefused({64, 48, -2.0f, 0.25f, -1.0f, 3.0f}));
+    // Places that leave their row of cells and stay in the grid. With two cells in a row nothing is smoothed.
+    EXPECT_TRUE(IsFilteredOrRefused({12, 1, -2.0f, 0.5f, 0.0f, 1.0f}));
+    EXPECT_TRUE(IsFilteredOrRefused({9, 9, -2.0f, 0.5f, 0.0f, 1.0f}));
+    EXPECT_TRUE(IsFilteredOrRefused({1, 12, -2.0f, 0.5f, 0.0f, 1.0f}));
+    // Wrapped, a row mostly adds nothing, and of 603 places the one in the middle.
+    EXPECT_TRUE(IsFilteredOrRefused({8, 3, -2.0f, 0.5f, 0.0f, 1.0f, 0.0f, true}));
+    EXPECT_TRUE(IsFilteredOrRefused({603, 1, -100.0f, 0.5f, 0.0f, 1.0f, 0.0f, true}));
+}
+
+TEST(cBilateral, SamplingsWithoutASizeAreFilteredAsTheyCompute)
+{
+    for (const bool wrap : {false, true}) {
+        EXPECT_TRUE(IsFilteredOrRefused({6, 5, -kInfinity, 0.5f, 0.0f, 1.0f, 0.0f, wrap}));
+        EXPECT_TRUE(IsFilteredOrRefused({6, 5, 2.0f, -kInfinity, 0.0f, 1.0f, 0.0f, wrap}));
+        EXPECT_TRUE(IsFilteredOrRefused({6, 5, 2.0f, kInfinity, 0.0f, 1.0f, 0.0f, wrap}));
+        EXPECT_TRUE(IsFilteredOrRefused({6, 5, kNaN, 0.5f, 0.0f, 1.0f, 0.0f, wrap}));
+        EXPECT_TRUE(IsFilteredOrRefused({6, 5, 2.0f, kNaN, 0.0f, 1.0f, 0.0f, wrap}));
+        EXPECT_TRUE(IsFilteredOrRefused({6, 5, 2.0f, 0.0f, 0.5f, 0.5f, 0.0f, wrap}));
+        EXPECT_TRUE(IsFilteredOrRefused({1, 1, 0.0f, 0.5f, 0.0f, 1.0f, 0.0f, wrap}));
+        EXPECT_TRUE(IsFilteredOrRefused({1, 1, -0.0f, 0.5f, 0.0f, 1.0f, 0.0f, wrap}));
+        EXPECT_TRUE(IsRefused({6, 5, 2.0f, 0.0f, 0.0f, 1.0f, 0.0f, wrap})); // as many cells as fit no number
+        EXPECT_TRUE(IsRefused({6, 5, 0.0f, 0.5f, 0.0f, 1.0f, 0.0f, wrap}));
+    }
+    EXPECT_TRUE(std::isnan(Filtered({0.1f, 0.2f}, {2, 1, kNaN, 0.5f, 0.0f, 1.0f})[1]));
+}
+
+TEST(cBilateral, AnySamplingIsFilteredOrRefused)
+{
+    int filtered = 0;
+    for (const auto& [width, height] : {std::pair(1, 1), {7, 1}, {1, 7}, {6, 6}, {13, 2}, {2, 13}, {40, 30}})
+        for (int step = 1; step < 60; step++)
+            for (const float range : {-0.3f, 0.4f})
+                for (const bool wrap : {false, true})
+                    filtered += IsFilteredOrRefused(
+                        {width, height, static_cast<float>(step) * -0.37f, range, 0.0f, 0.7f, 0.0f, wrap});
+    EXPECT_GT(filtered, 300);
 }
 
 // ---- Samples outside the range -----------------------------------------------------------------------------------

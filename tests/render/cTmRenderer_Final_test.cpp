@@ -78,6 +78,40 @@ TEST(FinalRendering, TheContrastTableIsBuiltOnceAKey)
     EXPECT_NE(r.fContrastLUT[5], 0.123f) << "another key";
 }
 
+TEST(FinalRendering, AnInvalidatedContrastCurveIsFilledAgainThoughTheKeyIsTheSame)
+{
+    sScene scene(2, 2);
+    scene.Render();
+    cTmRenderer& r = *scene.fRenderer;
+    r.fContrastCurve->InvalidateLUTs();
+    ASSERT_FALSE(r.fContrastCurve->fLUT16iValid);
+    r.fContrastLUT[5] = 0.123f;
+    scene.Mark(false, false, false, true);
+    scene.Render();
+    EXPECT_TRUE(r.fContrastCurve->fLUT16iValid);
+    EXPECT_EQ(r.fContrastLUT[5], 0.123f);
+}
+
+/// A transfer without a value.
+class cNoTransfer : public cTransfer
+{
+public:
+    cTransfer* Clone() const override { return new cNoTransfer; }
+    float Function(float) override { throw 7; }
+};
+
+TEST(FinalRendering, AnExceptionFromTheTransferLeavesTheMarks)
+{
+    sScene scene(2, 2);
+    cBitmapBGR16 output(2, 2, eColorSpace_sRGB);
+    delete output.GetColorSpace()->fFromLinear;
+    output.GetColorSpace()->fFromLinear = new cNoTransfer;
+    scene.fRenderer->SetOutput(&output);
+    EXPECT_THROW(scene.Render(), int);
+    EXPECT_EQ(scene.Marks(), "---F");
+    EXPECT_FALSE(scene.fRenderer->fEncodeLUTValid);
+}
+
 TEST(FinalRendering, TheEncodeTableIsTheOutputsTransferTruncated)
 {
     for (int space = 0; space < 3; space++) {

@@ -156,14 +156,104 @@ TEST(Phase1, ARequestIsSeenBeforeTheGridAndBeforeTheMeasuring)
     EXPECT_EQ(scene.Marks(), "-1--");
 }
 
+TEST(Phase1, WhatWasMeasuredIsForgottenBeforeTheLookAndNotBeforeTheFilter)
+{
+    sScene scene(20, 10);
+    cTmRenderer& r = *scene.fRenderer;
+    const auto set = [&] {
+        r.fBaseAverage = r.fDetailAverage = 5.0;
+        r.fBaseMax = r.fBaseMin = r.fDetailMax = r.fDetailMin = 5.0f;
+    };
+    scene.Mark(true, false, false, false);
+    scene.Render();
+    scene.Mark(false, true, false, false);
+    set();
+    scene.fCancel = true;
+    scene.Render(); // stopped in the filter
+    EXPECT_EQ(r.fBaseAverage, 5.0);
+    EXPECT_EQ(r.fDetailMin, 5.0f);
+
+    scene.fCancel = scene.fCancelled = false;
+    set();
+    {
+        const cHostScope host({.fAfterCall = [&] { scene.fCancel = true; }});
+        scene.Render(); // stopped behind it
+    }
+    EXPECT_EQ(r.fBaseAverage, 0.0);
+    EXPECT_EQ(r.fDetailAverage, 0.0);
+    EXPECT_EQ(r.fBaseMax, -1e30f);
+    EXPECT_EQ(r.fDetailMax, -1e30f);
+    EXPECT_EQ(r.fBaseMin, 1e30f);
+    EXPECT_EQ(r.fDetailMin, 1e30f);
+}
+
+TEST(Phase1, AnOldAcknowledgementStopsBehindTheFilter)
+{
+    sScene scene(20, 10);
+    scene.Mark(true, false, false, false);
+    scene.Render();
+    scene.Mark(false, true, false, false);
+    scene.fRenderer->fDetail[0] = 77.0f;
+    scene.fRenderer->fBase[0] = 77.0f;
+    scene.fCancelled = true;
+    scene.Render();
+    EXPECT_NE(scene.fRenderer->fBase[0], 77.0f) << "filtered";
+    EXPECT_EQ(scene.fRenderer->fDetail[0], 77.0f) << "not measured";
+    EXPECT_EQ(scene.Marks(), "-1--");
+    EXPECT_TRUE(scene.fCancelled);
+}
+
+TEST(Phase1, WithoutRowsThereIsNoLookAndWithoutPixelsNoMean)
+{
+    sScene scene(20, 10);
+    cTmRenderer& r = *scene.fRenderer;
+    scene.Mark(true, false, false, false);
+    scene.Render();
+    const auto run = [&](int pWidth, int pHeight) {
+        scene.fInput.fWidth = scene.fOutput.fWidth = pWidth; // no bitmap is made so
+        scene.fInput.fHeight = scene.fOutput.fHeight = pHeight;
+        scene.Mark(false, true, false, false);
+        r.fBaseAverage = r.fDetailAverage = 5.0;
+        r.fBaseMax = 5.0f;
+        scene.fCancel = scene.fCancelled = false;
+        const cHostScope host({.fAfterCall = [&] { scene.fCancel = true; }});
+        scene.Render();
+        EXPECT_EQ(r.fBaseAverage, 0.0);
+        EXPECT_EQ(r.fDetailAverage, 0.0);
+        EXPECT_EQ(r.fBaseMax, -1e30f);
+    };
+    run(20, 0);
+    EXPECT_FALSE(scene.fCancelled);
+    EXPECT_EQ(scene.Marks(), "----");
+    run(20, -1);
+    EXPECT_FALSE(scene.fCancelled);
+    run(0, 10);
+    EXPECT_TRUE(scene.fCancelled);
+    run(-1, 10);
+    EXPECT_TRUE(scene.fCancelled);
+    scene.fInput.fWidth = scene.fOutput.fWidth = 20;
+    scene.fInput.fHeight = scene.fOutput.fHeight = 10;
+}
+
 TEST(Phase1, AnImpossibleSamplingIsABadArrayLengthAndTheStageStaysMarked)
 {
     sScene scene(20, 10);
     sParams params;
-    params.fRangeSize = -1000.0f; // a sampling below 0
+    params.fRangeSize = -500.0f; // a sampling of -0.8: five decades down leave two layers of cells
     params.Set(*scene.fRenderer);
     EXPECT_THROW(scene.Render(), std::bad_array_new_length);
     EXPECT_EQ(scene.Marks(), "-12F");
+}
+
+TEST(Phase1, ASamplingBelowZeroFiltersFewDecades)
+{
+    sScene scene(20, 10, 2.0f);
+    sParams params;
+    params.fRangeSize = -1000.0f;
+    params.Set(*scene.fRenderer);
+    scene.Render();
+    EXPECT_EQ(scene.Marks(), "----");
+    EXPECT_LT(scene.fRenderer->fBaseMin, scene.fRenderer->fBaseMax);
 }
 
 } // namespace

@@ -212,7 +212,7 @@ TEST(cTmRenderer, RenderRefusesInOrderAndLeavesTheMarks)
     EXPECT_EQ(r->fYHMV, nullptr) << "no stage has run";
 }
 
-TEST(cTmRenderer, AnOutputWithoutColourSpaceIsRefusedByObjectAfterTheFourChecks)
+TEST(cTmRenderer, AnOutputWithoutColourSpaceIsRefusedByObjectBeforeTheFinalStage)
 {
     cBitmapXYZ32 input(4, 3);
     cBitmapBGR16 bare(4, 3, static_cast<eColorSpaceID>(7));
@@ -232,12 +232,45 @@ TEST(cTmRenderer, AnOutputWithoutColourSpaceIsRefusedByObjectAfterTheFourChecks)
             EXPECT_EQ(WithoutBlanks(exception.GetFuncSig()),
                       WithoutBlanks("void Vornik::cTmRenderer::Render(bool*, bool*)"));
         }
-        EXPECT_EQ(r->fYHMV, nullptr) << "no stage has run";
+        EXPECT_FALSE(r->fPrepareNeeded || r->fPhase1Needed || r->fPhase2Needed);
+        EXPECT_TRUE(r->fFinalNeeded);
     };
     expectRefused(bare);
     cColorSpace_GenericRGB shell; // a space without transfers
     bare.AssignColorSpace(&shell);
     expectRefused(bare);
+}
+
+TEST(cTmRenderer, AnOutputWithoutColourSpaceIsEnoughForWhatDoesNotEncode)
+{
+    sScene scene(6, 4);
+    cTmRenderer& r = *scene.fRenderer;
+    cBitmapBGR16 bare(6, 4, static_cast<eColorSpaceID>(7));
+    r.SetOutput(&bare);
+    scene.Mark(false, false, false, false);
+    EXPECT_NO_THROW(scene.Render()) << "nothing to do";
+    scene.Mark(true, true, true, false);
+    EXPECT_NO_THROW(scene.Render()) << "the points are all that is asked for";
+    EXPECT_EQ(scene.Marks(), "----");
+    scene.Mark(true, true, true, true);
+    scene.fCancel = true;
+    EXPECT_NO_THROW(scene.Render()) << "stopped before";
+    EXPECT_TRUE(scene.fCancelled);
+    EXPECT_EQ(scene.Marks(), "P12F");
+}
+
+TEST(cTmRenderer, AnOutputWithoutTransfersIsEnoughWhileTheEncodeTableStands)
+{
+    sScene scene(6, 4);
+    cTmRenderer& r = *scene.fRenderer;
+    scene.Render();
+    cBitmapBGR16 other(6, 4, eColorSpace_sRGB);
+    cColorSpace_GenericRGB shell;
+    other.AssignColorSpace(&shell);
+    r.fOutput = &other;
+    scene.Mark(false, false, false, true);
+    EXPECT_NO_THROW(scene.Render());
+    EXPECT_EQ(scene.Marks(), "----");
 }
 
 TEST(cTmRenderer, SettersMarkTheirStages)

@@ -114,7 +114,7 @@ int RedOffset(const sTmImageDesc& pImage)
 
 int GreenOffset(const sTmImageDesc& pImage)
 {
-    return (pImage.samplesPerPixel - 1) / 2;
+    return int(std::floor((pImage.samplesPerPixel - 1) / 2.0));
 }
 
 int BlueOffset(const sTmImageDesc& pImage)
