@@ -100,6 +100,41 @@ public:
     float Function(float) override { throw 7; }
 };
 
+/// An output that asks to stop when the decoder reads its depth.
+class cLateRequest : public cBitmapBGR16
+{
+public:
+    cLateRequest(int pWidth, int pHeight, bool& pCancel)
+        : cBitmapBGR16(pWidth, pHeight, eColorSpace_sRGB), fCancel(pCancel)
+    {
+    }
+
+    int GetBitsPerChannel() const override
+    {
+        fCancel = true;
+        return 16;
+    }
+
+private:
+    bool& fCancel;
+};
+
+TEST(FinalRendering, ARequestThatComesDuringThePixelsIsNotSeen)
+{
+    sScene scene(20, 10);
+    scene.Render();
+    cLateRequest output(20, 10, scene.fCancel);
+    scene.fRenderer->SetOutput(&output);
+    scene.Render();
+    EXPECT_TRUE(scene.fCancel);
+    EXPECT_FALSE(scene.fCancelled);
+    EXPECT_EQ(scene.Marks(), "----");
+    for (int y = 0; y < 10; y++)
+        EXPECT_EQ(std::memcmp(output.fData + y * (output.fStride / 2),
+                              scene.fOutput.fData + y * (scene.fOutput.fStride / 2), 20 * 3 * sizeof(unsigned short)),
+                  0);
+}
+
 TEST(FinalRendering, AnExceptionFromTheTransferLeavesTheMarks)
 {
     sScene scene(2, 2);

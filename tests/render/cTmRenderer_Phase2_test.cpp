@@ -1,3 +1,4 @@
+#include "render/LineWatch.h"
 #include "render/Scene.h"
 #include "support/Capture.h"
 #include "support/Host.h"
@@ -396,6 +397,68 @@ TEST(Phase2, ARequestIsSeenAfterTheTables)
     EXPECT_EQ(hand.Marks(), "--2-");
     EXPECT_NE(hand.fRenderer->fGlobalLUT[7], -5.0f);
     EXPECT_EQ(hand.Luminance(0), before);
+}
+
+/// The luminance of all pixels, from their first four bytes.
+std::vector<float> Luminances(const sScene& pScene)
+{
+    std::vector<float> luminances;
+    for (int y = 0; y < pScene.fInput.fHeight; y++) {
+        const auto* row = reinterpret_cast<unsigned char*>(pScene.fRenderer->fYHMV->GetScanline(y));
+        for (int x = 0; x < pScene.fInput.fWidth; x++) {
+            luminances.emplace_back();
+            std::memcpy(&luminances.back(), row + 14 * x, sizeof(float));
+        }
+    }
+    return luminances;
+}
+
+/// Runs the stages from phase 2 on, with a request to stop at the line that starts with pStart. Returns how many lines
+/// were printed.
+int RenderUntil(sScene& pScene, const std::string& pStart)
+{
+    pScene.fRenderer->fLogEnabled = 1;
+    pScene.Mark(false, false, true, true);
+    cLineWatch watch([&](const std::string& pLine) {
+        if (pLine.compare(0, pStart.size(), pStart) == 0) pScene.fCancel = true;
+    });
+    pScene.Render();
+    return watch.fLines;
+}
+
+TEST(Phase2, ARequestBehindTheTablesIsSeenBeforeTheRows)
+{
+    sScene scene(40, 30);
+    scene.Mark(true, true, false, false);
+    scene.Render();
+    const std::vector<float> before = Luminances(scene);
+    const float black = scene.fRenderer->fRequestedBlack = 0.25f;
+    EXPECT_EQ(RenderUntil(scene, "GlobalContrast"), 1) << "nothing is printed after it";
+    EXPECT_TRUE(scene.fCancelled);
+    EXPECT_EQ(scene.Marks(), "--2F");
+    EXPECT_EQ(Luminances(scene), before);
+    EXPECT_EQ(scene.fRenderer->fRequestedBlack, black) << "no points";
+}
+
+TEST(Phase2, ARequestDuringTheHistogramStopsTheNextStageOnly)
+{
+    for (const char* line : {"Tone Mapped Y", "Linear Perc1"}) {
+        sScene scene(40, 30);
+        scene.Render();
+        const float black = scene.fRenderer->fRequestedBlack;
+        const float white = scene.fRenderer->fRequestedWhite;
+        const std::vector<unsigned short> before = scene.Samples();
+        scene.fRenderer->fRequestedBlack = scene.fRenderer->fRequestedWhite = -1.0f;
+        scene.fRenderer->fExposureEV = 1.0f;
+        scene.fRenderer->fEncodeLUTValid = false;
+        EXPECT_EQ(RenderUntil(scene, line), 3) << line;
+        EXPECT_TRUE(scene.fCancelled) << line;
+        EXPECT_EQ(scene.Marks(), "---F") << line;
+        EXPECT_EQ(scene.fRenderer->fRequestedBlack, black) << line;
+        EXPECT_EQ(scene.fRenderer->fRequestedWhite, white) << line;
+        EXPECT_EQ(scene.Samples(), before) << line;
+        EXPECT_TRUE(scene.fRenderer->fEncodeLUTValid) << "the last stage looks behind its tables";
+    }
 }
 
 TEST(Phase2, TheColourOfThePixelsSurvives)

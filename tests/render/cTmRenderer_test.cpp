@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -239,6 +240,22 @@ TEST(cTmRenderer, AnOutputWithoutColourSpaceIsRefusedByObjectBeforeTheFinalStage
     cColorSpace_GenericRGB shell; // a space without transfers
     bare.AssignColorSpace(&shell);
     expectRefused(bare);
+}
+
+TEST(cTmRenderer, AnOldAcknowledgementStopsBehindTheFirstMarkedStage)
+{
+    const char* const marked[] = {"P12F", "-12F", "--2F", "---F"};
+    sScene scene(20, 10);
+    scene.Render();
+    for (int first = 0; first < 4; first++) {
+        scene.Mark(first == 0, first <= 1, first <= 2, true);
+        scene.fCancelled = true;
+        std::fill_n(scene.fOutput.fData, scene.fOutput.fStride / 2, static_cast<unsigned short>(7));
+        scene.Render();
+        EXPECT_TRUE(scene.fCancelled) << "not cleared";
+        EXPECT_EQ(scene.Marks(), marked[first]);
+        EXPECT_EQ(scene.fOutput.fData[0] != 7, first == 3) << "the stage itself ran to its end";
+    }
 }
 
 TEST(cTmRenderer, AnOutputWithoutColourSpaceIsEnoughForWhatDoesNotEncode)
