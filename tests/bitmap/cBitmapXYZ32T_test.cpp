@@ -102,6 +102,29 @@ TEST(cBitmapXYZ32T, CopyFromXYZ32GoesRowByRowOverTheTiles)
     }
 }
 
+TEST(cBitmapXYZ32T, CopyFromXYZ32OfTheSameStrideKeepsThePaddingToo)
+{
+    cBitmapXYZ32T bitmap(5, 6);
+    cGuarded source(5 * static_cast<size_t>(bitmap.fStride) + 60); // no padding behind its last row
+    source.FillRandom(3);
+    for (int y = 0; y < 6; ++y)
+        std::memset(bitmap.GetScanline(y), 0xEE, static_cast<size_t>(bitmap.fStride));
+    bitmap.CopyFromXYZ32(5, 6, bitmap.fStride, source.As<float>());
+    const std::vector<unsigned char> untouched(static_cast<size_t>(bitmap.fStride) - 60, 0xEE);
+    for (int y = 0; y < 6; ++y) {
+        const auto* const row = reinterpret_cast<const unsigned char*>(bitmap.GetScanline(y));
+        EXPECT_EQ(std::memcmp(row, source.Bytes() + y * bitmap.fStride, 60), 0) << y;
+        EXPECT_EQ(std::memcmp(row + 60, untouched.data(), untouched.size()), 0) << y;
+    }
+}
+
+TEST(cBitmapXYZ32T, TheCopyingConstructorRefusesAScanlineThatFitsNoTile)
+{
+    const cBitmapXYZ32 wide(873816, 1);
+    EXPECT_FAILURE(cBitmapXYZ32T{&wide}, cInvalidOperationException, "Scanline width exceeds max tile size.",
+                   "cMemUtils.cpp", "TiledBitmapAlloc");
+}
+
 TEST(cBitmapXYZ32T, TheCopyingConstructorTakesTheUsedPixels)
 {
     cBitmapXYZ32 source(5, 6);

@@ -95,6 +95,31 @@ TEST(cColorSpaceFailure, TheDestructorDeletesToLinearThenFromLinear)
     EXPECT_EQ(diary, "F");
 }
 
+/// A transfer that looks, while it is deleted, whether its space still holds the one before it.
+class cLastLook : public cTransfer
+{
+public:
+    cLastLook(const cColorSpace& pSpace, bool& pSawNone) : fSpace(pSpace), fSawNone(pSawNone) {}
+    ~cLastLook() override { fSawNone = fSpace.fToLinear == nullptr; }
+    cTransfer* Clone() const override { return nullptr; }
+    float Function(float pValue) override { return pValue; }
+
+private:
+    const cColorSpace& fSpace;
+    bool& fSawNone;
+};
+
+TEST(cColorSpaceFailure, TheDestructorForgetsTheFirstTransferBeforeTheSecondGoes)
+{
+    std::string diary;
+    bool sawNone = false;
+    auto space = std::make_unique<cColorSpace_GenericRGB>();
+    space->fToLinear = new cProbe('T', &diary, true);
+    space->fFromLinear = new cLastLook(*space, sawNone);
+    space.reset();
+    EXPECT_TRUE(sawNone);
+}
+
 /// Runs the call with its 1st, 2nd, ... allocation failing; each must throw std::bad_alloc and lose nothing. Returns
 /// how many there are.
 int FailEachAllocation(const std::function<cColorSpace*()>& pMake)

@@ -378,6 +378,17 @@ TEST(cColorSpace, AccessorsGiveTheFields)
         EXPECT_EQ(BitsOf(space->GetFromPCSTransform()), BitsOf(space->fFromPCS));
         EXPECT_FALSE(space->IsRawColorSpace());
     }
+    cColorSpace_GenericRGB generic({0.7f, 0.3f}, {0.2f, 0.7f}, {0.15f, 0.05f}, {0.31f, 0.33f}, 1.9f);
+    EXPECT_EQ(BitsOf(generic.GetRPrimary()), BitsOf(cVector2(0.7f, 0.3f)));
+    EXPECT_EQ(BitsOf(generic.GetGPrimary()), BitsOf(cVector2(0.2f, 0.7f)));
+    EXPECT_EQ(BitsOf(generic.GetBPrimary()), BitsOf(cVector2(0.15f, 0.05f)));
+    EXPECT_EQ(BitsOf(generic.GetWhitePoint()), BitsOf(cVector2(0.31f, 0.33f)));
+    EXPECT_EQ(BitsOf(generic.GetWhiteBalance()), BitsOf(cVector2(0.31f, 0.33f)));
+    EXPECT_EQ(generic.GetToLinearTransfer(), generic.fToLinear);
+    EXPECT_EQ(generic.GetFromLinearTransfer(), generic.fFromLinear);
+    EXPECT_EQ(BitsOf(generic.GetToPCSTransform()), BitsOf(generic.fToPCS));
+    EXPECT_EQ(BitsOf(generic.GetFromXYZTransform()), BitsOf(generic.fFromXYZ));
+    EXPECT_FALSE(generic.IsRawColorSpace());
     const cColorSpace_ProPhotoRGB proPhoto;
     EXPECT_EQ(BitsOf(proPhoto.GetRPrimary()), BitsOf(proPhoto.fRPrimary));
     EXPECT_EQ(BitsOf(proPhoto.GetGPrimary()), BitsOf(proPhoto.fGPrimary));

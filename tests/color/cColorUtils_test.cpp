@@ -155,6 +155,35 @@ TEST(cColorUtils, ZeroDenominatorsGiveWhatTheArithmeticGives)
     const cVector2 black = cColorUtils::XYZToxy(cVector3(0.0f, 0.0f, 0.0f));
     EXPECT_TRUE(std::isnan(black.x));
     EXPECT_TRUE(std::isnan(black.y));
+
+    float x = 0.0f, y = 0.0f, z = 0.0f;
+    cColorUtils::XYZToxyz(0.0f, 0.0f, 0.0f, x, y, z);
+    EXPECT_TRUE(std::isnan(x) && std::isnan(y) && std::isnan(z));
+    cColorUtils::XYZToxyY(0.0f, 0.0f, 0.0f, x, y, z);
+    EXPECT_TRUE(std::isnan(x) && std::isnan(y));
+    EXPECT_EQ(z, 0.0f);
+    cColorUtils::xyYToXYZ(0.5f, 0.0f, 0.0f, x, y, z);
+    EXPECT_TRUE(std::isnan(x));
+    EXPECT_EQ(y, 0.5f);
+    EXPECT_EQ(z, kInfinity);
+}
+
+// Infinite X and Z: red and green are infinity less infinity, blue is infinite.
+TEST(cColorUtils, ZeroDenominatorsThroughAColourSpaceToo)
+{
+    const auto sRGB = Make(eColorSpace_sRGB);
+    float r = 7.0f, g = 7.0f, b = 7.0f;
+    EXPECT_TRUE(cColorUtils::xyYToRGBLinear(sRGB.get(), 0.5f, 0.25f, 0.0f, r, g, b));
+    EXPECT_EQ(BitsOf(cVector3(r, g, b)), BitsOf(cVector3(1.0f, 1.0f, 1.0f)));
+    EXPECT_FALSE(cColorUtils::xyToRGBLinear(sRGB.get(), 0.25f, 0.0f, r, g, b));
+    EXPECT_EQ(r, 0.0f);
+    EXPECT_EQ(g, 0.0f);
+    EXPECT_TRUE(std::isnan(b)) << "infinite, times 1 / infinity";
+    EXPECT_FALSE(cColorUtils::UprimeVprimeToRGBLinear(sRGB.get(), 0.0f, 0.75f, r, g, b));
+    EXPECT_EQ(BitsOf(cVector3(r, g, b)), BitsOf(cVector3(0.0f, 0.0f, 0.0f)));
+    float x = 0.0f, y = 0.0f;
+    cColorUtils::RGBLinearToxy(sRGB.get(), 0.0f, 0.0f, 0.0f, x, y);
+    EXPECT_TRUE(std::isnan(x) && std::isnan(y));
 }
 
 TEST(cColorUtils, ResultsMayBeWrittenOverTheInputs)

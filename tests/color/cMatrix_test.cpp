@@ -106,8 +106,11 @@ TYPED_TEST(cMatrices, TheIdentityInvertsToItself)
 
 TYPED_TEST(cMatrices, ADeterminantOfZeroLeavesTheTarget)
 {
-    const TypeParam singular[] = {
-        {1, 2, 3, 0, 0, 0, 4, 5, 6}, {1, 2, 3, 2, 4, 6, 7, 8, 1}, {}, {-1, 0, 0, 0, 0, 0, 0, 0, 1}};
+    const TypeParam singular[] = {{1, 2, 3, 0, 0, 0, 4, 5, 6},
+                                  {1, 2, 3, 2, 4, 6, 7, 8, 1},
+                                  {},
+                                  {-1, 0, 0, 0, 0, 0, 0, 0, 1},
+                                  {-1, -1, -1, 0, 0, 0, 0, 0, 0}}; // the last gives -0
     for (const TypeParam& matrix : singular) {
         TypeParam target = {1, 2, 3, 4, 5, 6, 7, 8, 9};
         const auto before = BitsOf(target);

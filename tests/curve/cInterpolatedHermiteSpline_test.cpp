@@ -292,6 +292,19 @@ TEST(cInterpolatedHermiteSpline, SetKeyFrameDerivesTangentsByMode)
     EXPECT_EQ(FrameOf(curve, 1)[1].fNextTangent.x, 2.0f) << "the stored frame stays as it is";
 }
 
+TEST(cInterpolatedHermiteSpline, SetKeyFrameSortsThePointsAndLeavesTheFrame)
+{
+    cFramedCurve curve(3, 2);
+    sControlPoint* const frame = curve.GetKeyFrames() + 3;
+    std::swap(frame[0], frame[2]);
+    const std::vector<sControlPoint> stored(frame, frame + 3);
+    curve.SetKeyFrame(1);
+    const std::vector<sControlPoint> points = RecordsOf(curve);
+    EXPECT_LT(points[0].fPoint.x, points[1].fPoint.x);
+    EXPECT_LT(points[1].fPoint.x, points[2].fPoint.x);
+    EXPECT_EQ(std::vector<sControlPoint>(frame, frame + 3), stored);
+}
+
 TEST(cInterpolatedHermiteSpline, FramesThatAreNotStoredAreIgnored)
 {
     cFramedCurve curve(3, 4);

@@ -11,6 +11,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <functional>
 
 using namespace Vornik;
 using namespace SelvaneTest;
@@ -19,7 +20,7 @@ namespace
 {
 
 /// The XYZ picture that the entry builds, read when the first record reaches the work splitter.
-std::vector<float> XYZOf(sCall& pCall)
+std::vector<float> XYZOf(const std::function<void()>& pRun)
 {
     std::vector<float> xyz;
     sCutting cutting;
@@ -32,9 +33,13 @@ std::vector<float> XYZOf(sCall& pCall)
                        bitmap->fData + y * (bitmap->fStride / 4) + 3 * bitmap->fWidth);
     };
     const cHostScope host(cutting);
-    pCall.Run();
-    EXPECT_EQ(pCall.fResult, 1);
+    pRun();
     return xyz;
+}
+
+std::vector<float> XYZOf(sCall& pCall)
+{
+    return XYZOf([&] { EXPECT_EQ(pCall.Run().fResult, 1); });
 }
 
 struct sRGB
@@ -198,6 +203,38 @@ TEST(Reading, AnyStepAndOrderReadsItsSamplesAndNotAByteMore)
                                         << layout.fBlueFirst);
         ExpectLayoutRead<uint8_t>(layout);
         ExpectLayoutRead<uint16_t>(layout);
+    }
+}
+
+// Steps that are not above 0 are taken as they stand. With 0 the blue sample and the green one, half of -1 rounded
+// down, lie before the red one; with -2 they lie three and two before it.
+TEST(Reading, StepsNotAboveZeroGoBackwards)
+{
+    std::vector<unsigned char> buffer(64);
+    for (size_t i = 0; i < buffer.size(); i++)
+        buffer[i] = static_cast<unsigned char>(40 + 3 * i);
+    const unsigned char* const start = buffer.data() + 40;
+    for (const int step : {0, -2}) {
+        sCall odd(3, 2, 8, 8);
+        odd.fImage.samplesPerPixel = step;
+        odd.fImage.inputRowSamples = 8;
+        odd.fRun.requestType = 9;
+        sCall plain(3, 2, 8, 8);
+        plain.fRun.requestType = 9;
+        for (int y = 0; y < 2; y++)
+            for (int x = 0; x < 3; x++) {
+                const unsigned char* red = start + y * (3 * step + 8 - 9) + x * step;
+                unsigned char* pixel = plain.fInput.data() + 3 * (3 * y + x);
+                pixel[0] = red[0];
+                pixel[1] = red[step == 0 ? -1 : -2];
+                pixel[2] = red[step - 1];
+            }
+        const std::vector<float> read = XYZOf([&] {
+            CaptureStderr(
+                [&] { EXPECT_EQ(cpp_tm_selvane(&odd.fImage, &odd.fRun, 0, &odd.fSliders, start, nullptr), 1); });
+        });
+        EXPECT_EQ(read.size(), 18u);
+        EXPECT_EQ(read, XYZOf(plain)) << step;
     }
 }
 

@@ -87,6 +87,19 @@ TEST(Entry, AnUnknownOutputDepthLetsAPointerOut)
     }
 }
 
+TEST(Entry, AnExceptionOfTheHostsOwnPassesThrough)
+{
+    sCall call(8, 6, 8, 8);
+    const std::vector<unsigned char> before = call.fOutput;
+    const cHostScope host({.fBeforeCall = [](const sDivideCall&) { throw 42; }});
+    CaptureStderr([&] {
+        EXPECT_THROW(
+            cpp_tm_selvane(&call.fImage, &call.fRun, 0, &call.fSliders, call.fInput.data(), call.fOutput.data()), int);
+    });
+    EXPECT_EQ(call.fOutput, before);
+    EXPECT_EQ(call.fSliders.whitePoint, 0.0f);
+}
+
 TEST(Entry, AnEmptyPictureIsReportedInOneLine)
 {
     for (int empty : {0, -3}) {

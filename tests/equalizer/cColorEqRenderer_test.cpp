@@ -300,7 +300,62 @@ TEST(EqualizerFailures, OwnChecksThrowAPointer)
     EXPECT_TRUE(ThrowsPointer<cArgumentNullException>([&] { renderer.SetInput(nullptr); }));
     EXPECT_TRUE(ThrowsPointer<cArgumentNullException>([&] { renderer.SetOutput(nullptr); }));
     EXPECT_TRUE(ThrowsPointer<cArgumentNullException>([&] { renderer.SetHueCurves(nullptr, &curve, &curve); }));
-    EXPECT_TRUE(ThrowsPointer<cInvalidOperationException>([&] { renderer.Render(); }));
+    EXPECT_TRUE(ThrowsPointer<cArgumentNullException>([&] { renderer.SetHueCurves(&curve, nullptr, &curve); }));
+    EXPECT_TRUE(ThrowsPointer<cArgumentNullException>([&] { renderer.SetHueCurves(&curve, &curve, nullptr); }));
+    const auto expectRefused = [&] {
+        renderer.fPrepareNeeded = false;
+        renderer.fFinalNeeded = true;
+        EXPECT_TRUE(ThrowsPointer<cInvalidOperationException>([&] { renderer.Render(); }));
+        EXPECT_FALSE(renderer.fPrepareNeeded);
+        EXPECT_TRUE(renderer.fFinalNeeded);
+    };
+    cBitmapBGR16 input(5, 4, eColorSpace_sRGB);
+    cBitmapBGR16 wider(6, 4, eColorSpace_sRGB);
+    cBitmapBGR16 higher(5, 5, eColorSpace_sRGB);
+    expectRefused();
+    renderer.SetInput(&input);
+    expectRefused();
+    renderer.SetOutput(&wider);
+    expectRefused();
+    renderer.SetOutput(&higher);
+    expectRefused();
+}
+
+TEST(EqualizerRender, ARequestBeforeThePreparationKeepsTheOldRecords)
+{
+    sScene scene;
+    cColorEqRenderer& renderer = *scene.fRenderer;
+    renderer.Render();
+    const cBitmapU16T* old = renderer.fHMV;
+    ASSERT_NE(old, nullptr);
+    renderer.fPrepareNeeded = true;
+    bool cancel = true;
+    bool cancelled = false;
+    renderer.Render(&cancel, &cancelled);
+    EXPECT_TRUE(cancelled);
+    EXPECT_TRUE(renderer.fPrepareNeeded);
+    EXPECT_EQ(renderer.fHMV, old);
+}
+
+TEST(EqualizerRender, TheTwoStagesCanBeCalledOnTheirOwn)
+{
+    sScene scene;
+    cColorEqRenderer& renderer = *scene.fRenderer;
+    renderer.Render();
+    const std::vector<unsigned short> whole(scene.fOutput.fData,
+                                            scene.fOutput.fData + scene.fOutput.fHeight * (scene.fOutput.fStride / 2));
+    FillWith(scene.fOutput, kScribble);
+    bool cancel = false;
+    bool cancelled = false;
+    renderer.PrepareForRendering(&cancel, &cancelled);
+    EXPECT_TRUE(IsFilledWith(scene.fOutput, kScribble));
+    renderer.FinalRendering(&cancel, &cancelled);
+    EXPECT_FALSE(cancelled);
+    for (int y = 0; y < scene.fOutput.fHeight; y++) {
+        const int first = y * (scene.fOutput.fStride / 2);
+        for (int i = first; i < first + 3 * scene.fOutput.fWidth; i++)
+            ASSERT_EQ(scene.fOutput.fData[i], whole[static_cast<size_t>(i)]) << i;
+    }
 }
 
 // ---- curves ----

@@ -132,6 +132,17 @@ TEST(cBilateralBlur, ABoxWiderThanTheLineTakesTheMeanOfAll)
         EXPECT_EQ(FirstDifference(Blurred(line, 4, 1, sigma), tPlane(4, 3.0f)), -1) << sigma;
 }
 
+TEST(cBilateralBlur, AConstantPlaneComesBackAtTheEdgesToo)
+{
+    for (const float sigma : {0.3f, 1.7f, 6.0f, 50.0f}) {
+        tPlane source(23 * 17, 2.0f); // sums of twos are exact
+        tPlane dest(source.size());
+        cBilateral::FastGaussianBlur(1, source.data(), dest.data(), 23, 17, sigma);
+        for (const float value : dest)
+            ASSERT_NEAR(value, 2.0f, 1e-5f) << sigma;
+    }
+}
+
 TEST(cBilateralBlur, AOnePixelLineComesBackAsItIs)
 {
     for (const float sigma : {0.01f, 1.0f, 5.0f, kInfinity})

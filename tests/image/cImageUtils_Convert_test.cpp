@@ -230,6 +230,28 @@ TEST(TransferIndex, JustBelowOneIsNotTheLastEntryButNaNIs)
     }
 }
 
+TEST(TransferIndex, TheSameRuleHoldsForEightBits)
+{
+    cTransferGamma curve(1.0f);
+    const auto table = std::make_unique<cTransferLUT_F32I8>(&curve);
+    for (int i = 0; i < 65536; ++i)
+        table->fLUT[i] = static_cast<unsigned char>(i == 65535 ? 1 : i == 65534 ? 2 : i == 0 ? 3 : 4);
+    constexpr cMatrix33 firstThrice = {1, 0, 0, 1, 0, 0, 1, 0, 0};
+    const struct
+    {
+        float fValue;
+        unsigned char fEntry;
+    } cases[] = {{0.99999994f, 2}, {1.0f, 1}, {kInfinity, 1}, {kNaN, 1}, {0.0f, 3}, {-1.0f, 3}, {0.5f, 4}};
+    for (const auto& [value, entry] : cases) {
+        auto source = MakePicture<cBitmapXYZ32>(1, 1);
+        auto target = MakePicture<cBitmapBGR8>(1, 1);
+        cImageUtils::Fill(source.get(), value, 0.0f, 0.0f);
+        cImageUtils::Float3ToBGR8(source.get(), target.get(), table.get(), firstThrice);
+        for (int c = 0; c < 3; ++c)
+            EXPECT_EQ(target->fData[c], entry) << value;
+    }
+}
+
 TEST(TransferIndex, TheIntegerPicturesOwnSpaceIsUsed)
 {
     auto source = MakePicture<cBitmapXYZ32>(1, 1);

@@ -153,6 +153,14 @@ TEST(Extremes, TheMinimumIsStoredFirst)
     EXPECT_EQ(both, 2.0f);
 }
 
+TEST(Means, TheThirdIsStoredLast)
+{
+    const auto picture = Row({1, 2, 3, 3, 6, 9});
+    float all = 0.0f;
+    cImageUtils::Mean(picture.get(), all, all, all);
+    EXPECT_EQ(all, 6.0f);
+}
+
 // ---- Normalising
 // ----------------------------------------------------------------------------------------------------------
 

@@ -350,15 +350,23 @@ TEST_F(cImageUtilsRefusals, Copies)
 
 TEST_F(cImageUtilsRefusals, EachRectangleIsHeldAgainstItsOwnPicture)
 {
-    const char* const signature = "Copy(const cBitmapBGR8*, cBitmapBGR8*, int, int, int, int, int, int)";
-    ExpectRefusal([&] { cImageUtils::Copy(f8.fGood.get(), f8.fWide.get(), 6, 0, 6, 0, 1, 1); }, kArgument,
-                  "Top/Left corner of source rectangle is out of range.", signature);
-    ExpectRefusal([&] { cImageUtils::Copy(f8.fWide.get(), f8.fGood.get(), 6, 0, 6, 0, 1, 1); }, kArgument,
-                  "Top/Left corner of destination rectangle is out of range.", signature);
-    ExpectRefusal([&] { cImageUtils::Copy(f8.fGood.get(), f8.fWide.get(), 0, 0, 0, 0, 7, 5); }, kArgument,
-                  "Bottom/Right corner of source rectangle is out of range.", signature);
-    ExpectRefusal([&] { cImageUtils::Copy(f8.fWide.get(), f8.fGood.get(), 0, 0, 0, 0, 7, 5); }, kArgument,
-                  "Bottom/Right corner of destination rectangle is out of range.", signature);
+    const auto expectRefusals = [](auto* pGood, auto* pWide, const char* pSignature) {
+        ExpectRefusal([&] { cImageUtils::Copy(pGood, pWide, 6, 0, 6, 0, 1, 1); }, kArgument,
+                      "Top/Left corner of source rectangle is out of range.", pSignature);
+        ExpectRefusal([&] { cImageUtils::Copy(pWide, pGood, 6, 0, 6, 0, 1, 1); }, kArgument,
+                      "Top/Left corner of destination rectangle is out of range.", pSignature);
+        ExpectRefusal([&] { cImageUtils::Copy(pGood, pWide, 0, 0, 0, 0, 7, 5); }, kArgument,
+                      "Bottom/Right corner of source rectangle is out of range.", pSignature);
+        ExpectRefusal([&] { cImageUtils::Copy(pWide, pGood, 0, 0, 0, 0, 7, 5); }, kArgument,
+                      "Bottom/Right corner of destination rectangle is out of range.", pSignature);
+    };
+    expectRefusals(f8.fGood.get(), f8.fWide.get(),
+                   "Copy(const cBitmapBGR8*, cBitmapBGR8*, int, int, int, int, int, int)");
+    expectRefusals(f16.fGood.get(), f16.fWide.get(),
+                   "Copy(const cBitmapBGR16*, cBitmapBGR16*, int, int, int, int, int, int)");
+    cBitmapY8 good(6, 5);
+    cBitmapY8 wide(7, 5);
+    expectRefusals(&good, &wide, "Copy(const cBitmapY8*, cBitmapY8*, int, int, int, int, int, int)");
 }
 
 TEST_F(cImageUtilsRefusals, CopiesByDepth)
@@ -374,6 +382,8 @@ TEST_F(cImageUtilsRefusals, CopiesByDepth)
                   "Argument pDstBGR cannot be null.", signature);
     ExpectRefusal([&] { cImageUtils::Copy(narrow, wide, -1, -1, -1, -1, 0, 0); }, kArgument,
                   "Argument pSrcBGR and pDstBGR must have the same bit depth.", signature);
+    ExpectRefusal([&] { cImageUtils::Copy(wide, static_cast<cBitmapLDR*>(f8.fGood.get()), -1, -1, -1, -1, 0, 0); },
+                  kArgument, "Argument pSrcBGR and pDstBGR must have the same bit depth.", signature);
     // The rest is the called form's.
     cBitmapLDR* const alsoNarrow = f8.fGood.get();
     ExpectRefusal([&] { cImageUtils::Copy(narrow, alsoNarrow, 0, 0, 0, 0, 0, 0); }, kNull,
