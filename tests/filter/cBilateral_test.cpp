@@ -353,6 +353,8 @@ TEST(cBilateral, ANegativeSpaceSamplingFiltersWhatItsFewCellsHold)
     EXPECT_TRUE(IsFilteredOrRefused({12, 1, -2.0f, 0.5f, 0.0f, 1.0f}));
     EXPECT_TRUE(IsFilteredOrRefused({9, 9, -2.0f, 0.5f, 0.0f, 1.0f}));
     EXPECT_TRUE(IsFilteredOrRefused({1, 12, -2.0f, 0.5f, 0.0f, 1.0f}));
+    // Four cells a layer and places in seven: sums of several places and values meet in one cell, in their order.
+    EXPECT_TRUE(IsFilteredOrRefused({651, 351, -100.0f, 0.1f, 0.0f, 1.0f}));
     // Wrapped, a row mostly adds nothing, and of 603 places the one in the middle.
     EXPECT_TRUE(IsFilteredOrRefused({8, 3, -2.0f, 0.5f, 0.0f, 1.0f, 0.0f, true}));
     EXPECT_TRUE(IsFilteredOrRefused({603, 1, -100.0f, 0.5f, 0.0f, 1.0f, 0.0f, true}));

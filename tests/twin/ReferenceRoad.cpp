@@ -374,7 +374,8 @@ void SplitLayers(sState& pState)
 {
     const sFilterInput input = FilterInput(pState);
     if (IsRefused(input)) throw std::bad_array_new_length();
-    const std::int64_t columns = input.wrap ? std::int64_t(6.0f * input.space) + input.width : input.width;
+    const float beyond = input.wrap && input.space > 0.0f ? 6.0f * input.space : 0.0f;
+    const std::int64_t columns = std::int64_t(beyond) + input.width;
     if (MeasureGrid(input).Floats() / 2 > pState.largestGrid || columns * input.height > pState.largestGrid)
         throw sTooLarge{};
     const sFilterResult result = Filter(input);
