@@ -33,8 +33,7 @@ public:
     ///                        cancelled or throws before slicing
     /// @param pWidth          pixels; with a width or a height not above 0 nothing is filtered
     /// @param pHeight         pixels
-    /// @param pSpaceSampling  pixels per grid cell in x and in y. Meant to be above 0; any other number is computed
-    /// with
+    /// @param pSpaceSampling  pixels per grid cell in x and in y. Meant to be above 0; another number is computed with
     ///                        as it stands, and refused if a cell of the picture then lies outside the grid
     /// @param pRangeSampling  input units per grid cell in value; likewise
     /// @param pRangeMin       lowest value of the input
@@ -43,9 +42,8 @@ public:
     /// @param pBlurAmount     strength of the closing blur: its sigma is pBlurAmount / 3000 of the longer side. 0,
     ///                        negative or NaN: no blur
     /// @param pWrapX          rows are periodic: the left and the right edge of the picture meet
-    /// @throws std::bad_array_new_length  before anything is allocated: the grid does not fit 32-bit arithmetic, a
-    /// place
-    ///                        of the picture with an end of the range leaves the grid, or rows wrap and
+    /// @throws std::bad_array_new_length  before anything is allocated: the grid does not fit 32-bit arithmetic, an
+    ///                        end of the range leaves the grid at some place of the picture, or rows wrap and
     ///                        3 * pSpaceSampling is 16777216 or more. Later: a plane of pWidth * pHeight floats that
     ///                        is needed does not fit 32 bits
     /// @throws std::bad_alloc memory ran out; nothing is lost
