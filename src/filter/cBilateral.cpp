@@ -277,8 +277,8 @@ private:
             if (!LeavesLayers(sample, fScale, fLayers)) return sample;
             return sample < fScale.fRangeMin ? fScale.fRangeMin : fRangeTop;
         });
-        fPlane = own.get();
         fOwn = std::move(own);
+        fPlane = fOwn.get();
     }
 
     float* fPlane;

@@ -63,8 +63,8 @@ void CalcMinMaxLog_tile(int pSlot, int pStart, int pEnd, cBitmapXYZ32* pBitmap, 
     float smallest = pSlotMin[pSlot];
     float largest = pSlotMax[pSlot];
     for (int y = pStart; y < pEnd; y++) {
-        const auto* row = reinterpret_cast<const char*>(pBitmap->fData) + static_cast<ptrdiff_t>(pBitmap->fStride) * y;
-        const auto* pixel = reinterpret_cast<const float*>(row);
+        const void* row = reinterpret_cast<const char*>(pBitmap->fData) + static_cast<ptrdiff_t>(pBitmap->fStride) * y;
+        const auto* pixel = static_cast<const float*>(row);
         float* log = pLogLuminance + static_cast<ptrdiff_t>(pWidth) * y;
         for (int x = 0; x < pWidth; x++, pixel += 3) {
             const float luminance = pixel[1] > pFloor ? pixel[1] : pFloor; // NaN gives the floor

@@ -174,6 +174,7 @@ TEST(OutputFile, ASignalLeavesNoUnfinishedFile)
             const tBytes large(300000, 'x');
             const pid_t child = ::fork();
             if (child == 0) {
+                ::signal(signal, SIG_DFL); // a run in the background may have been told to ignore it
                 CatchSignals();
                 for (;;)
                     WriteFile(folder / "picture.png", {large});
