@@ -212,26 +212,21 @@ void cTmRenderer::Render(bool* pCancel, bool* pCancelled)
     RequireNew(cInvalidOperationException, fInput->fHeight == fOutput->fHeight,
                "The input and output images do not have the same height.");
 
-    struct sStage
-    {
-        bool& fNeeded;
-        void (cTmRenderer::*fRun)(bool*, bool*);
+    // A stage that is stopped stays marked, and the ones behind it do not begin.
+    const auto finish = [&](bool& pNeeded, void (cTmRenderer::*pStage)(bool*, bool*)) {
+        if (!pNeeded) return true;
+        (this->*pStage)(pCancel, pCancelled);
+        if (IsRequested(pCancelled)) return false;
+        pNeeded = false;
+        return true;
     };
-    const sStage stages[] = {
-        {fPrepareNeeded, &cTmRenderer::PrepareForRendering},
-        {fPhase1Needed, &cTmRenderer::ToneMappingPhase1},
-        {fPhase2Needed, &cTmRenderer::ToneMappingPhase2},
-        {fFinalNeeded, &cTmRenderer::FinalRendering},
-    };
-    for (const sStage& stage : stages) {
-        if (!stage.fNeeded) continue;
-        if (&stage.fNeeded == &fFinalNeeded)
-            Require(cInvalidOperationException, CanEncode(fOutput->GetColorSpace(), fEncodeLUTValid),
-                    "Color space is not set.");
-        (this->*stage.fRun)(pCancel, pCancelled);
-        if (IsRequested(pCancelled)) return;
-        stage.fNeeded = false;
-    }
+    if (!finish(fPrepareNeeded, &cTmRenderer::PrepareForRendering)) return;
+    if (!finish(fPhase1Needed, &cTmRenderer::ToneMappingPhase1)) return;
+    if (!finish(fPhase2Needed, &cTmRenderer::ToneMappingPhase2)) return;
+    if (!fFinalNeeded) return;
+    Require(cInvalidOperationException, CanEncode(fOutput->GetColorSpace(), fEncodeLUTValid),
+            "Color space is not set.");
+    finish(fFinalNeeded, &cTmRenderer::FinalRendering);
 }
 
 void cTmRenderer::GetRequestedStats(float* pBlack, float* pWhite)
