@@ -216,6 +216,7 @@ TEST(cTmRenderer, RenderRefusesInOrderAndLeavesTheMarks)
 TEST(cTmRenderer, AnOutputWithoutColourSpaceIsRefusedByObjectBeforeTheFinalStage)
 {
     cBitmapXYZ32 input(4, 3);
+    FillDecades(input, 3.0f, 1);
     cBitmapBGR16 bare(4, 3, static_cast<eColorSpaceID>(7));
     cBitmapBGR16 bareAndWide(5, 3, static_cast<eColorSpaceID>(7));
     const auto r = std::make_unique<cTmRenderer>();
@@ -245,9 +246,9 @@ TEST(cTmRenderer, AnOutputWithoutColourSpaceIsRefusedByObjectBeforeTheFinalStage
 TEST(cTmRenderer, AnOldAcknowledgementStopsBehindTheFirstMarkedStage)
 {
     const char* const marked[] = {"P12F", "-12F", "--2F", "---F"};
-    sScene scene(20, 10);
-    scene.Render();
     for (int first = 0; first < 4; first++) {
+        sScene scene(20, 10);
+        scene.Render(); // the stages in front have to have left whole intermediates
         scene.Mark(first == 0, first <= 1, first <= 2, true);
         scene.fCancelled = true;
         std::fill_n(scene.fOutput.fData, scene.fOutput.fStride / 2, static_cast<unsigned short>(7));
