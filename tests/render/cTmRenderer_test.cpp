@@ -251,10 +251,14 @@ TEST(cTmRenderer, AnOldAcknowledgementStopsBehindTheFirstMarkedStage)
         scene.Render(); // the stages in front have to have left whole intermediates
         scene.Mark(first == 0, first <= 1, first <= 2, true);
         scene.fCancelled = true;
+        scene.fRenderer->fGlobalLUT[0] = -1.0f;
         std::fill_n(scene.fOutput.fData, scene.fOutput.fStride / 2, static_cast<unsigned short>(7));
+        const cHostScope host;
         scene.Render();
         EXPECT_TRUE(scene.fCancelled) << "not cleared";
         EXPECT_EQ(scene.Marks(), marked[first]);
+        EXPECT_EQ(host.Calls().size(), first <= 1 ? 1u : 0u) << "preparation and phase 1 divide their work once each";
+        EXPECT_EQ(scene.fRenderer->fGlobalLUT[0] != -1.0f, first == 2) << "the tables of phase 2";
         EXPECT_EQ(scene.fOutput.fData[0] != 7, first == 3) << "the stage itself ran to its end";
     }
 }
