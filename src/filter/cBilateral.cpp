@@ -41,19 +41,12 @@ constexpr size_t kLanes = 8;                  // parts of a row that are scatter
 constexpr int kLaneStrip = 32;                // samples of a part between two rounds
 constexpr int kSliceStrip = 128;              // pixels of a row that are sliced together
 
-/// Cells on each axis. Samplings below 0 and pictures without pixels may make negative counts.
+/// Cells on each axis. Pictures without pixels may have negative counts in x and y.
 struct sGridShape
 {
     int fNx;
     int fNy;
     int fNz;
-};
-
-/// Cells of an axis, both ends included.
-struct sReach
-{
-    int64_t fLowest;
-    int64_t fHighest;
 };
 
 /// From places and values to cells: factors instead of divisions.
@@ -102,19 +95,13 @@ SELVANE_INLINE int CellIn(float pAt)
     return static_cast<int>(std::fabs(pAt) < 0x1p31f ? pAt : 0.0f);
 }
 
-/// The lower of the two cells that a sample is read back from.
-SELVANE_INLINE float ReadAt(float pPlace, float pCellsPerPlace)
-{
-    return std::fma(pPlace, pCellsPerPlace, static_cast<float>(kMargin));
-}
-
-/// Whether a value has a cell outside the layers: the one it is added to or one of the two it is read back from.
-SELVANE_INLINE bool LeavesLayers(float pSample, sScale pScale, sReach pLayers)
+/// Whether a value has a cell outside the grid: the one it is added to or one of the two it is read back from.
+SELVANE_INLINE bool LeavesGrid(float pSample, sScale pScale, int pNz)
 {
     const float value = pSample - pScale.fRangeMin;
-    const int64_t added = TruncateToInt32(AddedAt(value, pScale.fCellsPerUnit));
-    const int64_t read = TruncateToInt32(ReadAt(value, pScale.fCellsPerUnit));
-    return std::min(added, read) < pLayers.fLowest || std::max(added, read + 1) > pLayers.fHighest;
+    const int added = TruncateToInt32(AddedAt(value, pScale.fCellsPerUnit));
+    const int read = TruncateToInt32(std::fma(value, pScale.fCellsPerUnit, static_cast<float>(kMargin)));
+    return added < 0 || added >= pNz || read < 0 || read >= pNz - 1;
 }
 
 // ---- The grid ------------------------------------------------------------------------------------------------------
@@ -137,6 +124,10 @@ float LastOf(int pPixels)
     return static_cast<float>(static_cast<int64_t>(pPixels) - 1);
 }
 
+/// Only values can leave a grid whose floats can be counted in 32 bits, places in the picture cannot: with 7 cells or
+/// more in y and 5 in z there are less than 2^25 in x, where the sum with 0.5 and the one with 3.5 are rounded by one
+/// at most. That leaves the last place of a row below the last cell but one, and so in y. A wrapped row may be rounded
+/// into the first cells of the row of cells above, as its index says; it ends two of them below the last.
 sGridShape MeasureGrid(int pWidth, int pHeight, sScale pScale, float pRangeSampling, float pRange)
 {
     sGridShape shape{};
@@ -146,7 +137,7 @@ sGridShape MeasureGrid(int pWidth, int pHeight, sScale pScale, float pRangeSampl
     return shape;
 }
 
-/// Floats of a grid, two a cell. Negative counts in two axes make a grid too.
+/// Floats of a grid, two a cell. Negative counts in two axes, of a picture without pixels, make a grid too.
 int FloatsOf(sGridShape pShape)
 {
     return CheckedCount(CheckedCount(2 * int64_t{pShape.fNx}, pShape.fNy), pShape.fNz);
@@ -154,80 +145,7 @@ int FloatsOf(sGridShape pShape)
 
 using tFloats = std::unique_ptr<float[]>;
 
-// ---- What leaves the grid ------------------------------------------------------------------------------------------
-
-/// A range of places along a row; with wrapped rows it goes beyond both edges of the picture.
-struct sSpan
-{
-    int64_t fBegin;
-    int64_t fEnd;
-};
-
-/// Places along a row that are scattered. Wrapped rows go on by three cells on both sides, or, with a sampling below 0,
-/// stop short of both edges.
-/// @throws std::bad_array_new_length for wrapped rows without an end
-sSpan RowSpan(int pWidth, float pSpaceSampling, bool pWrapX)
-{
-    if (!pWrapX) return {0, pWidth};
-    RequireFit(!(3.0f * pSpaceSampling >= kWrapLimit));
-    const int64_t begin = TruncateToInt32(std::fma(-3.0f, pSpaceSampling, 1.0f));
-    const float bound = static_cast<float>(pWidth) + std::fma(3.0f, pSpaceSampling, -1.0f);
-    if (!(bound > static_cast<float>(begin))) return {begin, begin};
-    // The first place whose float is not below the bound: wide pictures have several places to a float.
-    auto end = static_cast<int64_t>(bound);
-    while (end > begin && static_cast<float>(end - 1) >= bound)
-        end--;
-    while (static_cast<float>(end) < bound)
-        end++;
-    return {begin, std::max(begin, end)};
-}
-
-/// Cells that an axis of pPixels is added to, at the places of a span, and read back from. They go one way along the
-/// axis, so that its ends reach furthest.
-sReach ReachOf(sSpan pAdded, int pPixels, float pCellsPerPixel)
-{
-    sReach reach{INT64_MAX, INT64_MIN};
-    const auto touch = [&](int64_t pLowest, int64_t pHighest) {
-        reach = {std::min(reach.fLowest, pLowest), std::max(reach.fHighest, pHighest)};
-    };
-    for (const float end : {0.0f, LastOf(pPixels)}) {
-        const int64_t read = TruncateToInt32(ReadAt(end, pCellsPerPixel));
-        touch(read, read + 1);
-    }
-    if (pAdded.fBegin == pAdded.fEnd) return reach;
-    for (const int64_t end : {pAdded.fBegin, pAdded.fEnd - 1}) {
-        const int64_t added = TruncateToInt32(AddedAt(static_cast<float>(end), pCellsPerPixel));
-        touch(added, added);
-    }
-    return reach;
-}
-
-int64_t FloorDivided(int64_t pDividend, int64_t pDivisor)
-{
-    return pDividend / pDivisor - (pDividend % pDivisor < 0 ? 1 : 0);
-}
-
-/// The layers in which every pixel has its cells in the grid. A place in the picture may leave its row of cells, or its
-/// row the layer, and then means cells of the next, as its index says: a wrapped row by rounding, and any row with a
-/// sampling below 0, with which cells go downwards.
-sReach LayersFor(sGridShape pShape, sReach pX, sReach pY)
-{
-    if (pShape.fNx <= 0 || pShape.fNy <= 0 || pShape.fNz <= 0) return {0, -1};
-    const int64_t cells = int64_t{pShape.fNx} * pShape.fNy;
-    const int64_t lowest = pY.fLowest * pShape.fNx + pX.fLowest;
-    const int64_t highest = pY.fHighest * pShape.fNx + pX.fHighest;
-    return {-FloorDivided(lowest, cells), pShape.fNz - 1 - FloorDivided(highest, cells)};
-}
-
-/// The layers in which every pixel has its cells in the grid.
-/// @throws std::bad_array_new_length where an end of the range has a cell outside
-sReach CheckedLayers(sGridShape pShape, sScale pScale, sSpan pSpan, int pWidth, int pHeight, float pRangeTop)
-{
-    const sReach layers = LayersFor(pShape, ReachOf(pSpan, pWidth, pScale.fCellsPerPixel),
-                                    ReachOf({0, pHeight}, pHeight, pScale.fCellsPerPixel));
-    RequireFit(!LeavesLayers(pScale.fRangeMin, pScale, layers) && !LeavesLayers(pRangeTop, pScale, layers));
-    return layers;
-}
+// ---- Samples that leave the grid -----------------------------------------------------------------------------------
 
 /// Whether some sample of a row lies outside the ends of the range, or is a NaN.
 SELVANE_CLONES bool AnyOutside(const float* pRow, int pWidth, float pRangeMin, float pRangeTop)
@@ -243,8 +161,8 @@ SELVANE_CLONES bool AnyOutside(const float* pRow, int pWidth, float pRangeMin, f
 class cSamples
 {
 public:
-    cSamples(float* pPlane, int pWidth, int pHeight, sScale pScale, float pRangeTop, sReach pLayers)
-        : fPlane(pPlane), fWidth(pWidth), fHeight(pHeight), fScale(pScale), fRangeTop(pRangeTop), fLayers(pLayers)
+    cSamples(float* pPlane, int pWidth, int pHeight, sScale pScale, float pRangeTop, int pNz)
+        : fPlane(pPlane), fWidth(pWidth), fHeight(pHeight), fScale(pScale), fRangeTop(pRangeTop), fNz(pNz)
     {
     }
 
@@ -261,12 +179,12 @@ public:
     }
 
 private:
-    // Both ends of the range lie in the grid, and cells go one way with the value: what is between the ends needs no
-    // closer look.
+    // Both ends of the range lie in the grid, and cells grow with the value: what is between the ends needs no closer
+    // look.
     bool RowLeavesGrid(const float* pRow) const
     {
         return AnyOutside(pRow, fWidth, fScale.fRangeMin, fRangeTop) &&
-               std::any_of(pRow, pRow + fWidth, [this](float sample) { return LeavesLayers(sample, fScale, fLayers); });
+               std::any_of(pRow, pRow + fWidth, [this](float sample) { return LeavesGrid(sample, fScale, fNz); });
     }
 
     void Replace()
@@ -274,7 +192,7 @@ private:
         const int count = CheckedCount(fWidth, fHeight);
         tFloats own(new float[static_cast<size_t>(count)]);
         std::transform(fPlane, fPlane + count, own.get(), [this](float sample) {
-            if (!LeavesLayers(sample, fScale, fLayers)) return sample;
+            if (!LeavesGrid(sample, fScale, fNz)) return sample;
             return sample < fScale.fRangeMin ? fScale.fRangeMin : fRangeTop;
         });
         fOwn = std::move(own);
@@ -286,11 +204,35 @@ private:
     int fHeight;
     sScale fScale;
     float fRangeTop; ///< the end that is nearer to high values
-    sReach fLayers;  ///< that a sample may have its cells in
+    int fNz;
     tFloats fOwn;
 };
 
 // ---- Scattering ----------------------------------------------------------------------------------------------------
+
+/// A range of places along a row; with wrapped rows it goes beyond both edges of the picture.
+struct sSpan
+{
+    int64_t fBegin;
+    int64_t fEnd;
+};
+
+/// Places along a row that are scattered. Wrapped rows go on by three cells on both sides.
+/// @throws std::bad_array_new_length for wrapped rows without an end
+sSpan RowSpan(int pWidth, float pSpaceSampling, bool pWrapX)
+{
+    if (!pWrapX) return {0, pWidth};
+    RequireFit(3.0f * pSpaceSampling < kWrapLimit);
+    const int64_t begin = TruncateToInt32(std::fma(-3.0f, pSpaceSampling, 1.0f));
+    const float bound = static_cast<float>(pWidth) + std::fma(3.0f, pSpaceSampling, -1.0f);
+    // The first place whose float is not below the bound: wide pictures have several places to a float.
+    auto end = static_cast<int64_t>(bound);
+    while (end > begin && static_cast<float>(end - 1) >= bound)
+        end--;
+    while (static_cast<float>(end) < bound)
+        end++;
+    return {begin, std::max(begin, end)};
+}
 
 int CellAt(int64_t pPlace, sScale pScale)
 {
@@ -298,7 +240,7 @@ int CellAt(int64_t pPlace, sScale pScale)
 }
 
 /// Cuts a span into lanes of similar length that have no cell in common: between two lanes the cell in x changes, and
-/// it goes one way along a row.
+/// it only grows along a row.
 std::array<int64_t, kLanes + 1> CutIntoLanes(sSpan pSpan, sScale pScale)
 {
     std::array<int64_t, kLanes + 1> cuts{};
@@ -375,11 +317,9 @@ public:
     }
 
 private:
-    /// The part of a span whose places fit 32 bits and, wrapped, lie in the row and not before it. None with a sampling
-    /// below 0, where a layer may have fewer cells than a row goes through, and two places in x the same cell.
+    /// The part of a span whose places fit 32 bits and, wrapped, lie in the row and not before it.
     sSpan LanesOf(sSpan pSpan) const
     {
-        if (!(fScale.fCellsPerPixel >= 0.0f)) return {pSpan.fEnd, pSpan.fEnd};
         const int64_t begin = std::clamp(int64_t{-3} * fSamples.Width(), pSpan.fBegin, pSpan.fEnd);
         return {begin, std::clamp(int64_t{INT32_MAX} - kLaneStrip, begin, pSpan.fEnd)};
     }
@@ -665,13 +605,14 @@ void cBilateral::Filter_Fast(bool* pCancel, bool* pCancelled, int pThreadCount, 
                              int pWidth, int pHeight, float pSpaceSampling, float pRangeSampling, float pRangeMin,
                              float pRangeMax, float pBlurAmount, bool pWrapX)
 {
+    RequireFit(pSpaceSampling > 0.0f && pRangeSampling > 0.0f);
     const sScale scale{1.0f / pSpaceSampling, 1.0f / pRangeSampling, pRangeMin};
     const sGridShape shape = MeasureGrid(pWidth, pHeight, scale, pRangeSampling, pRangeMax - pRangeMin);
     const auto floats = static_cast<size_t>(FloatsOf(shape));
     const bool pixels = pWidth > 0 && pHeight > 0;
-    const float rangeTop = pRangeMax > pRangeMin ? pRangeMax : pRangeMin;
     const sSpan span = pixels ? RowSpan(pWidth, pSpaceSampling, pWrapX) : sSpan{};
-    const sReach layers = pixels ? CheckedLayers(shape, scale, span, pWidth, pHeight, rangeTop) : sReach{};
+    const float rangeTop = pRangeMax > pRangeMin ? pRangeMax : pRangeMin;
+    if (pixels) RequireFit(!LeavesGrid(pRangeMin, scale, shape.fNz) && !LeavesGrid(rangeTop, scale, shape.fNz));
 
     const tFloats first(new float[floats]);
     const tFloats second(new float[floats]);
@@ -679,7 +620,7 @@ void cBilateral::Filter_Fast(bool* pCancel, bool* pCancelled, int pThreadCount, 
     std::fill_n(second.get(), floats, 0.0f);
     if (StopIfRequested(pCancel, pCancelled)) return;
 
-    cSamples samples(pInput, pWidth, pHeight, scale, rangeTop, layers);
+    cSamples samples(pInput, pWidth, pHeight, scale, rangeTop, shape.fNz);
     if (pixels) Scatter(samples, scale, shape, first.get(), span);
     Smooth(shape, first.get(), second.get());
 

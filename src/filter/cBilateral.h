@@ -33,17 +33,16 @@ public:
     ///                        cancelled or throws before slicing
     /// @param pWidth          pixels; with a width or a height not above 0 nothing is filtered
     /// @param pHeight         pixels
-    /// @param pSpaceSampling  pixels per grid cell in x and in y. Meant to be above 0; another number is computed with
-    ///                        as it stands, and refused if a cell of the picture then lies outside the grid
-    /// @param pRangeSampling  input units per grid cell in value; likewise
+    /// @param pSpaceSampling  pixels per grid cell in x and in y, above 0; may be infinite
+    /// @param pRangeSampling  input units per grid cell in value, above 0; may be infinite
     /// @param pRangeMin       lowest value of the input
     /// @param pRangeMax       highest value of the input. A sample so far outside the range that it leaves the grid
     ///                        counts as the nearer end of the range, as pRangeMin when pRangeMax is not above it
     /// @param pBlurAmount     strength of the closing blur: its sigma is pBlurAmount / 3000 of the longer side. 0,
     ///                        negative or NaN: no blur
     /// @param pWrapX          rows are periodic: the left and the right edge of the picture meet
-    /// @throws std::bad_array_new_length  before anything is allocated: the grid does not fit 32-bit arithmetic, an
-    ///                        end of the range leaves the grid at some place of the picture, or rows wrap and
+    /// @throws std::bad_array_new_length  before anything is allocated: a sampling is not above 0 (or NaN), the grid
+    ///                        does not fit 32-bit arithmetic, an end of the range leaves the grid, or rows wrap and
     ///                        3 * pSpaceSampling is 16777216 or more. Later: a plane of pWidth * pHeight floats that
     ///                        is needed does not fit 32 bits
     /// @throws std::bad_alloc memory ran out; nothing is lost

@@ -372,6 +372,29 @@ TEST(Entry, AFlatPictureComesOutBlack)
     EXPECT_EQ(std::count(call.fOutput.begin(), call.fOutput.end(), 0), static_cast<long>(call.fOutput.size()));
 }
 
+// A smoothness of 30 makes a range sampling of -0.04, a radius of 30 a spatial one of -1/3 of 0.1 per cent.
+TEST(Entry, SlidersWithoutASamplingAboveZeroAreOutOfMemoryAndWriteNothing)
+{
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    for (const auto& [slider, values] : {std::pair(&sTmSliders::smoothness, std::array{30.0f, 1e30f, nan}),
+                                         {&sTmSliders::radius, {30.0f, 1e30f, nan}}})
+        for (const float value : values) {
+            sCall call(9, 7, 32, 8);
+            call.fSliders.*slider = value;
+            call.fSliders.blackPoint = 5.0f;
+            call.Run();
+            EXPECT_EQ(call.fResult, -4) << value;
+            EXPECT_EQ(call.fLog.find("ToneMapping"), std::string::npos);
+            EXPECT_EQ(call.fSliders.blackPoint, 5.0f);
+            EXPECT_EQ(std::count(call.fOutput.begin(), call.fOutput.end(), 0xA5), 9 * 7 * 3);
+        }
+    sCall call(9, 7, 32, 8);
+    call.fSliders.smoothness = 26.0f; // 0.008, the finest whole slider that is above 0
+    EXPECT_EQ(call.Run().fResult, 1);
+    call.fSliders.smoothness = -std::numeric_limits<float>::infinity(); // a sampling of infinity
+    EXPECT_EQ(call.Run().fResult, 1);
+}
+
 TEST(Entry, AnySlidersEndInAResultCodeOrAPicture)
 {
     const float wild[] = {std::numeric_limits<float>::quiet_NaN(),

@@ -47,50 +47,6 @@ bool CellsInside(const sFilterInput& pInput, const sGridShape& pShape, float pSa
     return splat >= 0 && splat < pShape.z && slice >= 0 && slice + 1 < pShape.z;
 }
 
-struct sCells
-{
-    std::int64_t lowest = INT64_MAX;
-    std::int64_t highest = INT64_MIN;
-
-    void Take(std::int64_t pCell)
-    {
-        lowest = pCell < lowest ? pCell : lowest;
-        highest = pCell > highest ? pCell : highest;
-    }
-};
-
-/// Cells along an axis that slicing reads; splatting without wrapping adds to none beyond them.
-sCells SlicedCells(int pPixels, float pSpace)
-{
-    sCells cells;
-    for (int place = 0; place < pPixels; place++) {
-        const std::int64_t cell = Truncated(std::fma(float(place), 1.0f / pSpace, 3.0f));
-        cells.Take(cell);
-        cells.Take(cell + 1);
-        cells.Take(Truncated(std::fma(float(place), 1.0f / pSpace, 3.5f)));
-    }
-    return cells;
-}
-
-/// True where a sample finds all of its cells inside the grid, counted through, wherever in the picture it stands.
-bool PictureInside(const sFilterInput& pInput, const sGridShape& pShape, float pSample)
-{
-    sCells x = SlicedCells(pInput.width, pInput.space);
-    const sCells y = SlicedCells(pInput.height, pInput.space);
-    if (pInput.wrap) {
-        const float end = float(pInput.width) + std::fma(3.0f, pInput.space, -1.0f);
-        for (int place = Truncated(std::fma(-3.0f, pInput.space, 1.0f)); float(place) < end; place++)
-            x.Take(Truncated(std::fma(float(place), 1.0f / pInput.space, 3.5f)));
-    }
-    sCells z;
-    z.Take(SplatCell(pInput, pSample));
-    z.Take(SliceCell(pInput, pSample));
-    z.Take(std::int64_t(SliceCell(pInput, pSample)) + 1);
-    const std::int64_t first = (z.lowest * pShape.y + y.lowest) * pShape.x + x.lowest;
-    const std::int64_t last = (z.highest * pShape.y + y.highest) * pShape.x + x.highest;
-    return first >= 0 && last < pShape.x * pShape.y * pShape.z;
-}
-
 /// What a sample counts as: itself, or the nearer end of the range when its cells leave the grid.
 float Counted(const sFilterInput& pInput, const sGridShape& pShape, float pSample)
 {
@@ -224,13 +180,13 @@ sGridShape MeasureGrid(const sFilterInput& pInput)
 
 bool IsRefused(const sFilterInput& pInput)
 {
+    if (!(pInput.space > 0.0f) || !(pInput.range > 0.0f)) return true;
     const sGridShape shape = MeasureGrid(pInput);
-    if (shape.x <= 0 || shape.y <= 0 || shape.z <= 0) return true;
     const double floats = 2.0 * double(shape.x) * double(shape.y) * double(shape.z);
     if (floats > 2147483647.0 || shape.x > 2147483647 || shape.y > 2147483647 || shape.z > 2147483647) return true;
     if (pInput.wrap && 3.0f * pInput.space >= 16777216.0f) return true;
-    if (!PictureInside(pInput, shape, pInput.rangeMin)) return true;
-    return pInput.rangeMax > pInput.rangeMin && !PictureInside(pInput, shape, pInput.rangeMax);
+    if (!CellsInside(pInput, shape, pInput.rangeMin)) return true;
+    return pInput.rangeMax > pInput.rangeMin && !CellsInside(pInput, shape, pInput.rangeMax);
 }
 
 sFilterResult Filter(const sFilterInput& pInput)
