@@ -34,11 +34,11 @@ inline bool ReplaceIfDifferent(cHermiteSpline*& pHeld, const cHermiteSpline& pGi
     return true;
 }
 
-/// True if the last stage can be run for the space: it is there and, unless the encode table stands already, has the
-/// transfer that a shell of cColorSpace_GenericRGB, or a clone for whose second transfer there was no memory, lacks.
-inline bool CanEncode(cColorSpace* pSpace, bool pTableStands)
+/// True if the space can encode: it is there, and has the transfer that a shell of cColorSpace_GenericRGB, or a clone
+/// for whose second transfer there was no memory, lacks.
+inline bool CanEncode(cColorSpace* pSpace)
 {
-    return pSpace != nullptr && (pTableStands || pSpace->GetFromLinearTransfer() != nullptr);
+    return pSpace != nullptr && pSpace->GetFromLinearTransfer() != nullptr;
 }
 
 /// The encoded sample of each linear 16-bit value, 65536 entries. A value outside the unit interval saturates to 32

@@ -98,6 +98,7 @@ void cColorEqRenderer::Render(bool* pCancel, bool* pCancelled)
                "The input and output images do not have the same width.");
     RequireNew(cInvalidOperationException, fInput->fHeight == fOutput->fHeight,
                "The input and output images do not have the same height.");
+    Require(cInvalidOperationException, CanEncode(fOutput->GetColorSpace()), "Color space is not set.");
 
     if (fPrepareNeeded) {
         PrepareForRendering(pCancel, pCancelled);
@@ -105,8 +106,6 @@ void cColorEqRenderer::Render(bool* pCancel, bool* pCancelled)
         fPrepareNeeded = false;
     }
     if (fFinalNeeded) {
-        Require(cInvalidOperationException, CanEncode(fOutput->GetColorSpace(), fEncodeLUTValid),
-                "Color space is not set.");
         FinalRendering(pCancel, pCancelled);
         if (!IsRequested(pCancelled)) fFinalNeeded = false;
     }

@@ -27,9 +27,9 @@ class cYHMVColorSpace;
 /// of a curve is the hue on the unit scale, and its y value of 0.5 changes nothing. Used from one thread at a time; no
 /// thread of its own and no DivideWork.
 ///
-/// SetInput, SetOutput, SetHueCurves and Render report their own failures by throwing a pointer to a new exception
-/// object, which nobody deletes; a picture without a colour space, and all that comes from below, is thrown as an
-/// object.
+/// SetInput, SetOutput, SetHueCurves and Render report their own failures by a pointer to a new exception object. The
+/// catcher may delete it; the library never does. Everything else throws objects, the missing colour space of a picture
+/// too.
 class SELVANE_API cColorEqRenderer
 {
 public:
@@ -67,7 +67,8 @@ public:
     ///                   another thread may set it
     /// @param pCancelled set when a stage stopped because of pCancel, which then stays marked; never cleared
     /// @throws cInvalidOperationException* when a picture is missing or the sizes differ; a cInvalidOperationException
-    /// object when a picture has no colour space, or the output one without transfers
+    /// object, before any stage, when the output has no colour space, or one without the transfer that encodes, and
+    /// from the first stage when the input has none
     void Render(bool* pCancel, bool* pCancelled);
 
     /// The same, not to be cancelled.

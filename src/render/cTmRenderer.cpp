@@ -211,6 +211,7 @@ void cTmRenderer::Render(bool* pCancel, bool* pCancelled)
                "The input and output images do not have the same width.");
     RequireNew(cInvalidOperationException, fInput->fHeight == fOutput->fHeight,
                "The input and output images do not have the same height.");
+    Require(cInvalidOperationException, CanEncode(fOutput->GetColorSpace()), "Color space is not set.");
 
     // A stage that is stopped stays marked, and the ones behind it do not begin.
     const auto finish = [&](bool& pNeeded, void (cTmRenderer::*pStage)(bool*, bool*)) {
@@ -223,9 +224,6 @@ void cTmRenderer::Render(bool* pCancel, bool* pCancelled)
     if (!finish(fPrepareNeeded, &cTmRenderer::PrepareForRendering)) return;
     if (!finish(fPhase1Needed, &cTmRenderer::ToneMappingPhase1)) return;
     if (!finish(fPhase2Needed, &cTmRenderer::ToneMappingPhase2)) return;
-    if (!fFinalNeeded) return;
-    Require(cInvalidOperationException, CanEncode(fOutput->GetColorSpace(), fEncodeLUTValid),
-            "Color space is not set.");
     finish(fFinalNeeded, &cTmRenderer::FinalRendering);
 }
 

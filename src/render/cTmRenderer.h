@@ -71,7 +71,8 @@ SELVANE_API void* CalcMinMaxLog_tile_threaded(void* pRecord);
 /// Turns one picture of linear XYZ into one display picture, in four stages that can be run again one by one.
 ///
 /// Used from one thread at a time. SetInput, SetOutput, SetHueCurves and Render report their own failures by a pointer
-/// to a new exception object, which the catcher owns; everything else throws objects.
+/// to a new exception object. The catcher may delete it; the library never does. Everything else throws objects, the
+/// missing colour space of an output too.
 class SELVANE_API cTmRenderer
 {
 public:
@@ -123,9 +124,9 @@ public:
     /// Runs the marked stages to the end.
     void Render();
     /// Runs the marked stages. Another thread may set *pCancel at any time; a stage that stopped on it sets *pCancelled
-    /// and stays marked. Neither flag is ever cleared here. Throws a cInvalidOperationException pointer when a picture
-    /// is missing or the sizes differ, a cInvalidOperationException object when the output has no colour space, or
-    /// one without transfers.
+    /// and stays marked. Neither flag is ever cleared here. Before any stage, throws a cInvalidOperationException
+    /// pointer when a picture is missing or the sizes differ, and a cInvalidOperationException object when the output
+    /// has no colour space, or one without the transfer that encodes.
     void Render(bool* pCancel, bool* pCancelled);
     /// The black and white point that the last measuring render found, or those that were passed in.
     void GetRequestedStats(float* pBlack, float* pWhite);

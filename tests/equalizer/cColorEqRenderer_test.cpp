@@ -681,7 +681,7 @@ TEST(EqualizerInputs, AValidEncodeTableIsKept)
 
 // ---- pictures without a colour space ----
 
-TEST(EqualizerColourSpace, AnOutputWithoutOneIsRefusedBeforeTheFinalStage)
+TEST(EqualizerColourSpace, AnOutputWithoutOneIsRefusedBeforeAnyStage)
 {
     sScene scene;
     cBitmapBGR16 bare(37, 11, static_cast<eColorSpaceID>(9));
@@ -692,8 +692,8 @@ TEST(EqualizerColourSpace, AnOutputWithoutOneIsRefusedBeforeTheFinalStage)
         EXPECT_FAILURE(renderer.Render(), cInvalidOperationException, "Color space is not set.", "cColorEqRenderer.cpp",
                        "Vornik::cColorEqRenderer::Render(bool*,bool*)");
         EXPECT_THROW(renderer.Render(), cInvalidOperationException); // an object
-        EXPECT_NE(renderer.fHMV, nullptr);
-        ExpectFlags(renderer, false, true, false);
+        EXPECT_EQ(renderer.fHMV, nullptr);
+        ExpectFlags(renderer, true, true, false);
         EXPECT_TRUE(IsFilledWith(bare, kScribble));
     };
     expectRefused();
@@ -705,35 +705,26 @@ TEST(EqualizerColourSpace, AnOutputWithoutOneIsRefusedBeforeTheFinalStage)
     EXPECT_TRUE(ThrowsPointer<cInvalidOperationException>([&] { renderer.Render(); }));
 }
 
-TEST(EqualizerColourSpace, AnOutputWithoutOneIsEnoughForWhatDoesNotEncode)
-{
-    sScene scene;
-    cBitmapBGR16 bare(37, 11, static_cast<eColorSpaceID>(9));
-    cColorEqRenderer& renderer = *scene.fRenderer;
-    renderer.SetOutput(&bare);
-    bool cancel = true;
-    bool cancelled = false;
-    EXPECT_NO_THROW(renderer.Render(&cancel, &cancelled)) << "stopped before";
-    EXPECT_TRUE(cancelled);
-    ExpectFlags(renderer, true, true, false);
-    renderer.fFinalNeeded = false;
-    EXPECT_NO_THROW(renderer.Render()) << "prepared only";
-    EXPECT_NO_THROW(renderer.Render()) << "nothing to do";
-    ExpectFlags(renderer, false, false, false);
-}
-
-TEST(EqualizerColourSpace, AnOutputWithoutTransfersIsEnoughWhileTheEncodeTableStands)
+TEST(EqualizerColourSpace, AnOutputWithoutOneIsRefusedWhateverIsMarked)
 {
     sScene scene;
     cColorEqRenderer& renderer = *scene.fRenderer;
     renderer.Render();
+    cBitmapBGR16 bare(37, 11, static_cast<eColorSpaceID>(9));
     cBitmapBGR16 other(37, 11, eColorSpace_sRGB);
-    cColorSpace_GenericRGB shell;
+    cColorSpace_GenericRGB shell; // a space without transfers
     other.AssignColorSpace(&shell);
-    renderer.fOutput = &other;
-    renderer.fFinalNeeded = true;
-    EXPECT_NO_THROW(renderer.Render());
-    ExpectFlags(renderer, false, false, true);
+    for (cBitmapBGR16* output : {&bare, &other})
+        for (const bool final : {false, true}) {
+            renderer.fOutput = output; // the encode table of the output before stands
+            renderer.fFinalNeeded = final;
+            bool cancel = true;
+            bool cancelled = false;
+            EXPECT_THROW(renderer.Render(&cancel, &cancelled), cInvalidOperationException) << "a request to stop";
+            EXPECT_THROW(renderer.Render(), cInvalidOperationException);
+            EXPECT_FALSE(cancelled);
+            ExpectFlags(renderer, false, final, true);
+        }
 }
 
 TEST(EqualizerColourSpace, AnInputWithoutOneReportsThroughTheConversion)

@@ -213,7 +213,7 @@ TEST(cTmRenderer, RenderRefusesInOrderAndLeavesTheMarks)
     EXPECT_EQ(r->fYHMV, nullptr) << "no stage has run";
 }
 
-TEST(cTmRenderer, AnOutputWithoutColourSpaceIsRefusedByObjectBeforeTheFinalStage)
+TEST(cTmRenderer, AnOutputWithoutColourSpaceIsRefusedByObjectAfterTheFourChecks)
 {
     cBitmapXYZ32 input(4, 3);
     FillDecades(input, 3.0f, 1);
@@ -234,8 +234,8 @@ TEST(cTmRenderer, AnOutputWithoutColourSpaceIsRefusedByObjectBeforeTheFinalStage
             EXPECT_EQ(WithoutBlanks(exception.GetFuncSig()),
                       WithoutBlanks("void Vornik::cTmRenderer::Render(bool*, bool*)"));
         }
-        EXPECT_FALSE(r->fPrepareNeeded || r->fPhase1Needed || r->fPhase2Needed);
-        EXPECT_TRUE(r->fFinalNeeded);
+        EXPECT_TRUE(r->fPrepareNeeded && r->fPhase1Needed && r->fPhase2Needed && r->fFinalNeeded);
+        EXPECT_EQ(r->fYHMV, nullptr) << "no stage has run";
     };
     expectRefused(bare);
     cColorSpace_GenericRGB shell; // a space without transfers
@@ -263,36 +263,32 @@ TEST(cTmRenderer, AnOldAcknowledgementStopsBehindTheFirstMarkedStage)
     }
 }
 
-TEST(cTmRenderer, AnOutputWithoutColourSpaceIsEnoughForWhatDoesNotEncode)
-{
-    sScene scene(6, 4);
-    cTmRenderer& r = *scene.fRenderer;
-    cBitmapBGR16 bare(6, 4, static_cast<eColorSpaceID>(7));
-    r.SetOutput(&bare);
-    scene.Mark(false, false, false, false);
-    EXPECT_NO_THROW(scene.Render()) << "nothing to do";
-    scene.Mark(true, true, true, false);
-    EXPECT_NO_THROW(scene.Render()) << "the points are all that is asked for";
-    EXPECT_EQ(scene.Marks(), "----");
-    scene.Mark(true, true, true, true);
-    scene.fCancel = true;
-    EXPECT_NO_THROW(scene.Render()) << "stopped before";
-    EXPECT_TRUE(scene.fCancelled);
-    EXPECT_EQ(scene.Marks(), "P12F");
-}
-
-TEST(cTmRenderer, AnOutputWithoutTransfersIsEnoughWhileTheEncodeTableStands)
+TEST(cTmRenderer, AnOutputWithoutColourSpaceIsRefusedWhateverIsMarked)
 {
     sScene scene(6, 4);
     cTmRenderer& r = *scene.fRenderer;
     scene.Render();
+    cBitmapBGR16 bare(6, 4, static_cast<eColorSpaceID>(7));
     cBitmapBGR16 other(6, 4, eColorSpace_sRGB);
-    cColorSpace_GenericRGB shell;
+    cColorSpace_GenericRGB shell; // a space without transfers
     other.AssignColorSpace(&shell);
-    r.fOutput = &other;
-    scene.Mark(false, false, false, true);
-    EXPECT_NO_THROW(scene.Render());
-    EXPECT_EQ(scene.Marks(), "----");
+    const auto expectRefused = [&](const char* pMarks) {
+        EXPECT_EQ(CaptureStderr([&] { EXPECT_THROW(scene.Render(), cInvalidOperationException); }), "");
+        EXPECT_EQ(scene.Marks(), pMarks);
+        EXPECT_FALSE(scene.fCancelled);
+    };
+    for (cBitmapBGR16* output : {&bare, &other}) {
+        r.fOutput = output; // the encode table of the output before stands
+        ASSERT_TRUE(r.fEncodeLUTValid);
+        scene.Mark(false, false, false, false);
+        expectRefused("----");
+        scene.Mark(true, true, true, false); // the points are all that is asked for
+        expectRefused("P12-");
+        scene.Mark(true, true, true, true);
+        scene.fCancel = true;
+        expectRefused("P12F");
+        scene.fCancel = false;
+    }
 }
 
 TEST(cTmRenderer, SettersMarkTheirStages)
