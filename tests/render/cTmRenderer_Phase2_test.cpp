@@ -1,4 +1,5 @@
 #include "render/LineWatch.h"
+#include "render/PageWatch.h"
 #include "render/Scene.h"
 #include "support/Capture.h"
 #include "support/Host.h"
@@ -438,6 +439,44 @@ TEST(Phase2, ARequestBehindTheTablesIsSeenBeforeTheRows)
     EXPECT_EQ(scene.Marks(), "--2F");
     EXPECT_EQ(Luminances(scene), before);
     EXPECT_EQ(scene.fRenderer->fRequestedBlack, black) << "no points";
+}
+
+/// The luminance of one pixel, from its first four bytes.
+float LuminanceAt(const cTmRenderer& pRenderer, int pRow, int pPixel)
+{
+    float luminance = 0.0f;
+    std::memcpy(&luminance, reinterpret_cast<unsigned char*>(pRenderer.fYHMV->GetScanline(pRow)) + 14 * pPixel,
+                sizeof luminance);
+    return luminance;
+}
+
+// Seven rows fit a tile here. The request comes behind the tables and is withdrawn when the row's start is asked for
+// that begins the second tile: the rows before are left alone, those from there on are replaced.
+TEST(Phase2, ARequestThatIsWithdrawnLeavesOutTheRowsInBetweenOnly)
+{
+    sScene scene(100000, 9);
+    cTmRenderer& r = *scene.fRenderer;
+    scene.Mark(true, true, false, false);
+    scene.Render();
+    ASSERT_EQ(r.fYHMV->fTileHeight, 7);
+    ASSERT_EQ(r.fYHMV->fTileCount, 2);
+    std::vector<float> before;
+    for (int y = 0; y < 9; y++)
+        before.push_back(LuminanceAt(r, y, 99999));
+
+    cPageWatch pages([&] { scene.fCancel = false; });
+    void** const tiles = r.fYHMV->fTiles;
+    r.fYHMV->fTiles = reinterpret_cast<void**>(pages.Border()) - 1;
+    std::copy_n(tiles, 2, r.fYHMV->fTiles);
+    pages.Arm();
+    EXPECT_EQ(RenderUntil(scene, "GlobalContrast"), 3) << "the luminance is measured";
+    r.fYHMV->fTiles = tiles;
+
+    EXPECT_FALSE(scene.fCancel);
+    EXPECT_TRUE(scene.fCancelled);
+    EXPECT_EQ(scene.Marks(), "--2F");
+    for (int y = 0; y < 9; y++)
+        EXPECT_EQ(LuminanceAt(r, y, 99999) == before[static_cast<size_t>(y)], y < 7) << y;
 }
 
 TEST(Phase2, ARequestDuringTheHistogramStopsTheNextStageOnly)

@@ -131,6 +131,12 @@ TEST_F(StateFaults, AddPointToKeyFramesFailsInTwoPlaces)
     second.SetKeyFrame(0); // what is not stored is not read
     second.InterpolateControlPoints(0.5f);
     EXPECT_EQ(second.fCount, 3);
+    // The number of points counts as laid out since the update that failed: no later one lays the key frames out.
+    EXPECT_EQ(second.fLastPointCount, 3);
+    second.UpdatePointArray();
+    EXPECT_EQ(second.fKeyFrames, nullptr);
+    second.AddPoint(0.7f, 0.4f);
+    EXPECT_NE(second.fKeyFrames, nullptr) << "another number of points";
 }
 
 TEST_F(StateFaults, AColorSpaceThatCannotBeHadByNumberLeavesTheOldOne)
