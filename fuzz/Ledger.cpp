@@ -12,6 +12,7 @@ namespace
 {
 
 size_t gMostBytes = SIZE_MAX;
+unsigned char gFill = 0;
 std::vector<void*> gTables;
 std::vector<char*> gTexts;
 
@@ -58,12 +59,12 @@ void __real__ZN6Vornik10cExceptionC2ERKPKcS4_S4_iS4_S4_S4_(Vornik::cException* p
                                                            int pLine, const char* const& pFile,
                                                            const char* const& pTimeStamp, const char* const& pFuncSig);
 
-// Filled, since a picture's padding holds what its memory held, and rows of a host that are longer than its pixels get
-// it: two runs that are compared have to find the same there.
+// Filled with another byte each time: two runs that are compared show what reaches a result without having been
+// written.
 void* __wrap_malloc(size_t pSize)
 {
     void* const block = pSize > gMostBytes ? nullptr : __real_malloc(pSize);
-    return block == nullptr ? nullptr : std::memset(block, 0xBE, pSize);
+    return block == nullptr ? nullptr : std::memset(block, ++gFill, pSize);
 }
 
 void* __wrap__Znwm(size_t pSize)

@@ -53,7 +53,7 @@ sTmImageDesc Image(cBytes& pBytes)
     sTmImageDesc image{};
     image.width = Side(pBytes);
     image.height = Side(pBytes);
-    image.samplesPerPixel = pBytes.Flag() ? 3 : pBytes.Int(1, 8);
+    image.samplesPerPixel = pBytes.Flag() ? 3 : pBytes.Int(-4, 8);
     image.inputDepth = Depth(pBytes);
     image.outputDepth = pBytes.Byte() < 250 ? (pBytes.Flag() ? 8 : 16) : 24;
     image.inputRowSamples = 3 * std::min(image.width, 200) + pBytes.Int(-8, 8);
@@ -93,38 +93,53 @@ bool NeverReads(const sTmImageDesc& pImage)
            int64_t{pImage.width} * pImage.height * 12 > static_cast<int64_t>(kMostBytes);
 }
 
-/// Bytes of a run of rows, from the lowest to the highest address, and where row 0 begins.
+/// A range of places, both ends included.
+struct sReach
+{
+    int64_t fLowest;
+    int64_t fHighest;
+};
+
+/// Bytes of a run of rows, from the lowest to the highest address, and where the host's pointer stands in them.
 struct sExtent
 {
     size_t fSize = 0;
     size_t fOrigin = 0;
 };
 
-sExtent Extent(int64_t pRows, int64_t pRowStep, int64_t pRowSize)
+/// The extent of pRows rows, each of which reaches as far as pRow, in samples of pSampleBytes.
+sExtent Extent(int64_t pRows, int64_t pRowStep, sReach pRow, int64_t pSampleBytes)
 {
     const int64_t last = (pRows - 1) * pRowStep;
-    const int64_t low = std::min<int64_t>(0, last);
-    const int64_t high = std::max<int64_t>(0, last) + pRowSize;
-    return {static_cast<size_t>(high - low), static_cast<size_t>(-low)};
+    const int64_t low = std::min<int64_t>({0, pRow.fLowest, last + pRow.fLowest});
+    const int64_t high = std::max<int64_t>({-1, pRow.fHighest, last + pRow.fHighest});
+    return {static_cast<size_t>((high + 1 - low) * pSampleBytes), static_cast<size_t>(-low * pSampleBytes)};
+}
+
+/// The samples of a row whose pixels stand one step apart; with a step of 0 or below they lie before the first.
+sReach PixelReach(const sTmImageDesc& pImage)
+{
+    const int64_t last = int64_t{pImage.samplesPerPixel} - 1; // of a pixel
+    const int64_t pixel = int64_t{pImage.width - 1} * pImage.samplesPerPixel;
+    return {std::min<int64_t>(0, pixel) + std::min<int64_t>(0, last),
+            std::max<int64_t>(0, pixel) + std::max<int64_t>(0, last)};
 }
 
 sExtent InputExtent(const sTmImageDesc& pImage)
 {
     if (NeverReads(pImage)) return {};
     const int64_t width = pImage.width;
-    if (pImage.inputDepth == 32) return Extent(pImage.height, 4 * width, 4 * width);
-    const int64_t sample = pImage.inputDepth / 8;
-    const int64_t step = pImage.samplesPerPixel;
-    return Extent(pImage.height, (width * step + pImage.inputRowSamples - 3 * width) * sample, width * step * sample);
+    if (pImage.inputDepth == 32) return Extent(pImage.height, 4 * width, {0, 4 * width - 1}, 1);
+    const int64_t rowStep = width * pImage.samplesPerPixel + pImage.inputRowSamples - 3 * width;
+    return Extent(pImage.height, rowStep, PixelReach(pImage), pImage.inputDepth / 8);
 }
 
 sExtent OutputExtent(const sTmImageDesc& pImage)
 {
     if (NeverReads(pImage)) return {};
-    const int64_t sample = pImage.outputDepth / 8;
-    const int64_t row = sample * pImage.outputRowSamples;
-    if (pImage.bgrOrder != 0) return Extent(pImage.height, row, row);
-    return Extent(pImage.height, row, sample * pImage.samplesPerPixel * pImage.width);
+    const int64_t row = pImage.outputRowSamples;
+    const sReach reach = pImage.bgrOrder != 0 ? sReach{0, row - 1} : PixelReach(pImage);
+    return Extent(pImage.height, row, reach, pImage.outputDepth / 8);
 }
 
 int Enter(const sCall& pCall, sTmSliders* pSliders, const unsigned char* pInput, unsigned char* pOutput)

@@ -17,8 +17,8 @@ template <class tException>
     throw tException(pMessage, pLine, pFile, pTimeStamp, pFuncSig);
 }
 
-/// Throws a pointer to a new tException, which nobody in the library deletes: the manner of the two renderers' own
-/// checks.
+/// Throws a pointer to a new tException, the manner of the two renderers' own checks. The catcher may delete it; the
+/// library never does.
 template <class tException>
 [[noreturn, gnu::cold, gnu::noinline]] void ThrowNew(const char* pMessage, int pLine, const char* pFile,
                                                      const char* pTimeStamp, const char* pFuncSig)

@@ -1,5 +1,6 @@
 #include "entry/PixelExchange.h"
 
+#include "bitmap/FlatBlock.h"
 #include "bitmap/cBitmapBGR16.h"
 #include "bitmap/cBitmapBGR8.h"
 #include "bitmap/cBitmapXYZ32.h"
@@ -72,17 +73,29 @@ void ReadInterleaved(const sTmImageDesc& pImage, const unsigned char* pInput, co
 template <class tSample>
 struct sBlock
 {
-    const tSample* fSamples;
+    tSample* fSamples;
     int64_t fRowSamples; ///< samples from row to row
     int64_t fCount;      ///< samples of the whole block
 
     template <class tBitmap>
-    explicit sBlock(const tBitmap& pPicture)
+    explicit sBlock(tBitmap& pPicture)
         : fSamples(pPicture.fData), fRowSamples(pPicture.fStride / static_cast<int>(sizeof(tSample))),
-          fCount(((static_cast<int64_t>(pPicture.fHeight) + 3) & ~int64_t{3}) * fRowSamples)
+          fCount(PadTo4(pPicture.fHeight) * fRowSamples)
     {
     }
 };
+
+/// Zeros behind the pixels of each row and in the padded rows: some layouts take samples from there, and what the heap
+/// held before must not reach a host.
+template <class tSample>
+void ClearPadding(const sTmImageDesc& pImage, const sBlock<tSample>& pBlock)
+{
+    const int64_t used = int64_t{3} * pImage.width;
+    for (int64_t y = 0; y < pImage.height; y++)
+        std::fill_n(pBlock.fSamples + y * pBlock.fRowSamples + used, pBlock.fRowSamples - used, tSample{0});
+    const int64_t rows = pImage.height * pBlock.fRowSamples;
+    std::fill_n(pBlock.fSamples + rows, pBlock.fCount - rows, tSample{0});
+}
 
 /// Copies pBytes from the sample pFirst on, as far as they lie inside the block.
 template <class tSample>
@@ -132,6 +145,7 @@ void SwapRow(const sTmImageDesc& pImage, const sBlock<tSample>& pBlock, int64_t 
 template <class tSample>
 void WriteBlock(const sTmImageDesc& pImage, const sBlock<tSample>& pBlock, unsigned char* pOutput)
 {
+    ClearPadding(pImage, pBlock);
     if (pImage.bgrOrder != 0) {
         CopyRows(pImage, pBlock, pOutput);
         return;
@@ -183,12 +197,12 @@ void ReadExponentPlanes(const sTmImageDesc& pImage, const unsigned char* pInput,
     }
 }
 
-void WriteSamples(const sTmImageDesc& pImage, const cBitmapBGR8& pPicture, unsigned char* pOutput)
+void WriteSamples(const sTmImageDesc& pImage, cBitmapBGR8& pPicture, unsigned char* pOutput)
 {
     WriteBlock(pImage, sBlock<uint8_t>(pPicture), pOutput);
 }
 
-void WriteSamples(const sTmImageDesc& pImage, const cBitmapBGR16& pPicture, unsigned char* pOutput)
+void WriteSamples(const sTmImageDesc& pImage, cBitmapBGR16& pPicture, unsigned char* pOutput)
 {
     WriteBlock(pImage, sBlock<uint16_t>(pPicture), pOutput);
 }

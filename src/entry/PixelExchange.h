@@ -24,9 +24,10 @@ void ReadSamples(const sTmImageDesc& pImage, const unsigned char* pInput, const 
 /// Fills pLinear with red, green, blue from planes of mantissas and shared exponents.
 void ReadExponentPlanes(const sTmImageDesc& pImage, const unsigned char* pInput, cBitmapXYZ32& pLinear);
 
-/// Copies the finished picture, blue first, into the host's buffer in the order that pImage asks for.
-void WriteSamples(const sTmImageDesc& pImage, const cBitmapBGR8& pPicture, unsigned char* pOutput);
-void WriteSamples(const sTmImageDesc& pImage, const cBitmapBGR16& pPicture, unsigned char* pOutput);
+/// Copies the finished picture, blue first, into the host's buffer in the order that pImage asks for. Clears the
+/// picture's padding before.
+void WriteSamples(const sTmImageDesc& pImage, cBitmapBGR8& pPicture, unsigned char* pOutput);
+void WriteSamples(const sTmImageDesc& pImage, cBitmapBGR16& pPicture, unsigned char* pOutput);
 
 } // namespace Vornik
 

@@ -22,8 +22,9 @@ typedef struct sTmImageDesc
 {
     int32_t width;  /* pixels, at least 1 */
     int32_t height; /* pixels, at least 1 */
-    /* Samples from one pixel to the next, in both buffers: 1 grey, 3 colour; other values are a step as well. 32-bit
-       input does not use it, but its copy-out does. */
+    /* Samples from one pixel to the next, in both buffers: 1 grey, 3 colour. Any other value is taken as a step too.
+       With a step of 0 or below, samples before the pixel are read and, red first, written: the host answers for that
+       memory. 32-bit input does not use it, but its copy-out does. */
     int32_t samplesPerPixel;
     int32_t inputDepth;  /* bits of an input sample: 8, 16, or 32 for four byte planes a row with shared exponents */
     int32_t outputDepth; /* bits of an output sample: 8 or 16; anything else makes the renderer throw a pointer */
@@ -32,8 +33,13 @@ typedef struct sTmImageDesc
        pixel,
        - width for 4. Not used by 32-bit input. */
     int32_t inputRowSamples;
-    /* Row length of the output in samples. Of a row longer than its pixels the rest may be overwritten, with bytes that
-       mean nothing and differ from call to call. */
+    /* Row length of the output in samples.
+       Blue first, a width that is a multiple of 4: the picture is copied in one piece, without regard to the rows of
+       the host. Any row length but 3 * width gives no usable picture then, and what the piece takes from behind the
+       picture's last row is zero.
+       Blue first, any other width: outputRowSamples samples are copied a row. Behind the pixels of a longer row stand
+       up to 9 zeros, then pixels of the picture's next row.
+       Red first: what lies behind the pixels of a row stays the host's. */
     int32_t outputRowSamples;
     /* 0: red is the first sample of a pixel and blue the last; non-zero: the reverse. 32-bit input does not use it, but
        its copy-out does. */

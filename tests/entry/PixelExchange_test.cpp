@@ -6,12 +6,16 @@
 
 #include <gtest/gtest.h>
 
+#include <malloc.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <functional>
+#include <map>
 
 using namespace Vornik;
 using namespace SelvaneTest;
@@ -110,25 +114,34 @@ TEST(Reading, EveryCodeOfSixteenBitsDecodesByThePlainGamma)
                     {Decoded16(code, 1.8), Decoded16(65535 - code, 1.8), Decoded16(code, 1.8)});
 }
 
-/// A buffer that ends where the last sample read ends, in front of a page that must not be touched.
+/// At which end of a buffer a page begins that must not be touched. At the other end is room up to the next such page.
+enum eGuard
+{
+    eGuardBehind,
+    eGuardBefore
+};
+
+/// A buffer between two pages that must not be touched, right at one of them.
 class cGuarded
 {
 public:
-    explicit cGuarded(size_t pSize) : fPages((pSize + 4095) / 4096 * 4096 + 4096), fSize(pSize)
+    explicit cGuarded(size_t pSize, eGuard pGuard = eGuardBehind)
+        : fInner((pSize + kPage - 1) / kPage * kPage), fOffset(pGuard == eGuardBehind ? fInner - pSize : 0)
     {
         fBlock = static_cast<unsigned char*>(
-            mmap(nullptr, fPages, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-        mprotect(fBlock + fPages - 4096, 4096, PROT_NONE);
+            mmap(nullptr, fInner + 2 * kPage, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+        mprotect(fBlock + kPage, fInner, PROT_READ | PROT_WRITE);
     }
-    ~cGuarded() { munmap(fBlock, fPages); }
+    ~cGuarded() { munmap(fBlock, fInner + 2 * kPage); }
     cGuarded(const cGuarded&) = delete;
     cGuarded& operator=(const cGuarded&) = delete;
 
-    unsigned char* Data() { return fBlock + fPages - 4096 - fSize; }
+    unsigned char* Data() { return fBlock + kPage + fOffset; }
 
 private:
-    size_t fPages;
-    size_t fSize;
+    static constexpr size_t kPage = 4096;
+    size_t fInner;
+    size_t fOffset;
     unsigned char* fBlock;
 };
 
@@ -206,35 +219,127 @@ TEST(Reading, AnyStepAndOrderReadsItsSamplesAndNotAByteMore)
     }
 }
 
-// Steps that are not above 0 are taken as they stand. With 0 the blue sample and the green one, half of -1 rounded
-// down, lie before the red one; with -2 they lie three and two before it.
-TEST(Reading, StepsNotAboveZeroGoBackwards)
+/// Offsets inside a pixel, for any step: red, green, blue. Half of a negative number is rounded down.
+std::array<int, 3> SampleOffsets(int pStep, int pBlueFirst)
 {
-    std::vector<unsigned char> buffer(64);
-    for (size_t i = 0; i < buffer.size(); i++)
-        buffer[i] = static_cast<unsigned char>(40 + 3 * i);
-    const unsigned char* const start = buffer.data() + 40;
-    for (const int step : {0, -2}) {
-        sCall odd(3, 2, 8, 8);
-        odd.fImage.samplesPerPixel = step;
-        odd.fImage.inputRowSamples = 8;
-        odd.fRun.requestType = 9;
-        sCall plain(3, 2, 8, 8);
-        plain.fRun.requestType = 9;
-        for (int y = 0; y < 2; y++)
-            for (int x = 0; x < 3; x++) {
-                const unsigned char* red = start + y * (3 * step + 8 - 9) + x * step;
-                unsigned char* pixel = plain.fInput.data() + 3 * (3 * y + x);
-                pixel[0] = red[0];
-                pixel[1] = red[step == 0 ? -1 : -2];
-                pixel[2] = red[step - 1];
+    const int last = pStep - 1;
+    const int half = static_cast<int>(std::floor(last / 2.0));
+    return {pBlueFirst != 0 ? last : 0, half, pBlueFirst != 0 ? 0 : last};
+}
+
+/// The samples that a layout touches, relative to the host's pointer.
+struct sTouched
+{
+    int fLowest = 0;
+    int fHighest = 0;
+
+    void Add(int pSample)
+    {
+        fLowest = std::min(fLowest, pSample);
+        fHighest = std::max(fHighest, pSample);
+    }
+    size_t Count() const { return static_cast<size_t>(fHighest - fLowest) + 1; }
+};
+
+// The buffer holds exactly the samples that are read, those before the host's pointer too.
+template <class tSample>
+void ExpectBackwardRead(int pStep, int pBlueFirst, eGuard pGuard)
+{
+    const int width = 3;
+    const int height = 2;
+    const int row = width * pStep + 8 - 3 * width; // inputRowSamples 8
+    const std::array<int, 3> offsets = SampleOffsets(pStep, pBlueFirst);
+    sTouched touched;
+    for (int y = 0; y < height; y++)
+        for (int x = 0; x < width; x++)
+            for (const int offset : offsets)
+                touched.Add(y * row + x * pStep + offset);
+    std::vector<tSample> values(touched.Count());
+    for (size_t i = 0; i < values.size(); i++)
+        values[i] = static_cast<tSample>(40 + 3 * i);
+    cGuarded input(values.size() * sizeof(tSample), pGuard);
+    std::memcpy(input.Data(), values.data(), values.size() * sizeof(tSample));
+
+    sCall odd(width, height, 8 * static_cast<int>(sizeof(tSample)), 8);
+    odd.fImage.samplesPerPixel = pStep;
+    odd.fImage.inputRowSamples = 8;
+    odd.fImage.bgrOrder = pBlueFirst;
+    odd.fRun.requestType = 9;
+    sCall plain(width, height, 8 * static_cast<int>(sizeof(tSample)), 8);
+    plain.fRun.requestType = 9;
+    for (int y = 0; y < height; y++)
+        for (int x = 0; x < width; x++)
+            for (size_t channel = 0; channel < 3; channel++) {
+                const int at = y * row + x * pStep + offsets[channel] - touched.fLowest;
+                std::memcpy(plain.fInput.data() + (3 * static_cast<size_t>(width * y + x) + channel) * sizeof(tSample),
+                            &values[static_cast<size_t>(at)], sizeof(tSample));
             }
+    const unsigned char* const start = input.Data() - touched.fLowest * static_cast<int>(sizeof(tSample));
+    const std::vector<float> read = XYZOf([&] {
+        CaptureStderr([&] { EXPECT_EQ(cpp_tm_selvane(&odd.fImage, &odd.fRun, 0, &odd.fSliders, start, nullptr), 1); });
+    });
+    EXPECT_EQ(read.size(), 18u);
+    EXPECT_EQ(read, XYZOf(plain)) << pStep;
+}
+
+// Steps that are not above 0 are taken as they stand. Red first and a step of 0, the blue sample and the green one lie
+// one before the red one; a step of -2 puts them three and two before it.
+TEST(Reading, StepsNotAboveZeroGoBackwardsAndReadNotAByteMore)
+{
+    for (const int step : {0, -1, -2, -5})
+        for (const int blueFirst : {0, 1})
+            for (const eGuard guard : {eGuardBehind, eGuardBefore}) {
+                SCOPED_TRACE(testing::Message() << "step " << step << " blue first " << blueFirst);
+                ExpectBackwardRead<uint8_t>(step, blueFirst, guard);
+                ExpectBackwardRead<uint16_t>(step, blueFirst, guard);
+            }
+}
+
+/// Addresses without memory behind them until they are touched.
+class cSparse
+{
+public:
+    explicit cSparse(size_t pSize) : fSize(pSize)
+    {
+        void* const block =
+            mmap(nullptr, pSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        fBlock = block == MAP_FAILED ? nullptr : static_cast<unsigned char*>(block);
+    }
+    ~cSparse()
+    {
+        if (fBlock != nullptr) munmap(fBlock, fSize);
+    }
+    cSparse(const cSparse&) = delete;
+    cSparse& operator=(const cSparse&) = delete;
+
+    unsigned char* Data() { return fBlock; }
+
+private:
+    size_t fSize;
+    unsigned char* fBlock;
+};
+
+// Rows 2^30 samples apart: the fourth begins at 3 * 2^30, which fits no 32-bit number.
+TEST(Reading, RowsMayLieBeyondTwoToThe31Samples)
+{
+    const int rowSamples = 1 << 30;
+    for (const int depth : {8, 16}) {
+        sCall plain(2, 4, depth, 8);
+        const std::vector<float> expected = XYZOf(plain);
+        const size_t sample = static_cast<size_t>(depth) / 8;
+        cSparse input((size_t{3} * rowSamples + 6) * sample);
+        ASSERT_NE(input.Data(), nullptr);
+        for (size_t y = 0; y < 4; y++)
+            std::memcpy(input.Data() + y * rowSamples * sample, plain.fInput.data() + 6 * y * sample, 6 * sample);
+        sCall sparse(2, 4, depth, 8);
+        sparse.fImage.inputRowSamples = rowSamples;
+        sparse.fRun.requestType = 9;
         const std::vector<float> read = XYZOf([&] {
-            CaptureStderr(
-                [&] { EXPECT_EQ(cpp_tm_selvane(&odd.fImage, &odd.fRun, 0, &odd.fSliders, start, nullptr), 1); });
+            CaptureStderr([&] {
+                EXPECT_EQ(cpp_tm_selvane(&sparse.fImage, &sparse.fRun, 0, &sparse.fSliders, input.Data(), nullptr), 1);
+            });
         });
-        EXPECT_EQ(read.size(), 18u);
-        EXPECT_EQ(read, XYZOf(plain)) << step;
+        EXPECT_EQ(read, expected);
     }
 }
 
@@ -418,6 +523,149 @@ TYPED_TEST(Writing, FourSamplesAPixelRedFirstStrideThroughTheBlockAndStopAtItsEn
             EXPECT_EQ(written(n + 2), static_cast<tSample>(0xA5A5)) << "the third sample is never written";
             EXPECT_EQ(written(n + 3), expected(n));
         }
+}
+
+/// Writes with a step that is not above 0, into a buffer that holds exactly the samples that are written, those before
+/// the host's pointer too. The block of 4 x 4 pixels has no padding: rows of 12 samples, 48 in all.
+template <class tSample>
+void ExpectBackwardWrite(int pStep, eGuard pGuard)
+{
+    const std::vector<tSample> block = Written<tSample>(4, 4, 3, 12, 1, 48);
+    const int half = SampleOffsets(pStep, 0)[1];
+    const int row = 17;
+    std::map<int, int> sources; // by target; the later of two writes stands
+    sTouched touched;
+    const auto take = [&](int pTarget, int pSource) {
+        if (pSource < 0 || pSource >= 48) return; // the host's sample stays as it was
+        sources[pTarget] = pSource;
+        touched.Add(pTarget);
+    };
+    for (int y = 0; y < 4; y++)
+        for (int x = 0; x < 4; x++) {
+            const int n = x * pStep;
+            take(row * y + n, 12 * y + n + pStep - 1);
+            take(row * y + n + half, 12 * y + n + half);
+            take(row * y + n + pStep - 1, 12 * y + n);
+        }
+    cGuarded output(touched.Count() * sizeof(tSample), pGuard);
+    std::memset(output.Data(), 0xA5, touched.Count() * sizeof(tSample));
+    sCall call(4, 4, 32, 8 * static_cast<int>(sizeof(tSample)));
+    call.fImage.samplesPerPixel = pStep;
+    call.fImage.outputRowSamples = row;
+    unsigned char* const start = output.Data() - touched.fLowest * static_cast<int>(sizeof(tSample));
+    CaptureStderr(
+        [&] { EXPECT_EQ(cpp_tm_selvane(&call.fImage, &call.fRun, 0, &call.fSliders, call.fInput.data(), start), 1); });
+    for (int at = touched.fLowest; at <= touched.fHighest; at++) {
+        tSample written{};
+        std::memcpy(&written, start + at * static_cast<int>(sizeof(tSample)), sizeof written);
+        const auto source = sources.find(at);
+        const auto expected =
+            source == sources.end() ? static_cast<tSample>(0xA5A5) : block[static_cast<size_t>(source->second)];
+        EXPECT_EQ(written, expected) << at;
+    }
+}
+
+TYPED_TEST(Writing, StepsNotAboveZeroGoBackwardsAndWriteNotASampleMore)
+{
+    for (const int step : {0, -1, -2, -4, -9})
+        for (const eGuard guard : {eGuardBehind, eGuardBefore}) {
+            SCOPED_TRACE(step);
+            ExpectBackwardWrite<TypeParam>(step, guard);
+        }
+}
+
+// Red first and a step of -2: the first pixel's three sources are three, two and none before the block.
+TYPED_TEST(Writing, ASampleFromBeforeTheBlockLeavesTheHostsAsItWas)
+{
+    using tSample = TypeParam;
+    const std::vector<tSample> block = Written<tSample>(4, 4, 3, 12, 1, 48);
+    std::vector<tSample> buffer(64, static_cast<tSample>(0xA5A5));
+    sCall call(4, 4, 32, 8 * static_cast<int>(sizeof(tSample)));
+    call.fImage.samplesPerPixel = -2;
+    call.fImage.outputRowSamples = 12;
+    CaptureStderr([&] {
+        EXPECT_EQ(cpp_tm_selvane(&call.fImage, &call.fRun, 0, &call.fSliders, call.fInput.data(),
+                                 reinterpret_cast<unsigned char*>(buffer.data() + 10)),
+                  1);
+    });
+    EXPECT_EQ(buffer[10], static_cast<tSample>(0xA5A5)) << "red, from -3";
+    EXPECT_EQ(buffer[10 - 2], static_cast<tSample>(0xA5A5)) << "green, from -2, and red of the second pixel, from -5";
+    EXPECT_EQ(buffer[10 - 3], block[0]) << "blue, from 0";
+}
+
+/// Fills what the heap hands out, and what it takes back, with a pattern as long as it lives.
+class cScribblingHeap
+{
+public:
+    cScribblingHeap() { mallopt(M_PERTURB, 0x5A); }
+    ~cScribblingHeap() { mallopt(M_PERTURB, 0); }
+    cScribblingHeap(const cScribblingHeap&) = delete;
+    cScribblingHeap& operator=(const cScribblingHeap&) = delete;
+};
+
+// 8 x 29: three padded rows behind the last. Rows of 30 samples, in one piece, reach 27 * 6 samples behind the picture.
+TYPED_TEST(Writing, PaddedRowsBehindThePictureAreZero)
+{
+    using tSample = TypeParam;
+    const cScribblingHeap heap;
+    const std::vector<tSample> full = Written<tSample>(8, 29, 3, 24, 1, 24 * 29);
+    const std::vector<tSample> longer = Written<tSample>(8, 29, 3, 30, 1, 30 * 29);
+    EXPECT_EQ(std::memcmp(longer.data(), full.data(), full.size() * sizeof(tSample)), 0);
+    for (size_t i = 24 * 29; i < 24 * 32; i++)
+        ASSERT_EQ(longer[i], 0) << i;
+    for (size_t i = 24 * 32; i < 30 * 29; i++)
+        ASSERT_EQ(longer[i], static_cast<tSample>(0xA5A5)) << "behind the padded rows too: " << i;
+}
+
+// 5 x 3: a row of the picture is 15 samples and 9 of padding, the fourth row is padding.
+TYPED_TEST(Writing, PaddingBehindThePixelsOfARowIsZero)
+{
+    using tSample = TypeParam;
+    const cScribblingHeap heap;
+    const std::vector<tSample> full = Written<tSample>(5, 3, 3, 15, 1, 45);
+    const std::vector<tSample> longer = Written<tSample>(5, 3, 3, 30, 1, 90);
+    for (size_t y = 0; y < 3; y++)
+        for (size_t i = 0; i < 30; i++) {
+            const size_t row = y + i / 24;
+            const bool pixels = row < 3 && i % 24 < 15;
+            ASSERT_EQ(longer[30 * y + i], pixels ? full[15 * row + i % 24] : tSample{0}) << y << " " << i;
+        }
+}
+
+TYPED_TEST(Writing, StepsAboveThreeMeetZerosBehindThePixels)
+{
+    using tSample = TypeParam;
+    const cScribblingHeap heap;
+    // 5 x 3 pixels: a block of 4 rows of 24 samples, of which 3 x 15 are pixels
+    const std::vector<tSample> picture = Written<tSample>(5, 3, 3, 15, 1, 45);
+    const std::vector<tSample> eight = Written<tSample>(5, 3, 8, 40, 0, 120);
+    for (int y = 0; y < 3; y++)
+        for (int x = 0; x < 5; x++) {
+            const int source = 24 * y + 8 * x; // of the last sample of the host's pixel
+            const bool pixels = source / 24 < 3 && source % 24 < 15;
+            const tSample expected = source >= 96 ? static_cast<tSample>(0xA5A5)
+                                     : pixels     ? picture[static_cast<size_t>(source / 24 * 15 + source % 24)]
+                                                  : tSample{0};
+            ASSERT_EQ(eight[static_cast<size_t>(40 * y + 8 * x + 7)], expected) << y << " " << x;
+        }
+}
+
+TYPED_TEST(Writing, RowsMayLieBeyondTwoToThe31Samples)
+{
+    using tSample = TypeParam;
+    const int rowSamples = 1 << 30;
+    const std::vector<tSample> plain = Picture<tSample>(2, 4);
+    cSparse output((size_t{3} * rowSamples + 6) * sizeof(tSample));
+    ASSERT_NE(output.Data(), nullptr);
+    sCall call(2, 4, 32, 8 * static_cast<int>(sizeof(tSample)));
+    call.fImage.outputRowSamples = rowSamples;
+    CaptureStderr([&] {
+        EXPECT_EQ(cpp_tm_selvane(&call.fImage, &call.fRun, 0, &call.fSliders, call.fInput.data(), output.Data()), 1);
+    });
+    for (size_t y = 0; y < 4; y++)
+        EXPECT_EQ(
+            std::memcmp(output.Data() + y * rowSamples * sizeof(tSample), plain.data() + 6 * y, 6 * sizeof(tSample)), 0)
+            << y;
 }
 
 } // namespace

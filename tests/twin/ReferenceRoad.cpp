@@ -67,7 +67,7 @@ struct sState
     float black = 0.0f;
     float requestedBlack = 0.0f;
     float requestedWhite = 0.0f;
-    std::vector<unsigned char> block;  ///< the output bitmap, padding included
+    std::vector<unsigned char> block;  ///< the output bitmap; its padding is zero
     std::vector<unsigned char> filled; ///< 1 for each byte of the block that a pixel fills
     std::int64_t largestGrid;
 
@@ -374,8 +374,7 @@ void SplitLayers(sState& pState)
 {
     const sFilterInput input = FilterInput(pState);
     if (IsRefused(input)) throw std::bad_array_new_length();
-    const float beyond = input.wrap && input.space > 0.0f ? 6.0f * input.space : 0.0f;
-    const std::int64_t columns = std::int64_t(beyond) + input.width;
+    const std::int64_t columns = input.wrap ? std::int64_t(6.0f * input.space) + input.width : input.width;
     if (MeasureGrid(input).Floats() / 2 > pState.largestGrid || columns * input.height > pState.largestGrid)
         throw sTooLarge{};
     const sFilterResult result = Filter(input);
@@ -802,7 +801,7 @@ void RenderFinal(sState& pState)
 // ---------------------------------------------------------------------------
 
 /// Copies one byte of the block, if it is one.
-void CopyByte(sState& pState, std::int64_t pFrom, unsigned char* pOutput, unsigned char* pUnknown, std::int64_t pTo)
+void CopyByte(sState& pState, std::int64_t pFrom, unsigned char* pOutput, std::int64_t pTo)
 {
     if (pFrom < 0 || pFrom >= std::int64_t(pState.block.size())) {
         pState.Met(eRuleCopyBeyondBlock);
@@ -810,10 +809,9 @@ void CopyByte(sState& pState, std::int64_t pFrom, unsigned char* pOutput, unsign
     }
     if (!pState.filled[size_t(pFrom)]) pState.Met(eRuleCopyPadding);
     pOutput[pTo] = pState.block[size_t(pFrom)];
-    pUnknown[pTo] = pState.filled[size_t(pFrom)] ? 0 : 1;
 }
 
-void CopyRows(sState& pState, unsigned char* pOutput, unsigned char* pUnknown)
+void CopyRows(sState& pState, unsigned char* pOutput)
 {
     const sTmImageDesc& image = pState.image;
     const std::int64_t pixelBytes = std::int64_t(image.outputDepth) * image.samplesPerPixel / 8;
@@ -823,22 +821,22 @@ void CopyRows(sState& pState, unsigned char* pOutput, unsigned char* pUnknown)
         pState.Met(eRuleCopyRows);
         for (std::int64_t y = 0; y < image.height; y++)
             for (std::int64_t n = 0; n < rowBytes; n++)
-                CopyByte(pState, y * stride + n, pOutput, pUnknown, y * rowBytes + n);
+                CopyByte(pState, y * stride + n, pOutput, y * rowBytes + n);
         return;
     }
     pState.Met(eRuleCopyBlock);
     for (std::int64_t n = 0; n < image.height * rowBytes; n++)
-        CopyByte(pState, n, pOutput, pUnknown, n);
+        CopyByte(pState, n, pOutput, n);
 }
 
-void CopySample(sState& pState, std::int64_t pFrom, unsigned char* pOutput, unsigned char* pUnknown, std::int64_t pTo)
+void CopySample(sState& pState, std::int64_t pFrom, unsigned char* pOutput, std::int64_t pTo)
 {
     const std::int64_t size = pState.image.outputDepth / 8;
     for (std::int64_t n = 0; n < size; n++)
-        CopyByte(pState, pFrom * size + n, pOutput, pUnknown, pTo * size + n);
+        CopyByte(pState, pFrom * size + n, pOutput, pTo * size + n);
 }
 
-void CopySwapped(sState& pState, unsigned char* pOutput, unsigned char* pUnknown)
+void CopySwapped(sState& pState, unsigned char* pOutput)
 {
     const sTmImageDesc& image = pState.image;
     const std::int64_t s = image.samplesPerPixel;
@@ -849,9 +847,9 @@ void CopySwapped(sState& pState, unsigned char* pOutput, unsigned char* pUnknown
         const std::int64_t to = y * image.outputRowSamples;
         for (std::int64_t i = 0; i < image.width; i++) {
             const std::int64_t n = i * s;
-            CopySample(pState, from + n + s - 1, pOutput, pUnknown, to + n);
-            CopySample(pState, from + n + green, pOutput, pUnknown, to + n + green);
-            CopySample(pState, from + n, pOutput, pUnknown, to + n + s - 1);
+            CopySample(pState, from + n + s - 1, pOutput, to + n);
+            CopySample(pState, from + n + green, pOutput, to + n + green);
+            CopySample(pState, from + n, pOutput, to + n + s - 1);
         }
     }
 }
@@ -898,7 +896,7 @@ void Render(sState& pState)
     pState.road.fWhite = pState.white;
 }
 
-void HandBack(sState& pState, sTmSliders* pSliders, unsigned char* pOutput, unsigned char* pUnknown)
+void HandBack(sState& pState, sTmSliders* pSliders, unsigned char* pOutput)
 {
     if (pState.parameters.requestType != 1) {
         pSliders->blackPoint = pState.requestedBlack;
@@ -907,14 +905,13 @@ void HandBack(sState& pState, sTmSliders* pSliders, unsigned char* pOutput, unsi
     if (pState.parameters.requestType == 9)
         pState.Met(eRuleNoCopy);
     else if (pState.image.bgrOrder != 0)
-        CopyRows(pState, pOutput, pUnknown);
+        CopyRows(pState, pOutput);
     else
-        CopySwapped(pState, pOutput, pUnknown);
+        CopySwapped(pState, pOutput);
 }
 
 /// The guarded part of the call, with the 8-bit bitmap's line when that bitmap goes.
-void Guarded(sState& pState, sTmSliders* pSliders, const unsigned char* pInput, unsigned char* pOutput,
-             unsigned char* pUnknown)
+void Guarded(sState& pState, sTmSliders* pSliders, const unsigned char* pInput, unsigned char* pOutput)
 {
     BuildInput(pState, pInput);
     if (pState.image.outputDepth != 8 && pState.image.outputDepth != 16) {
@@ -926,7 +923,7 @@ void Guarded(sState& pState, sTmSliders* pSliders, const unsigned char* pInput, 
     pState.Met(pState.image.outputDepth == 8 ? eRuleOutput8 : eRuleOutput16);
     try {
         Render(pState);
-        HandBack(pState, pSliders, pOutput, pUnknown);
+        HandBack(pState, pSliders, pOutput);
     } catch (...) {
         pState.road.fErrorText += freeing;
         throw;
@@ -938,7 +935,7 @@ void Guarded(sState& pState, sTmSliders* pSliders, const unsigned char* pInput, 
 } // namespace
 
 sRoad Road(const sTmImageDesc* pImage, const sTmRunSettings* pRun, std::int32_t pColorSpace, sTmSliders* pSliders,
-           const unsigned char* pInput, unsigned char* pOutput, unsigned char* pUnknown, std::int64_t pLargestGrid)
+           const unsigned char* pInput, unsigned char* pOutput, std::int64_t pLargestGrid)
 {
     sState state{};
     state.image = *pImage;
@@ -952,7 +949,7 @@ sRoad Road(const sTmImageDesc* pImage, const sTmRunSettings* pRun, std::int32_t 
         return state.road;
     }
     try {
-        Guarded(state, pSliders, pInput, pOutput, pUnknown);
+        Guarded(state, pSliders, pInput, pOutput);
     } catch (const std::bad_alloc&) {
         state.Met(eRuleOutOfMemory);
         state.road.fResult = -4;

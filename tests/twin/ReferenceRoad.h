@@ -114,12 +114,9 @@ struct sRoad
     float fWhite = 0.0f;
 };
 
-/// The same six arguments as the entry, and
-///   pUnknown       beside pOutput, same size: 1 where a byte comes from padding, which nothing fills
-///   pLargestGrid   cells of the filter's grid above which the road is given up
+/// The same six arguments as the entry, and the cells of the filter's grid above which the road is given up.
 sRoad Road(const sTmImageDesc* pImage, const sTmRunSettings* pRun, std::int32_t pColorSpace, sTmSliders* pSliders,
-           const unsigned char* pInput, unsigned char* pOutput, unsigned char* pUnknown,
-           std::int64_t pLargestGrid = 3000000);
+           const unsigned char* pInput, unsigned char* pOutput, std::int64_t pLargestGrid = 3000000);
 
 } // namespace SelvaneTwin
 

@@ -97,8 +97,7 @@ TEST(Reference, ABadInputDepthTouchesNothing)
     sTmSliders sliders{};
     sliders.blackPoint = 7.0f;
     unsigned char pixels[64] = {};
-    unsigned char unknown[64] = {};
-    const sRoad road = Road(&image, &run, 0, &sliders, pixels, pixels, unknown);
+    const sRoad road = Road(&image, &run, 0, &sliders, pixels, pixels);
     EXPECT_EQ(road.fResult, -2);
     EXPECT_EQ(sliders.blackPoint, 7.0f);
     EXPECT_EQ(road.fErrorText, "");
@@ -111,15 +110,14 @@ TEST(Reference, AUniformPictureIsBlackAndARampIsNot)
     const sTmRunSettings run = {2, 0, 0};
     std::vector<unsigned char> input(768, 99);
     std::vector<unsigned char> output(768, 5);
-    std::vector<unsigned char> unknown(768);
     sTmSliders sliders{};
-    const sRoad flat = Road(&image, &run, 0, &sliders, input.data(), output.data(), unknown.data());
+    const sRoad flat = Road(&image, &run, 0, &sliders, input.data(), output.data());
     EXPECT_EQ(flat.fResult, 1);
     EXPECT_EQ(output, std::vector<unsigned char>(768, 0));
     EXPECT_EQ(sliders.whitePoint, 0.0f);
     for (size_t i = 0; i < input.size(); i++)
         input[i] = static_cast<unsigned char>(i / 3);
-    const sRoad ramp = Road(&image, &run, 0, &sliders, input.data(), output.data(), unknown.data());
+    const sRoad ramp = Road(&image, &run, 0, &sliders, input.data(), output.data());
     EXPECT_EQ(ramp.fResult, 1);
     EXPECT_EQ(ramp.fDivides.size(), 2u);
     EXPECT_GT(sliders.whitePoint, 0.0f);
