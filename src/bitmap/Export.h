@@ -1,7 +1,8 @@
 #ifndef SELVANE_BITMAP_EXPORT_H
 #define SELVANE_BITMAP_EXPORT_H
 
-// Marks what Selvane.so.1 hands out; everything else is hidden.
-#define SELVANE_API __attribute__((visibility("default")))
+// The former place of base/Export.h, for programs that include it from here.
+
+#include "base/Export.h"
 
 #endif

@@ -1,6 +1,6 @@
 #include "bitmap/cBitmap.h"
 
-#include "bitmap/Require.h"
+#include "base/Require.h"
 
 namespace Vornik
 {

@@ -1,7 +1,7 @@
 #ifndef SELVANE_BITMAP_CBITMAP_H
 #define SELVANE_BITMAP_CBITMAP_H
 
-#include "bitmap/Export.h"
+#include "base/Export.h"
 #include "color/cColorSpace.h"
 
 namespace Vornik

@@ -1,7 +1,7 @@
 #include "bitmap/cBitmapBGR16.h"
 
+#include "base/Require.h"
 #include "bitmap/FlatBlock.h"
-#include "bitmap/Require.h"
 #include "bitmap/cBitmapBGR8.h"
 #include "bitmap/cBitmapXYZ32.h"
 #include "bitmap/cMemUtils.h"

@@ -1,7 +1,7 @@
 #include "bitmap/cBitmapBGR8.h"
 
+#include "base/Require.h"
 #include "bitmap/FlatBlock.h"
-#include "bitmap/Require.h"
 #include "bitmap/cBitmapXYZ32.h"
 #include "bitmap/cMemUtils.h"
 #include "curve/cTransfer.h"

@@ -1,6 +1,6 @@
 #include "bitmap/cBitmapU16T.h"
 
-#include "bitmap/Require.h"
+#include "base/Require.h"
 #include "bitmap/cMemUtils.h"
 
 #include <climits>

@@ -1,8 +1,8 @@
 #include "bitmap/cBitmapXYZ32.h"
 
+#include "base/Numeric.h"
+#include "base/Require.h"
 #include "bitmap/FlatBlock.h"
-#include "bitmap/Numeric.h"
-#include "bitmap/Require.h"
 #include "bitmap/cMemUtils.h"
 #include "image/cImageUtils.h"
 

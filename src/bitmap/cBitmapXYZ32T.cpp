@@ -1,7 +1,7 @@
 #include "bitmap/cBitmapXYZ32T.h"
 
+#include "base/Require.h"
 #include "bitmap/FlatBlock.h"
-#include "bitmap/Require.h"
 #include "bitmap/cBitmapXYZ32.h"
 #include "bitmap/cMemUtils.h"
 

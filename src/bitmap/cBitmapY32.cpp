@@ -1,6 +1,6 @@
 #include "bitmap/cBitmapY32.h"
 
-#include "bitmap/Require.h"
+#include "base/Require.h"
 #include "bitmap/cMemUtils.h"
 
 namespace Vornik

@@ -1,7 +1,7 @@
 #include "bitmap/cBitmapY8.h"
 
-#include "bitmap/Require.h"
-#include "bitmap/Versions.h"
+#include "base/Require.h"
+#include "base/Versions.h"
 #include "bitmap/cMemUtils.h"
 
 #include <cstddef>

@@ -1,7 +1,7 @@
 #ifndef SELVANE_BITMAP_CEXCEPTION_H
 #define SELVANE_BITMAP_CEXCEPTION_H
 
-#include "bitmap/Export.h"
+#include "base/Export.h"
 
 #include <stdexcept>
 

@@ -1,7 +1,7 @@
 #include "bitmap/cMemUtils.h"
 
+#include "base/Require.h"
 #include "bitmap/FlatBlock.h"
-#include "bitmap/Require.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -1,7 +1,7 @@
 #ifndef SELVANE_BITMAP_CMEMUTILS_H
 #define SELVANE_BITMAP_CMEMUTILS_H
 
-#include "bitmap/Export.h"
+#include "base/Export.h"
 
 namespace Vornik
 {

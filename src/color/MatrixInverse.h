@@ -3,7 +3,7 @@
 
 // The inverse of a 3 x 3 matrix by its adjugate, internal; the same steps in both precisions.
 
-#include "bitmap/Versions.h"
+#include "base/Versions.h"
 
 namespace Vornik
 {

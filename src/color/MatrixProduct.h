@@ -4,7 +4,7 @@
 // Products of whole matrices and of a matrix with a column vector, internal. The sums are plain, from left to right,
 // with no fused step. Where a pixel loop asks for fused steps it writes them itself.
 
-#include "bitmap/Versions.h"
+#include "base/Versions.h"
 #include "color/cMatrix.h"
 #include "color/cMatrixD.h"
 #include "color/cVector.h"

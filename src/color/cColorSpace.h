@@ -10,7 +10,7 @@
 // not changed afterwards, so that any number of threads may read it. Primaries and white points are not checked: with
 // primaries on one line the inverses that do not exist are all zero, and a white with y = 0 gives infinities and NaN.
 
-#include "bitmap/Export.h"
+#include "base/Export.h"
 #include "color/cMatrix.h"
 #include "color/cMatrixD.h"
 #include "color/cVector.h"

@@ -1,6 +1,6 @@
 #include "color/cColorUtils.h"
 
-#include "bitmap/Numeric.h"
+#include "base/Numeric.h"
 #include "color/MatrixProduct.h"
 #include "color/cColorSpace.h"
 

@@ -1,7 +1,7 @@
 #ifndef SELVANE_COLOR_CCOLORUTILS_H
 #define SELVANE_COLOR_CCOLORUTILS_H
 
-#include "bitmap/Export.h"
+#include "base/Export.h"
 #include "color/cVector.h"
 
 namespace Vornik

@@ -1,7 +1,7 @@
 #ifndef SELVANE_COLOR_CMATRIX_H
 #define SELVANE_COLOR_CMATRIX_H
 
-#include "bitmap/Export.h"
+#include "base/Export.h"
 
 namespace Vornik
 {

@@ -1,7 +1,7 @@
 #include "curve/cHermiteSpline.h"
 
-#include "bitmap/Numeric.h"
-#include "bitmap/Require.h"
+#include "base/Numeric.h"
+#include "base/Require.h"
 #include "curve/SplineTables.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #ifndef SELVANE_CURVE_CHERMITESPLINE_H
 #define SELVANE_CURVE_CHERMITESPLINE_H
 
-#include "bitmap/Export.h"
+#include "base/Export.h"
 #include "color/cVector.h"
 #include "curve/cTransfer.h"
 

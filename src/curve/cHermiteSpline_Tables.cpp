@@ -1,6 +1,6 @@
 #include "curve/cHermiteSpline.h"
 
-#include "bitmap/Numeric.h"
+#include "base/Numeric.h"
 #include "curve/SplineTables.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "curve/cTransfer.h"
 
-#include "bitmap/Numeric.h"
-#include "bitmap/Require.h"
+#include "base/Numeric.h"
+#include "base/Require.h"
 
 #include <algorithm>
 #include <cmath>

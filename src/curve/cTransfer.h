@@ -1,7 +1,7 @@
 #ifndef SELVANE_CURVE_CTRANSFER_H
 #define SELVANE_CURVE_CTRANSFER_H
 
-#include "bitmap/Export.h"
+#include "base/Export.h"
 
 namespace Vornik
 {

@@ -10,7 +10,7 @@
 //
 // Preparation is the costly one; a change of a curve pays for the final stage alone.
 
-#include "bitmap/Export.h"
+#include "base/Export.h"
 #include "color/cMatrix.h"
 
 namespace Vornik

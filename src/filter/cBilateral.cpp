@@ -1,8 +1,8 @@
 #include "filter/cBilateral.h"
 
-#include "bitmap/Numeric.h"
-#include "bitmap/Versions.h"
-#include "filter/Cancel.h"
+#include "base/Cancel.h"
+#include "base/Numeric.h"
+#include "base/Versions.h"
 #include "filter/DivideWork.h"
 
 #include <algorithm>

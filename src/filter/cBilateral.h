@@ -1,7 +1,7 @@
 #ifndef SELVANE_FILTER_CBILATERAL_H
 #define SELVANE_FILTER_CBILATERAL_H
 
-#include "bitmap/Export.h"
+#include "base/Export.h"
 
 /// @file
 /// Edge-preserving filters on planes of floats, and the tile functions that they hand to DivideWork.

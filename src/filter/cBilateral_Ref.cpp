@@ -1,7 +1,7 @@
 #include "filter/cBilateral.h"
 
-#include "bitmap/Numeric.h"
-#include "bitmap/Versions.h"
+#include "base/Numeric.h"
+#include "base/Versions.h"
 #include "filter/DivideWork.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "image/cImageUtils.h"
 
-#include "bitmap/Require.h"
+#include "base/Require.h"
 #include "image/cImageUtils_Rows.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #ifndef SELVANE_IMAGE_CIMAGEUTILS_H
 #define SELVANE_IMAGE_CIMAGEUTILS_H
 
-#include "bitmap/Export.h"
+#include "base/Export.h"
 #include "bitmap/cBitmap.h"
 #include "bitmap/cBitmapBGR16.h"
 #include "bitmap/cBitmapBGR8.h"

@@ -1,6 +1,6 @@
 #include "image/cImageUtils_Rows.h"
 
-#include "bitmap/Numeric.h"
+#include "base/Numeric.h"
 
 #include <cmath>
 #include <cstring>

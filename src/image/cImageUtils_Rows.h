@@ -5,7 +5,7 @@
 // bitmaps. pSamples counts samples, pPixels pixels of three samples. Unless said otherwise source and target are
 // different pictures and do not overlap.
 
-#include "bitmap/Versions.h"
+#include "base/Versions.h"
 #include "color/cMatrix.h"
 
 #include <bit>

@@ -1,12 +1,13 @@
 #include "render/cTmRenderer.h"
 
-#include "bitmap/Require.h"
+#include "base/Cancel.h"
+#include "base/Require.h"
 #include "bitmap/cBitmap.h"
 #include "bitmap/cBitmapU16T.h"
 #include "bitmap/cBitmapXYZ32.h"
+#include "color/EncodeTable.h"
 #include "color/cColorSpace.h"
 #include "curve/RendererCurves.h"
-#include "filter/Cancel.h"
 #include "yhmv/cYHMVColorSpace.h"
 
 #include <memory>

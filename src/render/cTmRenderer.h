@@ -1,7 +1,7 @@
 #ifndef SELVANE_RENDER_CTM_RENDERER_H
 #define SELVANE_RENDER_CTM_RENDERER_H
 
-#include "bitmap/Export.h"
+#include "base/Export.h"
 #include "color/cMatrix.h"
 #include "curve/cHermiteSpline.h"
 

@@ -1,11 +1,11 @@
 #include "render/cTmRenderer.h"
 
-#include "bitmap/Numeric.h"
+#include "base/Cancel.h"
+#include "base/Numeric.h"
 #include "bitmap/cBitmap.h"
+#include "color/EncodeTable.h"
 #include "color/MatrixProduct.h"
 #include "color/cColorSpace.h"
-#include "curve/RendererCurves.h"
-#include "filter/Cancel.h"
 #include "yhmv/cYHMVColorSpace.h"
 
 #include <cmath>

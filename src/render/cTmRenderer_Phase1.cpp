@@ -1,7 +1,7 @@
 #include "render/cTmRenderer.h"
 
+#include "base/Cancel.h"
 #include "bitmap/cBitmapXYZ32.h"
-#include "filter/Cancel.h"
 #include "filter/cBilateral.h"
 
 #include <algorithm>

@@ -1,9 +1,9 @@
 #include "render/cTmRenderer.h"
 
-#include "bitmap/Numeric.h"
+#include "base/Cancel.h"
+#include "base/Numeric.h"
 #include "bitmap/cBitmapU16T.h"
 #include "bitmap/cBitmapXYZ32.h"
-#include "filter/Cancel.h"
 
 #include <algorithm>
 #include <cmath>

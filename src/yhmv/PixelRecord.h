@@ -4,7 +4,7 @@
 // The two pixel records by byte, internal; cYHMVColorSpace.h draws them. Rows are worked off in strips: field by field
 // over small arrays, so that the arithmetic between loading and storing vectorises.
 
-#include "bitmap/Versions.h"
+#include "base/Versions.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #include "yhmv/cYHMVColorSpace.h"
 
-#include "bitmap/Numeric.h"
-#include "bitmap/Require.h"
+#include "base/Numeric.h"
+#include "base/Require.h"
 #include "bitmap/cBitmap.h"
 #include "bitmap/cBitmapU16T.h"
 #include "bitmap/cBitmapXYZ32.h"

@@ -28,7 +28,7 @@
 //     Y not above 0 (YHMV only)          Y = 0.000001, H = 0, M = V = 1: a dark neutral
 //     largest primary not above 0        M = 0, V = 1.17549435e-38 (the smallest normal float), Y and H as they are
 
-#include "bitmap/Export.h"
+#include "base/Export.h"
 #include "color/cMatrix.h"
 
 namespace Vornik

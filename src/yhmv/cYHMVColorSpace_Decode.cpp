@@ -1,6 +1,6 @@
 #include "yhmv/cYHMVColorSpace.h"
 
-#include "bitmap/Numeric.h"
+#include "base/Numeric.h"
 #include "bitmap/cBitmap.h"
 #include "bitmap/cBitmapU16T.h"
 #include "yhmv/PixelRecord.h"

@@ -1,6 +1,6 @@
 #include "filter/DivideWork.h"
 
-#include "filter/Cancel.h"
+#include "base/Cancel.h"
 #include "support/Host.h"
 
 #include <gtest/gtest.h>

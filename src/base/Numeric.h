@@ -1,10 +1,10 @@
-#ifndef SELVANE_BITMAP_NUMERIC_H
-#define SELVANE_BITMAP_NUMERIC_H
+#ifndef SELVANE_BASE_NUMERIC_H
+#define SELVANE_BASE_NUMERIC_H
 
 // Conversions between floats and integers that every folder shares, internal. The language leaves a float outside the
 // integer's range undefined; here it saturates, and NaN gives 0.
 
-#include "bitmap/Versions.h"
+#include "base/Versions.h"
 
 #include <cstdint>
 #include <new>

@@ -1,5 +1,5 @@
-#ifndef SELVANE_FILTER_CANCEL_H
-#define SELVANE_FILTER_CANCEL_H
+#ifndef SELVANE_BASE_CANCEL_H
+#define SELVANE_BASE_CANCEL_H
 
 // The two byte flags of a cancellable operation, internal: another thread of the caller may write pCancel at any time,
 // and several tiles may set pCancelled at once. Relaxed is enough; nothing else is passed on by these flags.

@@ -1,5 +1,5 @@
-#ifndef SELVANE_BITMAP_VERSIONS_H
-#define SELVANE_BITMAP_VERSIONS_H
+#ifndef SELVANE_BASE_VERSIONS_H
+#define SELVANE_BASE_VERSIONS_H
 
 // Several compiled versions of one plain loop, internal. The loader picks the one for its processor; the bits are the
 // same in all. A cloned function stands in an unnamed namespace, is a whole row or strip, and calls nothing but

@@ -1,5 +1,5 @@
-#ifndef SELVANE_BITMAP_REQUIRE_H
-#define SELVANE_BITMAP_REQUIRE_H
+#ifndef SELVANE_BASE_REQUIRE_H
+#define SELVANE_BASE_REQUIRE_H
 
 // Argument checks, internal. A check stands first in the public operation, in the source file named after the class,
 // since the exception reports the file, the time stamp and the signature of the place where the check is written.
