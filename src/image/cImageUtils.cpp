@@ -18,8 +18,7 @@ namespace Vornik
 namespace
 {
 
-// ---- Rows
-// -------------------------------------------------------------------------------------------------------------
+// ---- Rows -----------------------------------------------------------------------------------------------------------
 
 /// The first sample of row pY. A stride counts bytes; one that is no multiple of a sample is rounded down.
 template <class tBitmap>
@@ -105,8 +104,7 @@ void TransformRows(const cBitmapXYZ32* pFrom, cBitmapXYZ32* pTo, const cMatrix33
     ForEachRow(pFrom, pTo, [&](auto* pSrc, auto* pDst) { Rows::Transform(pSrc, pDst, PixelsOf(pTo), pMatrix); });
 }
 
-// ---- Rectangles
-// -------------------------------------------------------------------------------------------------------
+// ---- Rectangles -----------------------------------------------------------------------------------------------------
 
 /// Whether the pixel lies in the picture.
 bool HoldsCorner(const cBitmap* pBitmap, int pX, int pY)
@@ -172,8 +170,7 @@ void FillRows(tBitmap* pBitmap, tSample pFirst, tSample pSecond, tSample pThird)
         std::copy_n(first, SamplesOf(pBitmap), RowOf(pBitmap, y));
 }
 
-// ---- Statistics
-// -------------------------------------------------------------------------------------------------------
+// ---- Statistics -----------------------------------------------------------------------------------------------------
 
 Rows::sExtremes Measure(const cBitmapXYZ32* pBitmap)
 {
@@ -259,8 +256,7 @@ int LargestDifferenceOf(const tBitmap* pFirst, const tBitmap* pSecond)
 
 } // namespace
 
-// ---- Scalings
-// ---------------------------------------------------------------------------------------------------------
+// ---- Scalings -------------------------------------------------------------------------------------------------------
 
 void cImageUtils::BGR8ToBGR32(const cBitmapBGR8* pSrcBGR8, cBitmapXYZ32* pDstBGR32)
 {
@@ -346,8 +342,7 @@ cBitmapBGR16* cImageUtils::BGR32ToBGR16(const cBitmapXYZ32* pSrcBGR32, eColorSpa
     return target.release();
 }
 
-// ---- Transfers
-// --------------------------------------------------------------------------------------------------------
+// ---- Transfers ------------------------------------------------------------------------------------------------------
 
 void cImageUtils::BGR8ToBGR32Linear(const cBitmapBGR8* pSrcBGR8, cBitmapXYZ32* pDstBGR32)
 {
@@ -441,8 +436,7 @@ cBitmapBGR16* cImageUtils::BGR32LinearToBGR16(const cBitmapXYZ32* pSrcBGR32, eCo
     return target.release();
 }
 
-// ---- Transfer and matrix
-// ----------------------------------------------------------------------------------------------
+// ---- Transfer and matrix --------------------------------------------------------------------------------------------
 
 void cImageUtils::BGR8ToFloat3(cBitmapBGR8* pFromBGR8, cBitmapXYZ32* pToXYZ32, cTransferLUT_I8F32* pTransferLUT,
                                cMatrix33 pMatrix)
@@ -500,8 +494,7 @@ void cImageUtils::Float3ToBGR16(cBitmapXYZ32* pFromXYZ32, cBitmapBGR16* pToBGR16
     TransformEncodeRows(pFromXYZ32, pToBGR16, *pTransfer, pMatrix);
 }
 
-// ---- Integer depths
-// ---------------------------------------------------------------------------------------------------
+// ---- Integer depths -------------------------------------------------------------------------------------------------
 
 void cImageUtils::Convert(cBitmapBGR16* pFromBGR16, cBitmapBGR8* pToBGR8)
 {
@@ -527,8 +520,7 @@ void cImageUtils::Convert(cBitmapBGR8* pFromBGR8, cBitmapBGR16* pToBGR16)
     ChangeDepthRows(pFromBGR8, pToBGR16);
 }
 
-// ---- Copies of rectangles
-// ---------------------------------------------------------------------------------------------
+// ---- Copies of rectangles -------------------------------------------------------------------------------------------
 
 void cImageUtils::Copy(const cBitmapBGR8* pSrcBGR, cBitmapBGR8* pDstBGR, int pSrcX, int pSrcY, int pDstX, int pDstY,
                        int pWidth, int pHeight)
@@ -606,8 +598,7 @@ void cImageUtils::Copy(const cBitmapLDR* pSrcBGR, cBitmapLDR* pDstBGR, int pSrcX
              pWidth, pHeight);
 }
 
-// ---- Fills
-// ------------------------------------------------------------------------------------------------------------
+// ---- Fills ----------------------------------------------------------------------------------------------------------
 
 void cImageUtils::Fill(cBitmapBGR8* pBGR, unsigned char pRed, unsigned char pGreen, unsigned char pBlue)
 {
@@ -645,8 +636,7 @@ void cImageUtils::Fill(cBitmapXYZ32* pXYZ32, float pValue)
     Fill(pXYZ32, pValue, pValue, pValue);
 }
 
-// ---- Arithmetic
-// -------------------------------------------------------------------------------------------------------
+// ---- Arithmetic -----------------------------------------------------------------------------------------------------
 
 void cImageUtils::Sub(cBitmapXYZ32* pSrc1, const cBitmapXYZ32* pSrc2)
 {
@@ -705,8 +695,7 @@ void cImageUtils::ClampLow(cBitmapXYZ32* pSrcXYZ32, int pChannel, float pLow)
     ForEachRow(pSrcXYZ32, [=](float* pRow) { Rows::ClampLow(pRow + pChannel, PixelsOf(pSrcXYZ32), pLow); });
 }
 
-// ---- Matrix over all pixels
-// -------------------------------------------------------------------------------------------
+// ---- Matrix over all pixels -----------------------------------------------------------------------------------------
 
 void cImageUtils::TransformInPlace(cBitmapXYZ32* pXYZ32, cMatrix33 pMatrix)
 {
@@ -734,8 +723,7 @@ void cImageUtils::ColorTransform(cBitmapXYZ32* pXYZ32, cMatrix33 pMatrix)
     ColorTransform(pXYZ32, pXYZ32, pMatrix);
 }
 
-// ---- Single channels
-// --------------------------------------------------------------------------------------------------
+// ---- Single channels ------------------------------------------------------------------------------------------------
 
 void cImageUtils::ExtractChannel(const cBitmapXYZ32* pSrcXYZ32, float* pDest, int pChannel)
 {
@@ -761,8 +749,7 @@ void cImageUtils::ReplaceChannel(const float* pSrc, cBitmapXYZ32* pDstXYZ32, int
         Rows::Replace(pSrc + static_cast<size_t>(y) * width, RowOf(pDstXYZ32, y) + pChannel, width);
 }
 
-// ---- Statistics
-// -------------------------------------------------------------------------------------------------------
+// ---- Statistics -----------------------------------------------------------------------------------------------------
 
 void cImageUtils::GetMinMax(const cBitmapXYZ32* pSrcXYZ32, int pChannel, float& pMin, float& pMax)
 {
@@ -815,8 +802,7 @@ void cImageUtils::Mean(const cBitmapXYZ32* pSrc, float& pMean0, float& pMean1, f
     pMean2 = static_cast<float>(sums[2] * factor);
 }
 
-// ---- Comparison
-// -------------------------------------------------------------------------------------------------------
+// ---- Comparison -----------------------------------------------------------------------------------------------------
 
 void cImageUtils::Diff(const cBitmapXYZ32* pSrc1, const cBitmapXYZ32* pSrc2, double& pDiff0, double& pDiff1,
                        double& pDiff2)

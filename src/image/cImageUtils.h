@@ -55,7 +55,6 @@ public:
     static cBitmapBGR16* BGR32ToBGR16(const cBitmapXYZ32* pSrcBGR32, eColorSpaceID pColorSpace);
 
     // ---- Transfers: through a table of the integer picture's colour space
-    // ---------------------------------------------
     //
     // The table is built for the call. Throws a cInvalidOperationException "Color space is not set." after the argument
     // checks when the integer picture has no colour space.
@@ -82,7 +81,6 @@ public:
     static cBitmapBGR16* BGR32LinearToBGR16(const cBitmapXYZ32* pSrcBGR32, eColorSpaceID pColorSpace);
 
     // ---- Transfer and matrix, with the caller's table
-    // -----------------------------------------------------------------
     //
     // The matrix acts on the vector (red, green, blue) of linear floats. Each row of it is a sum in float: the product
     // of the second term, then the first and the third term added to it, each by one fused multiply-add. Nothing is
@@ -108,7 +106,6 @@ public:
     static void Convert(cBitmapBGR8* pFromBGR8, cBitmapBGR16* pToBGR16);
 
     // ---- Copies of rectangles
-    // -----------------------------------------------------------------------------------------
     //
     // Positions and sizes count pixels; both rectangles lie inside their pictures, otherwise cArgumentException. A
     // width or height below 1 throws cArgumentNullException. Each row goes over byte by byte from the lowest address

@@ -24,8 +24,7 @@ SELVANE_INLINE size_t StripLength(size_t pStart, size_t pCount, size_t pStrip)
     return pCount - pStart < pStrip ? pCount - pStart : pStrip;
 }
 
-// ---- Formulas of a sample or a pixel
-// ------------------------------------------------------------------------------------
+// ---- Formulas of a sample or a pixel --------------------------------------------------------------------------------
 
 template <class tSample>
 SELVANE_INLINE tSample ClampedTruncation(float pValue, float pLargest)
@@ -49,8 +48,7 @@ SELVANE_INLINE void TransformPixel(const cMatrix33& pMatrix, float pV0, float pV
     pOut2 = RowSum(pMatrix.m20, pMatrix.m21, pMatrix.m22, pV0, pV1, pV2);
 }
 
-// ---- Loops
-// --------------------------------------------------------------------------------------------------------------
+// ---- Loops ----------------------------------------------------------------------------------------------------------
 
 template <class tSample>
 SELVANE_CLONES void ToFloatLoop(const tSample* __restrict pFrom, float* __restrict pTo, size_t pSamples, float pStep)
@@ -255,8 +253,7 @@ SELVANE_CLONES int LargestDistanceLoop(const tSample* pRow1, const tSample* pRow
 
 } // namespace
 
-// ---- Scalings
-// ---------------------------------------------------------------------------------------------------------
+// ---- Scalings -------------------------------------------------------------------------------------------------------
 
 void ToFloat(const unsigned char* pFrom, float* pTo, size_t pSamples)
 {
@@ -287,8 +284,7 @@ void ChangeDepth(const unsigned char* pFrom, unsigned short* pTo, size_t pSample
     WidenLoop(pFrom, pTo, pSamples);
 }
 
-// ---- Transfers
-// --------------------------------------------------------------------------------------------------------
+// ---- Transfers ------------------------------------------------------------------------------------------------------
 
 void Decode(const unsigned char* pFrom, float* pTo, size_t pSamples, const float* pTable)
 {
@@ -342,8 +338,7 @@ void Transform(const float* pFrom, float* pTo, size_t pPixels, const cMatrix33& 
         TransformLoop(pFrom, pTo, pPixels, pMatrix);
 }
 
-// ---- Copies and arithmetic
-// --------------------------------------------------------------------------------------------
+// ---- Copies and arithmetic ------------------------------------------------------------------------------------------
 
 void CopyForward(const void* pFrom, void* pTo, size_t pBytes)
 {
@@ -392,8 +387,7 @@ void Replace(const float* pPlane, float* pChannel, size_t pPixels)
         pChannel[3 * i] = pPlane[i];
 }
 
-// ---- Statistics and comparison
-// ----------------------------------------------------------------------------------------
+// ---- Statistics and comparison --------------------------------------------------------------------------------------
 
 void Measure(const float* pRow, size_t pPixels, sExtremes& pExtremes)
 {

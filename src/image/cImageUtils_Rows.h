@@ -15,8 +15,7 @@
 namespace Vornik::Rows
 {
 
-// ---- Scalings
-// ---------------------------------------------------------------------------------------------------------
+// ---- Scalings -------------------------------------------------------------------------------------------------------
 
 /// sample * (1 / 255) or sample * (1 / 65535).
 void ToFloat(const unsigned char* pFrom, float* pTo, size_t pSamples);
@@ -30,8 +29,7 @@ void FromFloat(const float* pFrom, unsigned short* pTo, size_t pSamples);
 void ChangeDepth(const unsigned short* pFrom, unsigned char* pTo, size_t pSamples);
 void ChangeDepth(const unsigned char* pFrom, unsigned short* pTo, size_t pSamples);
 
-// ---- Transfers
-// --------------------------------------------------------------------------------------------------------
+// ---- Transfers ------------------------------------------------------------------------------------------------------
 
 /// pTable[sample]; the table has an entry for every value of a sample.
 void Decode(const unsigned char* pFrom, float* pTo, size_t pSamples, const float* pTable);
@@ -56,8 +54,7 @@ void TransformEncode(const float* pFrom, unsigned short* pTo, size_t pPixels, co
 /// The matrix on (c0, c1, c2). pTo may be pFrom.
 void Transform(const float* pFrom, float* pTo, size_t pPixels, const cMatrix33& pMatrix);
 
-// ---- Copies and arithmetic
-// --------------------------------------------------------------------------------------------
+// ---- Copies and arithmetic ------------------------------------------------------------------------------------------
 
 /// Copies byte by byte from the lowest address up, so that a target that begins inside the source repeats what lies
 /// between the two beginnings.
@@ -76,8 +73,7 @@ void ClampLow(float* pChannel, size_t pPixels, float pLow);
 void Extract(const float* pChannel, float* pPlane, size_t pPixels);
 void Replace(const float* pPlane, float* pChannel, size_t pPixels);
 
-// ---- Statistics and comparison
-// ----------------------------------------------------------------------------------------
+// ---- Statistics and comparison --------------------------------------------------------------------------------------
 
 /// A float as an integer that sorts as the float does: -infinity lowest, -0 just below +0, infinity highest, NaNs
 /// outside. Extremes of integers may be taken in any order and over any number of lanes.

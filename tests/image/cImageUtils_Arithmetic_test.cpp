@@ -30,8 +30,7 @@ std::unique_ptr<cBitmapXYZ32> CopyOf(const cBitmapXYZ32& pPicture)
     return copy;
 }
 
-// ---- Fills
-// ----------------------------------------------------------------------------------------------------------------
+// ---- Fills ----------------------------------------------------------------------------------------------------------
 
 TEST(Fill, IntegerPicturesTakeRedGreenBlueAndStoreBlueGreenRed)
 {
@@ -67,8 +66,7 @@ TEST(Fill, OneValueFillsAllChannels)
     ExpectPaddingUntouched(*floats);
 }
 
-// ---- Arithmetic
-// -------------------------------------------------------------------------------------------------------------
+// ---- Arithmetic -----------------------------------------------------------------------------------------------------
 
 TEST(Sub, TakesTheSecondFromTheFirstInPlace)
 {
@@ -205,8 +203,7 @@ TEST(ClampLow, ALimitThatIsNotANumberReplacesAll)
         EXPECT_TRUE(std::isnan(At(*picture, x, 0, 2)));
 }
 
-// ---- Matrix
-// -----------------------------------------------------------------------------------------------------------------
+// ---- Matrix ---------------------------------------------------------------------------------------------------------
 
 float FusedSum(float pM0, float pM1, float pM2, float pV0, float pV1, float pV2)
 {
@@ -278,8 +275,7 @@ TEST(Matrix, IdentityLeavesFiniteNonNegativeSamples)
     EXPECT_EQ(BlockOf(*picture), before);
 }
 
-// ---- Channels
-// ---------------------------------------------------------------------------------------------------------------
+// ---- Channels -------------------------------------------------------------------------------------------------------
 
 TEST(Channel, ExtractionPacksOneChannel)
 {

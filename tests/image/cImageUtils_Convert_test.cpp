@@ -160,8 +160,7 @@ TEST(Depth, AByteIsDoubledAndComesBack)
     EXPECT_EQ(BlockOf(*source), BlockOf(*back));
 }
 
-// ---- Transfers through the colour space's tables
-// ------------------------------------------------------------------------
+// ---- Transfers through the colour space's tables --------------------------------------------------------------------
 
 class Transfer : public ::testing::TestWithParam<eColorSpaceID>
 {
@@ -264,8 +263,7 @@ TEST(TransferIndex, TheIntegerPicturesOwnSpaceIsUsed)
     EXPECT_NE(sRGB->fData[0], proPhoto->fData[0]);
 }
 
-// ---- Transfer and matrix
-// --------------------------------------------------------------------------------------------------
+// ---- Transfer and matrix --------------------------------------------------------------------------------------------
 
 /// A curve whose table reaches below 0 and above 1, so that the matrix meets all signs.
 class cWide : public cTransfer
@@ -387,8 +385,7 @@ TEST(Float3, EveryTermIsFusedInItsPlace)
     EXPECT_FALSE(Same(target->fData[0], std::fma(matrix.m02, b, std::fma(matrix.m01, g, matrix.m00 * r))));
 }
 
-// ---- Rows
-// -----------------------------------------------------------------------------------------------------------------
+// ---- Rows -----------------------------------------------------------------------------------------------------------
 
 /// Runs a conversion over all widths, with rows of different lengths in source and target, and checks each sample.
 template <class tFrom, class tTo, class tOperation, class tRule>
@@ -444,8 +441,7 @@ TEST(Rows, EachTransferFollowsBothStridesAndLeavesThePadding)
                                                  [&](float v) { return encode16->fLUT[IndexOf(v)]; });
 }
 
-// ---- Forms that make their target
-// -------------------------------------------------------------------------------------------
+// ---- Forms that make their target -----------------------------------------------------------------------------------
 
 TEST(Making, TheTargetHasTheSourcesSizeAndTheSamplesOfTheOtherForm)
 {

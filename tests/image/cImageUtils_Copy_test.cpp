@@ -121,8 +121,7 @@ TYPED_TEST(Copies, TheLastPixelOfBothPasses)
     ExpectPaddingUntouched(*target);
 }
 
-// ---- 16-bit rows
-// ----------------------------------------------------------------------------------------------------------
+// ---- 16-bit rows ----------------------------------------------------------------------------------------------------
 
 TEST(CopyBGR16, RowsLieTwiceAsFarApart)
 {
@@ -216,8 +215,7 @@ TEST(CopyBGR16, ARowThatWouldLeaveByItsLastPixelAloneIsLeftOut)
     EXPECT_EQ(std::memcmp(target->fData, reinterpret_cast<unsigned char*>(source->fData) + 12, 12), 0);
 }
 
-// ---- By depth
-// -------------------------------------------------------------------------------------------------------------
+// ---- By depth -------------------------------------------------------------------------------------------------------
 
 TEST(CopyLDR, TheDepthDecides)
 {

@@ -24,8 +24,7 @@ std::unique_ptr<cBitmapXYZ32> Row(const std::vector<float>& pSamples)
     return picture;
 }
 
-// ---- Extremes
-// -----------------------------------------------------------------------------------------------------------
+// ---- Extremes -------------------------------------------------------------------------------------------------------
 
 /// The rule, one sample after the other: of a NaN and a number the number wins, and -0 lies below +0.
 float Lesser(float pFirst, float pSecond)
@@ -161,8 +160,7 @@ TEST(Means, TheThirdIsStoredLast)
     EXPECT_EQ(all, 6.0f);
 }
 
-// ---- Normalising
-// ----------------------------------------------------------------------------------------------------------
+// ---- Normalising ----------------------------------------------------------------------------------------------------
 
 /// The steps, one sample after the other, over the channels from pFirst to pLast.
 void NormalizeSlowly(cBitmapXYZ32& pPicture, int pFirst, int pLast)
@@ -294,8 +292,7 @@ TEST(Normalize, MultipliesByTheReciprocalOfTheRange)
     EXPECT_TRUE(Same(other->fData[1], 41.0f * (1.0f / 41.0f)));
 }
 
-// ---- Mean
-// -----------------------------------------------------------------------------------------------------------------
+// ---- Mean -----------------------------------------------------------------------------------------------------------
 
 void ExpectMean(cBitmapXYZ32& pPicture)
 {
@@ -369,8 +366,7 @@ TEST(Mean, TheCountOfPixelsWrapsAt32Bits)
     EXPECT_EQ(Rows::MeanFactor(65537, 65537), 1.0 / 131073.0);
 }
 
-// ---- Differences
-// ------------------------------------------------------------------------------------------------------------
+// ---- Differences ----------------------------------------------------------------------------------------------------
 
 /// The absolute difference as the rule forms it: of floats in float, of integers as an integer.
 double Distance(float pFirst, float pSecond)

@@ -98,8 +98,7 @@ protected:
     }
 };
 
-// ---- Conversions
-// ----------------------------------------------------------------------------------------------------------
+// ---- Conversions ----------------------------------------------------------------------------------------------------
 
 constexpr const char* kFrom8[4] = {"Argument pSrcBGR8 cannot be null.", "Argument pDstBGR32 cannot be null.",
                                    "Argument pDstBGR32->fWidth must be equal to pSrcBGR8->fWidth.",
@@ -281,8 +280,7 @@ TEST_F(cImageUtilsRefusals, Depths)
         "Convert(cBitmapBGR8*, cBitmapBGR16*)");
 }
 
-// ---- Copies
-// -----------------------------------------------------------------------------------------------------------------
+// ---- Copies ---------------------------------------------------------------------------------------------------------
 
 /// All rectangle checks of one form of Copy on 6 x 4 pixels.
 template <class tBitmap>
@@ -394,8 +392,7 @@ TEST_F(cImageUtilsRefusals, CopiesByDepth)
                   "Copy(const cBitmapBGR16*, cBitmapBGR16*, int, int, int, int, int, int)");
 }
 
-// ---- Fills and arithmetic
-// -----------------------------------------------------------------------------------------------------
+// ---- Fills and arithmetic -------------------------------------------------------------------------------------------
 
 TEST_F(cImageUtilsRefusals, Fills)
 {
@@ -483,8 +480,7 @@ TEST_F(cImageUtilsRefusals, Matrices)
         "ColorTransform(const cBitmapXYZ32*, cBitmapXYZ32*, cMatrix33)");
 }
 
-// ---- Channels and statistics
-// ----------------------------------------------------------------------------------------------------
+// ---- Channels and statistics ----------------------------------------------------------------------------------------
 
 /// The channel's checks stand last, the one for negative numbers first.
 void ExpectChannelChecks(const std::function<void(int)>& pCall, const char* pSignature)
