@@ -13,7 +13,8 @@ namespace Vornik
 {
 
 constexpr float kToSample16 = 65535.0f;
-constexpr float kFromSample16 = 0x1.0001p-16f; // 1 / 65535
+constexpr float kFromSample16 = 0x1.0001p-16f;           // 1 / 65535
+constexpr double kFromSample16D = 0x1.0001000100010p-16; // 1 / 65535 in double, 1.5259021896696422e-05
 constexpr float kToSample8 = 255.0f;
 constexpr float kFromSample8 = 0x1.010102p-8f; // 1 / 255
 constexpr int kTableSize = 65536;              // entries of every table on the unit interval
@@ -50,6 +51,15 @@ SELVANE_INLINE int UnitIndex(float pValue)
 {
     const float scaled = pValue <= 1.0f ? pValue * kToSample16 : kToSample16;
     return static_cast<int>(scaled < 0.0f ? 0.0f : scaled);
+}
+
+/// The table index of a value in a range of 65535 steps that begins at pMin; pScale is the number of steps a unit. Below
+/// the range gives 0, above it 65535.
+SELVANE_INLINE int RangeIndex(float pValue, float pMin, float pScale)
+{
+    const int index = TruncateToInt32((pValue - pMin) * pScale);
+    const int low = index > 0 ? index : 0;
+    return low < kTableSize - 1 ? low : kTableSize - 1;
 }
 
 /// The product of two counts of an array, or std::bad_array_new_length when it does not fit 32 bits.

@@ -8,17 +8,37 @@
 #include <cstddef>
 #include <cstdint>
 
-// The stages of a render:
+// The stages of a render, in their order. Render runs the marked ones and clears a mark when its stage ended without
+// cancellation. A mark of one stage marks all behind it too; the last column names what marks a stage.
 //
-//   stage                reads                            writes                              marked by
-//   PrepareForRendering  fInput                           fYHMV, fLogLuminance, fMinY ..      AllRenderingNeeded
-//   ToneMappingPhase1    fLogLuminance                    fBase, fDetail, their extremes      ToneMapPhase1Needed
-//   ToneMappingPhase2    fBase, fDetail, fYHMV            luminance of fYHMV, fExposure,      ToneMapPhase2Needed
-//                                                         fBlack, fWhite
-//   FinalRendering       fYHMV, curves, fBlack, fWhite    fOutput, fEncodeLUT, fContrastLUT   FinalRenderingNeeded
+//   stage                reads                                    leaves                          marked by
 //
-// A mark of one stage marks all behind it too. Render runs the marked stages in this order and clears a mark when its
-// stage ended without cancellation.
+//   PrepareForRendering  fInput, fNbProc                          fYHMV, fLogLuminance,           SetInput,
+//                                                                 room for fBase and fDetail,     SetToneMappingParams,
+//                                                                 fMinY, fMaxY,                   AllRenderingNeeded
+//                                                                 fLogMinY, fLogMaxY
+//
+//   ToneMappingPhase1    fLogLuminance, fLogMinY, fLogMaxY,       fBase, fDetail,                 ToneMapPhase1Needed
+//                        fSpatialSize, fRangeSize,                fBaseMin, fBaseMax,
+//                        fBaseBlur, fWrapX, fNbProc               fBaseAverage, fDetailMin,
+//                                                                 fDetailMax, fDetailAverage
+//
+//   ToneMappingPhase2    all that phase 1 leaves, fYHMV,          fGlobalLUT, fDetailLUT,         ToneMapPhase2Needed
+//                        fMinY, fMaxY, fLogMaxY,                  fExposure, fExposureBase,
+//                        fGlobalContrast, fAdaptation,            the luminance of fYHMV,
+//                        fWhiteClip, fBlackClip, fRequestType,    fBlack, fWhite,
+//                        fRequestedBlack, fRequestedWhite         fRequestedBlack, fRequestedWhite
+//
+//   FinalRendering       fYHMV, fBlack, fWhite, fExposure,        the pixels of fOutput,          SetOutput,
+//                        fUseAutoExposure, fExposureEV,           fEncodeLUT, fEncodeLUTValid,    SetHueCurves,
+//                        fContrast, fContrastFollowsGlobal,       fContrastLUT, fContrastKey,     FinalRenderingNeeded,
+//                        fGlobalContrast, fContrastCurve,         the table of fYHMVSpace         OutputColorSpaceChanged
+//                        fHHCurve, fHSCurve, fHLCurve,
+//                        fWorkToPCS, the space of fOutput,
+//                        fEncodeLUTValid, fContrastKey
+//
+// Each stage also reads the size of fInput; phase 1 and phase 2 print progress lines where fLogEnabled is set. Files:
+// cTmRenderer_Prepare.cpp, _Phase1.cpp, _Phase2.cpp with _Points.cpp, _Final.cpp.
 
 namespace Vornik
 {

@@ -19,7 +19,6 @@ namespace Vornik
 namespace
 {
 
-constexpr double kInverse65535 = 0x1.0001000100010p-16;  // 1.5259021896696422e-05
 constexpr double kKeyPerContrast = 0x1.cac083126e978p-9; // one step below 0.0035
 
 /// Position of the contrast curve among its key frames, 0 to 1. A negative global contrast leaves it alone.
@@ -50,7 +49,7 @@ void cTmRenderer::PreprocessCurvesAndTransforms(cMatrix33& pMatrix, unsigned sho
     if (keyMoved) {
         fContrastKey = key;
         for (int i = 0; i < kTableSize; i++)
-            fContrastLUT[i] = static_cast<float>(static_cast<double>(table[i]) * kInverse65535);
+            fContrastLUT[i] = static_cast<float>(static_cast<double>(table[i]) * kFromSample16D);
     }
     pContrastLUT = fContrastLUT;
     pHSLUT = fHSCurve->GetLUT16f();

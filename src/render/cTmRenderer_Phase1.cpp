@@ -3,6 +3,7 @@
 #include "base/Cancel.h"
 #include "bitmap/cBitmapXYZ32.h"
 #include "filter/cBilateral.h"
+#include "render/Layers.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,8 +16,6 @@ namespace Vornik
 
 namespace
 {
-
-constexpr float kBeyond = 1e30f; // where running minima begin; its negative for maxima
 
 /// Spatial sampling of the bilateral grid in pixels, for the parameter fSpatialSize and the picture's longer side.
 float SpaceSampling(float pSpatialSize, int pWidth, int pHeight)
@@ -32,40 +31,40 @@ float RangeSampling(float pRangeSize)
     return std::fma(pRangeSize, 0.002f, 0.2f);
 }
 
-/// What layers without a pixel measure.
-void ForgetMeasures(cTmRenderer& pRenderer)
+struct sLayers
 {
-    pRenderer.fBaseAverage = 0.0;
-    pRenderer.fDetailAverage = 0.0;
-    pRenderer.fBaseMax = -kBeyond;
-    pRenderer.fDetailMax = -kBeyond;
-    pRenderer.fBaseMin = kBeyond;
-    pRenderer.fDetailMin = kBeyond;
-}
+    sLayer fBase;
+    sLayer fDetail;
+};
 
 /// Takes the base from the logarithm, pixel by pixel, and measures both layers. The sums run in the order of the
-/// pixels.
-void SplitAndMeasure(cTmRenderer& pRenderer, int64_t pCount)
+/// pixels, from the top left to the bottom right, since that decides their last bits.
+sLayers SplitAndMeasure(const float* pLogLuminance, const float* pBase, float* pDetail, int64_t pCount)
 {
-    float baseMax = -kBeyond, baseMin = kBeyond, detailMax = -kBeyond, detailMin = kBeyond;
+    sLayers layers;
     double baseSum = 0.0, detailSum = 0.0;
     for (int64_t i = 0; i < pCount; i++) {
-        const float base = pRenderer.fBase[i];
-        const float detail = pRenderer.fLogLuminance[i] - base;
-        pRenderer.fDetail[i] = detail;
-        baseMax = base > baseMax ? base : baseMax;
-        baseMin = base < baseMin ? base : baseMin;
-        detailMax = detail > detailMax ? detail : detailMax;
-        detailMin = detail < detailMin ? detail : detailMin;
+        const float base = pBase[i];
+        const float detail = pLogLuminance[i] - base;
+        pDetail[i] = detail;
+        Extend(layers.fBase, base);
+        Extend(layers.fDetail, detail);
         baseSum += static_cast<double>(base);
         detailSum += static_cast<double>(std::fabs(detail));
     }
-    pRenderer.fBaseMax = baseMax;
-    pRenderer.fBaseMin = baseMin;
-    pRenderer.fDetailMax = detailMax;
-    pRenderer.fDetailMin = detailMin;
-    pRenderer.fBaseAverage = baseSum / static_cast<double>(pCount);
-    pRenderer.fDetailAverage = detailSum / static_cast<double>(pCount);
+    layers.fBase.fMean = baseSum / static_cast<double>(pCount);
+    layers.fDetail.fMean = detailSum / static_cast<double>(pCount);
+    return layers;
+}
+
+void Store(cTmRenderer& pRenderer, const sLayers& pLayers)
+{
+    pRenderer.fBaseMin = pLayers.fBase.fMin;
+    pRenderer.fBaseMax = pLayers.fBase.fMax;
+    pRenderer.fBaseAverage = pLayers.fBase.fMean;
+    pRenderer.fDetailMin = pLayers.fDetail.fMin;
+    pRenderer.fDetailMax = pLayers.fDetail.fMax;
+    pRenderer.fDetailAverage = pLayers.fDetail.fMean;
 }
 
 /// The mean of detail in the line is that of its absolute value, the extremes are signed.
@@ -92,10 +91,10 @@ void cTmRenderer::ToneMappingPhase1(bool* pCancel, bool* pCancelled)
                             SpaceSampling(fSpatialSize, width, height), RangeSampling(fRangeSize), fLogMinY, fLogMaxY,
                             fBaseBlur * 0.01f, fWrapX);
     if (IsRequested(pCancelled)) return;
-    ForgetMeasures(*this);
+    Store(*this, {}); // the measures of an empty picture
     if (height > 0) {
         if (StopIfRequested(pCancel, pCancelled)) return;
-        if (width > 0) SplitAndMeasure(*this, int64_t{width} * height);
+        if (width > 0) Store(*this, SplitAndMeasure(fLogLuminance, fBase, fDetail, int64_t{width} * height));
     }
     if (fLogEnabled != 0) LogLayers(*this);
 }

@@ -5,6 +5,7 @@
 #include "bitmap/cBitmapU16T.h"
 #include "bitmap/cBitmapXYZ32.h"
 #include "filter/DivideWork.h"
+#include "render/Layers.h"
 #include "yhmv/cYHMVColorSpace.h"
 
 #include <algorithm>
@@ -22,7 +23,6 @@ namespace
 
 constexpr int kPlanes = 7;          // 16-bit planes of a pixel of fYHMV
 constexpr float kFloor = 0x1p-128f; // smallest luminance that counts, 2.9e-39, a subnormal number
-constexpr float kBeyond = 1e30f;    // where running minima begin; its negative for maxima
 constexpr int kSlotsOnTheStack = 256;
 
 /// Smallest and largest luminance by worker slot. There is room for one slot even when no worker is asked for.

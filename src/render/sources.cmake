@@ -3,5 +3,6 @@ target_sources(Selvane PRIVATE
   render/cTmRenderer_Prepare.cpp
   render/cTmRenderer_Phase1.cpp
   render/cTmRenderer_Phase2.cpp
+  render/cTmRenderer_Points.cpp
   render/cTmRenderer_Final.cpp
 )

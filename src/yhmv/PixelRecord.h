@@ -16,6 +16,7 @@ namespace Vornik
 constexpr int kStrip = 128; // pixels; the arrays of a strip stay in the first-level cache
 
 constexpr int kYHMVBytes = 14;
+constexpr int kYHMVLuminance = 0;
 constexpr int kYHMVHue = 4;
 constexpr int kYHMVSmallest = 6;
 constexpr int kYHMVLargest = 10;
@@ -23,6 +24,17 @@ constexpr int kYHMVLargest = 10;
 constexpr int kHMVBytes = 10;
 constexpr int kHMVSmallest = 2;
 constexpr int kHMVLargest = 6;
+
+/// The records of a scanline.
+inline unsigned char* RecordsOf(unsigned short* pScanline)
+{
+    return reinterpret_cast<unsigned char*>(pScanline);
+}
+
+inline const unsigned char* RecordsOf(const unsigned short* pScanline)
+{
+    return reinterpret_cast<const unsigned char*>(pScanline);
+}
 
 SELVANE_INLINE float LoadFloat(const unsigned char* pFrom)
 {

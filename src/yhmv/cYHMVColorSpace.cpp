@@ -151,7 +151,7 @@ SELVANE_INLINE void EncodeXYZ(const float* pXYZ, const cMatrix33& m, sStrip& pSt
 SELVANE_INLINE void StoreYHMV(const sStrip& pStrip, int pCount, unsigned char* pTo)
 {
     for (int n = 0; n < pCount; ++n, pTo += kYHMVBytes) {
-        StoreFloat(pTo, pStrip.fLuminance[n]);
+        StoreFloat(pTo + kYHMVLuminance, pStrip.fLuminance[n]);
         StoreHue(pTo + kYHMVHue, pStrip.fHue[n]);
         StoreFloat(pTo + kYHMVSmallest, pStrip.fSmallest[n]);
         StoreFloat(pTo + kYHMVLargest, pStrip.fLargest[n]);
@@ -166,7 +166,7 @@ SELVANE_CLONES void EncodeRowXYZ(const float* pFrom, unsigned short* pTo, int pW
         const float* from = pFrom + 3 * x;
         for (int n = 0; n < count; ++n)
             EncodeXYZ(from + ptrdiff_t{3} * n, pMatrix, strip, n);
-        StoreYHMV(strip, count, reinterpret_cast<unsigned char*>(pTo) + kYHMVBytes * x);
+        StoreYHMV(strip, count, RecordsOf(pTo) + kYHMVBytes * x);
     }
 }
 
@@ -230,7 +230,7 @@ SELVANE_CLONES void EncodeRowLDR(const tSample* pFrom, const float* pLUT, unsign
         FetchLinear(pFrom + 3 * x, pLUT, count, primaries);
         TransformLinear(primaries, pMatrix, count);
         EncodeLinear(primaries, count, strip);
-        StoreHMV(strip, count, reinterpret_cast<unsigned char*>(pTo) + kHMVBytes * x);
+        StoreHMV(strip, count, RecordsOf(pTo) + kHMVBytes * x);
     }
 }
 

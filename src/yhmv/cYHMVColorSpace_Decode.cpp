@@ -43,7 +43,7 @@ SELVANE_INLINE void LoadEntry(sStrip& pStrip, int pAt, const float* pEntry)
 SELVANE_INLINE void LoadYHMV(sStrip& pStrip, int pCount, const unsigned char* pRow, const float (*pTable)[3])
 {
     for (int n = 0; n < pCount; ++n, pRow += kYHMVBytes) {
-        pStrip.fLuminance[n] = LoadFloat(pRow);
+        pStrip.fLuminance[n] = LoadFloat(pRow + kYHMVLuminance);
         pStrip.fSmallest[n] = LoadFloat(pRow + kYHMVSmallest);
         pStrip.fLargest[n] = LoadFloat(pRow + kYHMVLargest);
         LoadEntry(pStrip, n, pTable[LoadHue(pRow + kYHMVHue)]);
@@ -244,11 +244,6 @@ SELVANE_CLONES void DecodeHMV(const unsigned char* pRow, sTarget pTarget, int pW
     }
 }
 
-const unsigned char* BytesOf(const unsigned short* pRow)
-{
-    return reinterpret_cast<const unsigned char*>(pRow);
-}
-
 sTarget TargetOf(void* pDest, int pBits)
 {
     return {static_cast<unsigned char*>(pDest), pBits == 8};
@@ -288,7 +283,7 @@ void cYHMVColorSpace::YHMVToRGB_RowSimple(const unsigned short* pRow, void* pDes
                                           unsigned short* pEncodeLUT, float pScale, float pInvRange, float pBlack,
                                           cMatrix33 pMatrix, float* pContrastLUT)
 {
-    DecodeSimple(BytesOf(pRow), TargetOf(pDest, pBits), pWidth, fHMVToRGBLUT, pEncodeLUT, pScale, pInvRange, pBlack,
+    DecodeSimple(RecordsOf(pRow), TargetOf(pDest, pBits), pWidth, fHMVToRGBLUT, pEncodeLUT, pScale, pInvRange, pBlack,
                  pMatrix, pContrastLUT);
 }
 
@@ -296,14 +291,14 @@ void cYHMVColorSpace::YHMVToRGB_RowRef(const unsigned short* pRow, void* pDest, 
                                        unsigned short* pEncodeLUT, float pScale, cMatrix33 pMatrix, float* pContrastLUT,
                                        float* pHLLUT)
 {
-    DecodeRef(BytesOf(pRow), TargetOf(pDest, pBits), pWidth, fHMVToRGBLUT, pEncodeLUT, pScale, pMatrix, pContrastLUT,
+    DecodeRef(RecordsOf(pRow), TargetOf(pDest, pBits), pWidth, fHMVToRGBLUT, pEncodeLUT, pScale, pMatrix, pContrastLUT,
               pHLLUT);
 }
 
 void cYHMVColorSpace::HMVToRGB_RowRef(const unsigned short* pRow, void* pDest, int pWidth, int pBits,
                                       unsigned short* pEncodeLUT, cMatrix33 pMatrix, float* pHLLUT)
 {
-    DecodeHMV(BytesOf(pRow), TargetOf(pDest, pBits), pWidth, fHMVToRGBLUT, pEncodeLUT, pMatrix, pHLLUT);
+    DecodeHMV(RecordsOf(pRow), TargetOf(pDest, pBits), pWidth, fHMVToRGBLUT, pEncodeLUT, pMatrix, pHLLUT);
 }
 
 } // namespace Vornik

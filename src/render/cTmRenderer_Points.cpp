@@ -1,0 +1,120 @@
+#include "render/cTmRenderer_Points.h"
+
+#include "base/Numeric.h"
+#include "bitmap/cBitmapU16T.h"
+#include "yhmv/PixelRecord.h"
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <utility>
+
+// The histogram of the new luminance: 65536 bins of equal width from the least value to the largest. A scan from the
+// bottom finds the black point, one from the top the white point, both with sums in float.
+
+namespace Vornik
+{
+
+namespace
+{
+
+constexpr int kBins = kTableSize;
+
+float BinsAUnit(const sLuminance& pLuminance)
+{
+    return pLuminance.fMax > pLuminance.fMin ? kToSample16 / (pLuminance.fMax - pLuminance.fMin) : 1.0f;
+}
+
+} // namespace
+
+void sFree::operator()(void* pBlock) const
+{
+    std::free(pBlock);
+}
+
+tCounters NewCounters()
+{
+    return tCounters(static_cast<uint32_t*>(std::calloc(kBins, sizeof(uint32_t))));
+}
+
+cHistogram::cHistogram(tCounters pCounters, const cBitmapU16T& pPicture, int pWidth, int pHeight,
+                       const sLuminance& pLuminance)
+    : fCounters(std::move(pCounters)), fWidth(static_cast<float>(pWidth)), fHeight(static_cast<float>(pHeight)),
+      fPixels(fWidth * fHeight), fMin(pLuminance.fMin), fScale(BinsAUnit(pLuminance)), fBinWidth(1.0f / fScale)
+{
+    for (int y = 0; y < pHeight; y++)
+        CountRow(RecordsOf(pPicture.GetScanline(y)), pWidth);
+}
+
+void cHistogram::CountRow(const unsigned char* pPixels, int pWidth)
+{
+    for (int x = 0; x < pWidth; x++, pPixels += kYHMVBytes)
+        fCounters[RangeIndex(LoadFloat(pPixels + kYHMVLuminance), fMin, fScale)]++;
+}
+
+/// 1 to 65535: how many bins from the bottom make the sum stop. Required: the last counter never counts.
+template <class tStop>
+int cHistogram::Rise(tStop pStop) const
+{
+    float sum = 0.0f;
+    for (int n = 1;; n++) {
+        sum += static_cast<float>(fCounters[n - 1]);
+        if (pStop(sum) || n == kBins - 1) return n;
+    }
+}
+
+/// The first bin from the top for which the pixels in it and below it are at most pLimit; 65535 when all pixels are.
+/// Required: the first counter never counts.
+int cHistogram::Fall(float pLimit) const
+{
+    if (fPixels <= pLimit) return kBins - 1;
+    float sum = fPixels;
+    for (int n = kBins - 2;; n--) {
+        sum -= static_cast<float>(fCounters[n + 1]);
+        if (sum <= pLimit || n == 0) return n;
+    }
+}
+
+/// The luminance at the lower end of a bin, one fused step.
+float cHistogram::PointAt(int pBin) const
+{
+    return std::fma(fBinWidth, static_cast<float>(pBin), fMin);
+}
+
+/// The same in two roundings, as the progress line prints it.
+double cHistogram::PrintedPointAt(int pBin) const
+{
+    const float point = fMin + fBinWidth * static_cast<float>(pBin);
+    return static_cast<double>(point);
+}
+
+sPoints cHistogram::PointsFor(float pBlackClip, float pWhiteClip) const
+{
+    const double pixels = static_cast<double>(fWidth) * static_cast<double>(fHeight);
+    const auto blackLimit = static_cast<float>(static_cast<double>(pBlackClip) * 0.01 * pixels);
+    const auto whiteLimit = static_cast<float>(std::fma(-static_cast<double>(pWhiteClip), 0.01, 1.0) * pixels);
+    const int black = blackLimit <= 0.0f ? 0 : Rise([=](float pSum) { return pSum >= blackLimit; });
+    return {PointAt(black), PointAt(Fall(whiteLimit))};
+}
+
+void cHistogram::LogPercentiles() const
+{
+    const auto pixels = static_cast<double>(fPixels);
+    const auto onePerCent = static_cast<float>(pixels * 0.01);
+    const float half = fPixels * 0.5f;
+    const int low = onePerCent < 0.0f ? 0 : Rise([=](float pSum) { return pSum > onePerCent; });
+    const int median = half <= 0.0f ? 0 : Rise([=](float pSum) { return pSum >= half; });
+    const int high1 = Fall(static_cast<float>(pixels * 0.99));
+    const int high2 = Fall(static_cast<float>(pixels * 0.9999));
+    const int high3 = Fall(static_cast<float>(pixels * 0.99995));
+    // Required: the median's value goes without the minimum.
+    std::fprintf(
+        stderr,
+        "Linear Perc1 at: %d (%1.2f) -  Median: %d (%1.2f)  - perc99andhigher:  %d  %d  %d  (%1.2f  %1.2f  %1.2f) -  "
+        "max: %d  (%1.2f)\n",
+        low >> 8, PrintedPointAt(low), median >> 8, static_cast<double>(fBinWidth * static_cast<float>(median)),
+        high1 >> 8, high2 >> 8, high3 >> 8, PrintedPointAt(high1), PrintedPointAt(high2), PrintedPointAt(high3), 255,
+        PrintedPointAt(kBins - 1));
+}
+
+} // namespace Vornik

@@ -1,0 +1,59 @@
+#ifndef SELVANE_RENDER_CTMRENDERER_POINTS_H
+#define SELVANE_RENDER_CTMRENDERER_POINTS_H
+
+// Black and white point from a histogram of the new luminance, internal.
+
+#include "render/Layers.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace Vornik
+{
+
+class cBitmapU16T;
+
+struct sFree
+{
+    void operator()(void* pBlock) const;
+};
+
+/// The counters of the bins.
+using tCounters = std::unique_ptr<uint32_t[], sFree>;
+
+/// New counters, all 0; null without memory.
+tCounters NewCounters();
+
+/// Histogram of the new luminance between its extremes, and the two scans that find a share of the pixels in it.
+class cHistogram
+{
+public:
+    /// Counts the pixels of pWidth x pHeight records of the compact picture, each in its bin.
+    cHistogram(tCounters pCounters, const cBitmapU16T& pPicture, int pWidth, int pHeight, const sLuminance& pLuminance);
+
+    /// The points beyond which lie at most the shares of the pixels that are to be clipped, in per cent.
+    sPoints PointsFor(float pBlackClip, float pWhiteClip) const;
+
+    /// Prints the percentiles, a progress line.
+    void LogPercentiles() const;
+
+private:
+    void CountRow(const unsigned char* pPixels, int pWidth);
+    template <class tStop>
+    int Rise(tStop pStop) const;
+    int Fall(float pLimit) const;
+    float PointAt(int pBin) const;
+    double PrintedPointAt(int pBin) const;
+
+    tCounters fCounters;
+    float fWidth;  ///< pixels
+    float fHeight; ///< pixels
+    float fPixels; ///< their product
+    float fMin;
+    float fScale; ///< bins a unit of luminance
+    float fBinWidth;
+};
+
+} // namespace Vornik
+
+#endif
