@@ -62,10 +62,9 @@ public:
     void FinalRenderingNeeded(); ///< marks the final stage
 
     /// Runs the stages that are marked.
-    /// @param pCancel    looked at before preparation, after it, and between the hue table and the pixels of the final
-    /// stage;
-    ///                   another thread may set it
-    /// @param pCancelled set when a stage stopped because of pCancel, which then stays marked; never cleared
+    /// @param pCancel    another thread may set it; looked at before preparation, after it, and between the hue table
+    ///                   and the pixels of the final stage
+    /// @param pCancelled set when a stage stopped because of pCancel; the stage then stays marked. Never cleared
     /// @throws cInvalidOperationException* when a picture is missing or the sizes differ; a cInvalidOperationException
     /// object, before any stage, when the output has no colour space, or one without the transfer that encodes, and
     /// from the first stage when the input has none

@@ -54,8 +54,8 @@ struct sGridScale
     }
 };
 
-/// The place of a sample on an axis, in cells. pPlace is in pixels, or a value relative to the lowest; pOffset the place
-/// of its zero.
+/// Where a sample stands on an axis, in cells. pPlace is in pixels, or a value relative to the lowest; place 0 stands at
+/// pOffset.
 SELVANE_INLINE float InCells(float pPlace, float pCellsPerPlace, float pOffset)
 {
     return std::fma(pPlace, pCellsPerPlace, pOffset);

@@ -43,7 +43,7 @@ typedef struct TileRecord
  *      the payload as it was.
  *   4. fSlot is below threads, and no two tiles that run at the same time share a slot: slots index arrays that are
  *      written without locks. A later tile of the same worker may use the slot again. With threads below 1 the only
- * slot is 0.
+ *      slot is 0.
  *   5. It returns only when every tile has finished, and what the tiles wrote is visible to the caller then.
  *   6. It returns nothing.
  *   7. It may run tiles on the calling thread. It is called several times a picture, from the thread that called the

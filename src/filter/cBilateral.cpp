@@ -7,9 +7,10 @@
 #include <algorithm>
 #include <cstddef>
 
-// The fast bilateral filter: the picture is scattered into a coarse grid over x, y and value (drawn in BilateralGrid.h),
-// the grid is smoothed, and each pixel is read back at its own place. Far values lie in far cells, so smoothing does not
-// cross a strong edge. The steps are in files of their own: _Bounds, _Scatter, _Smooth, _Slice and _Blur.
+// The fast bilateral filter. Scattering adds each pixel to a coarse grid over x, y and value (drawn in BilateralGrid.h),
+// smoothing spreads what the cells hold, slicing reads each pixel back at its own place and value. Far values lie in far
+// cells, so smoothing does not cross a strong edge. Each step has a file: cBilateral_Bounds.cpp, _Scatter, _Smooth,
+// _Slice and _Blur.
 
 namespace Vornik
 {

@@ -32,8 +32,8 @@
 //   FinalRendering       fYHMV, fBlack, fWhite, fExposure,        the pixels of fOutput,          SetOutput,
 //                        fUseAutoExposure, fExposureEV,           fEncodeLUT, fEncodeLUTValid,    SetHueCurves,
 //                        fContrast, fContrastFollowsGlobal,       fContrastLUT, fContrastKey,     FinalRenderingNeeded,
-//                        fGlobalContrast, fContrastCurve,         the table of fYHMVSpace         OutputColorSpaceChanged
-//                        fHHCurve, fHSCurve, fHLCurve,
+//                        fGlobalContrast, fContrastCurve,         the table of fYHMVSpace         OutputColorSpace-
+//                        fHHCurve, fHSCurve, fHLCurve,                                            Changed
 //                        fWorkToPCS, the space of fOutput,
 //                        fEncodeLUTValid, fContrastKey
 //

@@ -593,6 +593,23 @@ TYPED_TEST(Writing, ASampleFromBeforeTheBlockLeavesTheHostsAsItWas)
     EXPECT_EQ(buffer[10 - 3], block[0]) << "blue, from 0";
 }
 
+TYPED_TEST(Writing, TheOutputMayBeTheMemoryOfTheInput)
+{
+    using tSample = TypeParam;
+    const int depth = 8 * static_cast<int>(sizeof(tSample));
+    for (const int blueFirst : {0, 1}) {
+        sCall apart(23, 9, depth, depth);
+        apart.fImage.bgrOrder = blueFirst;
+        apart.Run();
+        sCall shared(23, 9, depth, depth);
+        shared.fImage.bgrOrder = blueFirst;
+        unsigned char* const buffer = shared.fInput.data();
+        CaptureStderr(
+            [&] { EXPECT_EQ(cpp_tm_selvane(&shared.fImage, &shared.fRun, 0, &shared.fSliders, buffer, buffer), 1); });
+        EXPECT_EQ(shared.fInput, apart.fOutput);
+    }
+}
+
 /// Fills what the heap hands out, and what it takes back, with a pattern as long as it lives.
 class cScribblingHeap
 {
