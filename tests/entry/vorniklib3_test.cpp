@@ -395,6 +395,41 @@ TEST(Entry, SlidersWithoutASamplingAboveZeroAreOutOfMemoryAndWriteNothing)
     EXPECT_EQ(call.Run().fResult, 1);
 }
 
+/// Lines that a call writes to the standard error stream.
+long Lines(sCall& pCall)
+{
+    EXPECT_EQ(pCall.Run().fResult, 1);
+    return std::count(pCall.fLog.begin(), pCall.fLog.end(), '\n');
+}
+
+TEST(Entry, ProgressLinesAreFourThreeOrOneAndOneMoreForAnEightBitOutput)
+{
+    sCall full(9, 7, 32, 16);
+    EXPECT_EQ(Lines(full), 4);
+    sCall measured(9, 7, 32, 16);
+    measured.fRun.requestType = 9;
+    EXPECT_EQ(Lines(measured), 4);
+    sCall given(9, 7, 32, 16);
+    given.fRun.requestType = 1;
+    given.fSliders.whitePoint = 1.0f;
+    EXPECT_EQ(Lines(given), 3);
+    sCall flat(9, 7, 16, 16);
+    flat.fInput.assign(flat.fInput.size(), 0x40);
+    EXPECT_EQ(Lines(flat), 1);
+    sCall bytes(9, 7, 32, 8);
+    EXPECT_EQ(Lines(bytes), 5);
+}
+
+// A row of the compact picture has 14 bytes a pixel, its width padded to a multiple of 4, and at most 10 MiB.
+TEST(Entry, TheWidestPictureHas748980Pixels)
+{
+    sCall widest(748980, 1, 8, 8);
+    EXPECT_EQ(widest.Run().fResult, 1);
+    sCall wider(748981, 1, 8, 8);
+    EXPECT_EQ(wider.Run().fResult, -1);
+    EXPECT_NE(wider.fLog.find("Scanline width exceeds max tile size."), std::string::npos);
+}
+
 TEST(Entry, AnySlidersEndInAResultCodeOrAPicture)
 {
     const float wild[] = {std::numeric_limits<float>::quiet_NaN(),
