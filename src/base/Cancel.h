@@ -1,8 +1,8 @@
 #ifndef SELVANE_BASE_CANCEL_H
 #define SELVANE_BASE_CANCEL_H
 
-// The two byte flags of a cancellable operation, internal: another thread of the caller may write pCancel at any time,
-// and several tiles may set pCancelled at once. Relaxed is enough; nothing else is passed on by these flags.
+// The two byte flags of a cancellable operation, internal. Another thread of the caller may write pCancel at any time.
+// Several tiles may set pCancelled at once. Relaxed memory order is enough: the flags guard no other memory.
 
 namespace Vornik
 {
@@ -17,7 +17,7 @@ inline void Acknowledge(bool* pCancelled)
     __atomic_store_n(pCancelled, true, __ATOMIC_RELAXED);
 }
 
-/// True when *pCancel is set; *pCancelled is set then.
+/// Returns whether *pCancel is set. If it is, sets *pCancelled.
 inline bool StopIfRequested(const bool* pCancel, bool* pCancelled)
 {
     if (!IsRequested(pCancel)) return false;

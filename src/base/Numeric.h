@@ -1,8 +1,8 @@
 #ifndef SELVANE_BASE_NUMERIC_H
 #define SELVANE_BASE_NUMERIC_H
 
-// Conversions between floats and integers that every folder shares, internal. The language leaves a float outside the
-// integer's range undefined; here it saturates, and NaN gives 0.
+// Conversions between floats and integers for all folders, internal. C++ leaves the conversion of a float outside the
+// integer's range undefined. The truncations below saturate, and NaN gives 0.
 
 #include "base/Versions.h"
 
@@ -45,16 +45,16 @@ SELVANE_INLINE uint32_t TruncateToUInt32(float pValue)
     return pValue >= 0x1p32f ? UINT32_MAX : whole;
 }
 
-/// The index of a float on the unit interval in a table of 65536 entries: below 0 gives 0, above 1 or NaN gives 65535,
-/// otherwise the truncation of the value times 65535.
+/// Index of pValue in a table of 65536 entries on the unit interval. Below 0 gives 0; above 1 or NaN gives 65535. Any
+/// other value is multiplied by 65535 and truncated.
 SELVANE_INLINE int UnitIndex(float pValue)
 {
     const float scaled = pValue <= 1.0f ? pValue * kToSample16 : kToSample16;
     return static_cast<int>(scaled < 0.0f ? 0.0f : scaled);
 }
 
-/// The table index of a value in a range of 65535 steps that begins at pMin; pScale is the number of steps a unit. Below
-/// the range gives 0, above it 65535.
+/// Index of pValue in a table of 65536 entries. Entry 0 stands for pMin; pScale is the number of entries per unit.
+/// Below the range or NaN gives 0, above the range gives 65535.
 SELVANE_INLINE int RangeIndex(float pValue, float pMin, float pScale)
 {
     const int index = TruncateToInt32((pValue - pMin) * pScale);
@@ -62,7 +62,7 @@ SELVANE_INLINE int RangeIndex(float pValue, float pMin, float pScale)
     return low < kTableSize - 1 ? low : kTableSize - 1;
 }
 
-/// The product of two counts of an array, or std::bad_array_new_length when it does not fit 32 bits.
+/// pFirst * pSecond as an array length. Throws std::bad_array_new_length if it is negative or does not fit an int.
 inline int CheckedCount(int64_t pFirst, int64_t pSecond)
 {
     int64_t count = 0;

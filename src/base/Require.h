@@ -1,8 +1,8 @@
 #ifndef SELVANE_BASE_REQUIRE_H
 #define SELVANE_BASE_REQUIRE_H
 
-// Argument checks, internal. A check stands first in the public operation, in the source file named after the class,
-// since the exception reports the file, the time stamp and the signature of the place where the check is written.
+// Argument checks, internal. An exception reports the file, line, time stamp and function signature of its check. So
+// the checks come first in the public operation, in the source file named after the class.
 
 #include "bitmap/cException.h"
 
@@ -17,8 +17,8 @@ template <class tException>
     throw tException(pMessage, pLine, pFile, pTimeStamp, pFuncSig);
 }
 
-/// Throws a pointer to a new tException, the manner of the two renderers' own checks. The catcher may delete it; the
-/// library never does.
+/// Throws a pointer to a new tException. The two renderers' own checks use it. The catcher may delete it; the library
+/// never does.
 template <class tException>
 [[noreturn, gnu::cold, gnu::noinline]] void ThrowNew(const char* pMessage, int pLine, const char* pFile,
                                                      const char* pTimeStamp, const char* pFuncSig)
@@ -28,7 +28,7 @@ template <class tException>
 
 } // namespace Vornik
 
-/// Throws pException with the place of the check when pCondition does not hold. Write what must hold.
+/// Throws pException unless pCondition is true. The exception reports the place of the check.
 #define Require(pException, pCondition, pMessage)                                                                      \
     do {                                                                                                               \
         if (!(pCondition))                                                                                             \
@@ -36,7 +36,7 @@ template <class tException>
                                                   __PRETTY_FUNCTION__);                                                \
     } while (false)
 
-/// The same for the eight checks that throw a pointer.
+/// The same, but throws a pointer. For SetInput, SetOutput, SetHueCurves and Render of the two renderers.
 #define RequireNew(pException, pCondition, pMessage)                                                                   \
     do {                                                                                                               \
         if (!(pCondition))                                                                                             \
