@@ -1,7 +1,7 @@
 #ifndef SELVANE_BITMAP_EXPORT_H
 #define SELVANE_BITMAP_EXPORT_H
 
-// The former place of base/Export.h, for programs that include it from here.
+// The former path of base/Export.h, kept for programs that include it.
 
 #include "base/Export.h"
 

@@ -1,7 +1,7 @@
 #ifndef SELVANE_BITMAP_FLATBLOCK_H
 #define SELVANE_BITMAP_FLATBLOCK_H
 
-// The block of a flat bitmap and copies of rows, internal.
+// Sizes of a flat bitmap's block, and copies of rows, internal.
 
 #include <cstddef>
 #include <cstdint>
@@ -10,19 +10,19 @@
 namespace Vornik
 {
 
-/// The next multiple of 4 at or above a width or height in pixels.
+/// Rounds a width or height in pixels up to a multiple of 4.
 constexpr int64_t PadTo4(int64_t pPixels)
 {
     return (pPixels + 3) & ~int64_t{3};
 }
 
-/// Bytes of the block of a flat bitmap of that height (pixels, not padded) and stride (bytes).
+/// Bytes of a flat bitmap's block. pHeight is in pixels, not padded; pStride is in bytes.
 constexpr int64_t FlatBlockSize(int pHeight, int pStride)
 {
     return PadTo4(pHeight) * pStride;
 }
 
-/// Copies pRowBytes bytes of each of pRows rows; strides in bytes.
+/// Copies the first pRowBytes bytes of pRows rows. Strides are in bytes.
 inline void CopyRows(void* pDst, ptrdiff_t pDstStride, const void* pSrc, ptrdiff_t pSrcStride, size_t pRowBytes,
                      int pRows)
 {

@@ -5,7 +5,7 @@
 namespace Vornik
 {
 
-// Required: the fields stay unset; a descendant fills them after its argument checks.
+// Required: the fields stay unset. A descendant sets them after its argument checks.
 cBitmap::cBitmap() = default;
 
 cBitmap::~cBitmap() = default;
@@ -53,7 +53,7 @@ void cBitmapLDR::AssignColorSpace(cColorSpace* pColorSpace)
 void cBitmapLDR::AssignColorSpace(eColorSpaceID pColorSpaceID)
 {
     cColorSpace* const space = cColorSpace::FromID(pColorSpaceID);
-    if (space == nullptr) return; // no such number: the present space stays
+    if (space == nullptr) return; // unknown number: the present space stays
     delete fColorSpace;
     fColorSpace = space;
 }

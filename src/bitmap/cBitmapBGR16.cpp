@@ -48,7 +48,7 @@ cBitmapBGR16* cBitmapBGR16::FromBGR16Data(int pFromWidth, int pFromHeight, int p
 {
     Require(cArgumentException, pFromWidth > 0, "Argument pFromWidth must be greater than zero.");
     Require(cArgumentException, pFromHeight > 0, "Argument pFromWidth must be greater than zero.");
-    // Required: half of what the words ask for. A stride in between is refused by CopyFromBGR16.
+    // Required: the check asks for 3 bytes per pixel, half of what its message says. CopyFromBGR16 asks for 6.
     Require(cArgumentException, pFromStride >= int64_t{3} * pFromWidth,
             "Argument pFromStride must be greater than or equal to 2*3*pFromWidth.");
     Require(cArgumentNullException, pFromBGR16 != nullptr, "Argument pFromBGR16 cannot be null.");
@@ -159,7 +159,7 @@ void cBitmapBGR16::CopyFromBGR16(int pFromWidth, int pFromHeight, int pFromStrid
 {
     Require(cArgumentException, pFromWidth == fWidth, "Argument pFromWidth must be equal to this->fWidth.");
     Require(cArgumentException, pFromHeight == fHeight, "Argument pFromWidth must be equal to this->fHeight.");
-    // Required: the words say 3.
+    // Required: the check asks for 6 bytes per pixel, twice what its message says.
     Require(cArgumentException, pFromStride >= int64_t{6} * fWidth,
             "Argument pFromStride must be greater than or equal to 3*this->fWidth.");
     Require(cArgumentNullException, pFromBGR16 != nullptr, "Argument pFromBGR16 cannot be null.");
@@ -167,7 +167,7 @@ void cBitmapBGR16::CopyFromBGR16(int pFromWidth, int pFromHeight, int pFromStrid
         std::memcpy(fData, pFromBGR16, static_cast<size_t>(fHeight) * static_cast<size_t>(fStride));
         return;
     }
-    // Required: rows lie twice the stride apart. Those that would leave the block are dropped.
+    // Required: rows are twice the stride apart. Rows that would leave the block are dropped.
     const int64_t rowDistance = int64_t{2} * fStride;
     const int64_t rowBytes = int64_t{6} * fWidth;
     const int64_t lastStart = FlatBlockSize(fHeight, fStride) - rowBytes;
@@ -188,7 +188,7 @@ void cBitmapBGR16::CopyFromLittleEndianRGB16(int pFromWidth, int pFromHeight, in
     const ptrdiff_t sourceStep = pFromStride / 2;
     for (ptrdiff_t y = 0; y < fHeight; ++y) {
         unsigned short* const row = fData + y * targetStep;
-        swab(pFromLERGB16 + y * sourceStep, row, ptrdiff_t{6} * fWidth); // Required: on big-endian hosts as well.
+        swab(pFromLERGB16 + y * sourceStep, row, ptrdiff_t{6} * fWidth); // Required: swaps on big-endian hosts too.
         SwapFirstAndThird(row, fWidth);
     }
 }

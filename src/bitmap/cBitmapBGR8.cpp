@@ -31,7 +31,7 @@ unsigned char* cBitmapBGR8::AllocBitmapData(int pWidth, int pHeight, int& pStrid
 
 void cBitmapBGR8::FreeBitmapData(unsigned char* pBGR8)
 {
-    // Required: the trace of an 8-bit bitmap's end comes before the check, on every call.
+    // Required: every call prints this line, before the check.
     std::fputs("Freeing via FreeBitmapData\n", stderr);
     Require(cArgumentNullException, pBGR8 != nullptr, "Argument 'pBGR8' cannot be null.");
     cMemUtils::BitmapFree(pBGR8);
@@ -171,7 +171,7 @@ void cBitmapBGR8::CopyFromBGR8(int pFromWidth, int pFromHeight, int pFromStride,
     Require(cArgumentException, pFromStride >= int64_t{3} * fWidth,
             "Argument pFromStride must be greater than or equal to 3*this->fWidth.");
     Require(cArgumentNullException, pFromBGR8 != nullptr, "Argument pFromBGR8 cannot be null.");
-    if (pFromStride == fStride) // the source's padding comes along, the padding rows do not
+    if (pFromStride == fStride) // copies the padding of each row, but no padding rows
         std::memcpy(fData, pFromBGR8, static_cast<size_t>(fHeight) * static_cast<size_t>(fStride));
     else
         CopyRows(fData, fStride, pFromBGR8, pFromStride, size_t{3} * static_cast<size_t>(fWidth), fHeight);

@@ -10,23 +10,23 @@ namespace Vornik
 class cTransferLUT_I8F32;
 class cTransferLUT_F32I8;
 
-/// A picture of 8 bits a sample, 3 bytes a pixel: blue, green, red from the lowest address.
+/// A picture of 8 bits per sample and 3 bytes per pixel: blue, green, red from the lowest address.
 ///
-/// A refused argument throws cArgumentNullException for a null pointer and cArgumentException otherwise, and leaves the
-/// bitmap as it was; no memory for the pixels throws cOutOfMemoryException. All strides are in bytes.
+/// A null pointer throws cArgumentNullException, any other bad argument cArgumentException. Both leave the bitmap
+/// unchanged. Without memory for the pixels, cOutOfMemoryException is thrown. All strides are in bytes.
 class SELVANE_API cBitmapBGR8 : public cBitmapLDR
 {
 public:
-    /// A pixel block for FreeBitmapData, not cleared; pStride takes its stride.
+    /// Returns a pixel block, not cleared, and stores its stride in pStride. FreeBitmapData releases the block.
     static unsigned char* AllocBitmapData(int pWidth, int pHeight, int& pStride);
     /// Writes "Freeing via FreeBitmapData" to the standard error stream and releases the block.
     static void FreeBitmapData(unsigned char* pBGR8);
 
-    /// Pixels not cleared. A number that names no colour space leaves fColorSpace null.
+    /// Does not clear the pixels. A number that names no colour space leaves fColorSpace null.
     cBitmapBGR8(int pWidth, int pHeight, eColorSpaceID pColorSpaceID);
-    /// Pixels not cleared. Keeps a clone of pReferentColorSpace, which stays the caller's.
+    /// Does not clear the pixels. Clones pReferentColorSpace; the caller keeps it.
     cBitmapBGR8(int pWidth, int pHeight, cColorSpace* pReferentColorSpace);
-    /// A copy of the caller's pixels, which stay the caller's; see CopyFromBGR8.
+    /// Copies the caller's pixels by CopyFromBGR8. The caller keeps its buffer.
     cBitmapBGR8(int pFromWidth, int pFromHeight, int pFromStride, unsigned char* pFromBGR8,
                 eColorSpaceID pColorSpaceID);
     ~cBitmapBGR8() override;
@@ -38,17 +38,18 @@ public:
 
     void* GetBGR8(); ///< fData
 
-    /// Copies a picture of this size in. With a source stride equal to fStride the source must be fHeight x fStride
-    /// bytes long, the padding of its last row included.
+    /// Copies a picture of this size into the bitmap. If pFromStride equals fStride, the source must be fHeight x
+    /// fStride bytes long, including the padding of its last row.
     void CopyFromBGR8(int pFromWidth, int pFromHeight, int pFromStride, unsigned char* pFromBGR8);
-    /// Copies the used pixels out, 3 * fWidth bytes a row.
+    /// Copies the pixels without their padding to pDstBGR8, 3 * fWidth bytes per row.
     void CopyToBGR8(unsigned char* pDstBGR8, int pDstWidth, int pDstHeight, int pDstStride);
 
-    /// The same as ToXYZ32(pToXYZ32) with a table and a matrix (linear red, green, blue to c0, c1, c2) of the caller's.
+    /// The same as ToXYZ32(pToXYZ32) with the caller's table and matrix. The matrix takes linear red, green, blue to
+    /// c0, c1, c2.
     void ToXYZ32(cBitmapXYZ32* pToXYZ32, cTransferLUT_I8F32* pCustomTransferLUT, cMatrix33 pMatrix);
     /// Fills this bitmap from X, Y, Z relative to D50.
     void FromXYZ32(cBitmapXYZ32* pFromXYZ32);
-    /// The same with a table and a matrix (c0, c1, c2 to linear red, green, blue) of the caller's.
+    /// The same with the caller's table and matrix. The matrix takes c0, c1, c2 to linear red, green, blue.
     void FromXYZ32(cBitmapXYZ32* pFromXYZ32, cTransferLUT_F32I8* pCustomTransferLUT, cMatrix33 pMatrix);
 
     unsigned char* fData; ///< owned block of paddedHeight x fStride bytes

@@ -18,7 +18,7 @@ cBitmapU16T::cBitmapU16T(int pWidth, int pHeight, int pPlane)
     fWidth = pWidth;
     fHeight = pHeight;
     fPlanes = pPlane;
-    // A pixel of more bytes than an int counts is too wide for a tile all the same.
+    // A pixel size beyond an int saturates. It is too wide for a tile in any case.
     const int pixelSize = pPlane <= INT_MAX / 2 ? 2 * pPlane : INT_MAX;
     fTiles = cMemUtils::TiledBitmapAlloc(pWidth, pHeight, pixelSize, fStride, fTileCount, fTileHeight);
     Require(cOutOfMemoryException, fTiles != nullptr, "Cannot alloc bitmap tiles.");

@@ -6,20 +6,20 @@
 namespace Vornik
 {
 
-/// A tiled picture of any number of 16-bit samples a pixel, whose meaning belongs to the user of the class. Scanlines
-/// are reached one by one through GetScanline: there is no relation between the addresses of neighbouring tiles.
+/// A tiled picture of 16-bit samples, any number per pixel. The user of the class defines what they mean. GetScanline
+/// gives the address of each scanline; the addresses of two tiles are unrelated.
 class SELVANE_API cBitmapU16T : public cBitmap
 {
 public:
-    /// pPlane is the number of samples a pixel. Samples are not cleared. Throws cArgumentException for an argument
+    /// pPlane is the number of samples per pixel. Does not clear the samples. Throws cArgumentException for an argument
     /// below 1, cInvalidOperationException for a scanline longer than 10 MiB, and cOutOfMemoryException.
     cBitmapU16T(int pWidth, int pHeight, int pPlane);
     ~cBitmapU16T() override;
 
-    /// First sample of row pY, 0 up to the padded height; not checked.
+    /// Returns the first sample of row pY, from 0 to the padded height - 1. pY is not checked.
     unsigned short* GetScanline(int pY) const;
 
-    int fPlanes;     ///< samples a pixel
+    int fPlanes;     ///< samples per pixel
     void** fTiles;   ///< owned tile set, see cMemUtils
     int fTileCount;  ///< number of tiles
     int fTileHeight; ///< scanlines of every tile but the last, which may be shorter

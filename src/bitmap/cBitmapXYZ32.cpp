@@ -14,7 +14,7 @@ namespace
 
 constexpr int kPixelSize = 12; // bytes
 
-/// Below 0 gives 0, above 1 or NaN 255, otherwise the value times 255, truncated.
+/// Below 0 gives 0; above 1 or NaN gives 255. Any other value is multiplied by 255 and truncated.
 SELVANE_INLINE unsigned char ByteOf(float pValue)
 {
     const float scaled = pValue <= 1.0f ? pValue * kToSample8 : kToSample8;
@@ -82,10 +82,10 @@ void cBitmapXYZ32::CopyFromXYZ32(int pFromWidth, int pFromHeight, int pFromStrid
             "Argument pFromStride must be greater than or equal to 12*this->fWidth.");
     Require(cArgumentNullException, pFromXYZ32 != nullptr, "Argument pFromXYZ32 cannot be null.");
     const auto rowBytes = size_t{12} * static_cast<size_t>(fWidth);
-    if (pFromStride == fStride) // the source's padding comes along, the padding rows do not
+    if (pFromStride == fStride) // copies the padding of each row, but no padding rows
         std::memcpy(fData, pFromXYZ32, static_cast<size_t>(fHeight) * static_cast<size_t>(fStride));
     else
-        CopyRows(fData, fStride & ~3, pFromXYZ32, pFromStride & ~3, rowBytes, fHeight); // whole floats apart
+        CopyRows(fData, fStride & ~3, pFromXYZ32, pFromStride & ~3, rowBytes, fHeight); // strides of whole floats
 }
 
 float* cBitmapXYZ32::GetImageData()

@@ -8,11 +8,11 @@ namespace Vornik
 
 class cBitmapXYZ32;
 
-/// A tiled picture of three floats a pixel, c0, c1, c2 from the lowest address. Scanlines are reached one by one
-/// through GetScanline: there is no relation between the addresses of neighbouring tiles.
+/// A tiled picture of three floats per pixel, c0, c1, c2 from the lowest address. GetScanline gives the address of each
+/// scanline; the addresses of two tiles are unrelated.
 ///
-/// A refused argument throws cArgumentNullException for a null pointer and cArgumentException otherwise, a scanline
-/// longer than 10 MiB cInvalidOperationException, and no memory for the tiles cOutOfMemoryException.
+/// A null pointer throws cArgumentNullException, any other bad argument cArgumentException. A scanline longer than 10
+/// MiB throws cInvalidOperationException. Without memory for the tiles, cOutOfMemoryException is thrown.
 class SELVANE_API cBitmapXYZ32T : public cBitmap
 {
 public:
@@ -20,10 +20,10 @@ public:
     explicit cBitmapXYZ32T(const cBitmapXYZ32* pFrom); ///< a copy of a flat picture
     ~cBitmapXYZ32T() override;
 
-    /// First pixel of row pY, 0 up to the padded height; not checked.
+    /// Returns the first pixel of row pY, from 0 to the padded height - 1. pY is not checked.
     float* GetScanline(int pY) const;
 
-    /// Copies a flat picture of this size in. pFromStride is in bytes and rounded down to a multiple of 4.
+    /// Copies a flat picture of this size into the bitmap. pFromStride is in bytes, rounded down to a multiple of 4.
     void CopyFromXYZ32(int pFromWidth, int pFromHeight, int pFromStride, const float* pFromXYZ32);
 
     void** fTiles;   ///< owned tile set, see cMemUtils

@@ -6,14 +6,14 @@
 namespace Vornik
 {
 
-/// A flat picture of one float a pixel.
+/// A flat picture of one float per pixel.
 ///
-/// A size below 1 throws cArgumentException, a null block cArgumentNullException, and no memory for the pixels
-/// cOutOfMemoryException.
+/// A size below 1 throws cArgumentException, a null block cArgumentNullException. Without memory for the pixels,
+/// cOutOfMemoryException is thrown.
 class SELVANE_API cBitmapY32 : public cBitmap
 {
 public:
-    /// A pixel block for FreeBitmapData, not cleared; pStride takes its stride in bytes.
+    /// Returns a pixel block, not cleared, and stores its stride in bytes in pStride. FreeBitmapData releases it.
     static float* AllocBitmapData(int pWidth, int pHeight, int& pStride);
     static void FreeBitmapData(float* pY32);
 

@@ -14,12 +14,12 @@ namespace Vornik
 namespace
 {
 
-// Grey weights in 1/65536. They sum to 65535: required, white becomes 254.
+// Grey weights in units of 1/65536. Required: they sum to 65535, so 8-bit white becomes 254.
 constexpr uint32_t kBlueWeight = 7471;
 constexpr uint32_t kGreenWeight = 38469;
 constexpr uint32_t kRedWeight = 19595;
 
-/// Of samples up to 65535: fills at most all 32 bits.
+/// The weighted sum of samples up to 65535. It fits 32 bits.
 SELVANE_INLINE uint32_t WeightedSum(uint32_t pBlue, uint32_t pGreen, uint32_t pRed)
 {
     return kBlueWeight * pBlue + kGreenWeight * pGreen + kRedWeight * pRed;
@@ -89,7 +89,7 @@ cBitmapY8* cBitmapY8::FromBGR16(unsigned short* pSrcBGR16, int pSrcWidth, int pS
     Require(cArgumentNullException, pSrcBGR16 != nullptr, "Argument pSrcBGR16 cannot be null.");
     Require(cArgumentException, pSrcWidth > 0, "Argument pSrcWidth must be greater than zero.");
     Require(cArgumentException, pSrcHeight > 0, "Argument pSrcHeight must be greater than zero.");
-    // Required: the factor is 3 here too, although a row takes 6 bytes a pixel.
+    // Required: the check asks for 3 bytes per pixel, although a row has 6.
     Require(cArgumentException, pSrcStride >= int64_t{3} * pSrcWidth,
             "Argument pSrcStride must be greater than or equal to 3*pSrcWidth.");
     auto grey = std::make_unique<cBitmapY8>(pSrcWidth, pSrcHeight);

@@ -9,7 +9,8 @@ namespace Vornik
 namespace
 {
 
-/// A copy from malloc that nobody frees: thrown exceptions are copied shallowly. Null for null and when memory is out.
+/// Returns a copy from malloc; null for null or without memory. The copy is never freed: copies of an exception share
+/// it.
 char* CopyText(const char* pText)
 {
     if (pText == nullptr) return nullptr;

@@ -8,16 +8,17 @@
 namespace Vornik
 {
 
-/// Common base of every failure that the library reports; never thrown as such.
+/// Base of all exception classes of the library. The library throws only its descendants.
 ///
-/// The message lives in the std::runtime_error base. The five texts are copies from malloc that belong to nobody: no
-/// destructor frees them, so that copies of the object may share them. A text whose copy found no memory, or that was
-/// null, reads as null; the message and the line are always there.
+/// The std::runtime_error base holds the message. The five other strings are copies from malloc. No destructor frees
+/// them, because copies of the object share them. A string is null if it was given as null or if its copy found no
+/// memory. The message and the line are always set.
 class SELVANE_API cException : public std::runtime_error
 {
 public:
-    /// Copies the texts in the order type, description, file, time stamp, signature; throws nothing of its own.
-    /// pLine is the line in pFile, pFile a bare file name, pTimeStamp 24 characters ("Fri Sep 26 11:26:16 2025").
+    /// Copies the strings in the order type, description, file, time stamp, signature. Throws only what
+    /// std::runtime_error throws. pLine is a line of pFile. pFile is a file name without folder. pTimeStamp has 24
+    /// characters ("Fri Sep 26 11:26:16 2025").
     cException(const char* const& pType, const char* const& pDescription, const char* const& pMessage, int pLine,
                const char* const& pFile, const char* const& pTimeStamp, const char* const& pFuncSig);
     ~cException() override;
@@ -38,7 +39,7 @@ public:
     int fLine;
 };
 
-/// An argument has a value that the operation does not take.
+/// An argument has a value that the operation refuses.
 class SELVANE_API cArgumentException : public cException
 {
 public:
@@ -49,7 +50,7 @@ public:
     ~cArgumentException() override;
 };
 
-/// A pointer argument is null. Not a cArgumentException.
+/// A pointer argument is null. Not derived from cArgumentException.
 class SELVANE_API cArgumentNullException : public cException
 {
 public:
@@ -61,7 +62,7 @@ public:
     ~cArgumentNullException() override;
 };
 
-/// No memory for the pixels of a bitmap. Memory from operator new reports std::bad_alloc instead.
+/// There is no memory for the pixels of a bitmap. A failing operator new throws std::bad_alloc instead.
 class SELVANE_API cOutOfMemoryException : public cException
 {
 public:
@@ -73,7 +74,7 @@ public:
     ~cOutOfMemoryException() override;
 };
 
-/// An object is not in a state that allows the operation.
+/// The state of the object does not allow the operation.
 class SELVANE_API cInvalidOperationException : public cException
 {
 public:

@@ -14,7 +14,7 @@ namespace
 
 constexpr int kMaxTileSize = 0xA00000; // bytes of one tile, and of one scanline: 10 MiB
 
-constexpr uint32_t kGuardPattern = 0xFAEF15BC; // guard bytes, the one of a 4-aligned address lowest
+constexpr uint32_t kGuardPattern = 0xFAEF15BC; // guard bytes; the lowest is for a 4-aligned address
 
 /// How a padded height is cut into tiles.
 struct sTiling
@@ -29,7 +29,7 @@ sTiling CutIntoTiles(int pPaddedHeight, int pStride)
 {
     const int tileHeight = kMaxTileSize / pStride;
     const int whole = pPaddedHeight / tileHeight;
-    // A height that divides evenly has no short tile: its last tile is one of the whole ones.
+    // If the height divides evenly, the last tile is a whole one too.
     const int full = tileHeight * whole < pPaddedHeight ? whole : whole - 1;
     return {tileHeight, full + 1, full, pPaddedHeight - full * tileHeight};
 }
@@ -39,7 +39,8 @@ void* AllocScanlines(int pRows, int pStride)
     return cMemUtils::Malloc(static_cast<unsigned long>(pRows) * static_cast<unsigned long>(pStride));
 }
 
-/// Fills the cleared array. The last tile is asked for even when a full one failed.
+/// Fills the cleared array and returns whether every tile got memory. Allocates the last tile even if a full one
+/// failed.
 bool AllocTiles(void** pTiles, const sTiling& pTiling, int pStride)
 {
     bool complete = true;
@@ -52,7 +53,7 @@ bool AllocTiles(void** pTiles, const sTiling& pTiling, int pStride)
     return complete && last != nullptr;
 }
 
-/// Required: a last tile that was obtained although a full one failed is not among those released, and is lost.
+/// Frees the full tiles and the array. Required: if a full tile failed, the last tile is lost.
 void DropTiles(void** pTiles, const sTiling& pTiling)
 {
     for (int i = 0; i < pTiling.fFullTiles; ++i) {
