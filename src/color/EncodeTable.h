@@ -1,7 +1,7 @@
 #ifndef SELVANE_COLOR_ENCODETABLE_H
 #define SELVANE_COLOR_ENCODETABLE_H
 
-// From a colour space's transfer to the table that encodes samples, for both renderers; internal.
+// Builds the table that encodes samples from a colour space's transfer, for both renderers, internal.
 
 #include "base/Numeric.h"
 #include "color/cColorSpace.h"
@@ -10,15 +10,15 @@
 namespace Vornik
 {
 
-/// True if the space can encode: it is there, and has the transfer that a shell of cColorSpace_GenericRGB, or a clone
-/// for whose second transfer there was no memory, lacks.
+/// Returns whether pSpace is not null and has its encoding transfer. An empty cColorSpace_GenericRGB has none. A clone
+/// has none if its second transfer found no memory.
 inline bool CanEncode(cColorSpace* pSpace)
 {
     return pSpace != nullptr && pSpace->GetFromLinearTransfer() != nullptr;
 }
 
-/// The encoded sample of each linear 16-bit value, 65536 entries. A value outside the unit interval saturates to 32
-/// bits and keeps its low 16.
+/// Fills pTable, 65536 entries, with the encoded sample of each linear 16-bit value. The sample is truncated to an
+/// unsigned 32-bit number, which saturates; its low 16 bits are kept.
 inline void FillEncodeLUT(unsigned short* pTable, cTransfer& pFromLinear)
 {
     for (int i = 0; i < kTableSize; i++) {

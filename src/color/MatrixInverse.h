@@ -8,16 +8,16 @@
 namespace Vornik
 {
 
-/// False, with pResult untouched, when the determinant is exactly 0. pResult may be pMatrix.
+/// Returns false and leaves pResult untouched if the determinant is exactly 0. pResult may be pMatrix.
 template <class tNumber, class tMatrix>
 SELVANE_INLINE bool InvertByAdjugate(const tMatrix& pMatrix, tMatrix& pResult)
 {
-    const tMatrix e = pMatrix; // a copy, so that the result may be written over the source
+    const tMatrix e = pMatrix; // a copy, since pResult may be pMatrix
     const tNumber c0 = e.m11 * e.m22 - e.m21 * e.m12;
     const tNumber c1 = e.m12 * e.m20 - e.m22 * e.m10;
     const tNumber c2 = e.m21 * e.m10 - e.m11 * e.m20;
     const tNumber determinant = e.m00 * c0 + e.m01 * c1 + e.m02 * c2;
-    if (determinant == tNumber(0)) // no tolerance; NaN passes
+    if (determinant == tNumber(0)) // no tolerance; NaN counts as invertible
         return false;
 
     const tNumber inverse = tNumber(1) / determinant;

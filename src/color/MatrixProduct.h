@@ -1,8 +1,8 @@
 #ifndef SELVANE_COLOR_MATRIXPRODUCT_H
 #define SELVANE_COLOR_MATRIXPRODUCT_H
 
-// Products of whole matrices and of a matrix with a column vector, internal. The sums are plain, from left to right,
-// with no fused step. Where a pixel loop asks for fused steps it writes them itself.
+// Products of two matrices and of a matrix with a column vector, internal. The sums run from left to right, without
+// fused multiply-adds. Pixel loops that need fused multiply-adds have their own products.
 
 #include "base/Versions.h"
 #include "color/cMatrix.h"

@@ -8,8 +8,7 @@
 
 // Colour spaces and the matrices between linear RGB, XYZ and the profile connection space.
 //
-// All chains of matrices run in double, in the order in which they are written, and are narrowed to float once at the
-// end.
+// Chains of matrices are computed in double, in the order in which they are written, and narrowed to float at the end.
 
 namespace Vornik
 {
@@ -17,10 +16,10 @@ namespace Vornik
 namespace
 {
 
-/// D50 as XYZ: the single-precision chromaticities below, worked out in double.
+/// XYZ of D50, computed in double from the single-precision chromaticities below.
 constexpr sVectorD3 kPCSWhite = {0.96421202494184188, 1.0, 0.8251882243169657};
 
-/// The white that is D50 itself, as ProPhoto RGB gives it: in single precision, widened.
+/// Chromaticity of D50 as the white of ProPhoto RGB: single precision, widened to double.
 constexpr double kPCSWhiteChromaX = static_cast<double>(0.34567f);
 constexpr double kPCSWhiteChromaY = static_cast<double>(0.3585f);
 
@@ -35,7 +34,7 @@ cMatrix33 Narrow(const cMatrixD33& pMatrix)
             static_cast<float>(m.m20), static_cast<float>(m.m21), static_cast<float>(m.m22)};
 }
 
-/// XYZ, with Y = 1, of a white given by its chromaticity.
+/// XYZ with Y = 1 of a white, from its chromaticity.
 sVectorD3 WhiteOf(double pWx, double pWy)
 {
     const double reciprocal = 1.0 / pWy;
@@ -47,7 +46,7 @@ sVectorD3 Widen(float pX, float pY, float pZ)
     return {static_cast<double>(pX), static_cast<double>(pY), static_cast<double>(pZ)};
 }
 
-/// The inverse, or all 0 where there is none: nobody asks, and nothing undefined may be read.
+/// The inverse; zero if singular.
 cMatrixD33 InverseOf(const cMatrixD33& pMatrix)
 {
     cMatrixD33 inverse{};
@@ -55,7 +54,7 @@ cMatrixD33 InverseOf(const cMatrixD33& pMatrix)
     return inverse;
 }
 
-/// The transform of XYZ that sends one white to another: cone responses, their ratios, and back.
+/// The transform of XYZ that takes white pFrom to white pTo. It scales the cone responses by the ratios of the whites.
 cMatrixD33 AdaptWhite(const sVectorD3& pFrom, const sVectorD3& pTo)
 {
     const cMatrixD33& b = kBradford;
@@ -178,14 +177,14 @@ cColorSpace* cColorSpace::FromID(eColorSpaceID pID)
     case eColorSpace_ProPhotoRGB:
         return new cColorSpace_ProPhotoRGB();
     }
-    return nullptr; // Required: an unknown number is refused in silence, and the caller looks for null.
+    return nullptr; // Required: an unknown number gives null, without an exception. The caller checks for null.
 }
 
 cMatrixD33 cColorSpace::RGBToXYZTransform(double pRx, double pRy, double pGx, double pGy, double pBx, double pBy,
                                           double pWx, double pWy)
 {
     const cMatrixD33 p = {pRx, pGx, pBx, pRy, pGy, pBy, (1.0 - pRy) - pRx, (1.0 - pGy) - pGx, (1.0 - pBy) - pBx};
-    const sVectorD3 s = Multiply(InverseOf(p), WhiteOf(pWx, pWy)); // how much of each primary makes white
+    const sVectorD3 s = Multiply(InverseOf(p), WhiteOf(pWx, pWy)); // amounts of the primaries in white
     return {p.m00 * s.x, p.m01 * s.y, p.m02 * s.z, p.m10 * s.x, p.m11 * s.y,
             p.m12 * s.z, p.m20 * s.x, p.m21 * s.y, p.m22 * s.z};
 }
@@ -194,7 +193,7 @@ cMatrixD33 cColorSpace::RGBToPCSTransform(double pRx, double pRy, double pGx, do
                                           double pWx, double pWy)
 {
     const cMatrixD33 toXYZ = RGBToXYZTransform(pRx, pRy, pGx, pGy, pBx, pBy, pWx, pWy);
-    if (pWx == kPCSWhiteChromaX && pWy == kPCSWhiteChromaY) // exactly: a white near D50 is adapted like any other
+    if (pWx == kPCSWhiteChromaX && pWy == kPCSWhiteChromaY) // no tolerance: a white near D50 is adapted
         return toXYZ;
     return Multiply(AdaptWhite(WhiteOf(pWx, pWy), kPCSWhite), toXYZ);
 }
@@ -239,8 +238,8 @@ cMatrix33 cColorSpace::PCSToRGBTransform(float pRx, float pRy, float pGx, float 
                                     double(pWx), double(pWy)));
 }
 
-// The constructors below set the transfers one after the other. When one of them fails, the base, which is complete by
-// then, deletes what is already there.
+// The constructors below create the two transfers in turn. If the second one fails, the destructor of the base deletes
+// the first.
 
 cColorSpace_sRGB::cColorSpace_sRGB() : cColorSpace({0.64f, 0.33f}, {0.30f, 0.60f}, {0.15f, 0.06f}, {0.31271f, 0.32902f})
 {
@@ -360,7 +359,7 @@ cColorSpace* cColorSpace_GenericRGB::Clone() const
     clone->fToLinear = CloneOrNull(fToLinear);
     try {
         clone->fFromLinear = CloneOrNull(fFromLinear);
-    } catch (...) { // Required: this one failure is not passed on; the clone comes without transfers.
+    } catch (...) { // Required: this failure is not reported. The clone has no transfers.
         delete clone->fToLinear;
         clone->fToLinear = nullptr;
     }

@@ -6,9 +6,9 @@
 //   encoded RGB --fToLinear--> linear RGB --fToXYZ--> XYZ under the space's own white
 //                                         --fToPCS--> XYZ under D50, the profile connection space (PCS)
 //
-// XYZ is scaled so that Y of white is 1; D50 is (0.96421202494184188, 1, 0.8251882243169657). A space is built once and
-// not changed afterwards, so that any number of threads may read it. Primaries and white points are not checked: with
-// primaries on one line the inverses that do not exist are all zero, and a white with y = 0 gives infinities and NaN.
+// XYZ is scaled so that Y of white is 1. D50 is (0.96421202494184188, 1, 0.8251882243169657). A space does not change
+// after construction, so any number of threads may read it. Primaries and white points are not checked. If the
+// primaries are on one line, the missing inverses are all zero. A white with y = 0 gives infinities and NaN.
 
 #include "base/Export.h"
 #include "color/cMatrix.h"
@@ -38,27 +38,26 @@ public:
     cTransfer* fToLinear;   ///< encoded value to linear value; owned, null only in an unfinished space
     cTransfer* fFromLinear; ///< linear value to encoded value; owned, null only in an unfinished space
     cMatrix33 fToXYZ;       ///< linear RGB to XYZ under fWhitePoint
-    cMatrix33 fFromXYZ;     ///< the way back
+    cMatrix33 fFromXYZ;     ///< XYZ under fWhitePoint to linear RGB
     cMatrix33 fToPCS;       ///< linear RGB to PCS
-    cMatrix33 fFromPCS;     ///< the way back
+    cMatrix33 fFromPCS;     ///< PCS to linear RGB
 
-    /// No transfers; the descendant fills the rest. Until then the numbers are all 0.
+    /// Sets all numbers to 0 and both transfers to null. The descendant fills them.
     cColorSpace();
-    /// Takes red, green, blue and white, and works out the four matrices; the transfers stay null for the descendant to
-    /// set.
+    /// Takes red, green, blue and white and computes the four matrices. The descendant sets the transfers, null before.
     cColorSpace(cVector2 pR, cVector2 pG, cVector2 pB, cVector2 pW);
     cColorSpace(const cColorSpace&) = delete;
     cColorSpace& operator=(const cColorSpace&) = delete;
 
     /// Deletes both transfers.
     virtual ~cColorSpace();
-    /// A new space like this one, with transfers of its own; the caller deletes it.
+    /// Returns a copy of this space with its own transfers. The caller deletes it.
     virtual cColorSpace* Clone() const = 0;
-    /// fWhitePoint.
+    /// Returns fWhitePoint.
     virtual cVector2 GetWhiteBalance() const;
     /// False in every class of the library.
     virtual bool IsRawColorSpace() const;
-    /// The name of the space, a constant of the library.
+    /// Returns the name of the space, a constant string of the library.
     virtual char const* GetName() const = 0;
 
     cVector2 GetWhitePoint() const;     ///< fWhitePoint
@@ -74,11 +73,11 @@ public:
 
     /// True for the numbers of eColorSpaceID.
     static bool IsColorSpaceIDValid(eColorSpaceID pID);
-    /// A new space of that number, which the caller deletes; null, and no exception, for a number that is none.
+    /// Returns a new space of that number, which the caller deletes. Returns null for an unknown number.
     static cColorSpace* FromID(eColorSpaceID pID);
 
-    /// Linear RGB to XYZ under the given white (chromaticities, CIE x and y). The double forms do all arithmetic; the
-    /// float forms widen their arguments, call them and narrow the nine results.
+    /// Linear RGB to XYZ under the given white. Arguments are chromaticities, CIE x and y. The double forms compute.
+    /// The float forms widen their arguments, call the double forms and narrow the nine results.
     static cMatrixD33 RGBToXYZTransform(double pRx, double pRy, double pGx, double pGy, double pBx, double pBy,
                                         double pWx, double pWy);
     /// The double form, narrowed.
@@ -113,7 +112,7 @@ public:
     cColorSpace* Clone() const override;
     char const* GetName() const override; ///< "sRGB IEC61966-2.1"
 
-    /// The address and size in bytes of the stored ICC profile, which stays the library's: not to be freed or changed.
+    /// Stores address and size in bytes of the ICC profile. The library owns the bytes: do not free or change them.
     static void GetICCProfile(unsigned char*& pData, unsigned int& pSize);
 };
 
@@ -126,7 +125,7 @@ public:
     cColorSpace* Clone() const override;
     char const* GetName() const override; ///< "Adobe RGB (1998)"
 
-    /// The address and size in bytes of the stored ICC profile, which stays the library's: not to be freed or changed.
+    /// Stores address and size in bytes of the ICC profile. The library owns the bytes: do not free or change them.
     static void GetICCProfile(unsigned char*& pData, unsigned int& pSize);
 };
 
@@ -143,34 +142,34 @@ public:
     cVector2 GetGPrimary() const; ///< as in cColorSpace
     cVector2 GetBPrimary() const; ///< as in cColorSpace
 
-    /// The address and size in bytes of the stored ICC profile, which stays the library's: not to be freed or changed.
+    /// Stores address and size in bytes of the ICC profile. The library owns the bytes: do not free or change them.
     static void GetICCProfile(unsigned char*& pData, unsigned int& pSize);
 };
 
-/// Any other space: from primaries and a gamma, or from what a matrix-shaper ICC profile holds.
+/// Any other space: from primaries and a gamma, or from the content of a matrix-shaper ICC profile.
 class SELVANE_API cColorSpace_GenericRGB : public cColorSpace
 {
 public:
-    /// An empty shell for Clone to fill: all numbers 0, no transfers.
+    /// An empty space, which Clone fills: all numbers 0, no transfers.
     cColorSpace_GenericRGB();
-    /// Red, green, blue and white as CIE x and y. Decodes with v to the power pGamma and encodes with its reciprocal;
-    /// pGamma is not checked.
+    /// Takes red, green, blue and white as CIE x and y. Decodes v as v to the power pGamma and encodes with the
+    /// exponent 1 / pGamma. pGamma is not checked.
     cColorSpace_GenericRGB(cVector2 pR, cVector2 pG, cVector2 pB, cVector2 pW, float pGamma);
     /// From the content of a matrix-shaper ICC profile.
-    /// \param pRGBToPCS        its columns are the PCS values of the primaries, the profile's rXYZ, gXYZ and bXYZ
-    /// \param pMediaWhite      XYZ of the media white, the profile's wtpt
-    /// \param pToLinearTable   16-bit samples of the decoding curve, evenly spaced over [0, 1]; copied
-    /// \param pToLinearCount   number of these samples, at least 2
-    /// \param pFromLinearTable 16-bit samples of the encoding curve; copied
-    /// \param pFromLinearCount number of these samples, at least 2
+    /// @param pRGBToPCS        columns are the PCS values of the primaries, the profile's tags rXYZ, gXYZ and bXYZ
+    /// @param pMediaWhite      XYZ of the media white, the profile's tag wtpt
+    /// @param pToLinearTable   16-bit entries of the decoding curve, evenly spaced over [0, 1]; copied
+    /// @param pToLinearCount   number of entries of pToLinearTable, at least 2
+    /// @param pFromLinearTable 16-bit entries of the encoding curve, evenly spaced over [0, 1]; copied
+    /// @param pFromLinearCount number of entries of pFromLinearTable, at least 2
     ///
     /// Throws what the constructor of cTransfer_Table throws: cArgumentNullException for a null table,
-    /// cArgumentException for fewer than two samples.
+    /// cArgumentException for fewer than two entries.
     cColorSpace_GenericRGB(cMatrix33 pRGBToPCS, cVector3 pMediaWhite, unsigned short* pToLinearTable,
                            int pToLinearCount, unsigned short* pFromLinearTable, int pFromLinearCount);
     ~cColorSpace_GenericRGB() override;
-    /// A copy with transfers of its own; the caller deletes it. When the second transfer cannot be cloned the failure
-    /// is not reported: the copy comes with both transfers null.
+    /// Returns a copy with its own transfers; the caller deletes it. If the second transfer cannot be cloned, Clone
+    /// reports no failure, and both transfers of the copy are null.
     cColorSpace* Clone() const override;
     char const* GetName() const override; ///< "Generic RGB"
 };

@@ -1,13 +1,13 @@
 #include "color/cColorSpace.h"
 
-// The published ICC profiles of the three fixed working spaces (version 2.1.0, big-endian), byte for byte as their
-// makers gave them out, and handed on as they are: nothing in the library reads them. Each carries its maker's notice
-// in its cprt tag, and that text belongs to the bytes:
+// The published ICC profiles of the three fixed working spaces (version 2.1.0, big-endian), byte for byte. The library
+// hands them out and does not read them. The cprt tag of each profile is its maker's notice:
 //   sRGB IEC61966-2.1   Copyright (c) 1998 Hewlett-Packard Company
 //   Adobe RGB (1998)    Copyright 2000 Adobe Systems Incorporated
 //   ProPhoto RGB        Copyright (c) Eastman Kodak Company, 1999, all rights reserved.
-// Embedding a profile in a picture is what it is published for; who distributes the library looks at the makers' terms
-// for passing the files on. Never edit a byte: the tests hold size, every field and the SHA-256 of each whole.
+// The makers published the profiles for embedding in pictures. Distributors of the library must check the makers' terms
+// for passing the files on. Do not edit a byte, not even of a notice: tests check the size, every field and the SHA-256
+// of each profile.
 
 namespace Vornik
 {
@@ -260,7 +260,7 @@ const unsigned char ProPhotoProfile[940] = {
 
 // clang-format on
 
-/// Callers get a pointer to bytes that they may not change.
+/// Gives the caller a pointer to constant bytes, which the caller must not change.
 template <unsigned int tSize>
 void HandOut(const unsigned char (&pProfile)[tSize], unsigned char*& pData, unsigned int& pSize)
 {

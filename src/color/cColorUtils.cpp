@@ -7,8 +7,8 @@
 #include <algorithm>
 #include <cmath>
 
-// Conversions of single colours. Every operation is a short road of steps in single precision; the powers alone run in
-// double.
+// Conversions of single colours, in single precision. Powers, and the scale and offset of the sRGB encoding, are
+// computed in double.
 
 namespace Vornik
 {
@@ -16,8 +16,7 @@ namespace Vornik
 namespace
 {
 
-// Curves of sRGB. Exponents, factors and offsets are single-precision numbers, widened where the arithmetic is in
-// double.
+// Curves of sRGB. Exponents, factors and offsets have single precision and are widened for arithmetic in double.
 constexpr float kDecodeJunction = 0x1.4b5dccp-5f; // 0.04045
 constexpr float kEncodeJunction = 0x1.9a5c38p-9f; // 0.0031308
 constexpr float kDecodeSlope = 0x1.3d0722p-4f;    // 0.07739938, 1 / 12.92
@@ -35,8 +34,8 @@ constexpr float kProPhotoEncodeExponent = 0x1.1c71c8p-1f; // 0.5555556, 1 / 1.8
 constexpr float kTurnsPerDegree = 0x1.6c16c2p-9f;   // 0.0027777778, 1 / 360
 constexpr float kSectorsPerDegree = 0x1.111112p-6f; // 0.016666668, 1 / 60
 
-// Between linear RGB of the fixed spaces and the PCS. Constants of their own, equal to single precision to what the
-// colour spaces work out; the tiny terms of the ProPhoto pair belong to them. Each is the nearest float to its decimal.
+// Matrices between linear RGB of the fixed spaces and the PCS. To single precision they equal the matrices that the
+// colour spaces compute. The tiny terms of the ProPhoto pair must stay. Each float is the nearest to its decimal.
 constexpr cMatrix33 kLinearsRGBToPCS = {0.43602189f,  0.38510889f, 0.1430812f,   0.2224752f, 0.71690661f,
                                         0.060618222f, 0.01392813f, 0.097101517f, 0.7141586f};
 constexpr cMatrix33 kPCSToLinearsRGB = {3.1343119f,   -1.617233f,   -0.49068579f, -0.97874379f, 1.916114f,
@@ -52,7 +51,7 @@ constexpr cMatrix33 kLinearProPhotoToLinearsRGB = {2.0343146f,     -0.72753626f,
                                                    -0.22879943f,   1.2317188f,   -0.002919575f,
                                                    -0.0085659819f, -0.15328328f, 1.1618491f};
 
-/// To at least 0, then to at most 1; NaN stays.
+/// Raises to at least 0, then lowers to at most 1. NaN stays NaN.
 float ClampToUnit(float pValue)
 {
     const float raised = pValue < 0.0f ? 0.0f : pValue;
@@ -64,20 +63,19 @@ cVector3 ClampToUnit(cVector3 pColour)
     return {ClampToUnit(pColour.x), ClampToUnit(pColour.y), ClampToUnit(pColour.z)};
 }
 
-/// 1 / (Y + Z + X), what turns XYZ into chromaticities.
+/// 1 / (Y + Z + X), the factor from XYZ to chromaticities.
 float ChromaScale(float pX, float pY, float pZ)
 {
     return 1.0f / ((pY + pZ) + pX);
 }
 
-/// One step of the walk over R, G and B. Required: only a component out of range changes the flag, so the last one
-/// decides.
+/// Clamps one component to [0, 1]. Required: only a component out of range changes the flag, so the last one decides.
 void BringIntoGamut(float& pComponent, bool& pInside)
 {
     if (pComponent < 0.0f) {
         pComponent = 0.0f;
         pInside = false;
-    } else if (!(pComponent <= 1.0f)) { // NaN as well
+    } else if (!(pComponent <= 1.0f)) { // also NaN
         pComponent = 1.0f;
         pInside = true;
     }
@@ -92,7 +90,7 @@ bool BringIntoGamut(cVector3& pColour)
     return inside;
 }
 
-/// Sets what is not at least 0, NaN included, to 0; false when there was any.
+/// Sets components below 0 or NaN to 0. Returns false if there was one.
 bool RaiseToZero(cVector3& pColour)
 {
     bool inside = true;
@@ -152,7 +150,7 @@ cVector3 EncodeProPhoto(cVector3 pColour)
             Power(pColour.z, kProPhotoEncodeExponent)};
 }
 
-/// Degrees, of a colour whose largest and smallest components differ.
+/// The hue in degrees. The largest and the smallest component must differ.
 float HueOf(cVector3 pColour, float pMax, float pRange)
 {
     if (pMax == pColour.x) {
@@ -163,14 +161,14 @@ float HueOf(cVector3 pColour, float pMax, float pRange)
     return ((pColour.x - pColour.y) * 60.0f) / pRange + 240.0f;
 }
 
-/// Required: at and below -360 the result stays negative, which mostly ends in a negative sector.
+/// Wraps a hue into one turn. Required: a hue of -360 or below stays negative and mostly gives a negative sector.
 float WrapHue(float pHue)
 {
     if (pHue < 0.0f) return pHue + (1.0f - std::floor(pHue * -kTurnsPerDegree)) * 360.0f;
     return pHue - std::floor(pHue * kTurnsPerDegree) * 360.0f;
 }
 
-/// The colour in a sixth of the hue circle; black for a negative sector.
+/// The colour in one sixth of the hue circle; black for a negative sector.
 cVector3 ColourInSector(int pSector, float pV, float pP, float pQ, float pT)
 {
     switch (pSector) {

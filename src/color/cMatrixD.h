@@ -6,10 +6,10 @@
 namespace Vornik
 {
 
-/// A 3 x 3 matrix in double precision, in which chains of colour transforms are worked out before they are narrowed.
+/// A 3 x 3 matrix in double precision. Chains of colour transforms are computed in it and narrowed at the end.
 ///
-/// Row-major, acting on a column vector: out[r] = m[r][0] * in[0] + m[r][1] * in[1] + m[r][2] * in[2]. Exactly these
-/// nine numbers and nothing else, so it may be copied as a block. An aggregate: without an initialiser the numbers are
+/// It is row-major and acts on a column vector: out[r] = m[r][0] * in[0] + m[r][1] * in[1] + m[r][2] * in[2]. It holds
+/// only these nine numbers, so it may be copied as a block. It is an aggregate: without an initialiser the numbers are
 /// undefined.
 class SELVANE_API cMatrixD33
 {
@@ -24,9 +24,9 @@ public:
     double m21; ///< row 2, column 1
     double m22; ///< row 2, column 2
 
-    /// Inverts by the adjugate, with one division. Returns false, with pResult untouched, when the determinant equals
-    /// 0.0 exactly; there is no tolerance, and a determinant of NaN counts as invertible. pResult may be this matrix
-    /// itself and need not be initialised.
+    /// Inverts by the adjugate, with one division. Returns false and leaves pResult untouched if the determinant is
+    /// exactly 0.0. There is no tolerance, and a NaN determinant counts as invertible. pResult may be this matrix and
+    /// need not be initialised.
     bool GetInverse(cMatrixD33& pResult) const;
 };
 

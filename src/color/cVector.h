@@ -8,9 +8,9 @@ namespace Vornik
 class cVector2
 {
 public:
-    /// Zeros.
+    /// Sets both numbers to 0.
     constexpr cVector2() : x(0.0f), y(0.0f) {}
-    /// These numbers.
+    /// Sets both numbers.
     constexpr cVector2(float pX, float pY) : x(pX), y(pY) {}
 
     float x; ///< first number
@@ -21,9 +21,9 @@ public:
 class cVector3
 {
 public:
-    /// Zeros.
+    /// Sets all numbers to 0.
     constexpr cVector3() : x(0.0f), y(0.0f), z(0.0f) {}
-    /// These numbers.
+    /// Sets all numbers.
     constexpr cVector3(float pX, float pY, float pZ) : x(pX), y(pY), z(pZ) {}
 
     float x; ///< first number
