@@ -1,7 +1,7 @@
 #ifndef SELVANE_CURVE_RENDERERCURVES_H
 #define SELVANE_CURVE_RENDERERCURVES_H
 
-// What both renderers do with their curves, internal.
+// Helpers of both renderers for their curves, internal.
 
 #include "curve/cHermiteSpline.h"
 
@@ -10,7 +10,7 @@
 namespace Vornik
 {
 
-/// A hue curve that changes nothing: flat at one half.
+/// Returns a neutral hue curve, flat at 0.5.
 inline std::unique_ptr<cHermiteSpline> NewNeutralHueCurve()
 {
     auto curve = std::make_unique<cHermiteSpline>();
@@ -20,8 +20,8 @@ inline std::unique_ptr<cHermiteSpline> NewNeutralHueCurve()
     return curve;
 }
 
-/// Puts a copy of pGiven in the place of the held curve if the two differ. The copy is whole before the old curve goes.
-/// True if it did.
+/// Replaces pHeld by a copy of pGiven if the two differ, and returns whether it did. The copy is complete before the
+/// old curve is deleted.
 inline bool ReplaceIfDifferent(cHermiteSpline*& pHeld, const cHermiteSpline& pGiven)
 {
     if (!(*pHeld != pGiven)) return false;

@@ -12,11 +12,11 @@
 #include <memory>
 #include <vector>
 
-// Control points and key frames of the tone curves; the tables are built in cHermiteSpline_Tables.cpp. Every change has
-// one shape: check the arguments, change the records, call the virtual UpdatePointArray.
+// Control points and key frames of the tone curves. cHermiteSpline_Tables.cpp builds the tables. Every change checks
+// its arguments, changes the records and calls the virtual UpdatePointArray.
 //
-// Sums and products round one by one, from left to right as they are written: the points feed tables that feed every
-// pixel.
+// Each sum and product is rounded on its own, from left to right as written. The rounding reaches every pixel through
+// the tables.
 
 namespace Vornik
 {
@@ -28,7 +28,7 @@ constexpr float kLeastDistance = 0x1.0c6f7ap-20f; // 1e-6, between neighbouring 
 constexpr float kFlatTangent = 0x1.99999ap-3f;    // 0.2, abscissa of the tangents in eSplineFlatTangents
 constexpr float kOuterTangent = 0.25f;            // abscissa of the tangents of a point added outside the curve
 constexpr float kThird = 0x1.555556p-2f;          // 1/3, from a Hermite tangent to a Bezier arm
-constexpr int kSearchSteps = 300;                 // of the parameter at which a segment is split
+constexpr int kSearchSteps = 300;                 // steps of the parameter in the search for a split
 constexpr float kSearchStep = 0x1.b4e81cp-9f;     // 1/300
 
 cVector2 operator+(cVector2 pLeft, cVector2 pRight)
@@ -46,7 +46,7 @@ cVector2 operator*(float pFactor, cVector2 pVector)
     return cVector2(pFactor * pVector.x, pFactor * pVector.y);
 }
 
-/// pWeight of pSecond and the rest of pFirst.
+/// (1 - pWeight) * pFirst + pWeight * pSecond.
 cVector2 Between(cVector2 pFirst, cVector2 pSecond, float pWeight)
 {
     return (1.0f - pWeight) * pFirst + pWeight * pSecond;
@@ -57,16 +57,16 @@ bool Equal(cVector2 pLeft, cVector2 pRight)
     return pLeft.x == pRight.x && pLeft.y == pRight.y;
 }
 
-/// Records with all members 0. Throws std::bad_array_new_length where the count does not fit an int.
+/// Returns pCount records with all members 0. Throws std::bad_array_new_length if pCount is below 0 or above INT_MAX.
 sControlPoint* NewRecords(int64_t pCount)
 {
     return new sControlPoint[static_cast<size_t>(CheckedCount(pCount, 1))]();
 }
 
-// Order of the points
+// ---- Order of the points --------------------------------------------------------------------------------------------
 
-/// qsort may run out of the array when a comparison contradicts itself, as it does with NaN. This merge takes the left
-/// record whenever it does not compare greater, stays inside, and needs no memory.
+/// Merge sort for abscissae with NaN. Their comparisons contradict each other, and qsort might leave the array. Takes
+/// the left record unless it compares greater. Needs no further memory.
 void SortInPlace(sControlPoint* pFirst, sControlPoint* pLast)
 {
     if (pLast - pFirst < 2) return;
@@ -90,7 +90,7 @@ void SortPoints(sControlPoint* pPoints, int pCount)
         std::qsort(pPoints, static_cast<size_t>(pCount), sizeof *pPoints, CompareControlPointAbscissa);
 }
 
-/// Walks forwards, so that a run of equal points fans out upwards.
+/// Keeps neighbours 1e-6 apart. Goes forwards, so that equal points fan out upwards.
 void KeepApart(sControlPoint* pPoints, int pCount)
 {
     for (int i = 1; i < pCount; ++i) {
@@ -99,7 +99,7 @@ void KeepApart(sControlPoint* pPoints, int pCount)
     }
 }
 
-// Tangents
+// ---- Tangents -------------------------------------------------------------------------------------------------------
 
 void SetBothTangents(sControlPoint& pRecord, cVector2 pTangent)
 {
@@ -107,7 +107,7 @@ void SetBothTangents(sControlPoint& pRecord, cVector2 pTangent)
     pRecord.fPreviousTangent = pTangent;
 }
 
-/// Required: the tangents at the two ends are not halved, those between them are.
+/// Sets tangents from the neighbours. Required: the inner tangents are halved, the two outer ones are not.
 void DeriveTangents(sControlPoint* pPoints, int pCount)
 {
     const int last = pCount - 1;
@@ -127,14 +127,14 @@ void UpdateTangents(eSplineInterpolationMode pMode, sControlPoint* pPoints, int 
     }
 }
 
-// Splitting a segment
+// ---- Splitting a segment --------------------------------------------------------------------------------------------
 
-/// The first step of the parameter at which the segment's abscissa is not below pX, or the last step.
+/// The first step of the parameter where the segment's abscissa is not below pX, or the last step.
 float ParameterAt(const sControlPoint& pLeft, const sControlPoint& pRight, float pX)
 {
     const float x0 = pLeft.fPoint.x, x1 = pRight.fPoint.x;
     const float m0 = pLeft.fNextTangent.x, m1 = pRight.fPreviousTangent.x;
-    // Required: not the order of the terms that the tables have, and other bits.
+    // Required: the terms have another order than in the tables, so the bits differ.
     const float a = 2.0f * (x0 - x1) + m0 + m1;
     const float b = 3.0f * x1 - m1 - 3.0f * x0 - 2.0f * m0;
     float t = 0.0f;
@@ -145,8 +145,8 @@ float ParameterAt(const sControlPoint& pLeft, const sControlPoint& pRight, float
     return t;
 }
 
-/// Cuts the segment at pT by de Casteljau's construction: pNew becomes the point there, and the tangents on both sides
-/// of it are set so that the two halves draw the old curve.
+/// Splits the segment at parameter pT by de Casteljau's construction. pNew becomes the point at pT. The tangents are
+/// set so that the two halves draw the old curve.
 void SplitSegment(sControlPoint& pLeft, sControlPoint& pNew, sControlPoint& pRight, float pT)
 {
     const cVector2 p0 = pLeft.fPoint, p3 = pRight.fPoint;
@@ -162,7 +162,7 @@ void SplitSegment(sControlPoint& pLeft, sControlPoint& pNew, sControlPoint& pRig
     pNew.fNextTangent = 3.0f * (r1 - s);
 }
 
-/// Places the record behind pCount sorted ones on the curve, or outside it.
+/// Places the new record, which follows pCount sorted ones, on the curve or outside it.
 void PlaceNewPoint(sControlPoint* pPoints, int pCount)
 {
     sControlPoint& added = pPoints[pCount];
@@ -179,7 +179,7 @@ void PlaceNewPoint(sControlPoint* pPoints, int pCount)
     SplitSegment(before, added, after, ParameterAt(before, after, x));
 }
 
-// Start and end of a curve
+// ---- Start and end of a curve ---------------------------------------------------------------------------------------
 
 void ReleaseTables(cHermiteSpline& pCurve)
 {
@@ -201,7 +201,7 @@ void ReleaseAll(cHermiteSpline& pCurve)
     pCurve.fCount = 0;
 }
 
-/// Gives an initialised curve under construction its points. What it holds is released if it cannot be finished: its
+/// Gives a curve under construction its points. If that throws, releases everything the curve holds, since its
 /// destructor will not run.
 void Start(cHermiteSpline& pCurve, std::initializer_list<cVector2> pPoints)
 {
@@ -321,13 +321,13 @@ void cHermiteSpline::SetControlPoints(eSplineInterpolationMode pMode, int pContr
     Require(cArgumentException, pControlPointCount >= 2,
             "Argument pControlPointCount must be greater or equal than two.");
     Require(cArgumentNullException, pCPs != nullptr, "Argument pCPs cannot be null.");
-    const std::unique_ptr<sControlPoint[]> old(fPoints); // freed last: pCPs may be this very array
+    const std::unique_ptr<sControlPoint[]> old(fPoints); // freed last: pCPs may point into the old array
     fPoints = nullptr;
     fCount = pControlPointCount;
     fPoints = NewRecords(pControlPointCount);
     std::copy_n(pCPs, pControlPointCount, fPoints);
     fMode = pMode;
-    // A copy under construction has no other update than this class's own, and needs none.
+    // In the copy constructor this calls the form of this class, which is enough.
     UpdatePointArray(); // NOLINT(clang-analyzer-optin.cplusplus.VirtualCall)
 }
 
@@ -469,7 +469,7 @@ bool cHermiteSpline::operator!=(const cHermiteSpline& pOther) const
     return !(*this == pOther);
 }
 
-// Key frames
+// ---- Key frames -----------------------------------------------------------------------------------------------------
 
 namespace
 {
@@ -477,7 +477,7 @@ namespace
 constexpr int kFirstKeyFrameCount = 2; // of a new curve
 constexpr size_t kFloatsPerPoint = 6;  // of the float form of SetKeyFrames
 
-/// A point of the float form: x, y, previous tangent, next tangent. Required: the records have the next tangent first.
+/// Reads a point of six floats. Required: the floats have the previous tangent first, the record the next.
 sControlPoint PointFromFloats(const float* pFloats, int pIndex)
 {
     sControlPoint record;
@@ -488,14 +488,14 @@ sControlPoint PointFromFloats(const float* pFloats, int pIndex)
     return record;
 }
 
-/// Two neighbouring key frames, the first by its number, and the weight of the second one.
+/// Number of the first of two neighbouring key frames, and the weight of the second.
 struct sNeighbours
 {
     int fFirst;
     float fWeight;
 };
 
-/// Those around pPosition among at least two key frames.
+/// Returns the key frames around pPosition. pKeyFrameCount is at least 2.
 sNeighbours NeighboursOf(float pPosition, int pKeyFrameCount)
 {
     if (pPosition < 0.0f) return {0, 0.0f};
@@ -505,7 +505,7 @@ sNeighbours NeighboursOf(float pPosition, int pKeyFrameCount)
     return {first, place - static_cast<float>(first)};
 }
 
-/// pWeight of pSecond and the rest of pFirst, second product first.
+/// pWeight * pSecond + (1 - pWeight) * pFirst, in this order.
 void Blend(sControlPoint& pResult, const sControlPoint& pFirst, const sControlPoint& pSecond, float pWeight)
 {
     const auto blend = [=](cVector2 pA, cVector2 pB) { return pWeight * pB + (1.0f - pWeight) * pA; };
@@ -514,7 +514,7 @@ void Blend(sControlPoint& pResult, const sControlPoint& pFirst, const sControlPo
     pResult.fPreviousTangent = blend(pFirst.fPreviousTangent, pSecond.fPreviousTangent);
 }
 
-/// The first record of a key frame; null for one that is not stored, and on a curve that ran out of memory.
+/// Returns the first record of a key frame. Returns null if there is no such key frame or the curve ran out of memory.
 sControlPoint* KeyFrame(cInterpolatedHermiteSpline& pCurve, int pKeyFrame)
 {
     if (pCurve.fKeyFrames == nullptr || pCurve.fPoints == nullptr) return nullptr;
@@ -528,7 +528,7 @@ bool PointsInto(const sControlPoint* pPlace, const sControlPoint* pArray, ptrdif
     return pArray != nullptr && !before(pPlace, pArray) && before(pPlace, pArray + pCount);
 }
 
-/// Whether pCPs are records of the curve itself, which would be freed before they are read.
+/// Returns whether pCPs points into the curve's own records. They would be freed before they are read.
 bool OwnsRecords(const cInterpolatedHermiteSpline& pCurve, const sControlPoint* pCPs)
 {
     return PointsInto(pCPs, pCurve.fPoints, pCurve.fCount) ||
@@ -622,7 +622,7 @@ void cInterpolatedHermiteSpline::SetKeyFrames(eSplineInterpolationMode pMode, in
     std::copy_n(pCPs, CheckedCount(pKeyFrameCount, pControlPointCount), fKeyFrames);
 }
 
-// The two forms word their counts differently; both wordings stay.
+// Required: the messages of this form say "greater or equal than", those of the other "greater than or equal to".
 void cInterpolatedHermiteSpline::SetKeyFrames(eSplineInterpolationMode pMode, int pControlPointCount,
                                               int pKeyFrameCount, const float* pCPs)
 {

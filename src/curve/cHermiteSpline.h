@@ -8,113 +8,114 @@
 namespace Vornik
 {
 
-/// A control point with its two tangents. Exchanged in arrays: the order of the members is part of the interface.
+/// A control point with its two tangents. Callers exchange arrays of it: the order of the members must not change.
 struct SELVANE_API sControlPoint
 {
-    cVector2 fPoint;           ///< abscissa and ordinate; the curve's tables show the unit square of the plane
+    cVector2 fPoint;           ///< abscissa and ordinate; the tables cover the unit square
     cVector2 fNextTangent;     ///< leaving the point, towards the next one
     cVector2 fPreviousTangent; ///< arriving at the point from the previous one
-    int fIndex;                ///< position in the array just before the latest sort
+    int fIndex;                ///< position in the array before the latest sort
 
-    /// Exact equality of the six floats and of fIndex; a NaN differs from everything.
+    /// Compares the six floats and fIndex exactly. NaN differs from everything.
     bool operator==(const sControlPoint& pOther) const;
     bool operator!=(const sControlPoint& pOther) const;
 };
 
-/// What UpdatePointArray does to the tangents, and the shape of the segments. Any other value behaves as
-/// eSplineManualTangents in these two respects.
+/// How UpdatePointArray sets the tangents, and the shape of the segments. In both, any other value acts as
+/// eSplineManualTangents.
 enum eSplineInterpolationMode : int
 {
     eSplineCatmullRom = 0,     ///< tangents from the neighbours, cubic segments
-    eSplineManualTangents = 1, ///< tangents as they stand, the caller edits them; cubic segments
+    eSplineManualTangents = 1, ///< tangents set by the caller and kept; cubic segments
     eSplineLinear = 2,         ///< tangents as for eSplineCatmullRom, without effect; straight segments
     eSplineFlatTangents = 3,   ///< all tangents (0.2, 0), cubic segments: no overshoot of the ordinate
 };
 
-/// Order of two sControlPoint records by abscissa, for qsort: -1 if the first is less, 1 if it is greater, 0 if both
-/// are equal, and -1 if either is NaN.
+/// Compares two sControlPoint records by abscissa, for qsort. Returns 1 if the first is greater, 0 if both are equal,
+/// and -1 if the first is less or either is NaN.
 SELVANE_API int CompareControlPointAbscissa(const void* pFirst, const void* pSecond);
 
-/// An editable tone curve: control points joined by cubic Hermite segments, sampled into tables of the unit square.
+/// An editable tone curve: control points joined by cubic Hermite segments, drawn into tables of the unit square.
 ///
-/// Every change of the points ends in UpdatePointArray, which sorts them and marks the four tables stale; a table is
-/// filled when it is asked for, the 16-bit float table first and the others from it. Table index i stands for the
-/// abscissa i / 65535. Indices of points are positions in the sorted array.
+/// Every change of the points ends in UpdatePointArray. It sorts the points and marks the four tables stale. The getter
+/// of a table fills it if it is stale: first the 16-bit float table, then the others from it. Table index i stands for
+/// the abscissa i / 65535. The index of a point is its position in the sorted array.
 ///
-/// No locks: reading a stale table writes to the object. Fetch the tables on one thread, then share the pointers.
+/// There are no locks, and the getter of a stale table writes to the object. Get the tables on one thread, then share
+/// the pointers.
 class SELVANE_API cHermiteSpline : public cTransfer
 {
 public:
-    /// The line from (0, 0) to (1, 1). This and the next three start in eSplineCatmullRom and take their points in any
-    /// order. All constructors throw std::bad_alloc.
+    /// The line from (0, 0) to (1, 1). This and the next three constructors set eSplineCatmullRom and take their points
+    /// in any order. All constructors throw std::bad_alloc.
     cHermiteSpline();
     cHermiteSpline(float pX0, float pY0, float pX1, float pY1);
     cHermiteSpline(float pX0, float pY0, float pX1, float pY1, float pX2, float pY2);
     cHermiteSpline(float pX0, float pY0, float pX1, float pY1, float pX2, float pY2, float pX3, float pY3);
-    /// Takes mode and points, no tables. Throws what SetControlPoints throws.
+    /// Copies the mode and the points, not the tables. Throws what SetControlPoints throws.
     cHermiteSpline(const cHermiteSpline& pOther);
     cHermiteSpline& operator=(const cHermiteSpline&) = delete;
     ~cHermiteSpline() override;
 
     /// Not available on curves: throws cInvalidOperationException. Copy with the copy constructor.
     cTransfer* Clone() const override;
-    /// The entry of GetLUT16f at the truncation of pValue * 65535, saturated to 32 bits unsigned (negative and NaN: 0),
-    /// of which the low 16 bits count: 1.5 reads entry 32766. Nothing is interpolated.
+    /// Returns one entry of GetLUT16f, without interpolation. The index is pValue * 65535, truncated to an unsigned
+    /// 32-bit number with saturation. Negative values and NaN give 0. Only the low 16 bits count: 1.5 reads entry
+    /// 32766.
     float Function(float pValue) override;
 
-    /// Adds a point and returns its position. In eSplineManualTangents an abscissa inside the curve splits the segment
-    /// there: the ordinate of pPoint is ignored, the new point lies on the curve and the curve keeps its shape;
-    /// outside, the new point's tangents are (0.25, 0). Throws std::bad_array_new_length, std::bad_alloc; nothing has
-    /// then changed, but that a cInterpolatedHermiteSpline has its point if it was the key frames that failed.
+    /// Adds a point and returns its position. In eSplineManualTangents, an abscissa inside the curve splits the segment
+    /// there. The ordinate of pPoint is then ignored: the new point is on the curve, and the curve keeps its shape.
+    /// Outside the curve, the new point's tangents are (0.25, 0). Throws std::bad_array_new_length or std::bad_alloc;
+    /// the curve is then unchanged. But a cInterpolatedHermiteSpline keeps the new point if only its key frames failed.
     virtual int AddPoint(const cVector2& pPoint);
 
-    /// Stamps fIndex, sorts by abscissa, moves points apart that are closer than 1e-6 in abscissa (the later one
-    /// upwards, also above 1), derives the tangents by mode and marks the tables stale. To be called after a change
-    /// through the references of GetPointAt and its two sisters. Throws cInvalidOperationException with fewer than two
-    /// points.
+    /// Sets fIndex of every point to its position, then sorts the points by abscissa. Points closer than 1e-6 are moved
+    /// apart: the later one goes up, also above 1. Then sets the tangents by mode and marks the tables stale. Call it
+    /// after a change through GetPointAt, GetNextTangentAt or GetPreviousTangentAt. Throws cInvalidOperationException
+    /// if there are fewer than two points.
     virtual void UpdatePointArray();
 
-    /// The tables, filled if they are stale. The pointers stay the same for the life of the curve, which owns them;
-    /// after a change of the points they show the former curve until a getter is called again. Values lie in 0 to 1 (a
-    /// NaN ordinate shows as NaN); entries that no segment ever reached read as 0.
+    /// Each returns its table and fills it first if it is stale. The curve owns the tables; their addresses never
+    /// change. After a change of the points, a table shows the old curve until its getter is called again. Floats are
+    /// in [0, 1]; a NaN ordinate gives NaN. Entries that no segment ever reached are 0.
     virtual float* GetLUT16f();          ///< 65537 floats, the last one repeated
-    virtual unsigned short* GetLUT16i(); ///< 65536 samples, 0 to 65535, truncated; a 65537th reads as 0
-    virtual float* GetLUT8f();           ///< 256 floats, every 257th of GetLUT16f; a 257th reads as 0
-    virtual unsigned char*
-    GetLUT8i(); ///< 256 samples, 0 to 255, truncated, from every 254th of GetLUT16f; a 257th reads as 0
+    virtual unsigned short* GetLUT16i(); ///< 65536 entries 0..65535, truncated; a 65537th is 0
+    virtual float* GetLUT8f();           ///< 256 floats, every 257th of GetLUT16f; a 257th is 0
+    virtual unsigned char* GetLUT8i();   ///< 256 entries 0..255, truncated, from every 254th of GetLUT16f; a 257th is 0
 
-    /// Marks the four tables stale without touching them.
+    /// Marks the four tables stale and leaves their entries.
     virtual void InvalidateLUTs();
 
-    /// Each fills its table unless it is valid, the last three after having made fLUT16f valid.
+    /// Each fills its table unless it is valid. The last three build fLUT16f first if it is stale.
     virtual void BuildLUT16f();
     virtual void BuildLUT16i();
     virtual void BuildLUT8f();
     virtual void BuildLUT8i();
 
-    /// Mode eSplineCatmullRom, no points, four zeroed tables, none valid; for constructors, since nothing held is
-    /// freed. Throws std::bad_alloc with no table left behind.
+    /// For constructors only, since it frees nothing. Sets eSplineCatmullRom, no points and four zeroed, stale tables.
+    /// Throws std::bad_alloc and leaves no table behind then.
     void Initialize();
-    /// Fills fLUT16f from the sorted points, whatever its flag says, and sets no flag.
+    /// Fills fLUT16f from the sorted points. Neither reads nor sets its flag.
     void Preprocess();
 
-    /// Replaces the points by copies of pControlPointCount records in any order; tangents are taken over as they stand.
-    /// Throws cArgumentException for fewer than two points, cArgumentNullException for a null pCPs, std::bad_alloc.
-    /// After the last the points are gone, fPoints is null and fCount the new count: the curve is unusable until a call
-    /// succeeds.
+    /// Replaces the points by copies of pControlPointCount records, in any order, with their tangents, and calls
+    /// UpdatePointArray. Throws cArgumentException for fewer than two points, cArgumentNullException for a null pCPs,
+    /// and std::bad_alloc. After std::bad_alloc fPoints is null and fCount is the new count. The curve is then unusable
+    /// until a call succeeds.
     void SetControlPoints(eSplineInterpolationMode pMode, int pControlPointCount, const sControlPoint* pCPs);
     void SetInterpolationMode(eSplineInterpolationMode pMode);
     eSplineInterpolationMode GetInterpolationMode();
     int GetPointCount();
 
-    /// The record's own vector, writable in place; a change takes effect with the next UpdatePointArray.
-    /// These and the operations below that take a pIndex throw cArgumentException where it is no position of a point.
+    /// Each returns a reference into the record. A change takes effect with the next UpdatePointArray. These and all
+    /// operations below that take a pIndex throw cArgumentException if it is not the position of a point.
     cVector2& GetPointAt(int pIndex);
     cVector2& GetNextTangentAt(int pIndex);
     cVector2& GetPreviousTangentAt(int pIndex);
 
-    /// Stores the tangent in mode eSplineManualTangents and drops it in any other; the tables become stale in both
-    /// cases.
+    /// Stores the tangent in mode eSplineManualTangents, ignores it in any other. In both cases the tables become
+    /// stale.
     void SetNextTangentAt(int pIndex, const cVector2& pTangent);
     void SetNextTangentAt(int pIndex, float pX, float pY);
     void SetPreviousTangentAt(int pIndex, const cVector2& pTangent);
@@ -124,17 +125,16 @@ public:
     int AddPoint(float pX, float pY);
     /// Throws cArgumentException for a bad pIndex, then cInvalidOperationException on a curve of two points.
     void RemovePointAt(int pIndex);
-    /// Moves a point, past its neighbours as well, without limits in x or y; its tangents travel with it. Returns the
-    /// new position.
+    /// Moves a point with its tangents, without limits in x or y, also past its neighbours. Returns the new position.
     int MovePoint(int pIndex, const cVector2& pPoint);
     int MovePoint(int pIndex, float pX, float pY);
-    /// The position after the latest sort of the point that stood at pOldIndex before it, or -1.
+    /// Returns the position after the latest sort of the point that was at pOldIndex before it, or -1 if there is none.
     int GetIndexAfterSort(int pOldIndex);
 
     bool CanShowTangents(); ///< true in mode eSplineManualTangents only
     bool CanEditTangents(); ///< true in mode eSplineManualTangents only
 
-    /// Mode, count and all records (fIndex too); tables are not compared.
+    /// Compares mode, count and all records, including fIndex. Does not compare tables.
     bool operator==(const cHermiteSpline& pOther) const;
     bool operator!=(const cHermiteSpline& pOther) const;
 
@@ -145,7 +145,7 @@ public:
     unsigned short* fLUT16i; ///< owned, 65537 entries
     float* fLUT8f;           ///< owned, 257 entries
     unsigned char* fLUT8i;   ///< owned, 257 entries
-    bool fLUT16fValid;       ///< this and the next three: the table shows the current points
+    bool fLUT16fValid;       ///< true if the table shows the current points; the next three likewise
     bool fLUT16iValid;
     bool fLUT8fValid;
     bool fLUT8iValid;
@@ -153,9 +153,8 @@ public:
 
 /// A curve whose points can be blended between stored versions of itself, the key frames.
 ///
-/// All key frames hold as many points as the curve, in the same order. Whenever an update finds another number of
-/// points than the key frames were laid out for, all of them become the current curve; the first update after
-/// construction always does so.
+/// All key frames have as many points as the curve, in the same order. If an update finds that the number of points has
+/// changed, all key frames become the current curve. The first update after construction always does so.
 class SELVANE_API cInterpolatedHermiteSpline : public cHermiteSpline
 {
 public:
@@ -168,45 +167,47 @@ public:
     cInterpolatedHermiteSpline& operator=(const cInterpolatedHermiteSpline&) = delete;
     ~cInterpolatedHermiteSpline() override;
 
-    /// As in the base; then, if the number of points differs from that of the latest layout, SetKeyFrameCount with the
-    /// present count.
+    /// Calls the form of the base. Then, if fCount differs from fLastPointCount, calls SetKeyFrameCount with the
+    /// present number of key frames.
     void UpdatePointArray() override;
 
-    /// Two key frames of the current curve, and no layout known; for constructors, since nothing held is freed.
+    /// For constructors only, since it frees nothing. Sets two key frames of the current curve, and fLastPointCount -1.
     void Initialize();
 
-    /// Lays out pCount key frames, all of them the current curve. pCount is not checked; the key frames are gone when
-    /// this throws: std::bad_array_new_length where pCount times the points is negative or does not fit an int,
-    /// std::bad_alloc.
+    /// Replaces the key frames by pCount copies of the current curve. pCount is not checked. Throws
+    /// std::bad_array_new_length if pCount * fCount is negative or does not fit an int, and std::bad_alloc. The key
+    /// frames are gone then.
     void SetKeyFrameCount(int pCount);
     int GetKeyFrameCount();
-    /// GetKeyFrameCount() times GetPointCount() records, key frame after key frame. The curve owns them.
+    /// Returns GetKeyFrameCount() * GetPointCount() records, key frame after key frame. The curve owns them.
     sControlPoint* GetKeyFrames();
 
-    /// Key frame 0 of pCPs becomes the current curve, and all pKeyFrameCount * pControlPointCount records, key frame
-    /// after key frame, are stored as they stand: neither sorted nor with derived tangents. The caller keeps pCPs.
-    /// Throws cArgumentException for fewer than two points, then for less than one key frame, cArgumentNullException
-    /// for a null pCPs, and what SetControlPoints and SetKeyFrameCount throw.
+    /// Makes key frame 0 of pCPs the current curve and stores copies of all key frames. pCPs has pKeyFrameCount *
+    /// pControlPointCount records, key frame after key frame. The stored records are not sorted, and their tangents are
+    /// not derived. The caller keeps pCPs.
+    ///
+    /// Throws cArgumentException for fewer than two points, then for fewer than one key frame, then
+    /// cArgumentNullException for a null pCPs. Also throws what SetControlPoints and SetKeyFrameCount throw.
     void SetKeyFrames(eSplineInterpolationMode pMode, int pControlPointCount, int pKeyFrameCount,
                       const sControlPoint* pCPs);
-    /// The same from six floats a point: x, y, previous tangent x and y, next tangent x and y (previous first).
+    /// The same from six floats per point: x, y, previous tangent x and y, next tangent x and y. The previous tangent
+    /// comes first.
     void SetKeyFrames(eSplineInterpolationMode pMode, int pControlPointCount, int pKeyFrameCount, const float* pCPs);
 
-    /// The current points into key frame pKeyFrame; nothing is updated. A pKeyFrame that is not stored is ignored.
+    /// Copies the current points into key frame pKeyFrame, if there is one. Updates nothing.
     void RecordKeyFrame(int pKeyFrame);
-    /// Key frame pKeyFrame into the current points, then UpdatePointArray. Of a pKeyFrame that is not stored nothing is
-    /// taken.
+    /// Copies key frame pKeyFrame, if there is one, into the current points. Calls UpdatePointArray in any case.
     void SetKeyFrame(int pKeyFrame);
 
-    /// Sets the current points to a blend of two neighbouring key frames, point by position, then UpdatePointArray.
-    /// Position 0 (or below) is the first key frame, 1 (or above, or NaN) the last, between them they are evenly
-    /// spaced. With fewer than two key frames nothing happens.
+    /// Blends two neighbouring key frames, point by point, into the current points and calls UpdatePointArray. Position
+    /// 0 or below is the first key frame; 1, above 1 or NaN is the last. The key frames between are evenly spaced. Does
+    /// nothing with fewer than two key frames.
     void InterpolateControlPoints(float pPosition);
 
     int fKeyFrameCount;
-    sControlPoint* fKeyFrames; ///< owned, from new[]; fKeyFrameCount times fCount records
-    int fReserved;             ///< 0, not used
-    int fLastPointCount;       ///< points for which an update laid fKeyFrames out; -1 before the first one
+    sControlPoint* fKeyFrames; ///< owned, from new[]; fKeyFrameCount * fCount records
+    int fReserved;             ///< 0, unused
+    int fLastPointCount;       ///< fCount at the latest update; -1 before the first one
 };
 
 } // namespace Vornik

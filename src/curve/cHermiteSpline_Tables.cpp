@@ -6,11 +6,11 @@
 #include <algorithm>
 #include <cstddef>
 
-// The four tables of a curve. Each segment is sampled at a hundred steps of its parameter; the chords between the
-// samples are drawn into fLUT16f, from which the other tables are taken. Later segments draw over earlier ones, the
-// flat ends over both.
+// The four tables of a curve. Each segment is evaluated at a hundred steps of its parameter. The chords between these
+// points are drawn into fLUT16f, and the other tables are taken from it. Later segments draw over earlier ones. The
+// flat ends draw over all segments.
 //
-// Sums and products round one by one, from left to right as they are written.
+// Each sum and product is rounded on its own, from left to right as written.
 
 namespace Vornik
 {
@@ -23,7 +23,7 @@ constexpr float kStep = 0x1.47ae14p-7f;    // 1/100 of the parameter
 constexpr int kLastIndex = kTableSize - 1; // of the unit interval
 constexpr int kEntriesOf8 = 256;           // of the unit interval in the short tables
 constexpr int kStride8f = 257;             // the last entry shows index 65535
-constexpr int kStride8i = 254;             // required: the last entry shows index 64770 and not the right end
+constexpr int kStride8i = 254;             // Required: the last entry shows index 64770, not the right end.
 
 struct sSample
 {
@@ -42,21 +42,21 @@ struct sCubic
     float At(float pT) const { return ((fA * pT + fB) * pT + fC) * pT + fD; }
 };
 
-/// Table indices from fStart up to, not including, fEnd; none unless fEnd is greater.
+/// Table indices fStart to fEnd - 1; none unless fEnd is greater than fStart.
 struct sSpan
 {
     int fStart;
     int fEnd;
 };
 
-/// Between two values; a NaN stays.
+/// Clamps to [0, 1]; NaN stays NaN.
 SELVANE_INLINE float ClampToUnit(float pValue)
 {
     const float upper = pValue > 1.0f ? 1.0f : pValue;
     return upper < 0.0f ? 0.0f : upper;
 }
 
-/// The straight line between two ordinates, from pStart up to, not including, pEnd.
+/// Fills indices pStart to pEnd - 1 with the straight line from ordinate pFrom to ordinate pTo.
 SELVANE_CLONES void FillChord(float* pTable, int pStart, int pEnd, float pFrom, float pTo)
 {
     const int length = pEnd - pStart;
@@ -74,7 +74,7 @@ SELVANE_CLONES void ScaleToSamples16(const float* pTable, unsigned short* pResul
         pResult[i] = static_cast<unsigned short>(TruncateToUInt32(pTable[i] * kToSample16));
 }
 
-/// The cubic of one coordinate between two points with their tangents.
+/// The cubic of one coordinate of a segment, from its two points and tangents.
 sCubic CubicOf(float pFirst, float pSecond, float pFirstTangent, float pSecondTangent)
 {
     return {pFirstTangent + pSecondTangent + 2.0f * (pFirst - pSecond),
@@ -96,8 +96,8 @@ bool InUnit(float pX)
     return pX >= 0.0f && pX <= 1.0f;
 }
 
-/// What the chord between two abscissae covers. A chord that leaves the table backwards, starts right of it, or has a
-/// NaN covers nothing.
+/// The table indices that the chord between two abscissae covers. A chord that ends left of the table, starts right of
+/// it, or has a NaN covers none.
 sSpan SpanOf(float pFrom, float pTo)
 {
     constexpr sSpan kNone = {0, 0};
@@ -106,8 +106,8 @@ sSpan SpanOf(float pFrom, float pTo)
     return {start, InUnit(pTo) ? IndexOf(pTo) : kLastIndex};
 }
 
-/// Draws one segment. Required: a chord that does not move forward by a whole index is dropped and the next one starts
-/// from the old sample, so that a curve doubling back is drawn only where it first advances.
+/// Draws one segment. Required: a chord that does not advance by a whole index is dropped, and the next one starts from
+/// the same point. So a curve that doubles back is drawn only where it first advances.
 void DrawSegment(const sCubic& pX, const sCubic& pY, sSample pFirst, sSample pLast, float* pTable)
 {
     sSample previous = pFirst;
@@ -132,7 +132,7 @@ void DrawSegment(eSplineInterpolationMode pMode, const sControlPoint& pFirst, co
     DrawSegment(x, y, {p0.x, p0.y}, {p1.x, p1.y}, pTable);
 }
 
-/// The ordinate of the first point from index 0 up to its own index, that one included.
+/// Fills the indices from 0 to that of the first point, inclusive, with its ordinate.
 void FillLeftOf(cVector2 pFirst, float* pTable)
 {
     const int end = std::min(IndexOf(pFirst.x), kLastIndex);
@@ -140,7 +140,7 @@ void FillLeftOf(cVector2 pFirst, float* pTable)
         pTable[i] = ClampToUnit(pFirst.y);
 }
 
-/// The ordinate of the last point from its own index up to the end of the unit interval.
+/// Fills the indices from that of the last point to the end of the unit interval with its ordinate.
 void FillRightOf(cVector2 pLast, float* pTable)
 {
     for (int i = std::max(IndexOf(pLast.x), 0); i <= kLastIndex; ++i)

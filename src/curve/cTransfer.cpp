@@ -8,8 +8,8 @@
 #include <cstddef>
 #include <memory>
 
-// Transfer functions, and the tables that pixel loops read in their place. Powers run in double and are rounded to
-// float once; the straight parts of the sRGB curves and the interpolation of a table run in float.
+// Transfer functions, and the tables that pixel loops read instead. Powers are computed in double and rounded to float
+// once. The straight parts of the sRGB curves and the interpolation of a table are computed in float.
 
 namespace Vornik
 {
@@ -17,9 +17,9 @@ namespace Vornik
 namespace
 {
 
-// The sRGB curves, IEC 61966-2-1. Divisions are multiplications by the reciprocal: the bits differ.
+// The sRGB curves, IEC 61966-2-1. Multiply by the reciprocals: a division would give other bits.
 constexpr float kLinearKnee = 0x1.9a5c38p-9f;             // 0.0031308, in linear light
-constexpr float kEncodedKnee = 0x1.4b5dccp-5f;            // 0.04045, the same place in encoded values
+constexpr float kEncodedKnee = 0x1.4b5dccp-5f;            // 0.04045, in encoded values
 constexpr float kSlope = 0x1.9d70a4p+3f;                  // 12.92
 constexpr float kInverseSlope = 0x1.3d0722p-4f;           // 1 / 12.92
 constexpr double kScale = 0x1.0e147ae147ae1p+0;           // 1.055
@@ -28,7 +28,7 @@ constexpr double kOffset = 0x1.c28f5c28f5c29p-5;          // 0.055
 constexpr double kExponent = 0x1.3333333333333p+1;        // 2.4
 constexpr double kInverseExponent = 0x1.aaaaaaaaaaaabp-2; // 1 / 2.4
 
-/// Fills a cache: entry i is pToEntry of the function at i * pStep.
+/// Fills a table: entry i is pToEntry of the function at i * pStep.
 template <class tEntry, size_t tCount, class tToEntry>
 void FillCache(cTransfer& pTransfer, float pStep, tEntry (&pLUT)[tCount], tToEntry pToEntry)
 {
@@ -36,8 +36,7 @@ void FillCache(cTransfer& pTransfer, float pStep, tEntry (&pLUT)[tCount], tToEnt
         pLUT[i] = pToEntry(pTransfer.Function(static_cast<float>(i) * pStep));
 }
 
-/// An integer entry: the low bits of the truncated value. Required: a value above the entry's range wraps, it does not
-/// stop.
+/// The low bits of the truncated value. Required: a value above the entry's range wraps and is not limited to it.
 template <class tEntry>
 tEntry LowBits(float pValue)
 {
@@ -59,7 +58,7 @@ unsigned short ToSample16(float pValue)
     return LowBits<unsigned short>(pValue * kToSample16);
 }
 
-/// Entries of a table of pTableSize samples: one more, so that the interpolation can always read the next sample.
+/// Length of fTable: one more than pTableSize, so that the interpolation can always read the next entry.
 int EntriesOf(int pTableSize)
 {
     return CheckedCount(int64_t{pTableSize} + 1, 1);
@@ -155,7 +154,7 @@ float cTransfer_Table::Function(float pValue)
 cTransferLUT::cTransferLUT() = default;
 cTransferLUT::~cTransferLUT() = default;
 
-// The constructors call the BuildCache of their own class: a descendant's is not there yet.
+// The constructors call BuildCache of their own class: a descendant is not yet constructed.
 
 cTransferLUT_I8F32::cTransferLUT_I8F32(cTransfer* pTransfer)
 {

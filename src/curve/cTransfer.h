@@ -6,10 +6,10 @@
 namespace Vornik
 {
 
-/// A function of one channel value on the unit interval: a gamma curve, the sRGB curves, a sampled table, a tone curve.
+/// A function of one channel value on the unit interval: a gamma curve, the sRGB curves, a table, a tone curve.
 ///
-/// Transfers of this header never change after construction and keep no state in Function, so one object may serve
-/// several threads, although Function is not const.
+/// The transfers of this header do not change after construction, and Function keeps no state. So several threads may
+/// use one object, although Function is not const.
 class SELVANE_API cTransfer
 {
 public:
@@ -18,23 +18,22 @@ public:
     cTransfer& operator=(const cTransfer&) = default;
     virtual ~cTransfer();
 
-    /// A new object of the same class with the same values; the caller deletes it.
+    /// Returns a new object of the same class with the same values. The caller deletes it.
     virtual cTransfer* Clone() const = 0;
-    /// The value at pValue.
+    /// Returns the value of the function at pValue.
     virtual float Function(float pValue) = 0;
 };
 
-/// A power function with the reciprocal of fGamma as its exponent: a gamma of 2.2 encodes linear light, one of 1 / 2.2
-/// decodes it.
+/// A power function with the exponent 1 / fGamma. A gamma of 2.2 encodes linear light; a gamma of 1 / 2.2 decodes it.
 class SELVANE_API cTransferGamma : public cTransfer
 {
 public:
-    /// Any number is taken, 0 as well: its exponent is infinite.
+    /// Accepts any number. A gamma of 0 has an infinite exponent.
     explicit cTransferGamma(float pGamma);
     ~cTransferGamma() override;
 
     cTransfer* Clone() const override;
-    /// pow(pValue, 1 / fGamma) in double, rounded to float once. Nothing clamps: a negative value gives what pow gives.
+    /// pow(pValue, 1 / fGamma) in double, rounded to float once. Does not clamp: a negative value gives what pow gives.
     float Function(float pValue) override;
 
     float fGamma;
@@ -48,7 +47,7 @@ public:
     ~cTransferLinearTo_sRGB() override;
 
     cTransfer* Clone() const override;
-    /// pValue as it is: values beyond the unit interval follow the same two formulas, NaN the straight line.
+    /// Does not clamp pValue. Values outside the unit interval use the same two formulas; NaN uses the straight line.
     float Function(float pValue) override;
 };
 
@@ -60,38 +59,37 @@ public:
     ~cTransfer_sRGBToLinear() override;
 
     cTransfer* Clone() const override;
-    /// pValue as it is: values beyond the unit interval follow the same two formulas, NaN the straight line.
+    /// Does not clamp pValue. Values outside the unit interval use the same two formulas; NaN uses the straight line.
     float Function(float pValue) override;
 };
 
-/// Straight lines between evenly spaced samples, as a colour profile stores a curve: the first sample stands at 0, the
-/// last at 1.
+/// Straight lines between evenly spaced entries, as a colour profile stores a curve. The first entry is at 0, the last
+/// at 1.
 class SELVANE_API cTransfer_Table : public cTransfer
 {
 public:
-    /// An empty table, which Clone fills; it has no values for Function to read.
+    /// An empty table, which Clone fills. Function must not be called on it.
     cTransfer_Table();
-    /// Copies pTableSize samples, 0 to 65535, as floats 0 to 1; the caller keeps pTable.
-    /// Throws cArgumentNullException for a null pTable, then cArgumentException for a pTableSize below 2,
-    /// std::bad_array_new_length where pTableSize + 1 does not fit an int, std::bad_alloc.
+    /// Copies pTableSize entries, 0 to 65535, as floats 0 to 1. The caller keeps pTable. Throws cArgumentNullException
+    /// for a null pTable, then cArgumentException for a pTableSize below 2. Also throws std::bad_array_new_length if
+    /// pTableSize + 1 does not fit an int, and std::bad_alloc.
     cTransfer_Table(unsigned short* pTable, int pTableSize);
     cTransfer_Table(const cTransfer_Table&) = delete;
     cTransfer_Table& operator=(const cTransfer_Table&) = delete;
     ~cTransfer_Table() override;
 
-    /// Throws std::bad_array_new_length where fTableSize + 1 does not count an array, std::bad_alloc.
+    /// Throws std::bad_array_new_length if fTableSize + 1 is negative or does not fit an int, and std::bad_alloc.
     cTransfer* Clone() const override;
-    /// The interpolated sample; values beyond the ends give the first and the last one, NaN gives NaN.
+    /// Returns the interpolated entry. Below 0 gives the first entry, above 1 the last; NaN gives NaN.
     float Function(float pValue) override;
 
-    float* fTable;  ///< owned; fTableSize + 1 entries, of which the last repeats the one before it
-    int fTableSize; ///< samples, without the repeated one
+    float* fTable;  ///< owned; fTableSize + 1 entries, the last one repeated
+    int fTableSize; ///< entries, without the repeated one
 };
 
-/// A transfer sampled once into a table, so that pixel loops read memory instead of calling a power function.
+/// A table of a transfer's values. Pixel loops read the table instead of calling a power function.
 ///
-/// Users read fLUT of the four descendants directly: the array is the public face of the class. A cache does not keep
-/// the transfer.
+/// Callers read fLUT of the four descendants directly. A table does not keep its transfer.
 class SELVANE_API cTransferLUT
 {
 public:
@@ -100,8 +98,8 @@ public:
     cTransferLUT& operator=(const cTransferLUT&) = default;
     virtual ~cTransferLUT();
 
-    /// Fills the whole table: one call of pTransfer's Function an entry, in ascending order. pTransfer is borrowed.
-    /// Throws cArgumentNullException for a null pTransfer, and what Function throws.
+    /// Fills the whole table with one call of pTransfer's Function per entry, in ascending order. pTransfer is
+    /// borrowed. Throws cArgumentNullException for a null pTransfer, and what Function throws.
     virtual void BuildCache(cTransfer* pTransfer) = 0;
 };
 
@@ -131,9 +129,10 @@ public:
     float fLUT[65536];
 };
 
-/// Float to 8-bit sample. Entry i holds the function at i / 65535 times 255, truncated to an unsigned 32-bit number
-/// (negative and NaN: 0) of which the low 8 bits are kept: nothing rounds to nearest and nothing stops at 255. A float
-/// is looked up at 0 if it is below 0, at 65535 if it is above 1 or NaN, else at the truncation of itself times 65535.
+/// Float to 8-bit sample. Entry i is the function at i / 65535, times 255, truncated to an unsigned 32-bit number.
+/// Negative values and NaN give 0. Only the low 8 bits are kept: there is no rounding to nearest and no limit at 255.
+///
+/// The index of a float below 0 is 0; above 1 or NaN it is 65535. Any other float is multiplied by 65535 and truncated.
 class SELVANE_API cTransferLUT_F32I8 : public cTransferLUT
 {
 public:
@@ -146,8 +145,8 @@ public:
     unsigned char fLUT[65536];
 };
 
-/// Float to 16-bit sample. Entry i holds the function at i / 65535 times 65535, truncated to an unsigned 32-bit number
-/// (negative and NaN: 0) of which the low 16 bits are kept. Looked up as cTransferLUT_F32I8.
+/// Float to 16-bit sample. Entry i is the function at i / 65535, times 65535, truncated to an unsigned 32-bit number.
+/// Negative values and NaN give 0. Only the low 16 bits are kept. The index of a float is that of cTransferLUT_F32I8.
 class SELVANE_API cTransferLUT_F32I16 : public cTransferLUT
 {
 public:
