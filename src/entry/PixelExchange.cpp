@@ -20,7 +20,7 @@ namespace
 constexpr int kExponents = 256;
 constexpr int kExponentBias = 136; // a channel is mantissa * 2^(exponent - 136)
 
-/// Places of the three samples inside a pixel of the host.
+/// Offsets of the three samples within a pixel of the host.
 struct sSampleOffsets
 {
     int64_t fRed;
@@ -35,7 +35,7 @@ sSampleOffsets OffsetsOf(const sTmImageDesc& pImage)
     return {.fRed = blueFirst ? last : 0, .fGreen = last >> 1, .fBlue = blueFirst ? 0 : last};
 }
 
-/// Host samples may stand at any address.
+/// Reads a sample of the host, which may be at any address.
 template <class tSample>
 tSample Load(const unsigned char* pBase, int64_t pIndex)
 {
@@ -49,8 +49,8 @@ float* RowOf(cBitmapXYZ32& pLinear, int pRow)
     return pLinear.fData + static_cast<int64_t>(pRow) * (pLinear.fStride / static_cast<int>(sizeof(float)));
 }
 
-// Required: the row advance is width * step + inputRowSamples - 3 * width samples, exact as it stands for a step of 3
-// only.
+// Required: the row advance is width * step + inputRowSamples - 3 * width samples. Only for a step of 3 is it
+// inputRowSamples.
 template <class tSample>
 void ReadInterleaved(const sTmImageDesc& pImage, const unsigned char* pInput, const float* pDecodeTable,
                      cBitmapXYZ32& pLinear)
@@ -69,7 +69,7 @@ void ReadInterleaved(const sTmImageDesc& pImage, const unsigned char* pInput, co
     }
 }
 
-/// A finished picture as a run of samples: rows blue, green, red, the padding and the padded rows included.
+/// The samples of a finished picture: blue, green, red, including the padding and the padded rows.
 template <class tSample>
 struct sBlock
 {
@@ -85,8 +85,8 @@ struct sBlock
     }
 };
 
-/// Zeros behind the pixels of each row and in the padded rows: some layouts take samples from there, and what the heap
-/// held before must not reach a host.
+/// Writes zeros behind the pixels of each row and into the padded rows. Some layouts copy these samples to the host,
+/// and the former content of the heap must not reach it.
 template <class tSample>
 void ClearPadding(const sTmImageDesc& pImage, const sBlock<tSample>& pBlock)
 {
@@ -97,7 +97,7 @@ void ClearPadding(const sTmImageDesc& pImage, const sBlock<tSample>& pBlock)
     std::fill_n(pBlock.fSamples + rows, pBlock.fCount - rows, tSample{0});
 }
 
-/// Copies pBytes from the sample pFirst on, as far as they lie inside the block.
+/// Copies pBytes bytes from sample pFirst on, but only those inside the block.
 template <class tSample>
 void CopyInside(const sBlock<tSample>& pBlock, int64_t pFirst, int64_t pBytes, unsigned char* pOutput)
 {
@@ -105,7 +105,7 @@ void CopyInside(const sBlock<tSample>& pBlock, int64_t pFirst, int64_t pBytes, u
     if (inside > 0) std::memcpy(pOutput, pBlock.fSamples + pFirst, static_cast<size_t>(inside));
 }
 
-/// The host wants blue first, as the picture has it: whole rows, or the whole block where it has no padding to skip.
+/// Copies the picture for a host that wants blue first, row by row, or in one piece if there is no padding to skip.
 template <class tSample>
 void CopyRows(const sTmImageDesc& pImage, const sBlock<tSample>& pBlock, unsigned char* pOutput)
 {
@@ -120,9 +120,9 @@ void CopyRows(const sTmImageDesc& pImage, const sBlock<tSample>& pBlock, unsigne
         CopyInside(pBlock, y * pBlock.fRowSamples, rowBytes, pOutput + y * rowBytes);
 }
 
-/// The host wants red first: samples are swapped one by one. Required: source and target both move by the host's step,
-/// although the picture always has three samples a pixel; a sample that would come from outside the block leaves the
-/// host's as it was.
+/// Copies a row, sample by sample, for a host that wants red first. Required: source and target both move by the host's
+/// step, although the picture always has three samples per pixel. If the source is outside the block, the host's sample
+/// stays unchanged.
 template <class tSample>
 void SwapRow(const sTmImageDesc& pImage, const sBlock<tSample>& pBlock, int64_t pFirst, unsigned char* pOutput)
 {
@@ -157,7 +157,7 @@ void WriteBlock(const sTmImageDesc& pImage, const sBlock<tSample>& pBlock, unsig
 
 } // namespace
 
-// Required: the scale is the reciprocal of the number of codes, so that the largest code stays a little below 1.
+// Required: the scale is the reciprocal of the number of codes, so the largest code stays below 1.
 float* NewDecodeTable(int pInputDepth, double pGamma)
 {
     const int codes = pInputDepth == 8 ? 256 : 65536;

@@ -15,7 +15,7 @@
 #include <memory>
 #include <new>
 
-// The entry: builds everything that one call needs, renders once, hands back, and releases everything in a fixed order.
+// The entry creates the objects of a call, renders once, writes the results and releases the objects in a fixed order.
 
 static_assert(sizeof(sTmImageDesc) == 32 && offsetof(sTmImageDesc, bgrOrder) == 28);
 static_assert(sizeof(sTmRunSettings) == 12 && offsetof(sTmRunSettings, requestType) == 8);
@@ -40,8 +40,8 @@ enum eResult : int32_t
 constexpr int32_t kRequestRender = 1;  // render with the host's points
 constexpr int32_t kRequestMeasure = 9; // measure only
 
-/// All that one call owns. The members go in the reverse of their order: renderer, colour space, 16-bit picture, 8-bit
-/// picture, linear picture.
+/// The objects of one call. They are released in reverse order: renderer, colour space, 16-bit picture, 8-bit picture,
+/// linear picture.
 struct sCall
 {
     std::unique_ptr<cBitmapXYZ32> fLinear;
@@ -51,7 +51,7 @@ struct sCall
     std::unique_ptr<cTmRenderer> fRenderer;
 };
 
-/// Null for a number that names none.
+/// Returns null for an unknown number.
 std::unique_ptr<cColorSpace> NewColorSpace(int32_t pColorSpace)
 {
     switch (pColorSpace) {
@@ -66,7 +66,7 @@ std::unique_ptr<cColorSpace> NewColorSpace(int32_t pColorSpace)
     }
 }
 
-// Required: sRGB samples are decoded by a plain power too, while they are encoded by the space's own curve.
+// Required: sRGB input is decoded by a plain power too, although sRGB output is encoded by the sRGB curve.
 double DecodeGamma(int32_t pColorSpace)
 {
     return pColorSpace == eColorSpace_ProPhotoRGB ? 1.8 : 2.2;
@@ -91,8 +91,8 @@ float Share(double pFactor, float pValue)
     return static_cast<float>(pFactor * static_cast<double>(pValue));
 }
 
-// The slopes differ on purpose on the two sides of zero; zero itself, -0 included, belongs to the upper side but for
-// the smoothness. Compression jumps from 40 to 47 there.
+// The slopes differ on purpose on the two sides of zero. Zero, also -0, counts as positive; for smoothness it counts as
+// negative. Compression jumps from 40 to 47 at zero.
 float GlobalContrast(float pCompression)
 {
     return pCompression < 0.0f ? Line(0.4, pCompression, 40.0) : Line(0.26, pCompression, 47.0);
@@ -136,10 +136,10 @@ bool IsDepthKnown(int32_t pInputDepth)
     return pInputDepth == 8 || pInputDepth == 16 || pInputDepth == 32;
 }
 
-/// Linear red, green, blue in the host's colour space.
+/// Reads linear red, green, blue in the host's colour space into the linear picture.
 void ReadPicture(sCall& pCall, const sTmImageDesc& pImage, int32_t pColorSpace, const unsigned char* pInput)
 {
-    // Required: the table is never freed, at any call that gets here.
+    // Required: the table is never freed.
     const float* table =
         pImage.inputDepth == 32 ? nullptr : NewDecodeTable(pImage.inputDepth, DecodeGamma(pColorSpace));
     pCall.fLinear = std::make_unique<cBitmapXYZ32>(pImage.width, pImage.height);
@@ -149,15 +149,15 @@ void ReadPicture(sCall& pCall, const sTmImageDesc& pImage, int32_t pColorSpace, 
         ReadSamples(pImage, pInput, table, *pCall.fLinear);
 }
 
-/// In place, from the host's colour space to XYZ. Without a colour space the process ends here: a host must not name
-/// one that does not exist.
+/// Converts the linear picture in place from the host's colour space to XYZ. Ends the process if the host named an
+/// unknown colour space.
 void ToXYZ(sCall& pCall)
 {
     if (pCall.fColorSpace == nullptr) __builtin_trap();
     cImageUtils::ColorTransform(pCall.fLinear.get(), pCall.fColorSpace->GetToPCSTransform());
 }
 
-/// Null for a depth that is neither 8 nor 16.
+/// Returns null if the output depth is neither 8 nor 16.
 cBitmapLDR* NewOutput(sCall& pCall, const sTmImageDesc& pImage, eColorSpaceID pColorSpace)
 {
     if (pImage.outputDepth == 8) {
@@ -208,7 +208,7 @@ eResult ToneMap(const sTmImageDesc& pImage, const sTmRunSettings& pRun, int32_t 
     return eResultDone;
 }
 
-/// A text of an exception; null when there was no memory to copy it.
+/// Makes a string of an exception printable. It is null if its copy found no memory.
 const char* Printable(const char* pText)
 {
     return pText != nullptr ? pText : "(null)";

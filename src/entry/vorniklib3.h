@@ -24,22 +24,22 @@ extern "C" {
  *           24  outputRowSamples
  *           28  bgrOrder
  *
- * samplesPerPixel   Samples from one pixel to the next, in both buffers: 1 grey, 3 colour. Any other value is the step
- *                   from pixel to pixel. With a step of 0 or below, samples before the pixel are read and, red first,
- *                   written: the host answers for that memory. 32-bit input does not use it; the output always does.
+ * samplesPerPixel   Samples from one pixel to the next, in both buffers: 1 for grey, 3 for colour. Any other value is
+ *                   the step from pixel to pixel. With a step of 0 or below, samples before the pixel are read and,
+ *                   with red first, written. The host answers for that memory. 32-bit input does not use this field;
+ *                   the output always does.
  *
- * inputRowSamples   With 3 samples a pixel, the row length of the input in samples. In general a row begins
- *                   width * samplesPerPixel + inputRowSamples - 3 * width samples behind the one before. With 1 sample
- *                   a pixel give the row length + 2 * width, with 4 the row length - width. 32-bit input does not
- *                   use it.
+ * inputRowSamples   With 3 samples per pixel: the row length of the input in samples. In general, a row begins
+ *                   width * samplesPerPixel + inputRowSamples - 3 * width samples after the previous row. So give the
+ *                   row length + 2 * width for 1 sample per pixel, and the row length - width for 4. 32-bit input does
+ *                   not use this field.
  *
  * outputRowSamples  Row length of the output in samples.
- *                   Red first: what lies behind the pixels of a row stays the host's.
- *                   Blue first, a width that is no multiple of 4: each row copies outputRowSamples samples. Behind the
- *                   pixels of a longer row come up to 9 zeros, then pixels of the picture's next row.
- *                   Blue first, a width that is a multiple of 4: the picture is copied in one piece, its rows
- *                   3 * width samples apart. Any other row length gives no usable picture; the samples behind the
- *                   picture's last row are zero.
+ *                   Red first: samples behind the pixels of a row are not written.
+ *                   Blue first, width not a multiple of 4: each row copies outputRowSamples samples. A longer row gets
+ *                   up to 9 zeros behind its pixels, then pixels of the picture's next row.
+ *                   Blue first, width a multiple of 4: the picture is copied in one piece, with rows 3 * width samples
+ *                   apart. Any other row length gives no usable picture. Zeros follow the picture's last row.
  */
 typedef struct sTmImageDesc
 {
@@ -56,14 +56,14 @@ typedef struct sTmImageDesc
 /* How to run. 12 bytes, read only. */
 typedef struct sTmRunSettings
 {
-    int32_t processorCount; /* workers, handed to DivideWork as it stands */
-    int32_t reserved;       /* not read */
+    int32_t processorCount; /* workers, passed to DivideWork unchanged */
+    int32_t reserved;       /* unused */
     int32_t requestType;    /* 1: render with the host's points. 9: measure only. Any other: measure and render */
 } sTmRunSettings;
 
 /*
- * The sliders. At least 76 bytes. The entry writes blackPoint and whitePoint, unless the request type is 1, and no
- * other byte. The reserved fields belong to the host.
+ * The sliders. At least 76 bytes. The entry writes blackPoint and whitePoint unless the request type is 1. It writes no
+ * other byte. The host may use the reserved fields.
  *
  *   offset   0  compression
  *            4  smoothness
@@ -76,8 +76,8 @@ typedef struct sTmRunSettings
  *           68  blackPoint
  *           72  whitePoint
  *
- * blackPoint, whitePoint   On the scale of tone-mapped luminance. With request type 1 they go in, and are used if
- *                          0 < whitePoint and blackPoint <= whitePoint; with every other type they come out.
+ * blackPoint, whitePoint   On the scale of tone-mapped luminance. Request type 1 reads them, and uses them if
+ *                          0 < whitePoint and blackPoint <= whitePoint. Every other type writes them.
  */
 typedef struct sTmSliders
 {
@@ -88,7 +88,7 @@ typedef struct sTmSliders
     float blackClip;   /* share of pixels clipped at the black end, per cent */
     float radius;      /* spatial size of the split, -10 (widest) to 10 (finest) */
     float reserved24[5];
-    float reservedSwitch; /* on at exactly 1; stored and used for nothing */
+    float reservedSwitch; /* on at exactly 1; stored, but unused */
     float reserved48[3];
     float wrapSwitch; /* on at exactly 1: the picture wraps around horizontally (panoramas) */
     float reserved64;
@@ -97,27 +97,28 @@ typedef struct sTmSliders
 } sTmSliders;
 
 /*
- * Tone-maps one picture on the calling thread; parallel work goes through DivideWork and has ended on return. Keeps no
- * state.
+ * Tone-maps one picture on the calling thread. Parallel work goes through DivideWork and has ended on return. The entry
+ * keeps no state.
  *
  *   pImage       description of the buffers, borrowed
  *   pRun         run settings, borrowed
  *   pColorSpace  colour space of both buffers: 0 sRGB, 1 Adobe RGB (1998), 2 ProPhoto RGB. Any other value ends the
  *                process
  *   pSliders     borrowed; blackPoint and whitePoint are written unless the request type is 1
- *   pInput       borrowed, only read. 8 or 16 bits: interleaved samples. 32: each row is width red mantissas, width
- *                green, width blue, width exponents; a channel is mantissa * 2^(exponent - 136), exponent 0 is black
+ *   pInput       borrowed, only read. 8 or 16 bits: interleaved samples. 32 bits: each row has width bytes each of red
+ *                mantissas, green mantissas, blue mantissas and exponents. A channel is
+ *                mantissa * 2^(exponent - 136); exponent 0 is black
  *   pOutput      borrowed, only written; may be null with request type 9. May be pInput's memory
  *
- * The buffers are not checked: the host vouches for their sizes. Results:
+ * The sizes of the buffers are not checked; the host answers for them. Results:
  *
  *    1  done
  *   -1  a failure, reported in one line on the standard error stream
  *   -2  inputDepth is not 8, 16 or 32; nothing was written
- *   -4  out of memory, or a slider so far outside its range that the filter has no grid for it
+ *   -4  out of memory, or a slider so far outside its range that the filter cannot make its grid
  *
- * An outputDepth other than 8 or 16 makes a pointer to a Vornik::cInvalidOperationException leave the entry. The catcher
- * may delete it; the library never does.
+ * With an outputDepth other than 8 or 16, the entry throws a pointer to a Vornik::cInvalidOperationException. The
+ * catcher may delete it; the library never does.
  */
 #if defined(__GNUC__)
 __attribute__((visibility("default")))
