@@ -6,9 +6,9 @@
 //     stage            reads                            writes     is marked by
 //     1 preparation    fInput                           fHMV       SetInput
 //     2 final          fHMV, the curves, fYHMVSpace     fOutput    SetInput, SetOutput, OutputColorSpaceChanged,
-//     SetHueCurves
+//                                                                  SetHueCurves
 //
-// Preparation is the costly one; a change of a curve pays for the final stage alone.
+// Preparation is the costly stage. A change of a curve runs only the final stage again.
 
 #include "base/Export.h"
 #include "color/cMatrix.h"
@@ -21,65 +21,69 @@ class cBitmapU16T;
 class cHermiteSpline;
 class cYHMVColorSpace;
 
-/// Applies hue against hue shift, hue against saturation and hue against lightness to a picture.
+/// Applies three curves over hue to a picture: hue shift, saturation and lightness.
 ///
-/// Construct, SetInput, SetOutput, SetHueCurves, Render; then SetHueCurves and Render again for each change. The x axis
-/// of a curve is the hue on the unit scale, and its y value of 0.5 changes nothing. Used from one thread at a time; no
-/// thread of its own and no DivideWork.
+/// Call SetInput, SetOutput, SetHueCurves and Render; for each change call SetHueCurves and Render again. The x axis of
+/// a curve is the hue on the unit scale; y = 0.5 is neutral. Only one thread may use the object at a time. It starts no
+/// threads and does not call DivideWork.
 ///
 /// SetInput, SetOutput, SetHueCurves and Render report their own failures by a pointer to a new exception object. The
-/// catcher may delete it; the library never does. Everything else throws objects, the missing colour space of a picture
-/// too.
+/// catcher may delete it; the library never does. All other failures throw objects, also the missing colour space of a
+/// picture.
 class SELVANE_API cColorEqRenderer
 {
 public:
-    /// Three flat, neutral curves, no pictures, both stages marked.
+    /// Makes three flat, neutral curves, sets no pictures and marks both stages.
     cColorEqRenderer();
     virtual ~cColorEqRenderer();
     cColorEqRenderer(const cColorEqRenderer&) = delete;
     cColorEqRenderer& operator=(const cColorEqRenderer&) = delete;
 
-    /// Takes the source picture and marks both stages.
-    /// @param pInput borrowed until another one is set or the renderer is gone
-    /// @throws cArgumentNullException* when pInput is null
+    /// Sets the source picture and marks both stages.
+    /// @param pInput borrowed until another picture is set or the renderer is deleted
+    /// @throws cArgumentNullException* if pInput is null
     void SetInput(cBitmapLDR* pInput);
 
-    /// Takes the destination picture, of the size of the source, and marks the final stage.
-    /// @param pOutput borrowed until another one is set or the renderer is gone
-    /// @throws cArgumentNullException* when pOutput is null
+    /// Sets the destination picture and marks the final stage.
+    /// @param pOutput has the size of the source; borrowed until another picture is set or the renderer is deleted
+    /// @throws cArgumentNullException* if pOutput is null
     void SetOutput(cBitmapLDR* pOutput);
 
-    /// For a host that changed the output's colour space in place.
+    /// Call it after a change of the output's colour space in place. Marks the final stage.
     void OutputColorSpaceChanged();
 
-    /// Copies those of the curves that differ from the held ones, and marks the final stage if there is one.
-    /// @param pHHCurve,pHSCurve,pHLCurve hue to hue shift, to saturation, to lightness; the caller keeps them
-    /// @throws cArgumentNullException* when one is null, before anything is changed; std::bad_alloc when a copy fails,
-    /// which leaves that curve and the ones after it as they were
+    /// Copies each curve that differs from the held one, and marks the final stage if any does.
+    /// @param pHHCurve hue to hue shift; the caller keeps it
+    /// @param pHSCurve hue to saturation; the caller keeps it
+    /// @param pHLCurve hue to lightness; the caller keeps it
+    /// @throws cArgumentNullException* if a curve is null; nothing is changed then
+    /// @throws std::bad_alloc if a copy fails; that curve and the ones after it stay unchanged
     void SetHueCurves(const cHermiteSpline* pHHCurve, const cHermiteSpline* pHSCurve, const cHermiteSpline* pHLCurve);
 
     void AllRenderingNeeded();   ///< marks both stages
     void FinalRenderingNeeded(); ///< marks the final stage
 
     /// Runs the stages that are marked.
-    /// @param pCancel    another thread may set it; looked at before preparation, after it, and between the hue table
-    ///                   and the pixels of the final stage
-    /// @param pCancelled set when a stage stopped because of pCancel; the stage then stays marked. Never cleared
-    /// @throws cInvalidOperationException* when a picture is missing or the sizes differ; a cInvalidOperationException
-    /// object, before any stage, when the output has no colour space, or one without the transfer that encodes, and
-    /// from the first stage when the input has none
+    /// @param pCancel    another thread may set it. Read before preparation, after it, and in the final stage between
+    ///                   the hue table and the pixels
+    /// @param pCancelled set if a stage stopped on pCancel; that stage stays marked. Never cleared
+    /// @throws cInvalidOperationException* if a picture is missing or the sizes differ
+    /// @throws cInvalidOperationException an object, before any stage, if the output has no colour space or the space
+    ///                   has no encoding transfer; an object, from stage 1, if the input has no colour space
     void Render(bool* pCancel, bool* pCancelled);
 
-    /// The same, not to be cancelled.
+    /// The same without cancellation.
     void Render();
 
-    /// Stage 1: replaces fHMV by the records of fInput. On a failure fHMV is null.
+    /// Stage 1: replaces fHMV by the records of fInput. If it throws, fHMV is null.
     void PrepareForRendering(bool* pCancel, bool* pCancelled);
 
-    /// Gathers what the final stage needs. The tables stay the renderer's and the curves'.
+    /// Collects the inputs of the final stage. The renderer and its curves own the tables.
     /// @param pMatrix    linear ProPhoto primaries to the output's linear primaries
     /// @param pEncodeLUT 65536 entries, linear 0..65535 to encoded sample
-    /// @param pHSLUT,pHLLUT,pHHLUT 65536 entries each: saturation, lightness, hue shift, by 16-bit hue
+    /// @param pHSLUT     65536 saturations by 16-bit hue
+    /// @param pHLLUT     65536 lightnesses by 16-bit hue
+    /// @param pHHLUT     65536 hue shifts by 16-bit hue
     void PreprocessCurvesAndTransforms(cMatrix33& pMatrix, unsigned short*& pEncodeLUT, float*& pHSLUT, float*& pHLLUT,
                                        unsigned short*& pHHLUT);
 
@@ -98,7 +102,7 @@ public:
     bool fPrepareNeeded;              ///< stage 1 has to run
     bool fFinalNeeded;                ///< stage 2 has to run
     cMatrix33 fWorkToPCS;             ///< linear ProPhoto RGB to XYZ relative to D50
-    cMatrix33 fPCSToWork;             ///< the reverse; filled at construction, read by nothing here
+    cMatrix33 fPCSToWork;             ///< XYZ relative to D50 to linear ProPhoto RGB; set at construction, unused
 };
 
 } // namespace Vornik
