@@ -49,8 +49,8 @@ float* RowOf(cBitmapXYZ32& pLinear, int pRow)
     return pLinear.fData + static_cast<int64_t>(pRow) * (pLinear.fStride / static_cast<int>(sizeof(float)));
 }
 
-// Required: the row advance is width * step + inputRowSamples - 3 * width samples. Only for a step of 3 is it
-// inputRowSamples.
+// Required: the row advance is width * step + inputRowSamples - 3 * width samples. It is the true row length,
+// inputRowSamples, for a step of 3 only.
 template <class tSample>
 void ReadInterleaved(const sTmImageDesc& pImage, const unsigned char* pInput, const float* pDecodeTable,
                      cBitmapXYZ32& pLinear)
