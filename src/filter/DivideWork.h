@@ -1,7 +1,7 @@
 #ifndef SELVANE_FILTER_DIVIDE_WORK_H
 #define SELVANE_FILTER_DIVIDE_WORK_H
 
-/* The one function that the host supplies, and the record that it copies. Plain C, C99 and later. */
+/* The one function that the host supplies, and the record that the function copies. Plain C, C99 and later. */
 
 #include <stddef.h>
 #include <stdint.h>
@@ -11,7 +11,7 @@ extern "C" {
 #endif
 
 /*
- * Header of every record that a parallel stage hands to DivideWork. What follows from offset 16 on is the stage's own
+ * Header of every record that a parallel stage passes to DivideWork. The payload from offset 16 on belongs to the stage
  * and is passed through unchanged.
  *
  *   offset  0        4          8        12       16 ...
@@ -20,31 +20,31 @@ extern "C" {
 typedef struct TileRecord
 {
     int32_t fSlot;      /* worker slot, 0 to threads - 1; written by DivideWork */
-    uint32_t fReserved; /* zero, written by nobody */
+    uint32_t fReserved; /* zero; DivideWork leaves it */
     int32_t fStart;     /* first index of this tile; written by DivideWork */
     int32_t fEnd;       /* one past the last index of this tile; written by DivideWork */
 } TileRecord;
 
 /*
- * Runs fn over the indices start to end - 1, in tiles. Supplied by the host and found by the dynamic loader:
- * Selvane.so.1 leaves the symbol undefined, has no fallback and takes no pointer for it.
+ * Runs fn over the indices start to end - 1, in tiles. The host supplies this function, and the dynamic loader finds
+ * it. Selvane.so.1 leaves the symbol undefined, has no fallback and takes no pointer for it.
  *
- *   start, end   half-open range of indices (rows or columns); every caller in the library passes start 0
+ *   start, end   half-open range of indices (rows or columns); the library always passes start 0
  *   threads      number of workers to use, as the caller of the library gave it; may be below 1
- *   fn           the tile entry; takes its record, returns null, throws nothing
+ *   fn           the tile function; takes its record, returns null, throws nothing
  *   record       recordSize bytes that begin with a TileRecord; borrowed, valid only during the call
  *   recordSize   bytes, 56 to 80
  *
- * The seven rules of the host's function:
+ * Rules for the host's function:
  *
  *   1. The symbol is defined in the program or in a library that the loader searches.
  *   2. The tiles are contiguous and cover each index of [start, end) exactly once. Empty tiles are allowed.
  *   3. For each tile fn gets a private copy of the record's recordSize bytes, with fSlot, fStart and fEnd filled in and
  *      the payload as it was.
- *   4. fSlot is below threads, and no two tiles that run at the same time share a slot: slots index arrays that are
- *      written without locks. A later tile of the same worker may use the slot again. With threads below 1 the only
- *      slot is 0.
- *   5. It returns only when every tile has finished, and what the tiles wrote is visible to the caller then.
+ *   4. fSlot is 0 to threads - 1. Two tiles that run at the same time have different slots, because slots index arrays
+ *      that are written without locks. A later tile of the same worker may use the slot again. With threads below 1
+ *      the only slot is 0.
+ *   5. It returns after every tile has finished. All writes of the tiles are then visible to the caller.
  *   6. It returns nothing.
  *   7. It may run tiles on the calling thread. It is called several times a picture, from the thread that called the
  *      library, and never from inside a tile.

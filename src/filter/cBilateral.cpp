@@ -7,10 +7,10 @@
 #include <algorithm>
 #include <cstddef>
 
-// The fast bilateral filter. Scattering adds each pixel to a coarse grid over x, y and value (drawn in BilateralGrid.h),
-// smoothing spreads what the cells hold, slicing reads each pixel back at its own place and value. Far values lie in far
-// cells, so smoothing does not cross a strong edge. Each step has a file: cBilateral_Bounds.cpp, _Scatter, _Smooth,
-// _Slice and _Blur.
+// The fast bilateral filter. Scattering adds each sample to a coarse grid over x, y and value, drawn in
+// BilateralGrid.h. Smoothing blurs the grid. Slicing interpolates the grid at the place and value of each pixel. Values
+// on the two sides of a strong edge are in distant cells, so smoothing does not cross the edge. Each step has a file:
+// cBilateral_Bounds.cpp, _Scatter, _Smooth, _Slice and _Blur.
 
 namespace Vornik
 {
@@ -36,12 +36,12 @@ void cBilateral::Filter_Fast(bool* pCancel, bool* pCancelled, int pThreadCount, 
     const sGridScale scale(pSpaceSampling, pRangeSampling, pRangeMin);
     const sGridShape shape = MeasureGrid(plane, scale, pRangeMax);
     const size_t floats = FloatsOf(shape);
-    const sGridBounds bounds = MeasureBounds(plane, scale, shape, pRangeMax, pWrapX); // refuses what leaves the grid
+    const sGridBounds bounds = MeasureBounds(plane, scale, shape, pRangeMax, pWrapX); // throws before allocation
     const tFloats first(new float[floats]);
     const tFloats second(new float[floats]);
     for (const tFloats* grid : {&first, &second})
         std::fill_n(grid->get(), floats, 0.0f);
-    if (StopIfRequested(pCancel, pCancelled)) return; // looked at once
+    if (StopIfRequested(pCancel, pCancelled)) return; // the only check of pCancel
     cSamples samples(plane, scale, bounds);
     if (plane.HasPixels()) Scatter(samples, bounds.fSpan, scale, shape, first.get());
     Smooth(shape, first.get(), second.get());

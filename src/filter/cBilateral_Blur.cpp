@@ -16,8 +16,8 @@
 //      i-R                 i                 i+R          weights of the box around i, 2 * r + 1 in all
 //     1-f   1   1   1   1  1  1   1   1   1   1-f
 //
-// A running sum walks along each line, one 32-bit float from its start to its end: its rounding travels along, so that
-// no line may be cut or started elsewhere. What may be chosen is how many lines walk side by side.
+// A running sum, one 32-bit float, goes along each line from start to end. Its rounding errors add up along the line,
+// so a line must not be cut or begun elsewhere. Any number of lines may run side by side.
 
 namespace Vornik
 {
@@ -26,9 +26,9 @@ namespace
 {
 
 constexpr int kRounds = 3;
-constexpr float kWideOffset = 0x1.28f5c2p-1f;  // 0.58, from the radius of the box to sigma, above sigma 1
-constexpr float kNarrowScale = 0x1.ae147cp-2f; // 0.42, from sigma to the radius, up to sigma 1
-constexpr int kStrip = 128;                    // samples of a row between two looks at the next
+constexpr float kWideOffset = 0x1.28f5c2p-1f;  // 0.58: radius of the box = sigma - 0.58, above sigma 1
+constexpr float kNarrowScale = 0x1.ae147cp-2f; // 0.42: radius of the box = 0.42 * sigma, up to sigma 1
+constexpr int kStrip = 128;                    // samples in a strip of a row
 constexpr int kRows = 8;                       // rows side by side
 constexpr int kColumns = 256;                  // columns side by side
 
@@ -39,7 +39,7 @@ struct sBox
     float fEdgeFraction;
 };
 
-/// What a tile gets, 56 bytes.
+/// The record of a tile, 56 bytes.
 struct sBlurRecord
 {
     TileRecord fHeader;
@@ -65,20 +65,20 @@ sBox BoxOf(float pSigma)
     return {whole, static_cast<float>(whole) - radius};
 }
 
-/// The sum of the weights that fall inside a line of pLength samples, for each place of the box.
+/// Fills the sum of the weights inside a line of pLength samples, for each place of the box.
 void FillNormalisation(float* pTable, int pLength, sBox pBox)
 {
     const int radius = pBox.fRadius;
     auto count = static_cast<float>(std::min(radius, pLength));
     for (int i = 0; i < pLength; i++) {
-        const bool reachesIn = radius < pLength - i; // i + R < L, in numbers that cannot overflow
+        const bool reachesIn = radius < pLength - i; // i + R < L without overflow
         if (i > radius) count -= 1.0f;
         if (reachesIn) count += 1.0f;
         pTable[i] = (count - (i >= radius ? pBox.fEdgeFraction : 0.0f)) - (reachesIn ? pBox.fEdgeFraction : 0.0f);
     }
 }
 
-/// How the box lies at a place of a line: what of it is inside the picture.
+/// Where the box begins at place i of a line.
 enum eBoxStart
 {
     eStartsOutside, ///< i < R
@@ -110,7 +110,7 @@ SELVANE_INLINE float BoxMean(float pSum, const float* pSample, ptrdiff_t pReach,
     return value / pWeights;
 }
 
-/// Calls pStep with the start and end of the box as constants, so that the loops in it hold no choice.
+/// Calls pStep with the start and end of the box as constants, so that its loops have no branches.
 template <class tStep>
 SELVANE_INLINE void WithBoxAt(eBoxStart pStart, bool pEndsInside, const tStep& pStep)
 {
@@ -132,7 +132,7 @@ SELVANE_INLINE void WithBoxAt(eBoxStart pStart, bool pEndsInside, const tStep& p
         withEnd(integral_constant<eBoxStart, eStartsOutside>());
 }
 
-/// Where the strip that begins at pPlace ends: within it the box lies the same way.
+/// The end of the strip that begins at pPlace. Within a strip, neither end of the box crosses an edge of the picture.
 SELVANE_INLINE int StripEnd(int pPlace, int pLength, int pRadius)
 {
     int end = pLength - pPlace > kStrip ? pPlace + kStrip : pLength;
@@ -148,8 +148,8 @@ SELVANE_INLINE int StripEnd(int pPlace, int pLength, int pRadius)
     return end;
 }
 
-/// tRows rows side by side: first the running sums of a strip, which depend on each other, then its means, which do
-/// not.
+/// Blurs tRows rows side by side. Computes the running sums of a strip, which depend on each other, then its means,
+/// which do not.
 template <int tRows>
 SELVANE_INLINE void BlurRows(const float* pSource, float* pDest, int pWidth, sBox pBox, const float* pNormalisation)
 {
@@ -196,7 +196,7 @@ SELVANE_CLONES void BlurRowGroup(const float* pSource, float* pDest, int pWidth,
     BlurRows<kRows>(pSource, pDest, pWidth, pBox, pNormalisation);
 }
 
-/// Up to kColumns columns side by side, from the top to the bottom.
+/// Blurs up to kColumns columns side by side, from top to bottom.
 SELVANE_CLONES void BlurColumnGroup(const float* pSource, float* pDest, int pColumns, int pWidth, int pHeight,
                                     sBox pBox, const float* pNormalisation)
 {
@@ -226,8 +226,8 @@ SELVANE_CLONES void BlurColumnGroup(const float* pSource, float* pDest, int pCol
     }
 }
 
-/// As many floats as the 32-bit product says, two sizes below 0 included; one that wraps is no size of a plane and
-/// copies nothing.
+/// Copies width x height floats, also if both are negative. Copies none if the product is 0 or below, or above
+/// INT32_MAX.
 void CopyPlane(const float* pSource, float* pDest, int pWidth, int pHeight)
 {
     const int64_t count = int64_t{pWidth} * pHeight;

@@ -13,14 +13,14 @@ namespace
 {
 
 constexpr int kMarginCells = 7;       // cells on an axis beyond its intervals: 3 before, 3 after, 1 for the end
-constexpr float kWrapLimit = 0x1p24f; // 3 * sampling has to stay below: there floats stop counting pixels one by one
+constexpr float kWrapLimit = 0x1p24f; // 3 * sampling must be below: from here on, floats skip pixels
 
 void RequireFit(bool pFits)
 {
     if (!pFits) throw std::bad_array_new_length();
 }
 
-/// Intervals, rounded, and the margins around them.
+/// The truncated intervals plus the margins around them.
 int CellsFor(float pIntervals)
 {
     const int64_t cells = int64_t{TruncateToInt32(pIntervals)} + kMarginCells;
@@ -34,14 +34,14 @@ float LastOf(int pPixels)
     return static_cast<float>(static_cast<int64_t>(pPixels) - 1);
 }
 
-/// Places of a row that are scattered. Wrapped rows go on by three cells on both sides.
+/// The places of a row to scatter. A wrapped row continues for three cells on both sides.
 sSpan RowSpan(int pWidth, float pSpaceSampling, bool pWrapX)
 {
     if (!pWrapX) return {0, pWidth};
     RequireFit(3.0f * pSpaceSampling < kWrapLimit);
     const int64_t begin = TruncateToInt32(std::fma(-3.0f, pSpaceSampling, 1.0f));
     const float bound = static_cast<float>(pWidth) + std::fma(3.0f, pSpaceSampling, -1.0f);
-    // The first place whose float is not below the bound: wide pictures have several places to a float.
+    // The first place whose float is not below the bound. In a wide picture several places have the same float.
     auto end = static_cast<int64_t>(bound);
     while (end > begin && static_cast<float>(end - 1) >= bound)
         end--;
@@ -50,7 +50,7 @@ sSpan RowSpan(int pWidth, float pSpaceSampling, bool pWrapX)
     return {begin, std::max(begin, end)};
 }
 
-/// Whether a value has a layer outside the grid: the one it is added to or one of the two it is read back from.
+/// Returns whether a sample leaves the grid in z: the cell it is added to, or one of the two it is sliced from.
 SELVANE_INLINE bool LeavesLayers(float pSample, const sGridScale& pScale, int pLayers)
 {
     const float value = pSample - pScale.fRangeMin;
@@ -59,7 +59,7 @@ SELVANE_INLINE bool LeavesLayers(float pSample, const sGridScale& pScale, int pL
     return added < 0 || added >= pLayers || read < 0 || read >= pLayers - 1;
 }
 
-/// Whether some sample of a row lies outside the ends of the range, or is a NaN.
+/// Returns whether a sample of a row is outside the range or NaN.
 SELVANE_CLONES bool AnyOutside(const float* pRow, int pWidth, float pRangeMin, float pRangeTop)
 {
     int outside = 0;
@@ -70,17 +70,17 @@ SELVANE_CLONES bool AnyOutside(const float* pRow, int pWidth, float pRangeMin, f
 
 } // namespace
 
-// Only values can leave a grid whose floats can be counted in 32 bits, places in the picture cannot. With 7 cells or
-// more in y and 5 in z there are less than 2^25 in x, where the sums with 0.5 and with 3.5 are rounded by one at most.
-// That leaves the last place of a row below the last cell but one, and so in y. A wrapped row may be rounded into the
-// first cells of the row of cells above, as its index says; it ends two of them below the last.
+// If the floats of a grid fit 32 bits, values can leave the grid, but places in the picture cannot. With at least 7
+// cells in y and 5 in z, there are fewer than 2^25 cells in x. There, the sums with 0.5 and 3.5 are rounded by at most
+// one. So the last place of a row is below the last cell but one; the same holds in y. Rounding may move the end of a
+// wrapped row into the first cells of the next row of cells. That row is two rows below the last.
 sGridShape MeasureGrid(const sPlane& pPlane, const sGridScale& pScale, float pRangeMax)
 {
     RequireFit(pScale.fSpaceSampling > 0.0f && pScale.fRangeSampling > 0.0f);
     sGridShape shape{};
     shape.fNx = CellsFor(InCells(LastOf(pPlane.fWidth), pScale.fCellsPerPixel, 0.5f));
     shape.fNy = CellsFor(InCells(LastOf(pPlane.fHeight), pScale.fCellsPerPixel, 0.5f));
-    shape.fNz = CellsFor((pRangeMax - pScale.fRangeMin) / pScale.fRangeSampling + 0.5f); // a true quotient here
+    shape.fNz = CellsFor((pRangeMax - pScale.fRangeMin) / pScale.fRangeSampling + 0.5f); // a division, not a factor
     return shape;
 }
 
@@ -105,7 +105,8 @@ void cSamples::Check(int pRow)
     if (fOwn == nullptr && RowLeavesGrid(Row(pRow))) Replace();
 }
 
-// Both ends of the range lie in the grid, and cells grow with the value: what is between the ends needs no closer look.
+// Both ends of the range are in the grid, and the cell grows with the value. So samples between the ends stay in the
+// grid and need no further check.
 bool cSamples::RowLeavesGrid(const float* pRow) const
 {
     return AnyOutside(pRow, Width(), fScale.fRangeMin, fBounds.fRangeTop) &&

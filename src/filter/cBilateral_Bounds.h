@@ -1,8 +1,8 @@
 #ifndef SELVANE_FILTER_CBILATERAL_BOUNDS_H
 #define SELVANE_FILTER_CBILATERAL_BOUNDS_H
 
-// What could leave the bilateral grid, and what becomes of it; internal. Sizes that do not fit are refused before
-// anything is allocated. A sample whose value leaves the grid counts as the nearer end of the range.
+// Keeps the filter inside the bilateral grid, internal. Sizes that do not fit are refused before anything is allocated.
+// A sample whose value leaves the grid counts as the nearer end of the range.
 
 #include "filter/BilateralGrid.h"
 
@@ -11,14 +11,14 @@
 namespace Vornik
 {
 
-/// A range of places along a row; with wrapped rows it goes beyond both edges of the picture.
+/// The places fBegin to fEnd - 1 of a row. In a wrapped row they go beyond both edges of the picture.
 struct sSpan
 {
     int64_t fBegin;
     int64_t fEnd;
 };
 
-/// The plane that is filtered, as its caller describes it.
+/// The plane to filter, as the caller describes it.
 struct sPlane
 {
     float* fSamples;
@@ -28,28 +28,29 @@ struct sPlane
     bool HasPixels() const { return fWidth > 0 && fHeight > 0; }
 };
 
-/// How far a picture reaches into its grid.
+/// The bounds of places and values in the grid.
 struct sGridBounds
 {
-    sSpan fSpan;     ///< places of a row that are scattered
-    int fLayers;     ///< layers of the grid: the cells that a value may lie in
+    sSpan fSpan;     ///< places of a row to scatter
+    int fLayers;     ///< cells in z
     float fRangeTop; ///< upper end of the range, not below the lower one
 };
 
-/// Cells on each axis.
-/// @throws std::bad_array_new_length when a sampling is not above 0, or a side does not fit 32 bits
+/// Computes the cells on each axis.
+/// @throws std::bad_array_new_length if a sampling is not above 0 or the cells of an axis do not fit 32 bits
 sGridShape MeasureGrid(const sPlane& pPlane, const sGridScale& pScale, float pRangeMax);
 
-/// Floats of a grid, two a cell. Negative counts in two axes, of a picture without pixels, make a grid too.
-/// @throws std::bad_array_new_length when they do not fit 32 bits
+/// Floats of a grid, two per cell. Negative counts on two axes, of a picture without pixels, also make a grid.
+/// @throws std::bad_array_new_length if the number does not fit 32 bits
 size_t FloatsOf(sGridShape pShape);
 
-/// @throws std::bad_array_new_length for wrapped rows without an end, and for an end of the range that leaves the grid
+/// Computes the bounds of places and values.
+/// @throws std::bad_array_new_length if wrapped rows are too long or an end of the range leaves the grid
 sGridBounds MeasureBounds(const sPlane& pPlane, const sGridScale& pScale, sGridShape pShape, float pRangeMax,
                           bool pWrapX);
 
-/// The plane that is filtered: the caller's, or a copy in which samples that leave the grid count as an end of the
-/// range.
+/// The samples to filter: the caller's plane, or a copy of it in which an end of the range replaces samples that leave
+/// the grid.
 class cSamples
 {
 public:
@@ -63,8 +64,7 @@ public:
     int Height() const { return fPlane.fHeight; }
     float* Row(int pRow) const { return fPlane.fSamples + static_cast<ptrdiff_t>(pRow) * fPlane.fWidth; }
 
-    /// To be called with the rows from the top, before a row is read: the copy is made at the first sample that needs
-    /// it.
+    /// Call it for each row from the top, before the row is read. Makes the copy at the first row that needs it.
     void Check(int pRow);
 
 private:

@@ -12,8 +12,8 @@
 #include <limits>
 #include <memory>
 
-// The reference filter: for each pixel a weighted mean over the window around it, weights by distance from the spatial
-// kernel and by difference in value from the range table.
+// The reference filter: for each pixel, a weighted mean over the window around it. The spatial kernel has the weights
+// by distance, the range table those by difference in value.
 
 namespace Vornik
 {
@@ -21,11 +21,11 @@ namespace Vornik
 namespace
 {
 
-constexpr int kRangeSteps = 255;                              // from no difference to the range limit
+constexpr int kRangeSteps = 255;                              // from a difference of 0 to the range limit
 constexpr double kMinusTwoLogOnePercent = 9.2103403719761818; // -2 ln 0.01: where a Gaussian has fallen to 1 percent
 constexpr float kPerRangeStep = 0x1.010102p-8f;               // 1 / 255
 
-/// What a tile gets, 72 bytes.
+/// The record of a tile, 72 bytes.
 struct sReferenceRecord
 {
     TileRecord fHeader;
@@ -49,13 +49,13 @@ static_assert(offsetof(sReferenceRecord, fResult) == 64);
 
 using tFloats = std::unique_ptr<float[]>;
 
-/// Samples in a row of the spatial kernel; 0 or negative for a negative sigma.
+/// Weights in a row of the spatial kernel. A negative sigma may give 0 or a negative number.
 int64_t KernelSize(float pSigmaSpace)
 {
     return int64_t{TruncateToInt32(static_cast<double>(pSigmaSpace * 4.0f) + 0.5)} + 1;
 }
 
-/// A kernel whose size is not above 0 has room for its square, and nothing is filled in.
+/// Makes a kernel of pSize * pSize weights. If pSize is not above 0, they stay unset.
 tFloats MakeSpatialKernel(int64_t pSize, float pSigmaSpace)
 {
     tFloats kernel(new float[static_cast<size_t>(CheckedCount(pSize, pSize))]);
@@ -92,7 +92,7 @@ tFloats MakeRangeTable(float pSigmaRange, float pRangeLimit)
     return table;
 }
 
-/// The part of a side that the window covers. Required: the upper bound is exclusive, so the window is lopsided.
+/// The places of an axis that the window covers. Required: the upper bound is exclusive, so the window is lopsided.
 struct sWindow
 {
     int64_t fBegin;
@@ -114,8 +114,8 @@ struct sReference
     const float* fSpatialKernel;
 };
 
-/// The range table's entry for a difference that is not above the limit. A NaN takes the first one, and rounding or a
-/// limit of 0 never leads out of the table.
+/// Weight of a difference that is not above the limit. NaN takes the first entry. The index is clamped, because
+/// rounding or a limit of 0 could lead out of the table.
 SELVANE_INLINE float RangeWeight(const sReference& pReference, float pDifference)
 {
     const int index = TruncateToInt32(pDifference * pReference.fRangeScale);
@@ -183,7 +183,7 @@ void cBilateral::Filter_Ref(bool* /*pCancel*/, bool* /*pCancelled*/, int pThread
         {}, pWidth, pHeight,     static_cast<int>(size), limit,       static_cast<float>(kRangeSteps) / limit,
         0,  pInput, table.get(), kernel.get(),           result.get()};
     DivideWork(0, pHeight, pThreadCount, Filter_Ref_Process_tile_threaded, &record, sizeof record);
-    // Required: the result is dropped, pOutput stays as it was.
+    // Required: the result is dropped, and pOutput stays unchanged.
 }
 
 } // namespace Vornik

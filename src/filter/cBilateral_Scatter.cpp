@@ -17,7 +17,7 @@ namespace
 {
 
 constexpr size_t kLanes = 8;   // parts of a row that are scattered side by side
-constexpr int kLaneStrip = 32; // samples of a part between two rounds
+constexpr int kLaneStrip = 32; // samples of a part that are added in one round
 
 /// The cell of a place on an axis of the picture.
 int CellAt(int64_t pPlace, const sGridScale& pScale)
@@ -25,8 +25,8 @@ int CellAt(int64_t pPlace, const sGridScale& pScale)
     return CellIn(InCells(static_cast<float>(pPlace), pScale.fCellsPerPixel, kScatterOffset));
 }
 
-/// Cuts a span into lanes of similar length that have no cell in common: between two lanes the cell in x changes, and
-/// it only grows along a row.
+/// Cuts a span into lanes of similar length that share no cell. The cell in x changes at each cut, and along a row it
+/// only grows.
 std::array<int64_t, kLanes + 1> CutIntoLanes(sSpan pSpan, const sGridScale& pScale)
 {
     std::array<int64_t, kLanes + 1> cuts{};
@@ -50,7 +50,7 @@ struct sStrip
     float fValue[kLaneStrip];  ///< relative to the lowest value
 };
 
-/// Cells and values of pCount samples that stand at the places from pPlace on.
+/// Computes the cells and values of pCount samples, which are at the places from pPlace on.
 SELVANE_CLONES void FillStrip(const float* pSamples, int pPlace, int pCount, sGridScale pScale, int pRowCell,
                               int pLayerCells, sStrip* pStrip)
 {
@@ -70,8 +70,8 @@ SELVANE_INLINE void AddToCell(float* pGrid, int64_t pCell, float pValue)
     cell[1] += 1.0f;
 }
 
-/// Adds the strips of all lanes, one sample of each in turn: the additions of one lane mostly meet the same cell and
-/// wait for each other, those of different lanes never do.
+/// Adds the strips of all lanes, one sample of each lane in turn. The additions of one lane mostly go to the same cell
+/// and wait for each other. Those of different lanes never do.
 void AddStrips(float* pGrid, const std::array<sStrip, kLanes>& pStrips)
 {
     int common = kLaneStrip;
@@ -103,15 +103,15 @@ public:
     }
 
 private:
-    /// The part of a span whose places fit 32 bits and, wrapped, lie in the row and not before it.
+    /// The part of a span whose places fit 32 bits and do not wrap to a place before the row.
     sSpan LanesOf(sSpan pSpan) const
     {
         const int64_t begin = std::clamp(int64_t{-3} * fSamples.Width(), pSpan.fBegin, pSpan.fEnd);
         return {begin, std::clamp(int64_t{INT32_MAX} - kLaneStrip, begin, pSpan.fEnd)};
     }
 
-    /// Where the sample of a place stands in its row. Required: the remainder of a division that truncates, which on a
-    /// very narrow picture is negative and means the row above.
+    /// The index of a place's sample in its row. Required: the remainder truncates. On a very narrow picture it may be
+    /// negative, which means the row above.
     int64_t PlaceInRow(int64_t pPlace) const { return (pPlace + int64_t{3} * fSamples.Width()) % fSamples.Width(); }
 
     int RowCell(int pRow) const { return CellAt(pRow, fScale) * fShape.fNx; }
@@ -120,7 +120,7 @@ private:
     {
         for (int64_t place = pSpan.fBegin; place < pSpan.fEnd; place++) {
             const int64_t inRow = PlaceInRow(place);
-            if (pRow == 0 && inRow < 0) continue; // before the plane
+            if (pRow == 0 && inRow < 0) continue; // the sample would be before the plane
             const float value = fSamples.Row(pRow)[inRow] - fScale.fRangeMin;
             const int64_t layer =
                 int64_t{CellIn(InCells(value, fScale.fCellsPerUnit, kScatterOffset))} * fShape.fNx * fShape.fNy;
@@ -153,7 +153,7 @@ private:
                   RowCell(pRow), fShape.fNx * fShape.fNy, pStrip);
     }
 
-    /// The samples of pCount places in a row: where they stand, or collected in pWrapped.
+    /// Returns the samples of pCount places of a row: a pointer into the row, or copies in pWrapped if they wrap.
     const float* Fetch(int pRow, int64_t pPlace, int pCount, float* pWrapped) const
     {
         const float* row = fSamples.Row(pRow);

@@ -11,7 +11,7 @@
 #include <cstdint>
 #include <cstring>
 
-// Slicing: each pixel is read back from the eight cells around its place and value, by trilinear interpolation.
+// Slicing: each pixel is interpolated trilinearly from the eight cells around its place and value.
 
 namespace Vornik
 {
@@ -21,7 +21,7 @@ namespace
 
 constexpr int kSliceStrip = 128; // pixels of a row that are sliced together
 
-/// What a tile of the slicing step gets, 72 bytes.
+/// The record of a tile of the slicing step, 72 bytes.
 struct sInterpolateRecord
 {
     TileRecord fHeader;
@@ -60,7 +60,7 @@ SELVANE_INLINE sBetween Between(float pPlace, float pCellsPerPlace, float pMargi
     return {cell, static_cast<float>(cell) + 1.0f - at, at - static_cast<float>(cell)};
 }
 
-/// The same in y. Required: the lower weight is rounded in another order than in x and in value.
+/// The same in y. Required: the lower weight is rounded in another order than in x and z.
 SELVANE_INLINE sBetween BetweenRows(float pPlace, float pCellsPerPlace, float pMargin)
 {
     const float at = InCells(pPlace, pCellsPerPlace, pMargin);
@@ -73,25 +73,25 @@ SELVANE_INLINE float Mix(float pNear, float pLower, float pFar, float pUpper)
     return std::fma(pNear, pLower, pFar * pUpper);
 }
 
-/// The grid as a row of pixels sees it.
+/// The two rows of cells around a row of pixels.
 struct sGridRow
 {
-    const float* fCells; ///< of the lower row of cells, in layer 0
-    ptrdiff_t fStepY;    ///< floats to the next row of cells
-    ptrdiff_t fStepZ;    ///< floats to the next layer
+    const float* fCells; ///< the lower row of cells, at cell 0 in z
+    ptrdiff_t fStepY;    ///< floats to the next cell in y
+    ptrdiff_t fStepZ;    ///< floats to the next cell in z
     float fMargin;
     float fNearY;
     float fFarY;
 };
 
-/// Pixels of a row on their way from place to value.
+/// A strip of pixels between the steps of slicing.
 struct sSliceStrip
 {
-    int32_t fCell[kSliceStrip]; ///< number of the lower cell in x and value
+    int32_t fCell[kSliceStrip]; ///< number of the lower cell in x and z
     float fNearX[kSliceStrip], fFarX[kSliceStrip];
     float fNearZ[kSliceStrip], fFarZ[kSliceStrip];
-    float fLower[kSliceStrip][4]; ///< lower layer: two cells of the lower row, two of the upper row
-    float fUpper[kSliceStrip][4]; ///< upper layer
+    float fLower[kSliceStrip][4]; ///< values at the lower cell in z: two of the lower row, two of the upper row
+    float fUpper[kSliceStrip][4]; ///< the same at the upper cell in z
 };
 
 SELVANE_INLINE void Locate(const sGridRow& pGrid, sGridScale pScale, const float* pInput, int pPlace, int pCount,
@@ -109,7 +109,7 @@ SELVANE_INLINE void Locate(const sGridRow& pGrid, sGridScale pScale, const float
     }
 }
 
-/// The value floats of two neighbours in x at pAt, and of the two above them in y.
+/// Reads the value floats of two neighbours in x at pAt, and of the two above them in y.
 SELVANE_INLINE void FetchValues(const float* pAt, ptrdiff_t pStepY, float* pValues)
 {
     using tTwoCells = float __attribute__((vector_size(16)));
@@ -129,7 +129,7 @@ SELVANE_INLINE void Fetch(const sGridRow& pGrid, int pCount, sSliceStrip& pStrip
     }
 }
 
-/// From the four values of a layer to one.
+/// Interpolates four values of the same z in x and y.
 SELVANE_INLINE float MixLayer(const float* pValues, float pNearX, float pFarX, float pNearY, float pFarY)
 {
     return Mix(pNearY, Mix(pNearX, pValues[0], pFarX, pValues[1]), pFarY, Mix(pNearX, pValues[2], pFarX, pValues[3]));
@@ -149,8 +149,8 @@ SELVANE_INLINE void Interpolate(const sGridRow& pGrid, float pRangeMin, int pCou
     std::memcpy(pOutput, values, static_cast<size_t>(pCount) * sizeof(float));
 }
 
-/// One row, by strips: cells and weights, then the eight values around each pixel, then the interpolation. Table
-/// look-ups would keep the other two loops from being vectorised.
+/// Slices one row, strip by strip: cells and weights, then the eight values around each pixel, then the interpolation.
+/// The look-ups have their own loop, so that the other two vectorise.
 SELVANE_CLONES void SliceRow(const sGridRow& pGrid, sGridScale pScale, int pWidth, const float* pInput, float* pOutput)
 {
     sSliceStrip strip;

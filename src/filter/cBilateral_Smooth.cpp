@@ -19,14 +19,14 @@ SELVANE_INLINE float Smoothed(const float* pIn, ptrdiff_t pStep)
     return std::fma(2.0f, pIn[0], pIn[-pStep] + pIn[pStep]);
 }
 
-/// Value and weight of a row of cells.
+/// Smooths value and weight of a row of cells.
 SELVANE_CLONES void SmoothRow(const float* __restrict pIn, float* __restrict pOut, int pCells, ptrdiff_t pStep)
 {
     for (ptrdiff_t i = 0; i < 2 * ptrdiff_t{pCells}; i++)
         pOut[i] = Smoothed(pIn + i, pStep);
 }
 
-/// Value of a row of cells, divided by the weight. The weight in pOut stays what it was; nobody reads it again.
+/// Smooths a row of cells and divides value by weight, unless the weight is 0. Does not store the weight: it is unused.
 SELVANE_CLONES void SmoothRowAndDivide(const float* __restrict pIn, float* __restrict pOut, int pCells, ptrdiff_t pStep)
 {
     for (ptrdiff_t i = 0; i < pCells; i++) {
@@ -38,7 +38,7 @@ SELVANE_CLONES void SmoothRowAndDivide(const float* __restrict pIn, float* __res
 
 using tRowStep = void (*)(const float*, float*, int, ptrdiff_t);
 
-/// One pass over the interior of the grid. The outermost layer is read and never written.
+/// One pass over the interior of the grid. The outermost cells are read and never written.
 void SmoothAlong(sGridShape pShape, ptrdiff_t pStep, tRowStep pRowStep, const float* pIn, float* pOut)
 {
     for (int z = 1; z < pShape.fNz - 1; z++)
@@ -50,7 +50,7 @@ void SmoothAlong(sGridShape pShape, ptrdiff_t pStep, tRowStep pRowStep, const fl
 
 } // namespace
 
-/// Twice 1 2 1 on each axis, which is 1 4 6 4 1; pFirst then holds value / weight.
+/// Applies 1 2 1 twice on each axis, which equals 1 4 6 4 1. pFirst then holds value / weight.
 void Smooth(sGridShape pShape, float* pFirst, float* pSecond)
 {
     const ptrdiff_t stepX = 2;
