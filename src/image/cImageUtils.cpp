@@ -10,7 +10,7 @@
 #include <memory>
 #include <type_traits>
 
-// The checks of the operations and their walk over the rows. What happens within a row stands in cImageUtils_Rows.cpp.
+// The checks of the operations and their loops over the rows. The loops within a row are in cImageUtils_Rows.cpp.
 
 namespace Vornik
 {
@@ -20,7 +20,7 @@ namespace
 
 // ---- Rows -----------------------------------------------------------------------------------------------------------
 
-/// The first sample of row pY. A stride counts bytes; one that is no multiple of a sample is rounded down.
+/// Returns the first sample of row pY. The stride is in bytes and is rounded down to whole samples.
 template <class tBitmap>
 auto* RowOf(tBitmap* pBitmap, int pY)
 {
@@ -39,7 +39,7 @@ size_t SamplesOf(const cBitmap* pBitmap)
     return 3 * PixelsOf(pBitmap);
 }
 
-/// Calls pRow with the first samples of every row of two pictures of one size.
+/// Calls pRow with the first samples of each row of two pictures of the same size.
 template <class tFirst, class tSecond, class tRow>
 void ForEachRow(tFirst* pFirst, tSecond* pSecond, const tRow& pRow)
 {
@@ -47,7 +47,7 @@ void ForEachRow(tFirst* pFirst, tSecond* pSecond, const tRow& pRow)
         pRow(RowOf(pFirst, y), RowOf(pSecond, y));
 }
 
-/// Calls pRow with the first sample of every row.
+/// Calls pRow with the first sample of each row.
 template <class tBitmap, class tRow>
 void ForEachRow(tBitmap* pBitmap, const tRow& pRow)
 {
@@ -106,13 +106,14 @@ void TransformRows(const cBitmapXYZ32* pFrom, cBitmapXYZ32* pTo, const cMatrix33
 
 // ---- Rectangles -----------------------------------------------------------------------------------------------------
 
-/// Whether the pixel lies in the picture.
+/// Returns whether the pixel is in the picture.
 bool HoldsCorner(const cBitmap* pBitmap, int pX, int pY)
 {
     return pX >= 0 && pY >= 0 && pX < pBitmap->fWidth && pY < pBitmap->fHeight;
 }
 
-/// Whether a rectangle whose first pixel lies in the picture ends in it, too. The sums might not fit an int.
+/// Returns whether a rectangle ends in the picture. Its first pixel must be in the picture. A sum pX + pWidth might not
+/// fit an int.
 bool HoldsRectangle(const cBitmap* pBitmap, int pX, int pY, int pWidth, int pHeight)
 {
     return pWidth <= pBitmap->fWidth - pX && pHeight <= pBitmap->fHeight - pY;
@@ -131,7 +132,7 @@ void CopyRows(const tBitmap* pSrc, tBitmap* pDst, int pSrcX, int pSrcY, int pDst
 
 constexpr int64_t kBytesOfBGR16 = 6; // a pixel of cBitmapBGR16
 
-/// The offset in bytes of pixel (pX, pY) for the copy of rectangles, in which a row is fStride samples long.
+/// The offset in bytes of pixel (pX, pY) in the copy of rectangles, where a row is fStride samples long.
 int64_t DoubledOffset(const cBitmapBGR16* pBitmap, int pX, int pY)
 {
     return 2 * (int64_t{pY} * pBitmap->fStride) + kBytesOfBGR16 * pX;
@@ -144,7 +145,7 @@ int64_t BlockSize(const cBitmapBGR16* pBitmap)
     return paddedHeight * pBitmap->fStride;
 }
 
-/// Copies pWidth pixels between two pixels, unless either row would leave its block.
+/// Copies pWidth pixels of a row. Skips the row if it would leave either block.
 void CopyDoubledRow(const cBitmapBGR16* pSrc, int pSrcX, int pSrcY, cBitmapBGR16* pDst, int pDstX, int pDstY,
                     int pWidth)
 {
@@ -156,7 +157,7 @@ void CopyDoubledRow(const cBitmapBGR16* pSrc, int pSrcX, int pSrcY, cBitmapBGR16
                       reinterpret_cast<unsigned char*>(pDst->fData) + to, static_cast<size_t>(bytes));
 }
 
-/// Fills the first row pixel by pixel and the others from it.
+/// Fills the first row pixel by pixel and copies it to the others.
 template <class tBitmap, class tSample>
 void FillRows(tBitmap* pBitmap, tSample pFirst, tSample pSecond, tSample pThird)
 {
@@ -185,7 +186,7 @@ struct sRange
     float fMax;
 };
 
-/// Extremes of one channel; where all samples are NaN, the first one is both.
+/// Extremes of one channel. If all samples are NaN, both are the first sample.
 sRange RangeOf(const cBitmapXYZ32* pBitmap, int pChannel)
 {
     const Rows::sExtremes extremes = Measure(pBitmap);
@@ -195,7 +196,7 @@ sRange RangeOf(const cBitmapXYZ32* pBitmap, int pChannel)
     return least > most ? sRange{first, first} : sRange{Rows::FromOrderKey(least), Rows::FromOrderKey(most)};
 }
 
-/// The extremes of all three channels together in place of their own.
+/// Replaces the extremes of each channel by those of all three together.
 void Join(Rows::sExtremes& pExtremes)
 {
     const int32_t least = *std::min_element(std::begin(pExtremes.fMin), std::end(pExtremes.fMin));
@@ -204,8 +205,8 @@ void Join(Rows::sExtremes& pExtremes)
     std::fill(std::begin(pExtremes.fMax), std::end(pExtremes.fMax), most);
 }
 
-/// The step from extremes to the unit interval. They begin at the largest finite float and its negative, so that a
-/// picture of nothing but infinities or NaNs keeps one of these.
+/// Minimum and scale that take the extremes to the unit interval. The minimum is at most FLT_MAX, the maximum at least
+/// -FLT_MAX. These limits apply if all samples are +infinity, all are -infinity, or all are NaN.
 Rows::sNormalizer NormalizerOf(const Rows::sExtremes& pExtremes)
 {
     Rows::sNormalizer normalizer;
@@ -213,7 +214,7 @@ Rows::sNormalizer NormalizerOf(const Rows::sExtremes& pExtremes)
         float minimum = Rows::FromOrderKey(std::min(pExtremes.fMin[c], Rows::OrderKey(FLT_MAX)));
         const float maximum = Rows::FromOrderKey(std::max(pExtremes.fMax[c], Rows::OrderKey(-FLT_MAX)));
         float range = maximum - minimum;
-        if (range == 0.0f) { // flat: the middle of the range; a large minimum absorbs the half
+        if (range == 0.0f) { // flat: samples become 0.5, unless a large minimum absorbs the 0.5
             range = 1.0f;
             minimum -= 0.5f;
         }
@@ -528,7 +529,8 @@ void cImageUtils::Copy(const cBitmapBGR8* pSrcBGR, cBitmapBGR8* pDstBGR, int pSr
     Require(cArgumentNullException, pSrcBGR != nullptr, "Argument pSrcBGR cannot be null.");
     Require(cArgumentNullException, pDstBGR != nullptr, "Argument pDstBGR cannot be null.");
     Require(cArgumentNullException, pWidth > 0, "Argument pWidth must be greater than zero.");
-    Require(cArgumentNullException, pHeight > 0, "Argument pWidth must be greater than zero."); // the width's words
+    // Required: the message names pWidth.
+    Require(cArgumentNullException, pHeight > 0, "Argument pWidth must be greater than zero.");
     Require(cArgumentException, HoldsCorner(pSrcBGR, pSrcX, pSrcY),
             "Top/Left corner of source rectangle is out of range.");
     Require(cArgumentException, HoldsRectangle(pSrcBGR, pSrcX, pSrcY, pWidth, pHeight),
@@ -547,7 +549,8 @@ void cImageUtils::Copy(const cBitmapBGR16* pSrcBGR, cBitmapBGR16* pDstBGR, int p
     Require(cArgumentNullException, pSrcBGR != nullptr, "Argument pSrcBGR cannot be null.");
     Require(cArgumentNullException, pDstBGR != nullptr, "Argument pDstBGR cannot be null.");
     Require(cArgumentNullException, pWidth > 0, "Argument pWidth must be greater than zero.");
-    Require(cArgumentNullException, pHeight > 0, "Argument pWidth must be greater than zero."); // the width's words
+    // Required: the message names pWidth.
+    Require(cArgumentNullException, pHeight > 0, "Argument pWidth must be greater than zero.");
     Require(cArgumentException, HoldsCorner(pSrcBGR, pSrcX, pSrcY),
             "Top/Left corner of source rectangle is out of range.");
     Require(cArgumentException, HoldsRectangle(pSrcBGR, pSrcX, pSrcY, pWidth, pHeight),
@@ -557,7 +560,7 @@ void cImageUtils::Copy(const cBitmapBGR16* pSrcBGR, cBitmapBGR16* pDstBGR, int p
     Require(cArgumentException, HoldsRectangle(pDstBGR, pDstX, pDstY, pWidth, pHeight),
             "Bottom/Right corner of destination rectangle is out of range.");
 
-    // Required: the stride is taken as a count of samples here, so that rows lie twice as far apart as elsewhere.
+    // Required: the stride counts samples here, so rows are twice as far apart as in other operations.
     for (int i = 0; i < pHeight; ++i)
         CopyDoubledRow(pSrcBGR, pSrcX, pSrcY + i, pDstBGR, pDstX, pDstY + i, pWidth);
 }
@@ -568,7 +571,8 @@ void cImageUtils::Copy(const cBitmapY8* pSrcY8, cBitmapY8* pDstY8, int pSrcX, in
     Require(cArgumentNullException, pSrcY8 != nullptr, "Argument pSrcY8 cannot be null.");
     Require(cArgumentNullException, pDstY8 != nullptr, "Argument pDstY8 cannot be null.");
     Require(cArgumentNullException, pWidth > 0, "Argument pWidth must be greater than zero.");
-    Require(cArgumentNullException, pHeight > 0, "Argument pWidth must be greater than zero."); // the width's words
+    // Required: the message names pWidth.
+    Require(cArgumentNullException, pHeight > 0, "Argument pWidth must be greater than zero.");
     Require(cArgumentException, HoldsCorner(pSrcY8, pSrcX, pSrcY),
             "Top/Left corner of source rectangle is out of range.");
     Require(cArgumentException, HoldsRectangle(pSrcY8, pSrcX, pSrcY, pWidth, pHeight),

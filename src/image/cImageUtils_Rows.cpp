@@ -5,9 +5,9 @@
 #include <cmath>
 #include <cstring>
 
-// The loops come in two layers. The loops themselves stand in the unnamed namespace, so that they may be compiled in
-// several versions; the formula of a sample or a pixel is an inline function above them. Loops with a table go by
-// strips: the arithmetic of a strip runs over small arrays and vectorises, the look-ups between do not.
+// The loops are in the unnamed namespace, so that they can be compiled in several versions. The formula of a sample or
+// a pixel is an inline function above them. Loops with a table process strips: the arithmetic of a strip runs over
+// small arrays and vectorises; the look-ups do not.
 
 namespace Vornik::Rows
 {
@@ -18,7 +18,7 @@ namespace
 constexpr size_t kStrip = 128; // pixels in a strip: a few kilobytes on the stack
 constexpr size_t kLanes = 48;  // running extremes side by side, a multiple of the 3 channels
 
-/// How many of pCount are left in the strip that begins at pStart.
+/// Length of the strip that begins at pStart: pStrip, or what is left of pCount.
 SELVANE_INLINE size_t StripLength(size_t pStart, size_t pCount, size_t pStrip)
 {
     return pCount - pStart < pStrip ? pCount - pStart : pStrip;
@@ -33,13 +33,13 @@ SELVANE_INLINE tSample ClampedTruncation(float pValue, float pLargest)
     return static_cast<tSample>(static_cast<int>(scaled < 0.0f ? 0.0f : scaled));
 }
 
-/// One row of a matrix on a vector: the middle product first, the outer ones fused on top of it.
+/// One row of a matrix times a vector: first the middle product, then the outer terms by fused multiply-adds.
 SELVANE_INLINE float RowSum(float pM0, float pM1, float pM2, float pV0, float pV1, float pV2)
 {
     return std::fma(pM2, pV2, std::fma(pM0, pV0, pM1 * pV1));
 }
 
-/// The matrix on (pV0, pV1, pV2), which are read before the first result is stored.
+/// The matrix times (pV0, pV1, pV2). They are values, so a result may be stored over its source.
 SELVANE_INLINE void TransformPixel(const cMatrix33& pMatrix, float pV0, float pV1, float pV2, float& pOut0,
                                    float& pOut1, float& pOut2)
 {
@@ -171,7 +171,7 @@ SELVANE_CLONES void ScaleLoop(const float* pFrom, float* pTo, size_t pSamples, f
         pTo[i] = pFrom[i] * pFactor;
 }
 
-/// Extremes of every third sample, kept in lanes that belong to one channel each and are joined at the end.
+/// Extremes of the three channels, in lanes of one channel each. The lanes are joined at the end.
 SELVANE_CLONES void MeasureLoop(const float* __restrict pRow, size_t pSamples, int32_t* __restrict pMin,
                                 int32_t* __restrict pMax)
 {
@@ -213,7 +213,7 @@ SELVANE_INLINE int Distance(int pFirst, int pSecond)
     return pFirst > pSecond ? pFirst - pSecond : pSecond - pFirst;
 }
 
-/// The sums are whole numbers below 2^53, which doubles hold exactly in whatever order they are formed.
+/// The sums are integers below 2^53. A double holds them exactly, in any order of addition.
 template <class tSample>
 SELVANE_CLONES void AddDistancesLoop(const tSample* pRow1, const tSample* pRow2, size_t pPixels,
                                      uint64_t* __restrict pSums)
@@ -342,7 +342,7 @@ void Transform(const float* pFrom, float* pTo, size_t pPixels, const cMatrix33& 
 
 void CopyForward(const void* pFrom, void* pTo, size_t pBytes)
 {
-    // Only a target that begins inside the source makes the direction show; one before it lies at a huge distance.
+    // The direction matters only if the target begins inside the source. For a target before it, distance is huge.
     const uintptr_t distance = reinterpret_cast<uintptr_t>(pTo) - reinterpret_cast<uintptr_t>(pFrom);
     if (distance >= pBytes) {
         std::memmove(pTo, pFrom, pBytes);

@@ -1,9 +1,8 @@
 #ifndef SELVANE_IMAGE_CIMAGEUTILS_ROWS_H
 #define SELVANE_IMAGE_CIMAGEUTILS_ROWS_H
 
-// The pixel loops of cImageUtils, internal: each function works on one row (or a stretch of one) and knows nothing of
-// bitmaps. pSamples counts samples, pPixels pixels of three samples. Unless said otherwise source and target are
-// different pictures and do not overlap.
+// The pixel loops of cImageUtils, internal. Each function processes one row or a part of it. pSamples is a number of
+// samples, pPixels a number of pixels of three samples. Source and target must not overlap unless a comment allows it.
 
 #include "base/Versions.h"
 #include "color/cMatrix.h"
@@ -56,8 +55,8 @@ void Transform(const float* pFrom, float* pTo, size_t pPixels, const cMatrix33& 
 
 // ---- Copies and arithmetic ------------------------------------------------------------------------------------------
 
-/// Copies byte by byte from the lowest address up, so that a target that begins inside the source repeats what lies
-/// between the two beginnings.
+/// Copies byte by byte from the lowest address up. If the target begins inside the source, the bytes between the two
+/// beginnings are repeated.
 void CopyForward(const void* pFrom, void* pTo, size_t pBytes);
 
 /// Each target may be one of its sources.
@@ -65,8 +64,8 @@ void Subtract(const float* pFrom1, const float* pFrom2, float* pTo, size_t pSamp
 void Multiply(const float* pFrom1, const float* pFrom2, float* pTo, size_t pSamples);
 void Scale(const float* pFrom, float* pTo, size_t pSamples, float pFactor);
 
-/// A sample of a channel that is not at least pLow becomes pLow. pChannel points to the first one, every third float is
-/// next.
+/// Samples of a channel that are below pLow or NaN become pLow. pChannel points to the first one; the others follow at
+/// every third float.
 void ClampLow(float* pChannel, size_t pPixels, float pLow);
 
 /// From every third float to packed floats, and back.
@@ -75,8 +74,8 @@ void Replace(const float* pPlane, float* pChannel, size_t pPixels);
 
 // ---- Statistics and comparison --------------------------------------------------------------------------------------
 
-/// A float as an integer that sorts as the float does: -infinity lowest, -0 just below +0, infinity highest, NaNs
-/// outside. Extremes of integers may be taken in any order and over any number of lanes.
+/// Maps a float to an integer of the same order: -infinity lowest, -0 just below +0, infinity highest, NaNs outside.
+/// Extremes of integers may be taken in any order and in any number of lanes.
 SELVANE_INLINE int32_t OrderKey(float pValue)
 {
     const int32_t bits = std::bit_cast<int32_t>(pValue);
@@ -88,7 +87,7 @@ SELVANE_INLINE float FromOrderKey(int32_t pKey)
     return std::bit_cast<float>(pKey < 0 ? pKey ^ INT32_MAX : pKey);
 }
 
-/// Extremes of the three channels, as order keys. It begins without a sample, fMin above fMax; NaNs leave it alone.
+/// Extremes of the three channels, as order keys. Before the first sample fMin is above fMax. NaNs change nothing.
 struct sExtremes
 {
     static constexpr int32_t kNone = INT32_MAX;
@@ -99,7 +98,7 @@ struct sExtremes
 /// Widens the extremes by a row.
 void Measure(const float* pRow, size_t pPixels, sExtremes& pExtremes);
 
-/// Step of normalising, one value for each channel.
+/// Minimum and scale for normalising, per channel.
 struct sNormalizer
 {
     float fMinimum[3];
@@ -112,7 +111,8 @@ void Normalize(float* pRow, size_t pPixels, const sNormalizer& pNormalizer);
 /// Adds the row's samples to three running sums, pixel after pixel.
 void AddUp(const float* pRow, size_t pPixels, double (&pSums)[3]);
 
-/// Adds the absolute differences to three running sums: of floats in float, pixel after pixel; of integers exactly.
+/// Adds the absolute differences to three running sums. Those of floats are in float, pixel after pixel; those of
+/// integers are exact.
 void AddDifferences(const float* pRow1, const float* pRow2, size_t pPixels, double (&pSums)[3]);
 void AddDifferences(const unsigned char* pRow1, const unsigned char* pRow2, size_t pPixels, double (&pSums)[3]);
 void AddDifferences(const unsigned short* pRow1, const unsigned short* pRow2, size_t pPixels, double (&pSums)[3]);
@@ -121,7 +121,7 @@ void AddDifferences(const unsigned short* pRow1, const unsigned short* pRow2, si
 int LargestDifference(const unsigned char* pRow1, const unsigned char* pRow2, size_t pSamples, int pMax);
 int LargestDifference(const unsigned short* pRow1, const unsigned short* pRow2, size_t pSamples, int pMax);
 
-/// 1 / (width * height). The count of pixels is 32-bit and wraps.
+/// 1 / (width * height). The number of pixels has 32 bits and wraps.
 inline double MeanFactor(int pWidth, int pHeight)
 {
     const uint32_t count = static_cast<uint32_t>(pWidth) * static_cast<uint32_t>(pHeight);
