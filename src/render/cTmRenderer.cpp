@@ -12,8 +12,8 @@
 
 #include <memory>
 
-// The renderer object: parameters, marks and the order of the stages. Each stage has a source file of its own; every
-// check that throws stands here.
+// The renderer object: parameters, marks and the order of the stages. Each stage has its own source file. All checks
+// that throw are in this file.
 
 namespace Vornik
 {
@@ -24,8 +24,9 @@ namespace
 constexpr int kContrastPoints = 2;
 constexpr int kContrastKeyFrames = 5;
 
-/// One control point a row: x, y, previous tangent x, y, next tangent x, y; two rows a key frame. From the flattest
-/// contrast to the steepest; the third is the straight line. The outer tangents have no effect.
+/// One control point per row of the array: x, y, previous tangent x, y, next tangent x, y. Two points make a key frame.
+/// The key frames go from the flattest contrast to the steepest; the third is the straight line. The outer tangents
+/// have no effect.
 constexpr float kContrastFrames[kContrastKeyFrames * kContrastPoints][6] = {
     {0.0f, 0.0f, 1.0f, 1.0f, 0.308f, 1.09f},  {1.0f, 1.0f, 1.752f, 2.714f, 1.0f, 1.0f}, //
     {0.0f, 0.0f, 1.0f, 1.0f, 0.449f, 0.769f}, {1.0f, 1.0f, 2.173f, 2.634f, 1.0f, 1.0f}, //
@@ -46,8 +47,8 @@ std::unique_ptr<cContrastCurve> NewContrastCurve()
 cContrastCurve::cContrastCurve() = default;
 cContrastCurve::~cContrastCurve() = default;
 
-// The tables are written before they are read, so they are not cleared. fOutput and fExposure have to read as null and
-// 0 before anything was set or rendered.
+// The tables are not cleared, since they are written before they are read. fOutput must be null before it is set, and
+// fExposure 0 before a render.
 cTmRenderer::cTmRenderer()
     : fInput(nullptr), fOutput(nullptr), fYHMVSpace(nullptr), fYHMV(nullptr), fLogLuminance(nullptr), fBase(nullptr),
       fDetail(nullptr), fContrastCurve(nullptr), fHHCurve(nullptr), fHSCurve(nullptr), fHLCurve(nullptr),
@@ -111,9 +112,9 @@ void cTmRenderer::SetOutput(cBitmapLDR* pOutput)
     FinalRenderingNeeded();
 }
 
-// Required: all stages are marked before the comparisons, so that these decide only what is stored and whether a
-// measuring request gets its final stage back. pAdaptation is compared with a shadow that is always 0, so any other
-// value brings it back.
+// Required: all stages are marked before the comparisons. The comparisons only decide what is stored and whether a
+// measuring request marks its final stage again. pAdaptation is compared with fAdaptationShadow, which is always 0, so
+// any other value marks the final stage again.
 void cTmRenderer::SetToneMappingParams(float pGlobalContrast, float pAdaptation, bool pContrastFollowsGlobal,
                                        float pContrast, bool pUseAutoExposure, float pExposureEV, float pSpatialSize,
                                        float pRangeSize, float pBaseBlur, bool pWrapX, bool pReservedFlagA,
@@ -214,7 +215,7 @@ void cTmRenderer::Render(bool* pCancel, bool* pCancelled)
                "The input and output images do not have the same height.");
     Require(cInvalidOperationException, CanEncode(fOutput->GetColorSpace()), "Color space is not set.");
 
-    // A stage that is stopped stays marked, and the ones behind it do not begin.
+    // A stage that stops stays marked, and the later stages do not run.
     const auto finish = [&](bool& pNeeded, void (cTmRenderer::*pStage)(bool*, bool*)) {
         if (!pNeeded) return true;
         (this->*pStage)(pCancel, pCancelled);

@@ -10,8 +10,7 @@
 
 #include <cmath>
 
-// The last stage: everything that does not depend on the pixel goes into tables, then one decoder pass fills the
-// output.
+// The last stage. Computes the tables that all pixels share, then fills the output in one pass of the decoder.
 
 namespace Vornik
 {
@@ -19,9 +18,9 @@ namespace Vornik
 namespace
 {
 
-constexpr double kKeyPerContrast = 0x1.cac083126e978p-9; // one step below 0.0035
+constexpr double kKeyPerContrast = 0x1.cac083126e978p-9; // the double next below 0.0035
 
-/// Position of the contrast curve among its key frames, 0 to 1. A negative global contrast leaves it alone.
+/// Position of the contrast curve among its key frames, 0 to 1. A negative global contrast does not change it.
 float ContrastKey(float pContrast, bool pFollowsGlobal, float pGlobalContrast)
 {
     const auto key = static_cast<float>((static_cast<double>(pContrast) + 100.0) * 0.005);
@@ -45,7 +44,7 @@ void cTmRenderer::PreprocessCurvesAndTransforms(cMatrix33& pMatrix, unsigned sho
     const float key = ContrastKey(fContrast, fContrastFollowsGlobal, fGlobalContrast);
     const bool keyMoved = key != fContrastKey;
     if (keyMoved) fContrastCurve->InterpolateControlPoints(key);
-    const unsigned short* table = fContrastCurve->GetLUT16i(); // asked for at each run: it may have been invalidated
+    const unsigned short* table = fContrastCurve->GetLUT16i(); // at each run, since the table may be stale
     if (keyMoved) {
         fContrastKey = key;
         for (int i = 0; i < kTableSize; i++)

@@ -9,7 +9,7 @@
 #include <cmath>
 #include <cstdio>
 
-// The second stage: the logarithm of luminance split into a smooth base and the detail that remains, and both measured.
+// The second stage. Splits the logarithm of luminance into a smooth base and the remaining detail, and measures both.
 
 namespace Vornik
 {
@@ -17,7 +17,7 @@ namespace Vornik
 namespace
 {
 
-/// Spatial sampling of the bilateral grid in pixels, for the parameter fSpatialSize and the picture's longer side.
+/// Spatial sampling of the bilateral grid in pixels per cell, from fSpatialSize and the picture's longer side.
 float SpaceSampling(float pSpatialSize, int pWidth, int pHeight)
 {
     const float perMille = pSpatialSize >= 100.0f ? std::fma(pSpatialSize - 100.0f, 0.75f, 25.0f)
@@ -25,7 +25,7 @@ float SpaceSampling(float pSpatialSize, int pWidth, int pHeight)
     return perMille * (static_cast<float>(std::max(pWidth, pHeight)) * 0.001f);
 }
 
-/// Range sampling of the bilateral grid in decades, for the parameter fRangeSize.
+/// Range sampling of the bilateral grid in decades per cell, from fRangeSize.
 float RangeSampling(float pRangeSize)
 {
     return std::fma(pRangeSize, 0.002f, 0.2f);
@@ -37,8 +37,8 @@ struct sLayers
     sLayer fDetail;
 };
 
-/// Takes the base from the logarithm, pixel by pixel, and measures both layers. The sums run in the order of the
-/// pixels, from the top left to the bottom right, since that decides their last bits.
+/// Subtracts the base from the logarithm, pixel by pixel, and measures both layers. The sums run in picture order, from
+/// the top left to the bottom right: the order decides their last bits.
 sLayers SplitAndMeasure(const float* pLogLuminance, const float* pBase, float* pDetail, int64_t pCount)
 {
     sLayers layers;
@@ -67,7 +67,7 @@ void Store(cTmRenderer& pRenderer, const sLayers& pLayers)
     pRenderer.fDetailAverage = pLayers.fDetail.fMean;
 }
 
-/// The mean of detail in the line is that of its absolute value, the extremes are signed.
+/// Prints the measures. The mean of the detail is that of its absolute value; the extremes are signed.
 void LogLayers(const cTmRenderer& pRenderer)
 {
     std::fprintf(

@@ -14,9 +14,10 @@
 #include <cstdio>
 #include <utility>
 
-// The third stage: two tables turn base and detail into a new luminance, which replaces that of the compact picture;
-// then an exposure scale, and from a histogram (cTmRenderer_Points.h) the black and the white point. It all runs on the
-// calling thread. Its steps take and give values; ToneMappingPhase2 alone writes the renderer's fields.
+// The third stage. Two tables turn base and detail into a new luminance, which replaces that of the compact picture.
+// The stage also computes an exposure scale, and a histogram gives the black and the white point
+// (cTmRenderer_Points.h). Everything runs on the calling thread. The steps take and return values; only
+// ToneMappingPhase2 writes the renderer's fields.
 
 namespace Vornik
 {
@@ -24,40 +25,41 @@ namespace Vornik
 namespace
 {
 
-constexpr double kLn10 = 0x1.26bb1bbb55516p+1; // 2.302585092994046; powers of ten are exp of the argument times this
+constexpr double kLn10 = 0x1.26bb1bbb55516p+1;          // 2.302585092994046; 10 to the power x is exp(x * kLn10)
 constexpr double kExposureScale = 0x1.bdb8cdadbe11fp-3; // 0.217637640824031
 constexpr double kExposureRate = 0x1.866167ee00c88p+0;  // 1.5249237972318799
 constexpr double kDamp = -0x1.b92bf8f493084p-3;         // -0.21541590210324923
 constexpr double kPi = 3.141592653589793;
 constexpr double kMinusHalfPi = -1.5707963267948966;
 
-/// The larger of two values; a NaN in the second counts as absent.
+/// The larger of two values; pHeld if pValue is NaN.
 SELVANE_INLINE float Larger(float pHeld, float pValue)
 {
     return pValue > pHeld ? pValue : pHeld;
 }
 
-/// Exponent of the global compression, 1 meaning none. A negative contrast expands, three times as fast.
+/// Exponent of the global compression; 1 means none. A negative contrast expands, three times as fast.
 float CompressionExponent(float pGlobalContrast)
 {
     const auto share = static_cast<float>(static_cast<double>(pGlobalContrast) * 0.01);
     return share > 0.0f ? 1.0f - share : static_cast<float>(std::fma(-3.0, static_cast<double>(share), 1.0));
 }
 
-/// The value for which entry pIndex of a table stands: the minimum at 0, the maximum at 65535.
+/// The value that entry pIndex of a table stands for: the layer's minimum at 0, its maximum at 65535.
 float Abscissa(int pIndex, const sLayer& pLayer)
 {
     const auto x = static_cast<float>(static_cast<double>(static_cast<float>(pIndex)) * kFromSample16D);
     return std::fma(pLayer.Range(), x, pLayer.fMin);
 }
 
-/// The adaptation's bend of a table: (|value| / mean)^bend, which multiplies the exponent of ten.
+/// The bend that adaptation gives a table. It multiplies the exponent of ten by (|value| / mean)^bend.
 class cBend
 {
 public:
     cBend(double pBend, double pMean) : fBend(pBend), fInverseMean(1.0 / pMean) {}
 
-    /// The factor by which the bend multiplies the exponent; no factor at a value of zero, where the power is infinite.
+    /// Stores the factor for the exponent in pFactor and returns true. Returns false for 0 and NaN: at 0 the power
+    /// would be infinite.
     bool Factor(double pValue, double& pFactor) const
     {
         const double distance = std::fabs(fInverseMean * pValue);
@@ -71,8 +73,8 @@ private:
     double fInverseMean;
 };
 
-/// Fills a table of 65536 entries with the power of ten, in e-based exponents, of each value of a layer. Returns the
-/// largest entry, at least 0.
+/// Fills a table of 65536 entries with exp(pExponent(value)) for each value of a layer. Returns the largest entry, at
+/// least 0.
 template <class tExponent>
 float FillTable(float* pTable, const sLayer& pLayer, tExponent pExponent)
 {
@@ -84,7 +86,7 @@ float FillTable(float* pTable, const sLayer& pLayer, tExponent pExponent)
     return largest;
 }
 
-/// From a base value in decades to its linear factor, compressed by pExponent. Returns the largest.
+/// Fills the table from base value in decades to linear factor, compressed by pExponent. Returns the largest factor.
 float FillGlobalTable(float* pTable, const sLayer& pBase, float pAdaptation, double pExponent)
 {
     const cBend bend(-(0.05 * (static_cast<double>(pAdaptation) + 1.0)), pBase.fMean);
@@ -95,7 +97,7 @@ float FillGlobalTable(float* pTable, const sLayer& pBase, float pAdaptation, dou
     });
 }
 
-/// From a detail value in decades to its linear factor. Returns the largest.
+/// Fills the table from detail value in decades to linear factor. Returns the largest factor.
 float FillDetailTable(float* pTable, const sLayer& pDetail, float pAdaptation)
 {
     const cBend bend(std::fma(-static_cast<double>(pAdaptation), 0.02, -0.01), pDetail.fMean);
@@ -105,15 +107,15 @@ float FillDetailTable(float* pTable, const sLayer& pDetail, float pAdaptation)
     });
 }
 
-/// Rounds to float through memory: at -O2 g++ 12 puts two neighbouring chains of roundings into one vector and drops
-/// the inner rounding, which changes the last bit of a quarter to a half of all results.
+/// Rounds to float through memory. At -O2, g++ 12 puts two neighbouring chains of roundings into one vector and drops
+/// the inner rounding. That changes the last bit of a quarter to a half of all results.
 float Narrow(double pValue)
 {
     const volatile float narrow = static_cast<float>(pValue);
     return narrow;
 }
 
-/// The numbers of the exposure that do not depend on the peak.
+/// The terms of the exposure scale that do not depend on the peak.
 struct sExposureBlend
 {
     float fWeight;   ///< share of the peak, 0 to 1: 0 at exponents 0 and 1, 1 at one half
@@ -145,7 +147,7 @@ float Exposure(const sExposureBlend& pBlend, float pPeak)
     return Narrow(static_cast<double>(blended) * pBlend.fDamping);
 }
 
-/// The exposure scale from the largest luminance, and that from the largest base value.
+/// The exposure scale from the largest luminance, and the one from the largest base value.
 struct sExposures
 {
     float fScale;
@@ -161,7 +163,7 @@ sExposures ExposuresFor(float pExponent, float pMaxY, float pBaseMax)
     return {Exposure(blend, peak), Exposure(blend, basePeak)};
 }
 
-/// The two layers, their tables and what is needed to look a pixel up in both.
+/// The two layers with their planes and tables.
 struct sRemapping
 {
     sLayer fBase;
@@ -170,8 +172,8 @@ struct sRemapping
     const float* fDetailPlane;
     const float* fGlobalTable;
     const float* fDetailTable;
-    float fGlobalMax; ///< largest entries of the tables
-    float fDetailMax;
+    float fGlobalMax; ///< largest entry of fGlobalTable
+    float fDetailMax; ///< largest entry of fDetailTable
 };
 
 /// Table indices of pCount values, at most kStrip.
@@ -182,7 +184,7 @@ SELVANE_CLONES void TableIndices(const float* __restrict pValues, int pCount, fl
         pIndices[i] = RangeIndex(pValues[i], pMin, pScale);
 }
 
-/// Replaces the luminance of one row of the compact picture; pFirst is the row's first pixel in the planes.
+/// Replaces the luminance of one row of the compact picture. pFirst is the index of its first pixel in the planes.
 void RemapRow(const sRemapping& pRemapping, size_t pFirst, int pWidth, unsigned char* pPixels, sLuminance& pLuminance)
 {
     const float baseScale = kToSample16 / pRemapping.fBase.Range();
@@ -203,8 +205,8 @@ void RemapRow(const sRemapping& pRemapping, size_t pFirst, int pWidth, unsigned 
     }
 }
 
-/// Replaces the luminance of all rows and measures it. A row at whose start the request to stop is seen is left alone,
-/// and the walk goes on.
+/// Replaces the luminance of all rows and measures it. If *pCancel is set at the start of a row, the row is skipped and
+/// the loop goes on.
 sLuminance ReplaceLuminance(const sRemapping& pRemapping, int pWidth, int pHeight, const cBitmapU16T& pPicture,
                             const bool* pCancel, bool* pCancelled)
 {
@@ -261,7 +263,7 @@ void cTmRenderer::ToneMappingPhase2(bool* pCancel, bool* pCancelled)
     const float detailMax = FillDetailTable(fDetailLUT, detail, fAdaptation);
     if (StopIfRequested(pCancel, pCancelled)) return;
     if (base.Range() <= 0.0f || detail.Range() <= 0.0f)
-        return; // Required: a flat layer keeps the input's luminance and whatever exposure there was.
+        return; // Required: with a flat layer, luminance and exposure stay unchanged.
 
     const sExposures exposures = ExposuresFor(exponent, fMaxY, fBaseMax);
     fExposure = exposures.fScale;
@@ -278,7 +280,7 @@ void cTmRenderer::ToneMappingPhase2(bool* pCancel, bool* pCancelled)
         return;
     }
     tCounters counters = NewCounters();
-    if (counters == nullptr) return; // no points: white and black keep 1 and 0, and the final stage goes by exposure
+    if (counters == nullptr) return; // no points: white stays 1 and black 0, so the exposure scale acts
     if (fLogEnabled != 0) LogLuminance(*this, luminance);
     const cHistogram histogram(std::move(counters), *fYHMV, width, height, luminance);
     if (fLogEnabled != 0) histogram.LogPercentiles();

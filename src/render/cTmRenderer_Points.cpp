@@ -10,7 +10,7 @@
 #include <utility>
 
 // The histogram of the new luminance: 65536 bins of equal width from the least value to the largest. A scan from the
-// bottom finds the black point, one from the top the white point, both with sums in float.
+// bottom finds the black point, a scan from the top the white point. Both sum in float.
 
 namespace Vornik
 {
@@ -52,7 +52,7 @@ void cHistogram::CountRow(const unsigned char* pPixels, int pWidth)
         fCounters[RangeIndex(LoadFloat(pPixels + kYHMVLuminance), fMin, fScale)]++;
 }
 
-/// 1 to 65535: how many bins from the bottom make the sum stop. Required: the last counter never counts.
+/// Returns how many bins from the bottom are added until pStop(sum), 1 to 65535. Required: the last bin is never added.
 template <class tStop>
 int cHistogram::Rise(tStop pStop) const
 {
@@ -63,8 +63,8 @@ int cHistogram::Rise(tStop pStop) const
     }
 }
 
-/// The first bin from the top for which the pixels in it and below it are at most pLimit; 65535 when all pixels are.
-/// Required: the first counter never counts.
+/// Returns the highest bin n such that bins 0 to n have at most pLimit pixels; 65535 if all bins have, 0 if there is
+/// none. Required: the first bin is never subtracted.
 int cHistogram::Fall(float pLimit) const
 {
     if (fPixels <= pLimit) return kBins - 1;
@@ -107,7 +107,7 @@ void cHistogram::LogPercentiles() const
     const int high1 = Fall(static_cast<float>(pixels * 0.99));
     const int high2 = Fall(static_cast<float>(pixels * 0.9999));
     const int high3 = Fall(static_cast<float>(pixels * 0.99995));
-    // Required: the median's value goes without the minimum.
+    // Required: the value of the median is printed without the minimum.
     std::fprintf(
         stderr,
         "Linear Perc1 at: %d (%1.2f) -  Median: %d (%1.2f)  - perc99andhigher:  %d  %d  %d  (%1.2f  %1.2f  %1.2f) -  "

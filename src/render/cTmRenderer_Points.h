@@ -24,17 +24,17 @@ using tCounters = std::unique_ptr<uint32_t[], sFree>;
 /// New counters, all 0; null without memory.
 tCounters NewCounters();
 
-/// Histogram of the new luminance between its extremes, and the two scans that find a share of the pixels in it.
+/// Histogram of the new luminance between its extremes, with two scans that find the bin of a share of the pixels.
 class cHistogram
 {
 public:
-    /// Counts the pixels of pWidth x pHeight records of the compact picture, each in its bin.
+    /// Counts the luminances of pWidth x pHeight records of the compact picture.
     cHistogram(tCounters pCounters, const cBitmapU16T& pPicture, int pWidth, int pHeight, const sLuminance& pLuminance);
 
-    /// The points beyond which lie at most the shares of the pixels that are to be clipped, in per cent.
+    /// The points that clip pBlackClip and pWhiteClip per cent of the pixels, to the precision of a bin.
     sPoints PointsFor(float pBlackClip, float pWhiteClip) const;
 
-    /// Prints the percentiles, a progress line.
+    /// Prints the percentiles as a progress line.
     void LogPercentiles() const;
 
 private:
@@ -50,7 +50,7 @@ private:
     float fHeight; ///< pixels
     float fPixels; ///< their product
     float fMin;
-    float fScale; ///< bins a unit of luminance
+    float fScale; ///< bins per unit of luminance
     float fBinWidth;
 };
 

@@ -13,7 +13,7 @@
 #include <memory>
 #include <utility>
 
-// The first stage: the picture in its compact form, the logarithm of its luminance and the extremes.
+// The first stage. Computes the compact form of the picture, the logarithm of its luminance and the extremes.
 
 namespace Vornik
 {
@@ -25,7 +25,7 @@ constexpr int kPlanes = 7;          // 16-bit planes of a pixel of fYHMV
 constexpr float kFloor = 0x1p-128f; // smallest luminance that counts, 2.9e-39, a subnormal number
 constexpr int kSlotsOnTheStack = 256;
 
-/// Smallest and largest luminance by worker slot. There is room for one slot even when no worker is asked for.
+/// Smallest and largest luminance by worker slot. There is at least one slot, even for pSlots below 1.
 class cSlotExtremes
 {
 public:
@@ -88,7 +88,7 @@ void* CalcMinMaxLog_tile_threaded(void* pRecord)
 namespace
 {
 
-/// Frees what an earlier run left; the fields are null then.
+/// Frees the compact picture and the planes of an earlier run, and sets the fields to null.
 void ReleaseIntermediates(cTmRenderer& pRenderer)
 {
     delete[] std::exchange(pRenderer.fBase, nullptr);
@@ -97,7 +97,7 @@ void ReleaseIntermediates(cTmRenderer& pRenderer)
     delete std::exchange(pRenderer.fYHMV, nullptr);
 }
 
-/// New room for the compact picture and the three planes of the input's size; all null again if memory runs out.
+/// Allocates the compact picture and the three planes, all of the input's size. If memory runs out, all are null again.
 void AllocateIntermediates(cTmRenderer& pRenderer)
 {
     ReleaseIntermediates(pRenderer);
@@ -113,7 +113,7 @@ void AllocateIntermediates(cTmRenderer& pRenderer)
     }
 }
 
-/// Fills pRenderer.fLogLuminance over all workers and joins their extremes in slot order.
+/// Fills pRenderer.fLogLuminance with all workers and joins their extremes in slot order.
 void MeasureLuminance(cTmRenderer& pRenderer, bool* pCancel, bool* pCancelled)
 {
     pRenderer.fMinY = kBeyond;
