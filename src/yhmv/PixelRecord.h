@@ -1,8 +1,8 @@
 #ifndef SELVANE_YHMV_PIXELRECORD_H
 #define SELVANE_YHMV_PIXELRECORD_H
 
-// The two pixel records by byte, internal; cYHMVColorSpace.h draws them. Rows are worked off in strips: field by field
-// over small arrays, so that the arithmetic between loading and storing vectorises.
+// Byte offsets of the two pixel records, internal; cYHMVColorSpace.h draws them. Rows are processed in strips, field by
+// field over small arrays, so that the arithmetic between loading and storing vectorises.
 
 #include "base/Versions.h"
 
@@ -61,7 +61,7 @@ SELVANE_INLINE void StoreHue(unsigned char* pTo, int pHue)
     std::memcpy(pTo, &hue, sizeof hue);
 }
 
-/// Pixels of the strip that begins at pFirst.
+/// Number of pixels in the strip that begins at pFirst.
 SELVANE_INLINE int StripCount(int pWidth, ptrdiff_t pFirst)
 {
     return static_cast<int>(pWidth - pFirst < kStrip ? pWidth - pFirst : kStrip);

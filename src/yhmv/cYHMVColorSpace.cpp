@@ -14,8 +14,8 @@
 #include <cstddef>
 #include <memory>
 
-// The encoders and the hue table. The road of a pixel into its record: primaries in linear ProPhoto RGB, their largest
-// and smallest, the hue in degrees, the markers, the bytes. The decoders are in cYHMVColorSpace_Decode.cpp.
+// The encoders and the hue table. The steps of a pixel: primaries in linear ProPhoto RGB, their largest and smallest,
+// the hue in degrees, the markers, the bytes of the record. The decoders are in cYHMVColorSpace_Decode.cpp.
 
 namespace Vornik
 {
@@ -28,24 +28,25 @@ constexpr float kDegreesToUnit = 0x1.6c16c2p-9f;     // 0.0027777778, 1 / 360
 constexpr float kDarkLuminance = 0x1.0c6f7ap-20f;    // 0.000001
 constexpr float kSmallestV = 0x1p-126f;              // bits 0x00800000
 
-// ---- one pixel ----
+// ---- One pixel ------------------------------------------------------------------------------------------------------
 
-// The larger of two values; a NaN loses. In a chain the fresh value comes second, so that the loop vectorises.
+// The larger of two values. If one is NaN, the other. In a chain, the new value comes second, so that the loop
+// vectorises.
 SELVANE_INLINE float Larger(float pA, float pB)
 {
     const bool first = (pA > pB) | (pB != pB);
     return first ? pA : pB;
 }
 
-// The smaller of two values; a NaN loses.
+// The smaller of two values. If one is NaN, the other.
 SELVANE_INLINE float Smaller(float pA, float pB)
 {
     const bool first = (pA < pB) | (pB != pB);
     return first ? pA : pB;
 }
 
-// Degrees from 0 to 360, both included, of a colour that is no grey. The product with 60 comes before the division, so
-// that it may overflow; with a NaN among the primaries the result may be NaN.
+// The hue in degrees, 0 to 360 inclusive, of a colour that is not grey. The product with 60 comes before the division
+// and may overflow. With a NaN primary the result may be NaN.
 SELVANE_INLINE float HueDegrees(float pR, float pG, float pB, float pMin, float pMax)
 {
     const bool red = pR == pMax;
@@ -58,8 +59,8 @@ SELVANE_INLINE float HueDegrees(float pR, float pG, float pB, float pMin, float 
     return redToYellow ? degrees : degrees + start;
 }
 
-// Degrees to 16 bits, truncated. The difference of two primaries is never larger than that of the extremes, so a value
-// is below 65536, or infinite where the product with 60 overflowed; the infinity saturates, and NaN gives 0.
+// Degrees to 16 bits, truncated. The difference of two primaries is at most that of the extremes, so the value is below
+// 65536. If the product with 60 overflowed, it is infinite and saturates. NaN gives 0.
 SELVANE_INLINE int HueSample(float pDegrees)
 {
     const float scaled = pDegrees * kDegreesToSample16;
@@ -74,7 +75,7 @@ struct sHMV
     float fLargest;
 };
 
-// The colour fields of both records, with the marker for a colour without a primary above 0 (NaN included).
+// The colour fields of both records. A colour whose largest primary is not above 0, or NaN, gets the marker.
 SELVANE_INLINE sHMV Encode(float pR, float pG, float pB)
 {
     const float smallest = Smaller(Smaller(pR, pG), pB);
@@ -84,14 +85,14 @@ SELVANE_INLINE sHMV Encode(float pR, float pG, float pB)
     return {smallest == largest ? 0 : hue, lit ? smallest : 0.0f, lit ? largest : kSmallestV};
 }
 
-// A primary that is negative, or NaN, becomes 0.
+// Raises a negative or NaN primary to 0.
 SELVANE_INLINE float AtLeastZero(float pValue)
 {
     return pValue > 0.0f ? pValue : 0.0f;
 }
 
-// Hue on the unit scale, smallest and largest primary back to three primaries. The sextant is a truncating remainder: a
-// negative hue takes the last row, unless it lies in the first sixth of a turn.
+// Three primaries from hue on the unit scale, smallest and largest primary. The sextant is a truncating remainder. So a
+// negative hue takes the last case, unless it is in the first sixth of a turn.
 SELVANE_INLINE void Decode(float pH, float pM, float pV, float& pR, float& pG, float& pB)
 {
     const float sixth = pH * 6.0f;
@@ -121,7 +122,7 @@ SELVANE_INLINE void Decode(float pH, float pM, float pV, float& pR, float& pG, f
     }
 }
 
-// ---- rows ----
+// ---- Rows -----------------------------------------------------------------------------------------------------------
 
 struct sStrip
 {
@@ -131,8 +132,8 @@ struct sStrip
     float fLargest[kStrip];
 };
 
-// One XYZ pixel. A NaN luminance is not dark and ends in the second marker, under itself. The scaled luminance is
-// exactly 1, so the middle column of the matrix stands alone.
+// Encodes one XYZ pixel. A NaN luminance is not dark: it is stored, with the second marker as its colour. The scaled
+// luminance is exactly 1, so the middle column of the matrix needs no product.
 SELVANE_INLINE void EncodeXYZ(const float* pXYZ, const cMatrix33& m, sStrip& pStrip, int pAt)
 {
     const float luminance = pXYZ[1];
@@ -189,7 +190,7 @@ SELVANE_INLINE void FetchLinear(const tSample* pFrom, const float* pLUT, int pCo
     }
 }
 
-// To linear ProPhoto RGB, in place. A step of its own: joined with the next one it would not vectorise.
+// Transforms to linear ProPhoto RGB, in place. A separate step, because it would not vectorise together with the next.
 SELVANE_INLINE void TransformLinear(sPrimaries& pStrip, const cMatrix33& pMatrix, int pCount)
 {
     for (int n = 0; n < pCount; ++n) {
@@ -234,7 +235,7 @@ SELVANE_CLONES void EncodeRowLDR(const tSample* pFrom, const float* pLUT, unsign
     }
 }
 
-// ---- pictures ----
+// ---- Pictures -------------------------------------------------------------------------------------------------------
 
 cMatrix33 ProPhotoFromPCS()
 {
@@ -242,7 +243,7 @@ cMatrix33 ProPhotoFromPCS()
     return space.GetFromPCSTransform();
 }
 
-// Every row of an interleaved picture through one transfer table; pStride in samples.
+// Encodes every row of an interleaved picture with one transfer table. pStride is in samples.
 template <class tSample>
 void EncodeRows(const void* pFrom, ptrdiff_t pStride, const float* pLUT, const cMatrix33& pMatrix, int pWidth,
                 int pHeight, cBitmapU16T* pTo)
@@ -252,7 +253,7 @@ void EncodeRows(const void* pFrom, ptrdiff_t pStride, const float* pLUT, const c
         EncodeRowLDR(from + y * pStride, pLUT, pTo->GetScanline(y), pWidth, pMatrix);
 }
 
-// ---- the table ----
+// ---- The table ------------------------------------------------------------------------------------------------------
 
 SELVANE_CLONES void FillNeutral(float (*pTable)[3])
 {
@@ -260,8 +261,8 @@ SELVANE_CLONES void FillNeutral(float (*pTable)[3])
         Decode(static_cast<float>(i) * kFromSample16, 0.0f, 1.0f, pTable[i][0], pTable[i][1], pTable[i][2]);
 }
 
-// 32767 is no shift, and hue wraps around the circle by the wrap of its 16 bits. Twice the saturation is exact, so that
-// the plain difference is the fused one.
+// A shift of 32767 is neutral. The hue wraps around the circle as its 16 bits wrap. Twice the saturation is exact, so
+// the plain difference equals the fused one.
 SELVANE_CLONES void FillFromCurves(float (*pTable)[3], const float* pHSLUT, const unsigned short* pHHLUT)
 {
     for (int i = 0; i < kTableSize; ++i) {

@@ -8,9 +8,10 @@
 #include <cmath>
 #include <cstddef>
 
-// The decoders. The road of a pixel: fields of its record and the hue's table entry, intensity L, the three ProPhoto
-// primaries c, the middle stage (contrast table or clamp) to a, the matrix, the encode table, the samples blue, green,
-// red. A row goes by strips, one step after another over small arrays: arithmetic vectorises, table look-ups do not.
+// The decoders. The steps of a pixel: the fields of its record and the table entry of its hue, the intensity, the three
+// ProPhoto primaries, the contrast table or a clamp, the matrix, the encode table, and the samples blue, green, red. A
+// row is decoded strip by strip, and a strip step by step over small arrays: arithmetic vectorises, table look-ups do
+// not.
 
 namespace Vornik
 {
@@ -18,8 +19,8 @@ namespace Vornik
 namespace
 {
 
-// A strip between the steps. fColor holds in turn the hue's entries, the primaries c and the values a; fIndex where
-// in the next table they are looked up.
+// A strip between the steps. fColor holds in turn the table entries of the hue, the primaries, and the primaries after
+// the contrast table or the clamp. fIndex holds their indices in the next table.
 struct sStrip
 {
     float fLuminance[kStrip];
@@ -31,7 +32,7 @@ struct sStrip
     int fIndex[3][kStrip];
 };
 
-// ---- step 1: the record and what its hue stands for ----
+// ---- Step 1: the record and the table entry of its hue --------------------------------------------------------------
 
 SELVANE_INLINE void LoadEntry(sStrip& pStrip, int pAt, const float* pEntry)
 {
@@ -59,7 +60,7 @@ SELVANE_INLINE void LoadHMV(sStrip& pStrip, int pCount, const unsigned char* pRo
     }
 }
 
-// pHue points at the hue of the first record.
+// pHue points to the hue of the first record.
 SELVANE_INLINE void LoadLightness(sStrip& pStrip, int pCount, const unsigned char* pHue, int pBytes,
                                   const float* pHLLUT)
 {
@@ -67,9 +68,9 @@ SELVANE_INLINE void LoadLightness(sStrip& pStrip, int pCount, const unsigned cha
         pStrip.fLightness[n] = pHLLUT[LoadHue(pHue)];
 }
 
-// ---- step 2: intensity ----
+// ---- Step 2: intensity ----------------------------------------------------------------------------------------------
 
-// Required: a range of exactly 1 counts as none.
+// Required: a range of exactly 1 counts as none, and the intensity is scaled by pScale.
 SELVANE_INLINE void IntensityOfRange(sStrip& pStrip, int pCount, float pScale, float pInvRange, float pBlack)
 {
     if (pInvRange == 1.0f) {
@@ -79,11 +80,11 @@ SELVANE_INLINE void IntensityOfRange(sStrip& pStrip, int pCount, float pScale, f
     }
     for (int n = 0; n < pCount; ++n) {
         const float intensity = (pStrip.fLuminance[n] - pBlack) * pInvRange;
-        pStrip.fIntensity[n] = intensity > 0.0f ? intensity : 0.0f; // NaN gives 0 as well
+        pStrip.fIntensity[n] = intensity > 0.0f ? intensity : 0.0f; // NaN gives 0 too
     }
 }
 
-// 1 where the curve is neutral or the pixel grey, from 0 to 2 on a pure colour.
+// The factor of the hue-lightness curve: 1 if the curve is neutral or the pixel grey, 0 to 2 for a pure colour.
 SELVANE_INLINE float Lightness(float pLightness, float pSmallest, float pLargest)
 {
     const float paleness = pSmallest / pLargest;
@@ -103,7 +104,7 @@ SELVANE_INLINE void ScaleByLuminance(sStrip& pStrip, int pCount, float pScale)
         pStrip.fIntensity[n] = pStrip.fIntensity[n] * (pStrip.fLuminance[n] * pScale);
 }
 
-// ---- step 3: primaries ----
+// ---- Step 3: primaries ----------------------------------------------------------------------------------------------
 
 SELVANE_INLINE void Primaries(sStrip& pStrip, int pCount)
 {
@@ -116,7 +117,7 @@ SELVANE_INLINE void Primaries(sStrip& pStrip, int pCount)
     }
 }
 
-// ---- step 4: the middle stage ----
+// ---- Step 4: contrast table or clamp --------------------------------------------------------------------------------
 
 SELVANE_INLINE void ThroughContrast(sStrip& pStrip, int pCount, const float* pContrastLUT)
 {
@@ -128,7 +129,7 @@ SELVANE_INLINE void ThroughContrast(sStrip& pStrip, int pCount, const float* pCo
             pStrip.fColor[k][n] = pContrastLUT[pStrip.fIndex[k][n]];
 }
 
-// To the unit interval; NaN becomes 1.
+// Clamps to [0, 1]; NaN becomes 1.
 SELVANE_INLINE void Clamp(sStrip& pStrip, int pCount)
 {
     for (auto& channel : pStrip.fColor)
@@ -138,7 +139,7 @@ SELVANE_INLINE void Clamp(sStrip& pStrip, int pCount)
         }
 }
 
-// ---- step 5: the output's primaries, as indices into the encode table ----
+// ---- Step 5: the output's primaries, as indices into the encode table -----------------------------------------------
 
 SELVANE_INLINE int OutputIndex(float pM0, float pM1, float pM2, float pA0, float pA1, float pA2)
 {
@@ -157,9 +158,9 @@ SELVANE_INLINE void ThroughMatrix(sStrip& pStrip, int pCount, const cMatrix33& m
     }
 }
 
-// ---- step 6: samples ----
+// ---- Step 6: samples ------------------------------------------------------------------------------------------------
 
-// Where the samples of a row go; the high byte of each for 8 bits.
+// The destination of a row's samples. With fBytes, only the high byte of each is stored.
 struct sTarget
 {
     unsigned char* fAt;
@@ -189,7 +190,7 @@ SELVANE_INLINE void Store(sTarget& pTarget, const sStrip& pStrip, int pCount, co
     pTarget.fAt = to;
 }
 
-// ---- rows ----
+// ---- Rows -----------------------------------------------------------------------------------------------------------
 
 SELVANE_CLONES void DecodeSimple(const unsigned char* pRow, sTarget pTarget, int pWidth, const float (*pTable)[3],
                                  const unsigned short* pEncodeLUT, float pScale, float pInvRange, float pBlack,
@@ -249,7 +250,7 @@ sTarget TargetOf(void* pDest, int pBits)
     return {static_cast<unsigned char*>(pDest), pBits == 8};
 }
 
-// Row y of an interleaved picture; with 16-bit samples the stride is halved with truncation.
+// The address of row pY of an interleaved picture. With 16-bit samples an odd stride is rounded down.
 void* OutputRow(cBitmapLDR* pOutput, int pBits, int pY)
 {
     unsigned char* samples = static_cast<unsigned char*>(pOutput->GetBitmapArray());
