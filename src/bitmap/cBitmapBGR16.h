@@ -40,8 +40,8 @@ public:
     virtual unsigned short* GetImageData(); ///< fData
 
     /// Copies a picture of this size into the bitmap. If pFromStride equals fStride, fHeight x fStride bytes are copied
-    /// in one piece. With any other stride, row y goes to byte 2 * y * fStride of the block: rows are twice as far
-    /// apart as usual. Rows that would leave the block are dropped.
+    /// in one piece. With any other stride, row y goes to byte 2 * y * fStride of the block, twice the usual distance.
+    /// Rows that would leave the block are dropped.
     void CopyFromBGR16(int pFromWidth, int pFromHeight, int pFromStride, unsigned char* pFromBGR16);
     /// Copies a picture of this size into the bitmap. Exchanges the two bytes of every sample, on any host, and red
     /// with blue.

@@ -24,7 +24,7 @@ public:
     static void xyYToXYZ(float pLuminance, float pChromaX, float pChromaY, float& pX, float& pY, float& pZ);
     /// Chromaticity to XYZ with a luminance of 1.
     static void xyToXYZ(float pChromaX, float pChromaY, float& pX, float& pY, float& pZ);
-    /// The same, packed.
+    /// The same with vectors.
     static cVector3 xyToXYZ(cVector2 pChroma);
     /// XYZ to the three chromaticity coordinates, which sum to 1.
     static void XYZToxyz(float pX, float pY, float pZ, float& pChromaX, float& pChromaY, float& pChromaZ);
@@ -32,7 +32,7 @@ public:
     static void XYZToxyY(float pX, float pY, float pZ, float& pChromaX, float& pChromaY, float& pLuminance);
     /// XYZ to chromaticity.
     static void XYZToxy(float pX, float pY, float pZ, float& pChromaX, float& pChromaY);
-    /// The same, packed.
+    /// The same with vectors.
     static cVector2 XYZToxy(cVector3 pXYZ);
 
     // Through a colour space. RGB is linear.
@@ -62,11 +62,11 @@ public:
 
     /// Clamps R, G and B to [0, 1] first. H is in [0, 360); grey has H = 0.
     static void RGBToHSB(float pR, float pG, float pB, float& pH, float& pS, float& pV);
-    /// The same, packed.
+    /// The same with vectors.
     static cVector3 RGBToHSB(cVector3 pRGB);
     /// Accepts any H. Clamps S and V to [0, 1]. H = -360 and most values below it give black.
     static void HSBToRGB(float pH, float pS, float pV, float& pR, float& pG, float& pB);
-    /// The same, packed.
+    /// The same with vectors.
     static cVector3 HSBToRGB(cVector3 pHSB);
 
     // Transfer curves of fixed spaces, the same for the three components.
@@ -88,19 +88,19 @@ public:
     static void ProPhotoTosRGB(float pR, float pG, float pB, float& pToR, float& pToG, float& pToB);
     /// Encoded sRGB to XYZ under D50.
     static void sRGBToPCS(float pR, float pG, float pB, float& pX, float& pY, float& pZ);
-    /// The same, packed.
+    /// The same with vectors.
     static cVector3 sRGBToPCS(cVector3 pRGB);
     /// XYZ under D50 to encoded sRGB.
     static void sRGBFromPCS(float pX, float pY, float pZ, float& pR, float& pG, float& pB);
-    /// The same, packed.
+    /// The same with vectors.
     static cVector3 sRGBFromPCS(cVector3 pXYZ);
     /// Encoded ProPhoto RGB to XYZ under D50.
     static void ProPhotoToPCS(float pR, float pG, float pB, float& pX, float& pY, float& pZ);
-    /// The same, packed.
+    /// The same with vectors.
     static cVector3 ProPhotoToPCS(cVector3 pRGB);
     /// XYZ under D50 to encoded ProPhoto RGB.
     static void ProPhotoFromPCS(float pX, float pY, float pZ, float& pR, float& pG, float& pB);
-    /// The same, packed.
+    /// The same with vectors.
     static cVector3 ProPhotoFromPCS(cVector3 pXYZ);
 };
 

@@ -1,7 +1,7 @@
 #ifndef SELVANE_EQUALIZER_CCOLOREQRENDERER_H
 #define SELVANE_EQUALIZER_CCOLOREQRENDERER_H
 
-// The colour equalizer: three hue curves on a finished picture of 8 or 16 bits a sample.
+// The colour equalizer: three hue curves on a finished picture of 8 or 16 bits per sample.
 //
 //     stage            reads                            writes     is marked by
 //     1 preparation    fInput                           fHMV       SetInput
@@ -99,8 +99,8 @@ public:
     cHermiteSpline* fHLCurve;         ///< owned; hue to lightness
     unsigned short fEncodeLUT[65536]; ///< linear 0..65535 to encoded sample of the output's colour space
     bool fEncodeLUTValid;             ///< fEncodeLUT fits the output's colour space
-    bool fPrepareNeeded;              ///< stage 1 has to run
-    bool fFinalNeeded;                ///< stage 2 has to run
+    bool fPrepareNeeded;              ///< stage 1 is marked
+    bool fFinalNeeded;                ///< stage 2 is marked
     cMatrix33 fWorkToPCS;             ///< linear ProPhoto RGB to XYZ relative to D50
     cMatrix33 fPCSToWork;             ///< XYZ relative to D50 to linear ProPhoto RGB; set at construction, unused
 };

@@ -39,14 +39,15 @@ typedef struct TileRecord
  *
  *   1. The symbol is defined in the program or in a library that the loader searches.
  *   2. The tiles are contiguous and cover each index of [start, end) exactly once. Empty tiles are allowed.
- *   3. For each tile fn gets a private copy of the record's recordSize bytes, with fSlot, fStart and fEnd filled in and
- *      the payload as it was.
+ *   3. For each tile, fn gets a private copy of the record's recordSize bytes. fSlot, fStart and fEnd are filled in,
+ *   and
+ *      the payload is unchanged.
  *   4. fSlot is 0 to threads - 1. Two tiles that run at the same time have different slots, because slots index arrays
  *      that are written without locks. A later tile of the same worker may use the slot again. With threads below 1
  *      the only slot is 0.
  *   5. It returns after every tile has finished. All writes of the tiles are then visible to the caller.
  *   6. It returns nothing.
- *   7. It may run tiles on the calling thread. It is called several times a picture, from the thread that called the
+ *   7. It may run tiles on the calling thread. It is called several times per picture, from the thread that called the
  *      library, and never from inside a tile.
  */
 void DivideWork(int start, int end, int threads, void* (*fn)(void*), void* record, size_t recordSize);

@@ -37,8 +37,8 @@ public:
     /// @param pRangeSampling  input units per grid cell in value, above 0; may be infinite
     /// @param pRangeMin       lowest value of the input
     /// @param pRangeMax       highest value of the input. A sample so far outside the range that it leaves the grid
-    ///                        counts as the nearer end of the range, or as pRangeMin if pRangeMax is not above
-    ///                        pRangeMin
+    ///                        counts as the nearer end of the range. If pRangeMax is not above pRangeMin, both ends
+    ///                        are pRangeMin
     /// @param pBlurAmount     strength of the closing blur: its sigma is pBlurAmount / 3000 of the longer side. 0,
     ///                        negative or NaN: no blur
     /// @param pWrapX          rows are periodic: the left and the right edge of the picture meet

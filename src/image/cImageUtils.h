@@ -80,8 +80,8 @@ public:
 
     // ---- Transfer and matrix, with the caller's table ---------------------------------------------------------------
     //
-    // The matrix acts on the linear vector (red, green, blue). Each of its rows gives a sum in float: first the second
-    // product, then the first and the third term, each by one fused multiply-add. Nothing is clamped.
+    // The matrix acts on the linear vector (red, green, blue). Each of its rows gives a sum in float. The sum begins
+    // with the second product; the first and the third term follow, each by one fused multiply-add. Nothing is clamped.
 
     /// Table, then matrix: the rows of the matrix give c0, c1, c2.
     static void BGR8ToFloat3(cBitmapBGR8* pFromBGR8, cBitmapXYZ32* pToXYZ32, cTransferLUT_I8F32* pTransferLUT,
@@ -117,7 +117,7 @@ public:
                      int pWidth, int pHeight);
     static void Copy(const cBitmapY8* pSrcY8, cBitmapY8* pDstY8, int pSrcX, int pSrcY, int pDstX, int pDstY, int pWidth,
                      int pHeight);
-    /// Copies as the 8-bit form when both pictures have 8 bits a channel, as the 16-bit form otherwise; pictures of
+    /// Copies like the 8-bit form if both pictures have 8 bits per channel, else like the 16-bit form. Pictures of
     /// different depths throw cArgumentException.
     static void Copy(const cBitmapLDR* pSrcBGR, cBitmapLDR* pDstBGR, int pSrcX, int pSrcY, int pDstX, int pDstY,
                      int pWidth, int pHeight);
@@ -148,8 +148,8 @@ public:
 
     // ---- Matrix over all pixels -------------------------------------------------------------------------------------
     //
-    // Each row of the matrix gives a sum in float over (c0, c1, c2): first the c1 product, then the c0 and the c2 term,
-    // each by one fused multiply-add.
+    // Each row of the matrix gives a sum in float over (c0, c1, c2). The sum begins with the c1 product; the c0 and the
+    // c2 term follow, each by one fused multiply-add.
 
     static void TransformInPlace(cBitmapXYZ32* pXYZ32, cMatrix33 pMatrix);
     /// Both pictures must have the same size and may be one picture.

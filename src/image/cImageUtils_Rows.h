@@ -20,11 +20,12 @@ namespace Vornik::Rows
 void ToFloat(const unsigned char* pFrom, float* pTo, size_t pSamples);
 void ToFloat(const unsigned short* pFrom, float* pTo, size_t pSamples);
 
-/// Below 0 gives 0, above 1 or NaN gives the largest sample, otherwise the truncation of v times the largest sample.
+/// Below 0 gives 0; above 1 or NaN gives the largest sample. Any other v is multiplied by the largest sample,
+/// truncated.
 void FromFloat(const float* pFrom, unsigned char* pTo, size_t pSamples);
 void FromFloat(const float* pFrom, unsigned short* pTo, size_t pSamples);
 
-/// sample / 257, truncated; sample * 257.
+/// sample / 257, truncated, or sample * 257.
 void ChangeDepth(const unsigned short* pFrom, unsigned char* pTo, size_t pSamples);
 void ChangeDepth(const unsigned char* pFrom, unsigned short* pTo, size_t pSamples);
 
@@ -38,19 +39,19 @@ void Decode(const unsigned short* pFrom, float* pTo, size_t pSamples, const floa
 void Encode(const float* pFrom, unsigned char* pTo, size_t pSamples, const unsigned char* pTable);
 void Encode(const float* pFrom, unsigned short* pTo, size_t pSamples, const unsigned short* pTable);
 
-/// Blue, green, red samples through the table, then the matrix on (red, green, blue).
+/// Decodes blue, green, red samples by the table and applies the matrix to (red, green, blue).
 void DecodeTransform(const unsigned char* pFrom, float* pTo, size_t pPixels, const float* pTable,
                      const cMatrix33& pMatrix);
 void DecodeTransform(const unsigned short* pFrom, float* pTo, size_t pPixels, const float* pTable,
                      const cMatrix33& pMatrix);
 
-/// The matrix on (c0, c1, c2), then red, green, blue through the table into blue, green, red samples.
+/// Applies the matrix to (c0, c1, c2) and encodes red, green, blue by the table, as blue, green, red samples.
 void TransformEncode(const float* pFrom, unsigned char* pTo, size_t pPixels, const unsigned char* pTable,
                      const cMatrix33& pMatrix);
 void TransformEncode(const float* pFrom, unsigned short* pTo, size_t pPixels, const unsigned short* pTable,
                      const cMatrix33& pMatrix);
 
-/// The matrix on (c0, c1, c2). pTo may be pFrom.
+/// Applies the matrix to (c0, c1, c2). pTo may be pFrom.
 void Transform(const float* pFrom, float* pTo, size_t pPixels, const cMatrix33& pMatrix);
 
 // ---- Copies and arithmetic ------------------------------------------------------------------------------------------
@@ -68,7 +69,7 @@ void Scale(const float* pFrom, float* pTo, size_t pSamples, float pFactor);
 /// every third float.
 void ClampLow(float* pChannel, size_t pPixels, float pLow);
 
-/// From every third float to packed floats, and back.
+/// Copies every third float to contiguous floats, and back.
 void Extract(const float* pChannel, float* pPlane, size_t pPixels);
 void Replace(const float* pPlane, float* pChannel, size_t pPixels);
 

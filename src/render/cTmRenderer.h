@@ -71,8 +71,8 @@ struct sMinMaxLogArgs
     int32_t fReserved36;   ///< 36: zero
     bool* pCancel;         ///< 40
     bool* pCancelled;      ///< 48
-    float* pSlotMin;       ///< 56: smallest luminance, one entry a slot
-    float* pSlotMax;       ///< 64: largest luminance, one entry a slot
+    float* pSlotMin;       ///< 56: smallest luminance, one entry per slot
+    float* pSlotMax;       ///< 64: largest luminance, one entry per slot
     float pFloor;          ///< 72: smallest luminance that counts
     int32_t fReserved76;   ///< 76: zero
 };
@@ -128,7 +128,7 @@ public:
     /// @param pReservedFlagB          stored, but unused
     /// @param pWhiteClip              per cent of pixels beyond the white point
     /// @param pBlackClip              per cent of pixels beyond the black point
-    /// @param pRequestType            1: use pBlack and pWhite if pWhite is above 0. 9: measure. Any other: measure and
+    /// @param pRequestType            1: use pBlack and pWhite if pWhite is above 0; 9: measure; else: measure and
     ///                                render
     /// @param pBlack                  requested black point, on the scale of tone-mapped luminance
     /// @param pWhite                  requested white point, on the scale of tone-mapped luminance

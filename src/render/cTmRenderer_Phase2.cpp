@@ -120,7 +120,7 @@ struct sExposureBlend
 {
     float fWeight;   ///< share of the peak, 0 to 1: 0 at exponents 0 and 1, 1 at one half
     float fBasic;    ///< the scale without the peak
-    double fDamping; ///< loss as contrast rises, 1 down to about 0.785
+    double fDamping; ///< factor that falls as contrast rises, from 1 to about 0.785
 };
 
 sExposureBlend BlendOf(float pExponent)

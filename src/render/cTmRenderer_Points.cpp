@@ -75,13 +75,13 @@ int cHistogram::Fall(float pLimit) const
     }
 }
 
-/// The luminance at the lower end of a bin, one fused step.
+/// The luminance at the lower end of a bin, by one fused multiply-add.
 float cHistogram::PointAt(int pBin) const
 {
     return std::fma(fBinWidth, static_cast<float>(pBin), fMin);
 }
 
-/// The same in two roundings, as the progress line prints it.
+/// The same with two roundings, as the progress line prints it.
 double cHistogram::PrintedPointAt(int pBin) const
 {
     const float point = fMin + fBinWidth * static_cast<float>(pBin);

@@ -21,7 +21,7 @@ struct sFree
 /// The counters of the bins.
 using tCounters = std::unique_ptr<uint32_t[], sFree>;
 
-/// New counters, all 0; null without memory.
+/// Returns new counters, all 0; null without memory.
 tCounters NewCounters();
 
 /// Histogram of the new luminance between its extremes, with two scans that find the bin of a share of the pixels.

@@ -30,8 +30,7 @@ constexpr float kSmallestV = 0x1p-126f;              // bits 0x00800000
 
 // ---- One pixel ------------------------------------------------------------------------------------------------------
 
-// The larger of two values. If one is NaN, the other. In a chain, the new value comes second, so that the loop
-// vectorises.
+// The larger of two values. If one is NaN, the other. In a chain pass the new value second, so that loops vectorise.
 SELVANE_INLINE float Larger(float pA, float pB)
 {
     const bool first = (pA > pB) | (pB != pB);

@@ -60,7 +60,7 @@ public:
 
     /// Encodes a display picture as HMV records of absolute linear primaries, negative ones raised to 0.
     /// @param pCancel,pCancelled unused: the conversion runs to its end
-    /// @param pInput  8 or 16 bits a sample, with a colour space; borrowed
+    /// @param pInput  8 or 16 bits per sample, with a colour space; borrowed
     /// @param pOutput 5 planes, at least the size of pInput; borrowed
     /// @throws cInvalidOperationException if pInput has no colour space
     static void RGBToHMV(bool* pCancel, bool* pCancelled, const cBitmapLDR* pInput, cBitmapU16T* pOutput);
@@ -82,7 +82,7 @@ public:
     /// If pWhite - pBlack is above 0 and not exactly 1, luminance becomes (Y - pBlack) / (pWhite - pBlack), at least 0,
     /// and pScale has no effect. Otherwise luminance becomes Y * pScale.
     /// @param pInput  7 planes; its size is decoded; borrowed
-    /// @param pOutput 8 or 16 bits a sample, at least the size of pInput; borrowed
+    /// @param pOutput 8 or 16 bits per sample, at least the size of pInput; borrowed
     /// @param pEncodeLUT 65536 entries, linear 0..65535 to encoded sample
     /// @param pScale exposure scale
     /// @param pBlack,pWhite black and white point of Y
@@ -94,7 +94,7 @@ public:
 
     /// Decodes HMV records into a display picture, with the hue-lightness curve.
     /// @param pInput  5 planes; its size is decoded; borrowed
-    /// @param pOutput 8 or 16 bits a sample, at least the size of pInput; borrowed
+    /// @param pOutput 8 or 16 bits per sample, at least the size of pInput; borrowed
     /// @param pEncodeLUT 65536 entries, linear 0..65535 to encoded sample
     /// @param pMatrix linear ProPhoto primaries to the output's linear primaries
     /// @param pHLLUT 65536 entries, hue to lightness, 0.5 is neutral
@@ -120,8 +120,7 @@ public:
     void ComputeHMVToRGBLUT();
 
     /// Rebuilds the table with two curves applied. The source hue is the index of both.
-    /// @param pHSLUT 65536 saturations: 0.5 is neutral, 0 gives grey, 1 the highest saturation, with negative
-    /// components
+    /// @param pHSLUT 65536 saturations: 0.5 is neutral, 0 gives grey, 1 the highest, with negative components
     /// @param pHHLUT 65536 hue shifts: 32767 is neutral, and the hue wraps around
     void UpdateHMVToRGBLUT(float* pHSLUT, unsigned short* pHHLUT);
 

@@ -8,10 +8,9 @@
 #include <cmath>
 #include <cstddef>
 
-// The decoders. The steps of a pixel: the fields of its record and the table entry of its hue, the intensity, the three
-// ProPhoto primaries, the contrast table or a clamp, the matrix, the encode table, and the samples blue, green, red. A
-// row is decoded strip by strip, and a strip step by step over small arrays: arithmetic vectorises, table look-ups do
-// not.
+// The decoders. A pixel takes six steps: the record and the table entry of its hue, the intensity, the ProPhoto
+// primaries, the contrast table or a clamp, the matrix, and the encoded samples blue, green, red. A row is decoded in
+// strips, step by step over small arrays: arithmetic vectorises, table look-ups do not.
 
 namespace Vornik
 {
