@@ -51,12 +51,12 @@ sSpan RowSpan(int pWidth, float pSpaceSampling, bool pWrapX)
 }
 
 /// Returns whether a sample leaves the grid in z: the cell it is added to, or one of the two it is sliced from.
-SELVANE_INLINE bool LeavesLayers(float pSample, const sGridScale& pScale, int pLayers)
+SELVANE_INLINE bool LeavesGrid(float pSample, const sGridScale& pScale, int pNz)
 {
     const float value = pSample - pScale.fRangeMin;
     const int added = TruncateToInt32(InCells(value, pScale.fCellsPerUnit, kScatterOffset));
     const int read = TruncateToInt32(InCells(value, pScale.fCellsPerUnit, kMargin));
-    return added < 0 || added >= pLayers || read < 0 || read >= pLayers - 1;
+    return added < 0 || added >= pNz || read < 0 || read >= pNz - 1;
 }
 
 /// Returns whether a sample of a row is outside the range or NaN.
@@ -96,7 +96,7 @@ sGridBounds MeasureBounds(const sPlane& pPlane, const sGridScale& pScale, sGridS
     if (!pPlane.HasPixels()) return {{}, pShape.fNz, top};
     const sSpan span = RowSpan(pPlane.fWidth, pScale.fSpaceSampling, pWrapX);
     for (const float end : {pScale.fRangeMin, top})
-        RequireFit(!LeavesLayers(end, pScale, pShape.fNz));
+        RequireFit(!LeavesGrid(end, pScale, pShape.fNz));
     return {span, pShape.fNz, top};
 }
 
@@ -110,8 +110,7 @@ void cSamples::Check(int pRow)
 bool cSamples::RowLeavesGrid(const float* pRow) const
 {
     return AnyOutside(pRow, Width(), fScale.fRangeMin, fBounds.fRangeTop) &&
-           std::any_of(pRow, pRow + Width(),
-                       [this](float sample) { return LeavesLayers(sample, fScale, fBounds.fLayers); });
+           std::any_of(pRow, pRow + Width(), [this](float sample) { return LeavesGrid(sample, fScale, fBounds.fNz); });
 }
 
 void cSamples::Replace()
@@ -119,7 +118,7 @@ void cSamples::Replace()
     const int count = CheckedCount(Width(), Height());
     tFloats own(new float[static_cast<size_t>(count)]);
     std::transform(Plane(), Plane() + count, own.get(), [this](float sample) {
-        if (!LeavesLayers(sample, fScale, fBounds.fLayers)) return sample;
+        if (!LeavesGrid(sample, fScale, fBounds.fNz)) return sample;
         return sample < fScale.fRangeMin ? fScale.fRangeMin : fBounds.fRangeTop;
     });
     fOwn = std::move(own);

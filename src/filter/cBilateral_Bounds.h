@@ -32,7 +32,7 @@ struct sPlane
 struct sGridBounds
 {
     sSpan fSpan;     ///< places of a row to scatter
-    int fLayers;     ///< cells in z
+    int fNz;         ///< cells in z
     float fRangeTop; ///< upper end of the range, not below the lower one
 };
 

@@ -52,13 +52,13 @@ struct sStrip
 
 /// Computes the cells and values of pCount samples, which are at the places from pPlace on.
 SELVANE_CLONES void FillStrip(const float* pSamples, int pPlace, int pCount, sGridScale pScale, int pRowCell,
-                              int pLayerCells, sStrip* pStrip)
+                              int pCellsPerZ, sStrip* pStrip)
 {
     for (int i = 0; i < pCount; i++) {
         const float value = pSamples[i] - pScale.fRangeMin;
         const int cellX = CellIn(InCells(static_cast<float>(pPlace + i), pScale.fCellsPerPixel, kScatterOffset));
         const int cellZ = CellIn(InCells(value, pScale.fCellsPerUnit, kScatterOffset));
-        pStrip->fCell[i] = cellZ * pLayerCells + pRowCell + cellX;
+        pStrip->fCell[i] = cellZ * pCellsPerZ + pRowCell + cellX;
         pStrip->fValue[i] = value;
     }
 }
@@ -122,9 +122,9 @@ private:
             const int64_t inRow = PlaceInRow(place);
             if (pRow == 0 && inRow < 0) continue; // the sample would be before the plane
             const float value = fSamples.Row(pRow)[inRow] - fScale.fRangeMin;
-            const int64_t layer =
+            const int64_t inZ =
                 int64_t{CellIn(InCells(value, fScale.fCellsPerUnit, kScatterOffset))} * fShape.fNx * fShape.fNy;
-            AddToCell(fGrid, layer + RowCell(pRow) + CellAt(place, fScale), value);
+            AddToCell(fGrid, inZ + RowCell(pRow) + CellAt(place, fScale), value);
         }
     }
 

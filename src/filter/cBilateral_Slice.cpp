@@ -97,11 +97,12 @@ struct sSliceStrip
 SELVANE_INLINE void Locate(const sGridRow& pGrid, sGridScale pScale, const float* pInput, int pPlace, int pCount,
                            sSliceStrip& pStrip)
 {
-    const auto layer = static_cast<uint32_t>(pGrid.fStepZ / 2);
+    const auto cellsPerZ = static_cast<uint32_t>(pGrid.fStepZ / 2);
     for (int i = 0; i < pCount; i++) {
         const sBetween x = Between(static_cast<float>(pPlace + i), pScale.fCellsPerPixel, pGrid.fMargin);
         const sBetween z = Between(pInput[i] - pScale.fRangeMin, pScale.fCellsPerUnit, pGrid.fMargin);
-        pStrip.fCell[i] = static_cast<int32_t>(static_cast<uint32_t>(z.fCell) * layer + static_cast<uint32_t>(x.fCell));
+        pStrip.fCell[i] =
+            static_cast<int32_t>(static_cast<uint32_t>(z.fCell) * cellsPerZ + static_cast<uint32_t>(x.fCell));
         pStrip.fNearX[i] = x.fNear;
         pStrip.fFarX[i] = x.fFar;
         pStrip.fNearZ[i] = z.fNear;
@@ -130,7 +131,7 @@ SELVANE_INLINE void Fetch(const sGridRow& pGrid, int pCount, sSliceStrip& pStrip
 }
 
 /// Interpolates four values of the same z in x and y.
-SELVANE_INLINE float MixLayer(const float* pValues, float pNearX, float pFarX, float pNearY, float pFarY)
+SELVANE_INLINE float MixFour(const float* pValues, float pNearX, float pFarX, float pNearY, float pFarY)
 {
     return Mix(pNearY, Mix(pNearX, pValues[0], pFarX, pValues[1]), pFarY, Mix(pNearX, pValues[2], pFarX, pValues[3]));
 }
@@ -142,8 +143,8 @@ SELVANE_INLINE void Interpolate(const sGridRow& pGrid, float pRangeMin, int pCou
     for (int i = 0; i < pCount; i++) {
         const float nearX = pStrip.fNearX[i];
         const float farX = pStrip.fFarX[i];
-        const float lower = MixLayer(pStrip.fLower[i], nearX, farX, pGrid.fNearY, pGrid.fFarY);
-        const float upper = MixLayer(pStrip.fUpper[i], nearX, farX, pGrid.fNearY, pGrid.fFarY);
+        const float lower = MixFour(pStrip.fLower[i], nearX, farX, pGrid.fNearY, pGrid.fFarY);
+        const float upper = MixFour(pStrip.fUpper[i], nearX, farX, pGrid.fNearY, pGrid.fFarY);
         values[i] = std::fma(pStrip.fFarZ[i], upper, std::fma(pStrip.fNearZ[i], lower, pRangeMin));
     }
     std::memcpy(pOutput, values, static_cast<size_t>(pCount) * sizeof(float));
