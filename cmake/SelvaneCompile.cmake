@@ -6,8 +6,14 @@
 # RelWithDebInfo is optimised as far as Release: at -O2 the pixel loops stay scalar. Under sanitizers both are at -O1: the tests
 # compile in minutes, and reports name the lines that were written.
 
+include(CheckCXXCompilerFlag)
 include(CheckCXXSourceCompiles)
+include(CheckPIESupported)
 include(CMakePushCheckState)
+
+check_pie_supported(LANGUAGES C CXX)
+check_cxx_compiler_flag(-fcf-protection SELVANE_HAS_CONTROL_FLOW_PROTECTION) # x86
+check_cxx_compiler_flag(-fstack-clash-protection SELVANE_HAS_STACK_CLASH_PROTECTION)
 
 function(selvane_compile target)
   target_compile_features(${target} PRIVATE cxx_std_20)
@@ -28,12 +34,21 @@ endfunction()
 # The configurations that are shipped.
 set(selvane_optimised $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
 
-# Checked forms of the C library's copying and printing, a canary before the return address of functions with arrays, and
-# relocations that are done at load time and read-only after it. tests/abi/hardening.sh looks for them in the files.
+# Checked forms of the C library's copying and printing, a canary before the return address of functions with arrays, a touch of
+# every page of a large frame, marks at the targets of indirect calls, code that can be loaded anywhere, and relocations that are
+# done at load time and read-only after it. None of it changes a value. tests/abi/hardening.sh looks for them in the files.
 function(selvane_harden target)
   target_compile_options(${target} PRIVATE
-    $<${selvane_optimised}:-U_FORTIFY_SOURCE> $<${selvane_optimised}:-D_FORTIFY_SOURCE=2> -fstack-protector-strong)
+    $<${selvane_optimised}:-U_FORTIFY_SOURCE> $<${selvane_optimised}:-D_FORTIFY_SOURCE=2> -fstack-protector-strong
+    $<$<BOOL:${SELVANE_HAS_CONTROL_FLOW_PROTECTION}>:-fcf-protection>
+    $<$<BOOL:${SELVANE_HAS_STACK_CLASH_PROTECTION}>:-fstack-clash-protection>)
   target_link_options(${target} PRIVATE -Wl,-z,relro,-z,now)
+  set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+endfunction()
+
+# Containers that look at their indices and iterators. Not for the library, whose loops over pixels they would slow down.
+function(selvane_checked_containers target)
+  target_compile_definitions(${target} PRIVATE _GLIBCXX_ASSERTIONS)
 endfunction()
 
 function(selvane_arithmetic target)

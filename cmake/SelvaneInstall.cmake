@@ -23,9 +23,13 @@ install(FILES ${PROJECT_BINARY_DIR}/selvane.pc DESTINATION ${CMAKE_INSTALL_LIBDI
 
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
+# The build folder is laid out like an install, so that the command is linked with one run path for both. Told of two, CMake would
+# fill up the shorter one with colons, and the loader takes an empty element for the current folder.
 if(TARGET selvane)
   file(RELATIVE_PATH SELVANE_BIN_TO_LIB /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
-  set_target_properties(selvane PROPERTIES INSTALL_RPATH "$ORIGIN/${SELVANE_BIN_TO_LIB}")
+  set_target_properties(selvane PROPERTIES INSTALL_RPATH "$ORIGIN/${SELVANE_BIN_TO_LIB}" BUILD_WITH_INSTALL_RPATH ON
+    RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_BINDIR})
+  set_target_properties(Selvane PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR})
   install(TARGETS selvane RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   configure_file(host/selvane.1.in ${PROJECT_BINARY_DIR}/selvane.1 @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/selvane.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)

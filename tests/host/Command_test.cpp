@@ -776,21 +776,34 @@ TEST_F(Command, EqualizeRefusesPicturesThatAreNotFinished)
     ExpectFailure(Selvane({"equalize", Hdr(), "-o", Out()}), 1, "tone-map it first");
 }
 
+/// Lines that a shell command prints.
+std::vector<std::string> LinesOf(const std::string& pCommand)
+{
+    std::vector<std::string> lines;
+    std::FILE* const pipe = ::popen(pCommand.c_str(), "r");
+    char line[512];
+    while (pipe != nullptr && std::fgets(line, sizeof line, pipe) != nullptr)
+        lines.emplace_back(line, std::strcspn(line, "\n"));
+    if (pipe != nullptr) ::pclose(pipe);
+    return lines;
+}
+
 TEST_F(Command, ShowsTheLibraryItsWorkSplitterAndNothingElseOfItsOwn)
 {
-    std::FILE* const pipe = ::popen("nm -D --defined-only '" SELVANE_BINARY "'", "r");
-    ASSERT_NE(pipe, nullptr);
-    std::string own;
-    char line[512];
-    bool shown = false;
-    while (std::fgets(line, sizeof line, pipe) != nullptr) {
-        const std::string text(line);
-        if (text.find(" T DivideWork") != std::string::npos) shown = true;
-        if (text.find("SelvaneHost") != std::string::npos) own += text;
-    }
-    ::pclose(pipe);
-    EXPECT_TRUE(shown);
-    EXPECT_EQ(own, "");
+    const std::vector<std::string> shown = LinesOf("nm -D --defined-only '" SELVANE_BINARY "'");
+    EXPECT_THAT(shown, testing::Contains(HasSubstr(" T DivideWork")));
+    EXPECT_THAT(shown, Not(testing::Contains(HasSubstr("SelvaneHost"))));
+}
+
+// What lies beside a picture is data, whatever its name.
+TEST_F(Command, LoadsNoLibraryFromTheCurrentFolder)
+{
+    const std::vector<std::string> needed =
+        LinesOf("readelf -dW '" SELVANE_BINARY "' | sed -nE 's/.*\\(NEEDED\\).*\\[(.*)\\]$/\\1/p'");
+    ASSERT_THAT(needed, testing::Contains(StartsWith("libOpenEXRCore")));
+    for (const std::string& name : needed)
+        WriteAll(fFolder / name, "no library");
+    ExpectQuietSuccess(Selvane({"stats", Hdr()}, [&] { ASSERT_EQ(::chdir(fFolder.Path().c_str()), 0); }));
 }
 
 TEST_F(Command, OnePixelIsAPicture)
