@@ -3,7 +3,9 @@
 #include "InputFile.h"
 #include "PictureReader.h"
 
+#include <filesystem>
 #include <string_view>
+#include <system_error>
 
 namespace SelvaneHost
 {
@@ -26,6 +28,14 @@ void CheckDepth(std::optional<int> pAsked, const std::string& pOutput)
     if (pAsked == 16 && KindFor(pOutput) == eJpeg)
         throw cUsageError(pOutput +
                           ": JPEG files hold 8 bits a sample; leave --depth 16 out, or write a .png or .tif file");
+}
+
+void CheckOutput(const std::string& pInput, const std::string& pOutput, bool pForce)
+{
+    About(pOutput, [&] { CheckWritable(pOutput); });
+    std::error_code neither; // one that is not there is none of them
+    if (!pForce && std::filesystem::equivalent(pInput, pOutput, neither))
+        throw cUsageError(pOutput + ": is the input itself; --force replaces it");
 }
 
 int DepthFor(std::optional<int> pAsked, eFileKind pKind, eSampleForm pInput)

@@ -33,6 +33,11 @@ auto About(const std::string& pPath, tAction pAction)
 /// @throws cUsageError for 16 bits in a JPEG file
 void CheckDepth(std::optional<int> pAsked, const std::string& pOutput);
 
+/// Looks early whether the output may be written: it can, and it is not the input by whatever name or link, unless that
+/// is wanted.
+/// @throws cHostError, cUsageError for the input itself
+void CheckOutput(const std::string& pInput, const std::string& pOutput, bool pForce);
+
 /// What was asked for; otherwise 8 for a JPEG file and for an input of 8 bits, and 16 for everything deeper.
 int DepthFor(std::optional<int> pAsked, eFileKind pKind, eSampleForm pInput);
 

@@ -123,7 +123,7 @@ void RunTonemap(const sTonemapOptions& pOptions)
     CheckDepth(pOptions.fDepth, pOptions.fOutput);
     CheckPoints(pOptions);
     CheckSliders(pOptions.fSliders);
-    About(pOptions.fOutput, [&] { CheckWritable(pOptions.fOutput); });
+    CheckOutput(pOptions.fInput, pOptions.fOutput, pOptions.fForce);
 
     sPicture input = ReadPart(pOptions);
     const Vornik::eColorSpaceID space = SpaceOf(input, pOptions.fInput, pOptions.fColorSpace);

@@ -29,7 +29,8 @@ constexpr sRange kBlackClipRange{0, 100};      // per cent of the pixels
 struct sTonemapOptions
 {
     std::string fInput;
-    std::string fOutput; // not used by RunStats
+    std::string fOutput; // this and fForce: not used by RunStats
+    bool fForce = false; // the output may be the input
     sTmSliders fSliders{};
     bool fWrap = false;
     std::optional<sArea> fCrop;                       // part of the input that is the picture
@@ -53,6 +54,7 @@ struct sEqualizeOptions
 {
     std::string fInput;
     std::string fOutput;
+    bool fForce = false;
     std::string fHueShift; // lists of HUE:VALUE; empty: neutral
     std::string fSaturation;
     std::string fLightness;

@@ -118,7 +118,7 @@ void RunEqualize(const sEqualizeOptions& pOptions)
     SetCurve(curves.fHueShift, Points(pOptions.fHueShift, "--hue-shift"));
     SetCurve(curves.fSaturation, Points(pOptions.fSaturation, "--saturation"));
     SetCurve(curves.fLightness, Points(pOptions.fLightness, "--lightness"));
-    About(pOptions.fOutput, [&] { CheckWritable(pOptions.fOutput); });
+    CheckOutput(pOptions.fInput, pOptions.fOutput, pOptions.fForce);
 
     const sPicture input = Read(pOptions.fInput);
     const Vornik::eColorSpaceID space = SpaceOf(input, pOptions.fInput, pOptions.fColorSpace);

@@ -2,14 +2,19 @@
 
 #include "Errors.h"
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <climits>
 #include <csignal>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <iterator>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace SelvaneHost
@@ -24,8 +29,11 @@ char gUnfinishedName[PATH_MAX];
 std::atomic<bool> gUnfinished{false};
 static_assert(std::atomic<bool>::is_always_lock_free);
 
-constexpr int kEndingSignals[] = {SIGHUP, SIGINT, SIGTERM, SIGQUIT, SIGPIPE, SIGXCPU};
-constexpr int kCrashSignals[] = {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT};
+// Signals that end no program by default, or that no program can catch; one that grows a file too far becomes an error.
+// All others, those with a number and no name too, end it.
+constexpr int kHarmlessSignals[] = {SIGKILL, SIGSTOP, SIGCHLD, SIGCONT,  SIGTSTP,
+                                    SIGTTIN, SIGTTOU, SIGURG,  SIGWINCH, SIGXFSZ};
+constexpr int kFirstRealTimeSignal = 32; // of the system; SIGRTMIN is the first that the C library gives away
 
 extern "C" void RemoveAndEnd(int pSignal)
 {
@@ -58,13 +66,26 @@ std::string Resolved(const std::string& pPath)
     return name;
 }
 
-/// Permissions for the new file: those of the one that it replaces, or those that any new file gets.
-mode_t ModeFor(const std::string& pTarget)
+/// Gives the new file the owner and the group of the one that it replaces, as far as this user may.
+/// @return the permissions to take over: without the bits that lend a program its owner's or group's rights, and with
+///         none for the group where that is another one now
+mode_t TakeOver(int pDescriptor, const struct stat& pReplaced)
 {
-    struct stat facts
+    constexpr uid_t kAsItIs = static_cast<uid_t>(-1);
+    const mode_t rights = pReplaced.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO);
+    if (::fchown(pDescriptor, pReplaced.st_uid, pReplaced.st_gid) == 0 ||
+        ::fchown(pDescriptor, kAsItIs, pReplaced.st_gid) == 0)
+        return rights;
+    return rights & ~static_cast<mode_t>(S_IRWXG);
+}
+
+/// Permissions for the new file: those of the one that it replaces, or those that any new file gets.
+mode_t ModeFor(int pDescriptor, const std::string& pTarget)
+{
+    struct stat replaced
     {
     };
-    if (::stat(pTarget.c_str(), &facts) == 0) return facts.st_mode & 07777;
+    if (::stat(pTarget.c_str(), &replaced) == 0) return TakeOver(pDescriptor, replaced);
     const mode_t mask = ::umask(0);
     ::umask(mask);
     return 0666 & ~mask;
@@ -107,9 +128,9 @@ public:
         }
     }
 
-    void Finish(mode_t pMode)
+    void FinishFor(const std::string& pTarget)
     {
-        if (::fchmod(fDescriptor, pMode) != 0 && errno != EPERM) Fail(errno);
+        if (::fchmod(fDescriptor, ModeFor(fDescriptor, pTarget)) != 0 && errno != EPERM) Fail(errno);
         if (::fsync(fDescriptor) != 0) Fail(errno);
         const int descriptor = fDescriptor;
         fDescriptor = -1;
@@ -142,6 +163,27 @@ private:
 
     int fDescriptor = -1;
 };
+
+/// Whether the signal ends a program that does nothing about it, and is still at that: nohup and the like have some
+/// ignored, and a sanitizer has handlers of its own.
+bool EndsTheProgram(int pSignal)
+{
+    if (std::find(std::begin(kHarmlessSignals), std::end(kHarmlessSignals), pSignal) != std::end(kHarmlessSignals))
+        return false;
+    struct sigaction present
+    {
+    };
+    return ::sigaction(pSignal, nullptr, &present) == 0 && present.sa_handler == SIG_DFL;
+}
+
+/// The C library keeps the first real-time signals to itself and lets no program handle, block or ignore them. Ignored
+/// by the system call they do not end it; where the C library comes to use one, it puts its own handler there.
+void IgnoreKeptSignals()
+{
+    const std::array<uintptr_t, 4> ignore = {reinterpret_cast<uintptr_t>(SIG_IGN)}; // and no flags, restorer, mask
+    for (int signal = kFirstRealTimeSignal; signal < SIGRTMIN; signal++)
+        ::syscall(SYS_rt_sigaction, signal, ignore.data(), nullptr, sizeof(uint64_t));
+}
 
 /// Makes the rename last through a power cut. Not every file system can; the file itself is safe already.
 void SyncFolder(const std::string& pFolder)
@@ -177,7 +219,7 @@ void WriteFile(const std::string& pPath, const std::vector<std::span<const unsig
     cUnfinishedFile file(folder);
     for (const std::span<const unsigned char> piece : pPieces)
         file.Write(piece.data(), piece.size());
-    file.Finish(ModeFor(target));
+    file.FinishFor(target);
     file.RenameTo(target);
     SyncFolder(folder);
 }
@@ -189,18 +231,11 @@ void CatchSignals()
     };
     action.sa_handler = RemoveAndEnd;
     sigfillset(&action.sa_mask);
-    const auto catchUnless = [&](int pSignal, auto pLeave) {
-        struct sigaction before
-        {
-        };
-        if (::sigaction(pSignal, nullptr, &before) == 0 && pLeave(before.sa_handler)) return;
-        ::sigaction(pSignal, &action, nullptr);
-    };
-    for (const int signal : kEndingSignals) // nohup and the like ignore some
-        catchUnless(signal, [](auto pHandler) { return pHandler == SIG_IGN; });
-    for (const int signal : kCrashSignals) // a sanitizer has its own
-        catchUnless(signal, [](auto pHandler) { return pHandler != SIG_DFL; });
+    for (int signal = 1; signal <= SIGRTMAX; signal++) {
+        if (EndsTheProgram(signal)) ::sigaction(signal, &action, nullptr);
+    }
     ::signal(SIGXFSZ, SIG_IGN);
+    IgnoreKeptSignals();
 }
 
 } // namespace SelvaneHost

@@ -34,9 +34,10 @@ void AddInput(CLI::App& pCommand, std::string& pInput)
     pCommand.add_option("INPUT", pInput, "picture to read")->required();
 }
 
-void AddOutput(CLI::App& pCommand, std::string& pOutput, std::optional<int>& pDepth)
+void AddOutput(CLI::App& pCommand, std::string& pOutput, bool& pForce, std::optional<int>& pDepth)
 {
     pCommand.add_option("-o,--output", pOutput, "picture to write: .png, .tif, .tiff, .jpg or .jpeg")->required();
+    pCommand.add_flag("--force", pForce, "write the output even where it is the input");
     pCommand.add_option("--depth", pDepth, "bits of an output sample (default: 8 for JPEG and 8-bit input, else 16)")
         ->check(CLI::IsMember({8, 16}));
 }
@@ -101,7 +102,7 @@ void AddTonemap(CLI::App& pApp, sTonemapOptions& pOptions)
 {
     CLI::App* const command = pApp.add_subcommand("tonemap", "turn a high-dynamic-range picture into one for display");
     AddInput(*command, pOptions.fInput);
-    AddOutput(*command, pOptions.fOutput, pOptions.fDepth);
+    AddOutput(*command, pOptions.fOutput, pOptions.fForce, pOptions.fDepth);
     AddSliders(*command, pOptions);
     AddCrop(*command, pOptions.fCrop);
     command->add_option("--black-point", pOptions.fBlackPoint, "black point of an earlier run (see stats)");
@@ -126,7 +127,7 @@ void AddEqualize(CLI::App& pApp, sEqualizeOptions& pOptions)
 {
     CLI::App* const command = pApp.add_subcommand("equalize", "apply hue curves to a finished picture");
     AddInput(*command, pOptions.fInput);
-    AddOutput(*command, pOptions.fOutput, pOptions.fDepth);
+    AddOutput(*command, pOptions.fOutput, pOptions.fForce, pOptions.fDepth);
     command->add_option("--hue-shift", pOptions.fHueShift, "points HUE:VALUE,... from 0 to 1; 0.5 changes nothing");
     command->add_option("--saturation", pOptions.fSaturation, "points HUE:VALUE,...");
     command->add_option("--lightness", pOptions.fLightness, "points HUE:VALUE,...");

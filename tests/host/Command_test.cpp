@@ -120,8 +120,9 @@ TEST_F(Command, VersionAndHelpGoToStandardOutput)
         EXPECT_THAT(help.fOut, HasSubstr(word));
     const sRun sliders = Selvane({"tonemap", "--help"});
     ExpectQuietSuccess(sliders);
-    for (const char* word : {"--compression", "--smoothness", "--radius", "--adaptation", "--white-clip",
-                             "--black-clip", "--wrap", "--color-space", "--depth", "--threads", "--output", "--crop"})
+    for (const char* word :
+         {"--compression", "--smoothness", "--radius", "--adaptation", "--white-clip", "--black-clip", "--wrap",
+          "--color-space", "--depth", "--threads", "--output", "--crop", "--force"})
         EXPECT_THAT(sliders.fOut, HasSubstr(word));
 }
 
@@ -562,11 +563,38 @@ TEST_F(Command, ClosedStreamsDoNoHarm)
     }
 }
 
-TEST_F(Command, InputAndOutputMayBeOneFile)
+TEST_F(Command, AnOutputThatIsTheInputIsRefusedByWhateverName)
 {
+    std::filesystem::create_symlink("in.png", fFolder / "symbolic.png");
+    std::filesystem::create_hard_link(Png(), fFolder / "hard.png");
+    const tBytes before = ReadAll(Png());
+    const std::vector<std::string> names = {Png(), fFolder / "./in.png", fFolder / "symbolic.png",
+                                            fFolder / "hard.png"};
+    for (const char* command : {"tonemap", "equalize"}) {
+        for (const std::string& output : names) {
+            ExpectFailure(Selvane({command, Png(), "-o", output}), 2,
+                          output + ": is the input itself; --force replaces it");
+            ExpectFailure(Selvane({command, output, "-o", Png()}), 2, "is the input itself");
+        }
+        const auto fromInput = [&] { ::dup2(::open(Png().c_str(), O_RDONLY), STDIN_FILENO); };
+        ExpectFailure(Selvane({command, "/dev/stdin", "-o", Png()}, fromInput), 2, "is the input itself");
+    }
+    EXPECT_EQ(ReadAll(Png()), before);
+    EXPECT_THAT(fFolder.Names(), ElementsAre("hard.png", "in.hdr", "in.png", "symbolic.png"));
+}
+
+TEST_F(Command, ForceReplacesTheInput)
+{
+    const tBytes before = ReadAll(Png());
     const tBytes expected = Entry(Png(), {}, 8).fPixels;
-    ExpectQuietSuccess(Selvane({"tonemap", Png(), "-o", Png()}));
+    std::filesystem::create_hard_link(Png(), fFolder / "hard.png");
+    ExpectQuietSuccess(Selvane({"tonemap", Png(), "-o", Png(), "--force"}));
     EXPECT_EQ(Look(Png()).fPixels, expected);
+    EXPECT_EQ(ReadAll(fFolder / "hard.png"), before) << "the other name of a hard link";
+    std::filesystem::create_symlink("in.png", fFolder / "symbolic.png");
+    ExpectQuietSuccess(Selvane({"equalize", Png(), "-o", fFolder / "symbolic.png", "--force", "--depth", "16"}));
+    EXPECT_TRUE(std::filesystem::is_symlink(fFolder / "symbolic.png"));
+    EXPECT_EQ(Look(Png()).fBits, 16);
 }
 
 // Killed at any moment, the name holds the old file or the new one.
@@ -625,9 +653,12 @@ TEST_F(Command, AnExrHeaderOfClaimsAloneIsRefusedBeforeItTakesMemory)
 }
 
 /// Runs the command with a crash in the place of one function of the libraries that it calls.
-sRun Crashing(const char* pFunction, int pSignal, const std::vector<std::string>& pWords)
+/// @param pAtStart what the command finds set for the signal: SIG_DFL, or SIG_IGN as under nohup
+sRun Crashing(const char* pFunction, int pSignal, const std::vector<std::string>& pWords,
+              void (*pAtStart)(int) = SIG_DFL)
 {
     return Selvane(pWords, [&] {
+        ::signal(pSignal, pAtStart);
         const rlimit noCore{0, 0};
         ::setrlimit(RLIMIT_CORE, &noCore);
         ::setenv("SELVANE_CRASH", std::to_string(pSignal).c_str(), 1);
@@ -650,6 +681,45 @@ TEST_F(Command, ACrashInALibraryLeavesNoHalfFileAndNoSuccess)
         }
     }
     ExpectQuietSuccess(Selvane({"tonemap", Png(), "-o", jpeg}));
+}
+
+/// Every signal whose default action ends the process ("Term" and "Core" in signal(7)) and that can be caught.
+std::vector<int> EndingSignals()
+{
+    std::vector<int> signals = {SIGHUP,    SIGINT,  SIGQUIT,   SIGILL,  SIGTRAP, SIGABRT, SIGBUS,
+                                SIGFPE,    SIGUSR1, SIGSEGV,   SIGUSR2, SIGPIPE, SIGALRM, SIGTERM,
+                                SIGSTKFLT, SIGXCPU, SIGVTALRM, SIGPROF, SIGIO,   SIGPWR,  SIGSYS};
+    for (int signal = SIGRTMIN; signal <= SIGRTMAX; signal++)
+        signals.push_back(signal);
+    return signals;
+}
+
+// The signal comes when the new file is written and not yet renamed.
+TEST_F(Command, EverySignalThatEndsTheRunRemovesTheUnfinishedFile)
+{
+    WriteAll(Out(), std::string("old"));
+    for (const int signal : EndingSignals()) {
+        const sRun run = Crashing("fsync", signal, {"tonemap", Png(), "-o", Out()});
+        EXPECT_EQ(run.fStatus, 128 + signal) << run.fErr;
+        EXPECT_EQ(ReadAll(Out()), (tBytes{'o', 'l', 'd'})) << signal;
+        ASSERT_THAT(fFolder.Names(), ElementsAre("in.hdr", "in.png", "out.png")) << signal;
+    }
+}
+
+// Those that the C library lets nobody handle, and those that were ignored at the start, as nohup does.
+TEST_F(Command, SignalsThatAreIgnoredDoNotStopTheRun)
+{
+    for (const int signal : {32, 33}) {
+        ExpectQuietSuccess(Crashing("fsync", signal, {"tonemap", Png(), "-o", Out()}));
+        EXPECT_GT(Look(Out()).fWidth, 0) << signal;
+        std::filesystem::remove(Out());
+    }
+    for (const int signal : {SIGHUP, SIGUSR1}) {
+        ExpectQuietSuccess(Crashing("fsync", signal, {"tonemap", Png(), "-o", Out()}, SIG_IGN));
+        EXPECT_GT(Look(Out()).fWidth, 0) << signal;
+        std::filesystem::remove(Out());
+    }
+    EXPECT_THAT(fFolder.Names(), ElementsAre("in.hdr", "in.png"));
 }
 #endif
 

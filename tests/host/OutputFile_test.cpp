@@ -7,6 +7,7 @@
 
 #include <csignal>
 #include <filesystem>
+#include <grp.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -49,18 +50,46 @@ TEST(OutputFile, TheFileIsThereAndNothingElse)
     EXPECT_THAT(folder.Names(), ElementsAre("picture.png"));
 }
 
-TEST(OutputFile, AFileThatIsReplacedKeepsItsPermissions)
+struct stat FactsOf(const std::string& pPath)
 {
-    const cFolder folder;
-    WriteAll(folder / "picture.png", "old");
-    ::chmod((folder / "picture.png").c_str(), 0640);
-    Write(folder / "picture.png");
-    EXPECT_EQ(ReadAll(folder / "picture.png"), kContent);
     struct stat facts
     {
     };
-    ASSERT_EQ(::stat((folder / "picture.png").c_str(), &facts), 0);
-    EXPECT_EQ(facts.st_mode & 07777, 0640U);
+    EXPECT_EQ(::stat(pPath.c_str(), &facts), 0);
+    return facts;
+}
+
+mode_t ModeOf(const std::string& pPath)
+{
+    return FactsOf(pPath).st_mode & 07777;
+}
+
+TEST(OutputFile, AFileThatIsReplacedKeepsItsPermissions)
+{
+    const cFolder folder;
+    const std::string path = folder / "picture.png";
+    for (const mode_t mode : {0640U, 0604U, 0777U, 0400U}) {
+        WriteAll(path, "old");
+        ::chmod(path.c_str(), mode);
+        Write(path);
+        EXPECT_EQ(ReadAll(path), kContent);
+        EXPECT_EQ(ModeOf(path), mode);
+        std::filesystem::remove(path);
+    }
+}
+
+// Who writes a picture makes no program that runs with somebody else's rights.
+TEST(OutputFile, AFileThatIsReplacedLosesTheBitsThatLendRights)
+{
+    const cFolder folder;
+    const std::string path = folder / "picture.png";
+    for (const mode_t mode : {04755U, 02755U, 01755U, 07755U}) {
+        WriteAll(path, "old");
+        ::chmod(path.c_str(), mode);
+        ASSERT_EQ(ModeOf(path), mode);
+        Write(path);
+        EXPECT_EQ(ModeOf(path), 0755U) << std::oct << mode;
+    }
 }
 
 TEST(OutputFile, ANewFileGetsThePermissionsOfAnyNewFile)
@@ -69,11 +98,7 @@ TEST(OutputFile, ANewFileGetsThePermissionsOfAnyNewFile)
     const mode_t before = ::umask(027);
     Write(folder / "picture.png");
     ::umask(before);
-    struct stat facts
-    {
-    };
-    ASSERT_EQ(::stat((folder / "picture.png").c_str(), &facts), 0);
-    EXPECT_EQ(facts.st_mode & 07777, 0640U);
+    EXPECT_EQ(ModeOf(folder / "picture.png"), 0640U);
 }
 
 TEST(OutputFile, ASymbolicLinkIsFollowed)
@@ -84,6 +109,16 @@ TEST(OutputFile, ASymbolicLinkIsFollowed)
     Write(folder / "link.png");
     EXPECT_TRUE(std::filesystem::is_symlink(folder / "link.png"));
     EXPECT_EQ(ReadAll(folder / "real.png"), kContent);
+}
+
+TEST(OutputFile, TheOtherNameOfAHardLinkKeepsWhatItHeld)
+{
+    const cFolder folder;
+    WriteAll(folder / "picture.png", "old");
+    std::filesystem::create_hard_link(folder / "picture.png", folder / "other.png");
+    Write(folder / "picture.png");
+    EXPECT_EQ(ReadAll(folder / "picture.png"), kContent);
+    EXPECT_EQ(ReadAll(folder / "other.png"), (tBytes{'o', 'l', 'd'}));
 }
 
 TEST(OutputFile, FailuresAreInTheSystemsWords)
@@ -125,6 +160,63 @@ int InChild(tAction pAction)
     int status = 0;
     ::waitpid(child, &status, 0);
     return status;
+}
+
+constexpr uid_t kSomebody = 65533; // users and groups that nobody has
+constexpr uid_t kOwner = 65532;
+constexpr gid_t kTheirGroup = 65531;
+
+/// A file of owner and group in a folder that is open to all, replaced by a user who is none of them.
+/// @param pGroups of that user besides his own
+struct stat AfterReplacing(mode_t pMode, const std::vector<gid_t>& pGroups)
+{
+    const cFolder folder;
+    const std::string path = folder / "picture.png";
+    ::chmod(folder.Path().c_str(), 0777);
+    WriteAll(path, "old");
+    EXPECT_EQ(::chown(path.c_str(), kOwner, kTheirGroup), 0);
+    ::chmod(path.c_str(), pMode);
+    const int status = InChild([&] {
+        if (::setgroups(pGroups.size(), pGroups.data()) != 0 || ::setgid(kSomebody) != 0 || ::setuid(kSomebody) != 0)
+            return 2;
+        return Refusal([&] { Write(path); }).empty() ? 0 : 1;
+    });
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(ReadAll(path), kContent);
+    return FactsOf(path);
+}
+
+TEST(OutputFile, AFileThatIsReplacedKeepsOwnerAndGroupWhereTheyCanBeGiven)
+{
+    if (::getuid() != 0) GTEST_SKIP() << "files of others need root";
+    const cFolder folder;
+    const std::string path = folder / "picture.png";
+    WriteAll(path, "old");
+    ASSERT_EQ(::chown(path.c_str(), kOwner, kTheirGroup), 0);
+    ::chmod(path.c_str(), 06674);
+    Write(path);
+    const struct stat facts = FactsOf(path);
+    EXPECT_EQ(facts.st_uid, kOwner);
+    EXPECT_EQ(facts.st_gid, kTheirGroup);
+    EXPECT_EQ(facts.st_mode & 07777, 0674U);
+}
+
+TEST(OutputFile, WhereTheGroupCannotBeGivenItsRightsAreDropped)
+{
+    if (::getuid() != 0) GTEST_SKIP() << "files of others need root";
+    const struct stat facts = AfterReplacing(06674, {});
+    EXPECT_EQ(facts.st_uid, kSomebody);
+    EXPECT_EQ(facts.st_gid, kSomebody);
+    EXPECT_EQ(facts.st_mode & 07777, 0604U);
+}
+
+TEST(OutputFile, WhereTheOwnerAloneCannotBeGivenTheGroupIsKept)
+{
+    if (::getuid() != 0) GTEST_SKIP() << "files of others need root";
+    const struct stat facts = AfterReplacing(06674, {kTheirGroup});
+    EXPECT_EQ(facts.st_uid, kSomebody);
+    EXPECT_EQ(facts.st_gid, kTheirGroup);
+    EXPECT_EQ(facts.st_mode & 07777, 0674U);
 }
 
 TEST(OutputFile, NoRoomKeepsTheOldFileAndLeavesNothing)
