@@ -1,6 +1,5 @@
 #include "CommandSteps.h"
 
-#include "InputFile.h"
 #include "PictureReader.h"
 
 #include <filesystem>
@@ -47,7 +46,7 @@ int DepthFor(std::optional<int> pAsked, eFileKind pKind, eSampleForm pInput)
 sPicture Read(const std::string& pPath)
 {
     StartPictureLibrary();
-    sPicture picture = About(pPath, [&] { return ReadPicture(ReadFile(pPath)); });
+    sPicture picture = About(pPath, [&] { return ReadPictureFile(pPath); });
     for (const std::string& warning : picture.fWarnings)
         WarnAbout(pPath, warning);
     return picture;

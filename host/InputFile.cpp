@@ -14,7 +14,10 @@ namespace SelvaneHost
 namespace
 {
 
+constexpr size_t kFirstBytes = 8;
 constexpr size_t kPiece = 1 << 20; // bytes a read when the size is not known beforehand
+constexpr size_t kMostUnannounced = size_t{2}
+                                    << 30; // bytes: no picture that the library holds needs more, but in 32 bits
 
 class cDescriptor
 {
@@ -48,7 +51,7 @@ size_t AnnouncedSize(int pDescriptor)
     return S_ISREG(facts.st_mode) ? static_cast<size_t>(facts.st_size) : 0;
 }
 
-/// Fills the room from pUsed on; the number of bytes, 0 at the end.
+/// Reads into the room from pUsed on; the number of bytes, 0 at the end.
 size_t ReadSome(int pDescriptor, tBytes& pBytes, size_t pUsed)
 {
     for (;;) {
@@ -58,17 +61,42 @@ size_t ReadSome(int pDescriptor, tBytes& pBytes, size_t pUsed)
     }
 }
 
+/// The first bytes, however small the pieces are in which a pipe brings them.
+tBytes ReadFirst(int pDescriptor)
+{
+    tBytes bytes(kFirstBytes);
+    size_t used = 0;
+    while (used < kFirstBytes) {
+        const size_t count = ReadSome(pDescriptor, bytes, used);
+        if (count == 0) break;
+        used += count;
+    }
+    bytes.resize(used);
+    return bytes;
+}
+
+/// Makes the full room larger.
+void Grow(tBytes& pBytes, size_t pMost)
+{
+    const size_t used = pBytes.size();
+    if (used > pMost) throw cHostError("cannot be read: no end after " + std::to_string(pMost >> 20) + " MiB");
+    pBytes.resize(std::min(used + std::max(kPiece, used / 2), pMost + 1));
+}
+
 } // namespace
 
-tBytes ReadFile(const std::string& pPath)
+tBytes ReadFile(const std::string& pPath, void (*pCheck)(const tBytes& pFirst))
 {
     const cDescriptor file(::open(pPath.c_str(), O_RDONLY | O_CLOEXEC));
     if (file < 0) Fail(errno);
-    tBytes bytes(AnnouncedSize(file) + 1); // one more, so that the end shows without growing
-    size_t used = 0;
+    const size_t announced = AnnouncedSize(file);
+    tBytes bytes = ReadFirst(file);
+    pCheck(bytes);
+    size_t used = bytes.size();
+    bytes.resize(std::max(announced, used) + 1); // one more, so that the end shows without growing
     while (const size_t count = ReadSome(file, bytes, used)) {
         used += count;
-        if (used == bytes.size()) bytes.resize(used + std::max(kPiece, used / 2));
+        if (used == bytes.size()) Grow(bytes, std::max(announced, kMostUnannounced));
     }
     bytes.resize(used);
     return bytes;

@@ -180,10 +180,12 @@ void ReadPixels(Imf::MultiPartInputFile& pFile, const sSource& pSource, sPicture
     const size_t green = grey ? 0 : 1;
     const size_t blue = grey ? 0 : 2;
     cRows rows(pPicture.fWidth, pPicture.fHeight);
+    pPicture.fPixels.reserve(RowBytes(pPicture) * static_cast<size_t>(pPicture.fHeight)); // and taken as rows come
     for (int first = 0; first < pPicture.fHeight; first += rows.Count()) {
         const int count = std::min(rows.Count(), pPicture.fHeight - first);
         part.setFrameBuffer(rows.Describe(pSource.fNames, window.min.x, window.min.y + first, count));
         part.readPixels(window.min.y + first, window.min.y + first + count - 1);
+        pPicture.fPixels.resize(RowBytes(pPicture) * static_cast<size_t>(first + count));
         for (int row = 0; row < count; row++) {
             ToExponentRow(rows.Row(0, row), rows.Row(green, row), rows.Row(blue, row), 1, pPicture.fWidth,
                           pPicture.fPixels.data() + RowBytes(pPicture) * static_cast<size_t>(first + row));
@@ -198,11 +200,11 @@ sPicture ReadParts(const tBytes& pBytes, Imf::MultiPartInputFile& pFile)
     CheckSource(header, source);
     const Imath::Box2i window = header.dataWindow();
     sPicture picture;
-    AllocatePixels(picture, int64_t{window.max.x} - window.min.x + 1, int64_t{window.max.y} - window.min.y + 1,
-                   eExponentPlanes);
+    SetSize(picture, int64_t{window.max.x} - window.min.x + 1, int64_t{window.max.y} - window.min.y + 1,
+            eExponentPlanes);
     ReadColorSpace(header, picture);
     NoteWhatIsLeftOut(header, source, picture);
-    CheckOpenExrChunks(pBytes, source.fPart);
+    CheckOpenExrChunks(pBytes, source.fPart); // all rows are there: now they may take memory
     ReadPixels(pFile, source, picture);
     return picture;
 }

@@ -11,6 +11,11 @@ namespace SelvaneHost
 namespace
 {
 
+// More than any file packs into a byte. Rows of one colour in the old run lengths of Radiance: 12 bytes for 65536
+// pixels, 5461 a byte. Pixels of one bit: 8256 with deflate, which gives at most 1032 bytes for one, and 10898 with the
+// LZW of TIFF. JPEG with Huffman codes: 512, one bit for a block of 64.
+constexpr size_t kMostPixelsPerByte = 16384;
+
 bool Inside(const sPicture& pPicture, const sArea& pArea)
 {
     return pArea.fWidth >= 1 && pArea.fHeight >= 1 && pArea.fLeft >= 0 && pArea.fTop >= 0 &&
@@ -20,7 +25,7 @@ bool Inside(const sPicture& pPicture, const sArea& pArea)
 
 } // namespace
 
-void AllocatePixels(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pForm)
+void SetSize(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pForm)
 {
     constexpr int64_t kLongestSide = INT32_MAX;
     if (pWidth < 1 || pHeight < 1) throw cHostError("the picture has no pixels");
@@ -31,6 +36,21 @@ void AllocatePixels(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSample
     pPicture.fWidth = static_cast<int>(pWidth);
     pPicture.fHeight = static_cast<int>(pHeight);
     pPicture.fForm = pForm;
+}
+
+void CheckClaim(const sPicture& pPicture, size_t pFileBytes)
+{
+    const size_t pixels = static_cast<size_t>(pPicture.fWidth) * static_cast<size_t>(pPicture.fHeight);
+    if (pixels / kMostPixelsPerByte > pFileBytes) {
+        throw cHostError("the picture is damaged or cut short: " + std::to_string(pFileBytes) +
+                         " bytes cannot hold the " + std::to_string(pPicture.fWidth) + " x " +
+                         std::to_string(pPicture.fHeight) + " pixels that it claims to have");
+    }
+}
+
+void AllocatePixels(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pForm)
+{
+    SetSize(pPicture, pWidth, pHeight, pForm);
     pPicture.fPixels.resize(RowBytes(pPicture) * static_cast<size_t>(pHeight));
 }
 

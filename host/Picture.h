@@ -54,6 +54,15 @@ inline size_t RowBytes(const sPicture& pPicture)
     return bytesPerPixel * static_cast<size_t>(pPicture.fWidth);
 }
 
+/// Takes the size, and no room for the pixels yet.
+/// @throws cHostError when the size is not above zero or above kMostPixels
+void SetSize(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pForm);
+
+/// Refuses a size that stands in a file too short to hold so many pixels, so that a few bytes cannot ask for gigabytes.
+/// @param pFileBytes the whole file
+/// @throws cHostError
+void CheckClaim(const sPicture& pPicture, size_t pFileBytes);
+
 /// Takes the size and room for the pixels.
 /// @throws cHostError when the size is not above zero or above kMostPixels
 void AllocatePixels(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pForm);

@@ -2,6 +2,7 @@
 
 #include "Errors.h"
 #include "ExponentPlanes.h"
+#include "InputFile.h"
 #include "OpenExrReader.h"
 #include "PngProfile.h"
 #include "ProfileMatch.h"
@@ -10,6 +11,7 @@
 #include "VipsObject.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 
 namespace SelvaneHost
@@ -20,6 +22,7 @@ namespace
 
 constexpr char kPngMark[] = "\x89PNG\r\n\x1A\n";
 constexpr int kRowsAtOnce = 64;
+constexpr int kMostBands = 5; // red, green, blue, alpha and one more
 constexpr const char* kCarriedMetadata[] = {VIPS_META_EXIF_NAME, VIPS_META_XMP_NAME, VIPS_META_IPTC_NAME};
 
 using tLoader = int (*)(void* pBytes, size_t pSize, VipsImage** pImage, ...);
@@ -101,6 +104,16 @@ bool IsGrey(VipsImage* pImage)
            colors == VIPS_INTERPRETATION_GREY16;
 }
 
+/// Each channel takes memory inside the picture library, and a few bytes can claim thousands.
+void CheckBands(VipsImage* pImage)
+{
+    const int bands = vips_image_get_bands(pImage);
+    if (bands > kMostBands) {
+        throw cHostError("the picture has " + std::to_string(bands) + " channels; at most " +
+                         std::to_string(kMostBands) + " can be read");
+    }
+}
+
 /// Where the three samples of a pixel are among its bands.
 struct sBands
 {
@@ -133,17 +146,20 @@ void CopyRow(const unsigned char* pFrom, unsigned char* pTo, const sPicture& pPi
                   pPicture.fWidth, pTo);
 }
 
-/// Pulls the picture through the library's pipeline, some rows at a time.
+/// Pulls the picture through the library's pipeline, some rows at a time. The room is set aside as a whole and taken as
+/// the rows come, so that those of a cut file take none.
 void ReadPixels(VipsImage* pImage, sPicture& pPicture)
 {
     const bool grey = IsGrey(pImage);
     const sBands bands{static_cast<size_t>(vips_image_get_bands(pImage)), grey ? 0U : 1U, grey ? 0U : 2U};
     const tVipsRegion region(vips_region_new(pImage));
     if (!region) Damaged();
+    pPicture.fPixels.reserve(RowBytes(pPicture) * static_cast<size_t>(pPicture.fHeight));
     for (int first = 0; first < pPicture.fHeight; first += kRowsAtOnce) {
         const int count = std::min(kRowsAtOnce, pPicture.fHeight - first);
         const VipsRect area{0, first, pPicture.fWidth, count};
         if (vips_region_prepare(region.get(), &area) != 0) Damaged();
+        pPicture.fPixels.resize(RowBytes(pPicture) * static_cast<size_t>(first + count));
         for (int y = first; y < first + count; y++) {
             CopyRow(VIPS_REGION_ADDR(region.get(), 0, y),
                     pPicture.fPixels.data() + RowBytes(pPicture) * static_cast<size_t>(y), pPicture, bands);
@@ -213,13 +229,13 @@ void NoteWhatIsLeftOut(VipsImage* pImage, sPicture& pPicture)
 
 sPicture ReadThroughVips(tLoader pLoader, const tBytes& pBytes)
 {
-    if (pLoader == static_cast<tLoader>(vips_tiffload_buffer) && TiffIsCut(pBytes))
-        throw cHostError("the picture is damaged or cut short: its directory leads beyond its end");
+    if (pLoader == static_cast<tLoader>(vips_tiffload_buffer)) CheckTiff(pBytes);
     tVipsImage loaded = Load(pLoader, pBytes, VIPS_ACCESS_SEQUENTIAL);
     CheckColors(loaded.get());
-    const eSampleForm form = FormOf(loaded.get());
-    sPicture picture; // refuses a size that is too large before anything is turned in memory
-    AllocatePixels(picture, vips_image_get_width(loaded.get()), vips_image_get_height(loaded.get()), form);
+    CheckBands(loaded.get());
+    sPicture picture;
+    SetSize(picture, vips_image_get_width(loaded.get()), vips_image_get_height(loaded.get()), FormOf(loaded.get()));
+    CheckClaim(picture, pBytes.size());
     const tVipsImage image = Upright(std::move(loaded), pLoader, pBytes);
     picture.fWidth = vips_image_get_width(image.get());
     picture.fHeight = vips_image_get_height(image.get());
@@ -230,7 +246,12 @@ sPicture ReadThroughVips(tLoader pLoader, const tBytes& pBytes)
     return picture;
 }
 
-void Ignore(const char*, GLogLevelFlags, const char*, void*) {}
+/// Keeps the picture library's remarks to itself. What it has to say before it ends the process, the one line of this
+/// run, goes out without taking memory, of which there may be none.
+void KeepOrSay(const char*, GLogLevelFlags pLevel, const char* pWords, void*)
+{
+    if ((pLevel & G_LOG_FLAG_FATAL) != 0) std::fprintf(stderr, "selvane: the picture library gives up: %s\n", pWords);
+}
 
 } // namespace
 
@@ -239,16 +260,27 @@ void StartPictureLibrary()
     if (vips_init("selvane") != 0) throw cHostError("the picture library does not start: " + VipsWords());
     vips_block_untrusted_set(TRUE);
     vips_cache_set_max(0); // one picture a run: nothing to keep
-    g_log_set_default_handler(Ignore, nullptr);
+    g_log_set_default_handler(KeepOrSay, nullptr);
+}
+
+void CheckKind(const tBytes& pFirst)
+{
+    if (pFirst.empty()) throw cHostError("the file is empty");
+    if (!LooksLikeRadiance(pFirst) && !LooksLikeOpenExr(pFirst) && LoaderFor(pFirst) == nullptr)
+        throw cHostError("not a picture of a kind that can be read (Radiance .hdr, OpenEXR, PNG, TIFF, JPEG)");
 }
 
 sPicture ReadPicture(const tBytes& pBytes)
 {
+    CheckKind(pBytes);
     if (LooksLikeRadiance(pBytes)) return ReadRadiance(pBytes);
     if (LooksLikeOpenExr(pBytes)) return ReadOpenExr(pBytes);
-    if (const tLoader loader = LoaderFor(pBytes)) return ReadThroughVips(loader, pBytes);
-    if (pBytes.empty()) throw cHostError("the file is empty");
-    throw cHostError("not a picture of a kind that can be read (Radiance .hdr, OpenEXR, PNG, TIFF, JPEG)");
+    return ReadThroughVips(LoaderFor(pBytes), pBytes);
+}
+
+sPicture ReadPictureFile(const std::string& pPath)
+{
+    return ReadPicture(ReadFile(pPath, CheckKind));
 }
 
 } // namespace SelvaneHost

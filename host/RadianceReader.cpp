@@ -140,7 +140,8 @@ void CheckFormat(const std::string& pFormat)
 }
 
 /// One component after the other, each as runs (count above 128: one byte, count - 128 times) and literal stretches.
-void ReadNewForm(cCursor& pCursor, size_t pWidth, unsigned char* pPixels)
+template <typename tPut>
+void ReadNewForm(cCursor& pCursor, size_t pWidth, const tPut& pPut)
 {
     const unsigned char* const head = pCursor.Take(kPixelBytes);
     if (static_cast<size_t>(head[2] << 8 | head[3]) != pWidth) Damaged("a row has another length than its header");
@@ -152,7 +153,7 @@ void ReadNewForm(cCursor& pCursor, size_t pWidth, unsigned char* pPixels)
             if (count == 0 || count > pWidth - x) Damaged("a run of equal bytes leaves its row");
             const unsigned char* const bytes = pCursor.Take(run ? 1 : count);
             for (size_t i = 0; i < count; i++)
-                pPixels[(x + i) * kPixelBytes + component] = run ? bytes[0] : bytes[i];
+                pPut(x + i, component, run ? bytes[0] : bytes[i]);
             x += count;
         }
     }
@@ -160,40 +161,42 @@ void ReadNewForm(cCursor& pCursor, size_t pWidth, unsigned char* pPixels)
 
 /// Pixel after pixel; 1, 1, 1, n repeats the pixel before n times, and a chain of such counts is one number, its lowest
 /// byte first.
-void ReadOldForm(cCursor& pCursor, size_t pWidth, unsigned char* pPixels)
+template <typename tPut>
+void ReadOldForm(cCursor& pCursor, size_t pWidth, const tPut& pPut)
 {
+    const unsigned char* before = nullptr;
     int shift = 0;
     for (size_t x = 0; x < pWidth;) {
         const unsigned char* const pixel = pCursor.Take(kPixelBytes);
-        if (pixel[0] != 1 || pixel[1] != 1 || pixel[2] != 1) {
-            std::memcpy(pPixels + x++ * kPixelBytes, pixel, kPixelBytes);
-            shift = 0;
-            continue;
-        }
-        if (shift > kLongestOldShift) Damaged("a run of equal pixels leaves its row");
-        const size_t count = static_cast<size_t>(pixel[3]) << shift;
-        if (x == 0 || count > pWidth - x) Damaged("a run of equal pixels leaves its row");
-        for (size_t i = 0; i < count; i++, x++)
-            std::memcpy(pPixels + x * kPixelBytes, pPixels + (x - 1) * kPixelBytes, kPixelBytes);
-        shift += 8;
+        const bool repeats = pixel[0] == 1 && pixel[1] == 1 && pixel[2] == 1;
+        if (repeats && (shift > kLongestOldShift || before == nullptr)) Damaged("a run of equal pixels leaves its row");
+        const size_t count = repeats ? static_cast<size_t>(pixel[3]) << shift : 1;
+        if (count > pWidth - x) Damaged("a run of equal pixels leaves its row");
+        shift = repeats ? shift + 8 : 0;
+        if (!repeats) before = pixel;
+        for (size_t i = 0; i < count * kPixelBytes; i++)
+            pPut(x + i / kPixelBytes, i % kPixelBytes, before[i % kPixelBytes]);
+        x += count;
     }
 }
 
-void ReadScanline(cCursor& pCursor, size_t pWidth, unsigned char* pPixels)
+/// Reads a scanline from its first pixel on.
+/// @param pPut (x, component, byte): takes each byte
+template <typename tPut>
+void ReadScanline(cCursor& pCursor, size_t pWidth, const tPut& pPut)
 {
     const bool mayBeNew = pWidth >= kShortestRunWidth && pWidth <= kLongestRunWidth;
     if (mayBeNew && pCursor.AtNewForm())
-        ReadNewForm(pCursor, pWidth, pPixels);
+        ReadNewForm(pCursor, pWidth, pPut);
     else
-        ReadOldForm(pCursor, pWidth, pPixels);
+        ReadOldForm(pCursor, pWidth, pPut);
 }
 
-void Store(sPicture& pPicture, size_t pX, size_t pY, const unsigned char* pPixel)
+/// Walks over all scanlines: what is damaged or cut short shows before the picture takes memory.
+void CheckScanlines(cCursor pCursor, const sHeader& pHeader)
 {
-    const size_t width = static_cast<size_t>(pPicture.fWidth);
-    unsigned char* const row = pPicture.fPixels.data() + pY * RowBytes(pPicture);
-    for (size_t component = 0; component < kPixelBytes; component++)
-        row[component * width + pX] = pPixel[component];
+    for (int64_t i = 0; i < pHeader.fFirstLength; i++)
+        ReadScanline(pCursor, static_cast<size_t>(pHeader.fSecondLength), [](size_t, size_t, unsigned char) {});
 }
 
 /// Reads scanline after scanline and puts each pixel where it belongs in the upright picture: X grows to the right and
@@ -202,17 +205,17 @@ void ReadPixels(cCursor& pCursor, const sHeader& pHeader, sPicture& pPicture)
 {
     const size_t rows = static_cast<size_t>(pHeader.fFirstLength);
     const size_t columns = static_cast<size_t>(pHeader.fSecondLength);
+    const size_t width = static_cast<size_t>(pPicture.fWidth);
     const bool slowIsY = pHeader.fFirstAxis == 'Y';
     const bool slowBackwards = pHeader.fFirstSign == (slowIsY ? '+' : '-');
     const bool fastBackwards = pHeader.fSecondSign == (slowIsY ? '-' : '+');
-    tBytes scanline(columns * kPixelBytes);
+    const size_t slowStep = slowIsY ? RowBytes(pPicture) : 1;
+    const size_t fastStep = slowIsY ? 1 : RowBytes(pPicture);
     for (size_t i = 0; i < rows; i++) {
-        ReadScanline(pCursor, columns, scanline.data());
-        const size_t slow = slowBackwards ? rows - 1 - i : i;
-        for (size_t j = 0; j < columns; j++) {
-            const size_t fast = fastBackwards ? columns - 1 - j : j;
-            Store(pPicture, slowIsY ? fast : slow, slowIsY ? slow : fast, scanline.data() + j * kPixelBytes);
-        }
+        unsigned char* const first = pPicture.fPixels.data() + slowStep * (slowBackwards ? rows - 1 - i : i);
+        ReadScanline(pCursor, columns, [=](size_t pAt, size_t pComponent, unsigned char pByte) {
+            first[fastStep * (fastBackwards ? columns - 1 - pAt : pAt) + pComponent * width] = pByte;
+        });
     }
 }
 
@@ -240,13 +243,14 @@ sPicture ReadRadiance(const tBytes& pBytes)
     cCursor cursor(pBytes);
     const sHeader header = ReadHeader(cursor);
     CheckFormat(header.fFormat);
-    if (header.fFirstLength > static_cast<int64_t>(cursor.Left() / kPixelBytes)) // no row is shorter than a pixel
-        Damaged("it ends before its last pixel");
     const bool slowIsY = header.fFirstAxis == 'Y';
     sPicture picture;
-    AllocatePixels(picture, slowIsY ? header.fSecondLength : header.fFirstLength,
-                   slowIsY ? header.fFirstLength : header.fSecondLength, eExponentPlanes);
+    SetSize(picture, slowIsY ? header.fSecondLength : header.fFirstLength,
+            slowIsY ? header.fFirstLength : header.fSecondLength, eExponentPlanes);
+    CheckClaim(picture, pBytes.size());
+    CheckScanlines(cursor, header);
     ReadColorSpace(header.fPrimaries, picture);
+    picture.fPixels.resize(RowBytes(picture) * static_cast<size_t>(picture.fHeight));
     ReadPixels(cursor, header, picture);
     return picture;
 }

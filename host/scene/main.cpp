@@ -3,7 +3,6 @@
 
 #include "Errors.h"
 #include "ExponentPlanes.h"
-#include "InputFile.h"
 #include "OutputFile.h"
 #include "PictureReader.h"
 #include "PictureWriter.h"
@@ -98,8 +97,7 @@ void MakeScene(const std::string& pScene, const std::string& pPhotograph, int pW
 
 void Join(const std::string& pLeft, const std::string& pRight, const std::string& pOutput)
 {
-    WritePicture(SideBySide(ReadPicture(ReadFile(pLeft)), ReadPicture(ReadFile(pRight))), Vornik::eColorSpace_sRGB,
-                 pOutput);
+    WritePicture(SideBySide(ReadPictureFile(pLeft), ReadPictureFile(pRight)), Vornik::eColorSpace_sRGB, pOutput);
 }
 
 void Run(int pCount, char** pWords)

@@ -2,7 +2,6 @@
 
 #include "Errors.h"
 #include "ExponentPlanes.h"
-#include "InputFile.h"
 #include "PictureReader.h"
 #include "ProfileMatch.h"
 #include "Workshop.h"
@@ -21,6 +20,7 @@
 #include <vips/vips.h>
 
 #include <cmath>
+#include <csignal>
 #include <cstring>
 #include <functional>
 #include <limits>
@@ -33,6 +33,7 @@ using namespace SelvaneHost;
 using SelvaneTest::cFolder;
 using SelvaneTest::Floats;
 using SelvaneTest::OneOfEachKind;
+using SelvaneTest::ReadAll;
 using SelvaneTest::Rgb16;
 using SelvaneTest::Rgb8;
 using SelvaneTest::Samples16;
@@ -49,7 +50,7 @@ class PictureReader : public testing::Test
 protected:
     static void SetUpTestSuite() { StartPictureLibrary(); }
 
-    sPicture Read(const std::string& pName) const { return ReadPicture(ReadFile(fFolder / pName)); }
+    sPicture Read(const std::string& pName) const { return ReadPictureFile(fFolder / pName); }
 
     std::string Refusal(const std::string& pName) const
     {
@@ -289,10 +290,10 @@ TEST_F(PictureReader, ExrWhoseRowsHoldTooLittleIsRefused)
     for (int compression = 0; compression < Imf::DWAA_COMPRESSION; compression++) {
         cFlatExr picture(static_cast<Imf::Compression>(compression));
         picture.StoreRows(fFolder / "a.exr");
-        WriteAll(fFolder / "rows.exr", Widened(ReadFile(fFolder / "a.exr")));
+        WriteAll(fFolder / "rows.exr", Widened(ReadAll(fFolder / "a.exr")));
         EXPECT_THAT(Refusal("rows.exr"), HasSubstr("damaged or cut short")) << compression;
         picture.StoreTiles(fFolder / "a.exr");
-        WriteAll(fFolder / "tiles.exr", Widened(ReadFile(fFolder / "a.exr")));
+        WriteAll(fFolder / "tiles.exr", Widened(ReadAll(fFolder / "a.exr")));
         EXPECT_THAT(Refusal("tiles.exr"), HasSubstr("damaged or cut short")) << compression;
     }
 }
@@ -301,7 +302,7 @@ TEST_F(PictureReader, ExrOfTwoPartsGivesTheOneWithColors)
 {
     cFlatExr(Imf::ZIP_COMPRESSION).StoreAsSecondPart(fFolder / "a.exr");
     EXPECT_EQ(Read("a.exr").fPixels, cFlatExr::Planes());
-    WriteAll(fFolder / "wide.exr", Widened(ReadFile(fFolder / "a.exr")));
+    WriteAll(fFolder / "wide.exr", Widened(ReadAll(fFolder / "a.exr")));
     EXPECT_THAT(Refusal("wide.exr"), HasSubstr("does not unpack to its size"));
 }
 
@@ -320,9 +321,9 @@ TEST_F(PictureReader, ExrWithAnAttributeLongerThanTheFileIsRefused)
 {
     const std::string order("lineOrder\0lineOrder\0", 20);
     cFlatExr(Imf::ZIP_COMPRESSION).StoreRows(fFolder / "a.exr");
-    const tBytes onePart = ReadFile(fFolder / "a.exr");
+    const tBytes onePart = ReadAll(fFolder / "a.exr");
     cFlatExr(Imf::ZIP_COMPRESSION).StoreAsSecondPart(fFolder / "b.exr");
-    const tBytes twoParts = ReadFile(fFolder / "b.exr");
+    const tBytes twoParts = ReadAll(fFolder / "b.exr");
     const auto refusal = [&](const tBytes& pFile) {
         WriteAll(fFolder / "claims.exr", pFile);
         return Refusal("claims.exr");
@@ -458,6 +459,14 @@ TEST_F(PictureReader, TheLoadersThatThePictureLibraryDoesNotTrustAreBlocked)
     vips_error_clear();
 }
 
+#ifndef SELVANE_SANITIZED // a sanitizer ends the process itself
+TEST_F(PictureReader, WhatThePictureLibrarySaysBeforeItEndsTheProcessIsShown)
+{
+    EXPECT_EXIT(g_malloc(size_t{1} << 62), testing::KilledBySignal(SIGTRAP),
+                "^selvane: the picture library gives up: [^\n]*failed to allocate[^\n]*\n$");
+}
+#endif
+
 // The last things in a TIFF are its directory and the colour profile: none of it may be missed.
 TEST_F(PictureReader, EveryCutOfATiffIsRefused)
 {
@@ -467,7 +476,7 @@ TEST_F(PictureReader, EveryCutOfATiffIsRefused)
     Store(fFolder / "a.tif", eight.data(), 24, 20, profiled);
     Store(fFolder / "big.tif[bigtiff]", eight.data(), 24, 20, profiled);
     for (const char* name : {"a.tif", "big.tif"}) {
-        const tBytes whole = ReadFile(fFolder / name);
+        const tBytes whole = ReadAll(fFolder / name);
         ASSERT_EQ(Refusal(name), "");
         for (size_t size = 0; size + 1 < whole.size(); size += 5) // the very last byte may be padding
             ASSERT_THROW(ReadPicture(tBytes(whole.begin(), whole.begin() + static_cast<long>(size))), cHostError)

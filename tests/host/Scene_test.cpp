@@ -1,6 +1,5 @@
 // The program that makes the project's own scene.
 
-#include "InputFile.h"
 #include "PictureReader.h"
 #include "Workshop.h"
 
@@ -32,7 +31,7 @@ TEST_F(SceneProgram, IsTheSameEveryTimeAndSpansManyDecades)
     ASSERT_EQ(Scene("make --width 45 --scene '" + fFolder / "a.hdr" + "' --photograph '" + fFolder / "a.png" + "'"), 0);
     ASSERT_EQ(Scene("make --width 45 --scene '" + fFolder / "b.hdr" + "'"), 0);
     EXPECT_EQ(ReadAll(fFolder / "a.hdr"), ReadAll(fFolder / "b.hdr"));
-    const sPicture picture = SelvaneHost::ReadPicture(SelvaneHost::ReadFile(fFolder / "a.hdr"));
+    const sPicture picture = SelvaneHost::ReadPictureFile(fFolder / "a.hdr");
     EXPECT_EQ(picture.fWidth, 45);
     EXPECT_EQ(picture.fHeight, 30);
     int lowest = 255, highest = 0;

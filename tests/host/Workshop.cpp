@@ -21,6 +21,7 @@
 #include <iterator>
 #include <random>
 #include <stdexcept>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -159,9 +160,16 @@ sRun Selvane(const std::vector<std::string>& pWords, const std::function<void()>
         ::_exit(127);
     }
     int status = 0;
-    Must(::waitpid(child, &status, 0) == child, "waitpid");
+    rusage used{};
+    Must(::wait4(child, &status, 0, &used) == child, "wait4");
     const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    return {code, out.Text(), err.Text()};
+    return {code, out.Text(), err.Text(), static_cast<size_t>(used.ru_maxrss) << 10};
+}
+
+void ReadFrom(const std::string& pCommand)
+{
+    std::FILE* const pipe = ::popen(pCommand.c_str(), "r");
+    if (pipe == nullptr || ::dup2(::fileno(pipe), STDIN_FILENO) < 0) ::_exit(126);
 }
 
 std::vector<std::pair<std::string, tBytes>> OneOfEachKind(const cFolder& pFolder)

@@ -48,11 +48,15 @@ struct sRun
     int fStatus = -1; ///< exit status; 128 + number for a signal
     std::string fOut;
     std::string fErr;
+    size_t fPeak = 0; ///< bytes: the most memory that it had at once
 };
 
 /// Runs the built command with these words.
 /// @param pPrepare called in the child before the command takes over: limits, closed streams
 sRun Selvane(const std::vector<std::string>& pWords, const std::function<void()>& pPrepare = {});
+
+/// Makes standard input the output of a shell command. For the child of Selvane.
+void ReadFrom(const std::string& pCommand);
 
 /// A small file of each kind and form that the command reads, by name, as bytes. They are made in the folder.
 std::vector<std::pair<std::string, tBytes>> OneOfEachKind(const cFolder& pFolder);

@@ -31,7 +31,7 @@ endif()
 find_package(OpenEXR 3 CONFIG REQUIRED)
 find_package(ZLIB REQUIRED)
 selvane_test(host
-  Command_test.cpp ExponentPlanes_test.cpp HueCurve_test.cpp OutputFile_test.cpp PictureReader_test.cpp
+  Command_test.cpp ExponentPlanes_test.cpp FewBytes_test.cpp HueCurve_test.cpp OutputFile_test.cpp PictureReader_test.cpp
   PngProfile_test.cpp ProfileMatch_test.cpp RadianceReader_test.cpp Scene_test.cpp Workshop.cpp)
 target_link_libraries(selvane_tests_host PRIVATE selvane_host PkgConfig::VIPS OpenEXR::OpenEXR ZLIB::ZLIB)
 target_compile_definitions(selvane_tests_host PRIVATE
@@ -48,4 +48,6 @@ if(NOT SELVANE_SANITIZE) # a sanitizer wants to be loaded before everything else
 endif()
 if(SELVANE_SANITIZE) # these files only compare; optimising them takes minutes each
   target_compile_options(selvane_tests_host PRIVATE -O0 -g1)
+  target_compile_definitions(selvane_tests_host PRIVATE SELVANE_SANITIZED)
 endif()
+add_test(NAME host.demo COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/host/demo.sh ${PROJECT_SOURCE_DIR})
