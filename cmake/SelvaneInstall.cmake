@@ -21,7 +21,7 @@ string(REGEX REPLACE "/$" "" SELVANE_PC_TO_PREFIX "${SELVANE_PC_TO_PREFIX}")
 configure_file(cmake/selvane.pc.in ${PROJECT_BINARY_DIR}/selvane.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/selvane.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES LICENSE THIRD-PARTY-NOTICES DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 # The build folder is laid out like an install, so that the command is linked with one run path for both. Told of two, CMake would
 # fill up the shorter one with colons, and the loader takes an empty element for the current folder.

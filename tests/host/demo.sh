@@ -1,0 +1,84 @@
+#!/usr/bin/env bash
+# demo.sh SOURCE: runs scripts/demo of the source folder with stand-ins for everything that installs, builds or fetches, and looks at
+# which files it hands to the command.
+set -euo pipefail
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+mkdir -p "$scratch/bin" "$scratch/tree/build/demo/bin"
+cp -r "$1/scripts" "$scratch/tree/scripts"
+export log=$scratch/log package=$scratch/package.tar
+
+# stand_in PATH: a program of what comes in.
+stand_in() { { echo '#!/usr/bin/env bash' && cat; } >"$1" && chmod +x "$1"; }
+stand_in "$scratch/bin/cmake" <<<':'
+stand_in "$scratch/bin/dpkg-query" <<<'echo ok installed'
+stand_in "$scratch/bin/apt-get" <<'END'
+case "$*" in *download*) [ -f "$package" ] && touch blender-data_0_all.deb ;; *) false ;; esac
+END
+stand_in "$scratch/bin/sudo" <<<'false'
+stand_in "$scratch/bin/dpkg-deb" <<<'cat "$package"'
+stand_in "$scratch/tree/build/demo/bin/selvane" <<'END'
+echo "selvane $2" >>"$log"
+while [ "$1" != -o ]; do shift; done
+touch "$2"
+END
+stand_in "$scratch/tree/build/demo/bin/selvane-scene" <<<'echo scene >>"$log"'
+export PATH=$scratch/bin:$PATH
+
+photographs=$scratch/pictures/photographs
+names=(courtyard.exr interior.exr forest.exr)
+
+# photographs FOLDER TEXT...: three files of these bytes.
+photographs() {
+  mkdir -p "$1"
+  for i in 0 1 2; do echo "${@:2+i:1}" >"$1/${names[i]}"; done
+}
+
+# run: the demo from a clean log; its words are in $words, what it called in $log.
+run() {
+  : >"$log"
+  words=$("$scratch/tree/scripts/demo" "$scratch/pictures" 2>&1)
+}
+
+fail() {
+  echo "$1"$'\n'"$words"$'\n'"$(cat "$log")"
+  exit 1
+}
+
+made_the_scene() {
+  grep -q '^scene$' "$log" && grep -q 'selvane .*/scene.hdr$' "$log" && ! grep -q '\.exr$' "$log"
+}
+
+developed_the_photographs() {
+  [ "$(grep -c "selvane $photographs/.*\.exr$" "$log")" = 6 ] && ! grep -q scene "$log"
+}
+
+run
+made_the_scene && grep -q 'No photographs could be fetched' <<<"$words" || fail "without a package"
+
+# The package holds other bytes than the list says.
+inside=usr/share/blender/datafiles/studiolights/world
+photographs "$scratch/root/$inside" a b c
+tar -C "$scratch/root" -cf "$package" "./$inside"
+run
+made_the_scene && grep -q 'not those that this script knows' <<<"$words" || fail "unknown bytes in the package"
+
+# Fetched by an earlier run, and still there.
+rm "$package"
+run
+made_the_scene && grep -q 'not those that this script knows' <<<"$words" || fail "unknown bytes of an earlier run"
+
+# The list names these bytes: all of them have to be as listed.
+(cd "$scratch/root/$inside" && sha256sum "${names[@]}") >"$scratch/tree/scripts/photographs.sha256"
+run
+developed_the_photographs || fail "known bytes of an earlier run"
+for i in 0 1 2; do
+  photographs "$photographs" a b c
+  echo changed >"$photographs/${names[i]}"
+  run
+  made_the_scene || fail "one photograph changed: ${names[i]}"
+done
+rm -r "$photographs"
+tar -C "$scratch/root" -cf "$package" "./$inside"
+run
+developed_the_photographs || fail "known bytes in the package"
