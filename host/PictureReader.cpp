@@ -4,7 +4,7 @@
 #include "ExponentPlanes.h"
 #include "InputFile.h"
 #include "OpenExrReader.h"
-#include "PngProfile.h"
+#include "PngColor.h"
 #include "ProfileMatch.h"
 #include "RadianceReader.h"
 #include "TiffCheck.h"
@@ -32,10 +32,15 @@ bool BeginsWith(const tBytes& pBytes, const char* pMark, size_t pSize)
     return pBytes.size() >= pSize && std::memcmp(pBytes.data(), pMark, pSize) == 0;
 }
 
+bool IsPng(const tBytes& pBytes)
+{
+    return BeginsWith(pBytes, kPngMark, sizeof kPngMark - 1);
+}
+
 /// The picture library's loader for the bytes; null for what the command does not read through it.
 tLoader LoaderFor(const tBytes& pBytes)
 {
-    if (BeginsWith(pBytes, kPngMark, sizeof kPngMark - 1)) return vips_pngload_buffer;
+    if (IsPng(pBytes)) return vips_pngload_buffer;
     if (BeginsWith(pBytes, "\xFF\xD8\xFF", 3)) return vips_jpegload_buffer;
     for (const char* mark : {"II*\0", "MM\0*", "II+\0", "MM\0+"}) {
         if (BeginsWith(pBytes, mark, 4)) return vips_tiffload_buffer;
@@ -192,16 +197,19 @@ bool CameraSaysAdobeRgb(VipsImage* pImage)
     return std::strncmp(text, "R03", 3) == 0;
 }
 
-tBytes ProfileOf(VipsImage* pImage, const tBytes& pBytes)
+/// What a file without a profile says of its colours.
+std::optional<Vornik::eColorSpaceID> SpaceWithoutProfile(VipsImage* pImage, const tBytes& pBytes)
 {
-    return BeginsWith(pBytes, kPngMark, sizeof kPngMark - 1) ? PngProfile(pBytes) : Block(pImage, VIPS_META_ICC_NAME);
+    if (IsPng(pBytes) && PngSaysSrgb(pBytes)) return Vornik::eColorSpace_sRGB;
+    if (CameraSaysAdobeRgb(pImage)) return Vornik::eColorSpace_AdobeRGB98;
+    return std::nullopt;
 }
 
 void ReadColorSpace(VipsImage* pImage, const tBytes& pBytes, sPicture& pPicture)
 {
-    const tBytes profile = ProfileOf(pImage, pBytes);
+    const tBytes profile = IsPng(pBytes) ? PngProfile(pBytes) : Block(pImage, VIPS_META_ICC_NAME);
     if (profile.empty()) {
-        if (CameraSaysAdobeRgb(pImage)) pPicture.fColorSpace = Vornik::eColorSpace_AdobeRGB98;
+        pPicture.fColorSpace = SpaceWithoutProfile(pImage, pBytes);
         return;
     }
     if (pPicture.fForm == eExponentPlanes) return; // a profile's curves say nothing about linear floats

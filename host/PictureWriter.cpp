@@ -2,7 +2,7 @@
 
 #include "Errors.h"
 #include "OutputFile.h"
-#include "PngProfile.h"
+#include "PngColor.h"
 #include "ProfileMatch.h"
 #include "VipsObject.h"
 
@@ -64,14 +64,21 @@ void AttachProfile(VipsImage* pImage, Vornik::eColorSpaceID pSpace)
     vips_image_set_blob_copy(pImage, VIPS_META_ICC_NAME, profile.data(), profile.size());
 }
 
-/// Writes the encoded picture; a PNG's profile goes in here, see PngProfile.h.
+/// The chunks that say what the colours of a PNG are.
+tBytes PngColorChunks(Vornik::eColorSpaceID pSpace)
+{
+    if (pSpace == Vornik::eColorSpace_sRGB) return PngSrgbChunks();
+    const std::unique_ptr<Vornik::cColorSpace> space(Vornik::cColorSpace::FromID(pSpace));
+    return PngProfileChunk(StoredProfile(pSpace), space->GetName());
+}
+
+/// Writes the encoded picture; what a PNG says of its colours goes in here, see PngColor.h.
 void Write(const sEncoded& pEncoded, eFileKind pKind, Vornik::eColorSpaceID pSpace, const std::string& pPath)
 {
     const std::span file(static_cast<const unsigned char*>(pEncoded.fBytes), pEncoded.fSize);
     if (pKind != ePng) return WriteFile(pPath, {file});
-    const std::unique_ptr<Vornik::cColorSpace> space(Vornik::cColorSpace::FromID(pSpace));
-    const tBytes chunk = PngProfileChunk(StoredProfile(pSpace), space->GetName());
-    WriteFile(pPath, {file.first(kPngProfilePlace), chunk, file.subspan(kPngProfilePlace)});
+    const tBytes color = PngColorChunks(pSpace);
+    WriteFile(pPath, {file.first(kPngColorPlace), color, file.subspan(kPngColorPlace)});
 }
 
 int Encode(VipsImage* pImage, eFileKind pKind, sEncoded& pTo)

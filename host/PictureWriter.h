@@ -19,8 +19,8 @@ enum eFileKind : int
 /// @throws cUsageError for any other extension, and for none
 eFileKind KindFor(const std::string& pPath);
 
-/// Encodes the picture in memory, with the stored ICC profile of the space and the picture's metadata, and then writes
-/// the file whole.
+/// Encodes the picture in memory, with the stored ICC profile of the space (a PNG says sRGB in chunks of its own) and
+/// the picture's metadata, and then writes the file whole.
 /// @param pPicture 8 or 16-bit samples; 8 for a JPEG
 /// @throws cHostError
 void WritePicture(const sPicture& pPicture, Vornik::eColorSpaceID pSpace, const std::string& pPath);

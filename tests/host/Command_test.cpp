@@ -12,6 +12,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <png.h>
 #include <vips/vips.h>
 
 #include <algorithm>
@@ -25,6 +26,7 @@
 #include <filesystem>
 #include <optional>
 #include <random>
+#include <set>
 #include <sstream>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -78,6 +80,14 @@ void ExpectQuietSuccess(const sRun& pRun)
 {
     EXPECT_EQ(pRun.fStatus, 0) << pRun.fErr;
     EXPECT_EQ(pRun.fErr, "");
+}
+
+/// Expects a file to say what its colours are: by the stored profile, and by its own chunk for sRGB in a PNG.
+void ExpectColors(const sFound& pFound, bool pPng, Vornik::eColorSpaceID pSpace)
+{
+    const bool chunk = pPng && pSpace == Vornik::eColorSpace_sRGB;
+    EXPECT_EQ(pFound.fSaysSrgb, chunk);
+    EXPECT_EQ(pFound.fProfile, chunk ? tBytes() : StoredProfile(pSpace));
 }
 
 /// What the library's entry makes of a picture, called in this process.
@@ -200,7 +210,7 @@ TEST_F(Command, EveryKindGoesInAndEveryKindComesOut)
             EXPECT_EQ(found.fBits, jpeg ? 8 : depth) << name << extension;
             EXPECT_EQ(found.fWidth, kWidth);
             EXPECT_EQ(found.fHeight, kHeight);
-            EXPECT_EQ(found.fProfile, StoredProfile(Vornik::eColorSpace_sRGB)) << name << extension;
+            ExpectColors(found, tolower(extension[1]) == 'p', Vornik::eColorSpace_sRGB);
             if (!jpeg) {
                 EXPECT_EQ(found.fPixels, Entry(fFolder / name, {}, depth).fPixels) << name << extension;
             }
@@ -236,14 +246,58 @@ TEST_F(Command, TheEmbeddedProfileOrTheOptionChoosesTheColorSpace)
         const tBytes expected = Entry(Png(), {}, 8, space).fPixels;
         ExpectQuietSuccess(Selvane({"tonemap", fFolder / "profiled.png", "-o", Out()}));
         EXPECT_EQ(Look(Out()).fPixels, expected);
-        EXPECT_EQ(Look(Out()).fProfile, StoredProfile(id));
+        ExpectColors(Look(Out()), true, id);
         // The option stands above what the file says.
         const int other = (space + 1) % 3;
         ExpectQuietSuccess(Selvane({"tonemap", fFolder / "profiled.png", "-o", Out(), "--color-space", names[other]}));
         EXPECT_EQ(Look(Out()).fPixels, Entry(Png(), {}, 8, other).fPixels);
-        EXPECT_EQ(Look(Out()).fProfile, StoredProfile(static_cast<Vornik::eColorSpaceID>(other)));
+        ExpectColors(Look(Out()), true, static_cast<Vornik::eColorSpaceID>(other));
     }
     ExpectFailure(Selvane({"tonemap", Png(), "-o", Out(), "--color-space", "cmyk"}), 2, "--color-space");
+}
+
+/// Reads a PNG file with libpng alone; what it has to object.
+std::vector<std::string> ObjectionsOfLibpng(const std::string& pPath)
+{
+    std::vector<std::string> objections;
+    const auto note = [](png_structp pReader, png_const_charp pWords) {
+        static_cast<std::vector<std::string>*>(png_get_error_ptr(pReader))->emplace_back(pWords);
+    };
+    png_structp reader = png_create_read_struct(PNG_LIBPNG_VER_STRING, &objections, nullptr, note);
+    png_infop info = png_create_info_struct(reader);
+    std::FILE* const file = std::fopen(pPath.c_str(), "rb");
+    png_init_io(reader, file);
+    png_read_png(reader, info, PNG_TRANSFORM_IDENTITY, nullptr);
+    std::fclose(file);
+    png_destroy_read_struct(&reader, &info, nullptr);
+    return objections;
+}
+
+TEST_F(Command, APngInSrgbSaysSoInChunksThatNobodyObjectsTo)
+{
+    for (const char* depth : {"8", "16"}) {
+        ExpectQuietSuccess(Selvane({"tonemap", Hdr(), "-o", Out(), "--depth", depth}));
+        std::vector<std::string> types;
+        for (const sPngChunk& chunk : PngChunks(ReadAll(Out()))) {
+            types.push_back(chunk.fType);
+            if (chunk.fType == "sRGB") {
+                EXPECT_EQ(chunk.fData, tBytes{0});
+            } else if (chunk.fType == "gAMA") {
+                EXPECT_EQ(chunk.fData, (tBytes{0, 0, 0xB1, 0x8F})); // 45455
+            } else if (chunk.fType == "cHRM") { // 31270, 32900, 64000, 33000, 30000, 60000, 15000, 6000
+                EXPECT_EQ(chunk.fData,
+                          (tBytes{0, 0, 0x7A, 0x26, 0, 0, 0x80, 0x84, 0, 0, 0xFA, 0,    0, 0, 0x80, 0xE8,
+                                  0, 0, 0x75, 0x30, 0, 0, 0xEA, 0x60, 0, 0, 0x3A, 0x98, 0, 0, 0x17, 0x70}));
+            }
+        }
+        types.erase(std::find(types.begin(), types.end(), "IDAT"), types.end());
+        EXPECT_THAT(types, testing::IsSupersetOf({"IHDR", "sRGB", "gAMA", "cHRM"}));
+        EXPECT_EQ(types.size(), std::set<std::string>(types.begin(), types.end()).size()) << "each once";
+        EXPECT_THAT(ObjectionsOfLibpng(Out()), IsEmpty());
+    }
+    const sPicture back = SelvaneHost::ReadPictureFile(Out());
+    EXPECT_EQ(back.fColorSpace, Vornik::eColorSpace_sRGB);
+    EXPECT_EQ(back.fColorSpaceWarning, "");
 }
 
 TEST_F(Command, AnUnknownProfileIsAWarningUnlessTheSpaceIsChosen)
@@ -258,7 +312,7 @@ TEST_F(Command, AnUnknownProfileIsAWarningUnlessTheSpaceIsChosen)
     EXPECT_EQ(Lines(run.fErr), 1U);
     EXPECT_THAT(run.fErr, StartsWith("selvane: warning: "));
     EXPECT_THAT(run.fErr, HasSubstr("none of sRGB, Adobe RGB and ProPhoto RGB"));
-    EXPECT_EQ(Look(Out()).fProfile, StoredProfile(Vornik::eColorSpace_sRGB));
+    ExpectColors(Look(Out()), true, Vornik::eColorSpace_sRGB);
     ExpectQuietSuccess(Selvane({"tonemap", fFolder / "odd.tif", "-o", Out(), "--color-space", "adobe"}));
 }
 

@@ -3,6 +3,7 @@
 #include "Errors.h"
 #include "ExponentPlanes.h"
 #include "PictureReader.h"
+#include "PngColor.h"
 #include "ProfileMatch.h"
 #include "Workshop.h"
 
@@ -384,6 +385,40 @@ TEST_F(PictureReader, TheEmbeddedProfileDecidesTheColorSpace)
             EXPECT_EQ(Read(name).fColorSpaceWarning, "");
         }
     }
+}
+
+TEST_F(PictureReader, TheCamerasWordCountsWhereThereIsNoProfile)
+{
+    const tBytes samples = Samples8(2, 2);
+    sStored how = Rgb8();
+    how.fInteroperability = "R03";
+    Store(fFolder / "a.jpg", samples.data(), 2, 2, how);
+    EXPECT_EQ(Read("a.jpg").fColorSpace, Vornik::eColorSpace_AdobeRGB98);
+    how.fProfile = StoredProfile(Vornik::eColorSpace_ProPhotoRGB);
+    Store(fFolder / "a.jpg", samples.data(), 2, 2, how);
+    EXPECT_EQ(Read("a.jpg").fColorSpace, Vornik::eColorSpace_ProPhotoRGB);
+    how = Rgb8();
+    how.fInteroperability = "R98";
+    Store(fFolder / "a.jpg", samples.data(), 2, 2, how);
+    EXPECT_FALSE(Read("a.jpg").fColorSpace.has_value());
+}
+
+TEST_F(PictureReader, TheSrgbChunkOfAPngCountsWhereThereIsNoProfile)
+{
+    const tBytes samples = Samples8(2, 2);
+    const auto with = [&](const tBytes& pChunks) {
+        Store(fFolder / "a.png", samples.data(), 2, 2, Rgb8());
+        tBytes file = ReadAll(fFolder / "a.png");
+        file.insert(file.begin() + kPngColorPlace, pChunks.begin(), pChunks.end());
+        WriteAll(fFolder / "a.png", file);
+        return Read("a.png").fColorSpace;
+    };
+    EXPECT_EQ(with({}), std::nullopt);
+    tBytes chunks = PngSrgbChunks();
+    EXPECT_EQ(with(chunks), Vornik::eColorSpace_sRGB);
+    const tBytes profile = PngProfileChunk(StoredProfile(Vornik::eColorSpace_ProPhotoRGB), "a name");
+    chunks.insert(chunks.end(), profile.begin(), profile.end());
+    EXPECT_EQ(with(chunks), Vornik::eColorSpace_ProPhotoRGB) << "whatever comes first in the file";
 }
 
 TEST_F(PictureReader, AProfileThatIsNoneOfTheThreeIsNamed)

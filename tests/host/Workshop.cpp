@@ -60,18 +60,26 @@ private:
     std::FILE* fFile;
 };
 
-/// The profile of a PNG file, which the picture library does not always show.
-tBytes PngIcc(const tBytes& pFile)
+/// What an iCCP chunk holds: a name, 0, the method 0, the deflated profile.
+tBytes Inflated(const tBytes& pChunk)
 {
-    const std::string text(pFile.begin(), pFile.end());
-    const size_t at = text.find("iCCP");
-    if (!text.starts_with("\x89PNG") || at == std::string::npos || at > text.find("IDAT")) return {};
-    const size_t deflated = text.find('\0', at) + 2;
+    const auto name = std::find(pChunk.begin(), pChunk.end(), '\0') - pChunk.begin();
     tBytes profile(10000);
     uLongf size = profile.size();
-    Must(uncompress(profile.data(), &size, pFile.data() + deflated, pFile.size() - deflated) == Z_OK, "iCCP");
+    Must(uncompress(profile.data(), &size, pChunk.data() + name + 2, pChunk.size() - static_cast<size_t>(name) - 2) ==
+             Z_OK,
+         "iCCP");
     profile.resize(size);
     return profile;
+}
+
+/// The colours of a PNG file, which the picture library does not always show.
+void LookAtPngColors(const tBytes& pFile, sFound& pFound)
+{
+    for (const sPngChunk& chunk : PngChunks(pFile)) {
+        if (chunk.fType == "iCCP") pFound.fProfile = Inflated(chunk.fData);
+        if (chunk.fType == "sRGB") pFound.fSaysSrgb = true;
+    }
 }
 
 /// Puts a profile behind the header chunk of a PNG file.
@@ -164,6 +172,26 @@ sRun Selvane(const std::vector<std::string>& pWords, const std::function<void()>
     Must(::wait4(child, &status, 0, &used) == child, "wait4");
     const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     return {code, out.Text(), err.Text(), static_cast<size_t>(used.ru_maxrss) << 10};
+}
+
+std::vector<sPngChunk> PngChunks(const tBytes& pFile)
+{
+    const std::string mark = "\x89PNG\r\n\x1A\n";
+    Must(pFile.size() > 8 && std::equal(mark.begin(), mark.end(), reinterpret_cast<const char*>(pFile.data())), "PNG");
+    const auto number = [&](size_t pAt) {
+        Must(pAt + 4 <= pFile.size(), "a PNG file that is cut");
+        return size_t{pFile[pAt]} << 24 | size_t{pFile[pAt + 1]} << 16 | size_t{pFile[pAt + 2]} << 8 | pFile[pAt + 3];
+    };
+    std::vector<sPngChunk> chunks;
+    for (size_t at = 8; at < pFile.size();) {
+        const size_t size = number(at);
+        const size_t sum = number(at + 8 + size);
+        const unsigned char* const type = pFile.data() + at + 4;
+        Must(crc32(0, type, static_cast<uInt>(4 + size)) == sum, "checksum");
+        chunks.push_back({{type, type + 4}, {type + 4, type + 4 + size}});
+        at += 12 + size;
+    }
+    return chunks;
 }
 
 void ReadFrom(const std::string& pCommand)
@@ -262,6 +290,8 @@ void Store(const std::string& pPath, const void* pSamples, int pWidth, int pHeig
     if (!pHow.fProfile.empty() && !png)
         vips_image_set_blob_copy(image, VIPS_META_ICC_NAME, pHow.fProfile.data(), pHow.fProfile.size());
     if (!pHow.fXmp.empty()) vips_image_set_blob_copy(image, VIPS_META_XMP_NAME, pHow.fXmp.data(), pHow.fXmp.size());
+    if (!pHow.fInteroperability.empty())
+        vips_image_set_string(image, "exif-ifd4-InteroperabilityIndex", pHow.fInteroperability.c_str());
     if (pHow.fOrientation != 1) vips_image_set_int(image, VIPS_META_ORIENTATION, pHow.fOrientation);
     Must(vips_image_write_to_file(image, pPath.c_str(), nullptr) == 0, "store " + pPath);
     if (!pHow.fProfile.empty() && png) PutPngIcc(pPath, pHow.fProfile);
@@ -288,8 +318,8 @@ sFound Look(const std::string& pPath)
     if (vips_image_get_typeof(image, VIPS_META_XMP_NAME) != 0 &&
         vips_image_get_blob(image, VIPS_META_XMP_NAME, &block, &size) == 0)
         found.fXmp.assign(static_cast<const char*>(block), size);
-    const tBytes ownProfile = PngIcc(ReadAll(pPath));
-    if (!ownProfile.empty()) found.fProfile = ownProfile;
+    const tBytes file = ReadAll(pPath);
+    if (file[0] == 0x89) LookAtPngColors(file, found);
     void* const pixels = vips_image_write_to_memory(image, &size);
     Must(pixels != nullptr, "pixels of " + pPath);
     found.fPixels.assign(static_cast<unsigned char*>(pixels), static_cast<unsigned char*>(pixels) + size);

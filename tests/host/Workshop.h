@@ -55,6 +55,17 @@ struct sRun
 /// @param pPrepare called in the child before the command takes over: limits, closed streams
 sRun Selvane(const std::vector<std::string>& pWords, const std::function<void()>& pPrepare = {});
 
+/// A chunk of a PNG file.
+struct sPngChunk
+{
+    std::string fType;
+    tBytes fData;
+};
+
+/// All chunks in their order.
+/// @throws std::runtime_error for what is no PNG file, is cut, or has a wrong checksum
+std::vector<sPngChunk> PngChunks(const tBytes& pFile);
+
 /// Makes standard input the output of a shell command. For the child of Selvane.
 void ReadFrom(const std::string& pCommand);
 
@@ -86,6 +97,7 @@ struct sStored
     tBytes fProfile;         ///< ICC, or none
     int fOrientation = 1;
     std::string fXmp;
+    std::string fInteroperability = {}; ///< index of that name in Exif: "R03" for Adobe RGB
 };
 
 sStored Rgb8();
@@ -104,6 +116,7 @@ struct sFound
     int fOrientation = 1;
     tBytes fPixels;
     tBytes fProfile;
+    bool fSaysSrgb = false; ///< by the sRGB chunk of a PNG file
     std::string fXmp;
 };
 sFound Look(const std::string& pPath);

@@ -29,11 +29,12 @@ if(NOT SELVANE_COMMAND)
 endif()
 
 find_package(OpenEXR 3 CONFIG REQUIRED)
+find_package(PNG REQUIRED)
 find_package(ZLIB REQUIRED)
 selvane_test(host
   Command_test.cpp ExponentPlanes_test.cpp FewBytes_test.cpp HueCurve_test.cpp OutputFile_test.cpp PictureReader_test.cpp
-  PngProfile_test.cpp ProfileMatch_test.cpp RadianceReader_test.cpp Scene_test.cpp Workshop.cpp)
-target_link_libraries(selvane_tests_host PRIVATE selvane_host PkgConfig::VIPS OpenEXR::OpenEXR ZLIB::ZLIB)
+  PngColor_test.cpp ProfileMatch_test.cpp RadianceReader_test.cpp Scene_test.cpp Workshop.cpp)
+target_link_libraries(selvane_tests_host PRIVATE selvane_host PkgConfig::VIPS OpenEXR::OpenEXR PNG::PNG ZLIB::ZLIB)
 target_compile_definitions(selvane_tests_host PRIVATE
   SELVANE_BINARY="$<TARGET_FILE:selvane>" SELVANE_SCENE="$<TARGET_FILE:selvane-scene>" SELVANE_VERSION="${PROJECT_VERSION}")
 add_dependencies(selvane_tests_host selvane selvane-scene)

@@ -1,8 +1,10 @@
-#include "PngProfile.h"
+#include "PngColor.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <new>
+#include <span>
 #include <zlib.h>
 
 namespace SelvaneHost
@@ -14,6 +16,12 @@ namespace
 constexpr size_t kSignature = 8;
 constexpr size_t kChunkFrame = 12; // length, type, checksum
 constexpr size_t kLongestName = 79;
+constexpr unsigned char kPerceptual = 0;
+constexpr size_t kGamma = 45455;                                 // 1 / 2.2, in 1 / 100000
+constexpr std::array<size_t, 8> kChromaticities = {31270, 32900, // x and y of white
+                                                   64000, 33000, // red
+                                                   30000, 60000, // green
+                                                   15000, 6000}; // blue
 constexpr size_t kLargestProfile = 16 << 20; // bytes; display profiles have some thousand, printers' some million
 
 size_t Number32(const unsigned char* pBytes)
@@ -60,37 +68,68 @@ tBytes ProfileIn(const unsigned char* pData, size_t pSize)
     return Inflate(pData + head, pSize - head, kLargestProfile);
 }
 
-} // namespace
-
-tBytes PngProfile(const tBytes& pFile)
+/// The data of a chunk; empty when there is none of the type before the pixels.
+std::span<const unsigned char> ChunkData(const tBytes& pFile, const char* pType)
 {
     for (size_t at = kSignature; at + kChunkFrame <= pFile.size();) {
         const unsigned char* const chunk = pFile.data() + at;
         const size_t size = Number32(chunk);
         if (size > pFile.size() - at - kChunkFrame || std::memcmp(chunk + 4, "IDAT", 4) == 0) break;
-        if (std::memcmp(chunk + 4, "iCCP", 4) == 0) return ProfileIn(chunk + 8, size);
+        if (std::memcmp(chunk + 4, pType, 4) == 0) return {chunk + 8, size};
         at += size + kChunkFrame;
     }
     return {};
 }
 
+void PutChunk(tBytes& pTo, const char* pType, const tBytes& pData)
+{
+    Put32(pTo, pData.size());
+    const size_t checked = pTo.size();
+    pTo.insert(pTo.end(), pType, pType + 4);
+    pTo.insert(pTo.end(), pData.begin(), pData.end());
+    Put32(pTo, crc32(0, pTo.data() + checked, static_cast<uInt>(pTo.size() - checked)));
+}
+
+} // namespace
+
+tBytes PngProfile(const tBytes& pFile)
+{
+    const std::span<const unsigned char> data = ChunkData(pFile, "iCCP");
+    return data.empty() ? tBytes() : ProfileIn(data.data(), data.size());
+}
+
+bool PngSaysSrgb(const tBytes& pFile)
+{
+    return ChunkData(pFile, "sRGB").size() == 1; // the intent
+}
+
 tBytes PngProfileChunk(const tBytes& pProfile, const char* pName)
 {
     uLongf deflated = compressBound(static_cast<uLong>(pProfile.size()));
-    tBytes data(deflated);
-    if (compress2(data.data(), &deflated, pProfile.data(), static_cast<uLong>(pProfile.size()), Z_BEST_COMPRESSION) !=
-        Z_OK)
+    const size_t head = std::strlen(pName) + 2; // the name, its closing 0, the method
+    tBytes data(head + deflated);
+    std::memcpy(data.data(), pName, head - 2);
+    if (compress2(data.data() + head, &deflated, pProfile.data(), static_cast<uLong>(pProfile.size()),
+                  Z_BEST_COMPRESSION) != Z_OK)
         throw std::bad_alloc();
-    const size_t nameSize = std::strlen(pName) + 1;
+    data.resize(head + deflated);
     tBytes chunk;
-    Put32(chunk, nameSize + 1 + deflated);
-    for (const char c : {'i', 'C', 'C', 'P'})
-        chunk.push_back(static_cast<unsigned char>(c));
-    chunk.insert(chunk.end(), pName, pName + nameSize);
-    chunk.push_back(0);
-    chunk.insert(chunk.end(), data.begin(), data.begin() + static_cast<std::ptrdiff_t>(deflated));
-    Put32(chunk, crc32(0, chunk.data() + 4, static_cast<uInt>(chunk.size() - 4)));
+    PutChunk(chunk, "iCCP", data);
     return chunk;
+}
+
+tBytes PngSrgbChunks()
+{
+    tBytes gamma;
+    Put32(gamma, kGamma);
+    tBytes chromaticities;
+    for (const size_t number : kChromaticities)
+        Put32(chromaticities, number);
+    tBytes chunks;
+    PutChunk(chunks, "sRGB", {kPerceptual});
+    PutChunk(chunks, "gAMA", gamma);
+    PutChunk(chunks, "cHRM", chromaticities);
+    return chunks;
 }
 
 } // namespace SelvaneHost
