@@ -680,13 +680,15 @@ TEST_F(Command, AKilledRunLeavesNoHalfFile)
 }
 
 #ifdef SELVANE_CRASHES // no sanitizer, which would take more room and want to be loaded first
-/// Gives the child of Selvane so many bytes of addresses, and no file of its memory when it is ended.
+/// Gives the child of Selvane so many bytes of addresses, no file of its memory when it is ended, and an end to
+/// waiting.
 void LimitMemory(rlim_t pBytes)
 {
     const rlimit limit{pBytes, pBytes};
     const rlimit noCore{0, 0};
     ::setrlimit(RLIMIT_CORE, &noCore);
     ::setrlimit(RLIMIT_AS, &limit);
+    ::alarm(20);
 }
 
 /// The header of an OpenEXR file up to an attribute of a type that nobody knows, which claims two gigabytes.
@@ -715,19 +717,15 @@ TEST_F(Command, AnExrHeaderOfClaimsAloneIsRefusedBeforeItTakesMemory)
 rlim_t LeastMemory()
 {
     rlim_t bytes = rlim_t{32} << 20;
-    const auto starts = [&] {
-        return Selvane({"--version"}, [&] {
-                   LimitMemory(bytes);
-                   ::alarm(20); // GLib may wait for ever when it finds no memory before the program begins
-               }).fStatus == 0;
-    };
+    const auto starts = [&] { return Selvane({"--version"}, [&] { LimitMemory(bytes); }).fStatus == 0; };
     while (!starts())
         bytes += rlim_t{1} << 20;
     return bytes;
 }
 
 // Most of what is missing is said in words. Where GLib, below the picture library, gets no memory for something small,
-// it ends the process. Whatever comes, the name holds the old picture or the whole new one.
+// it ends the process, now and then by running out of its stack, or waits for ever. Whatever comes, the name holds the
+// old picture or the whole new one.
 TEST_F(Command, AShortageOfMemoryLeavesNoHalfFile)
 {
     constexpr int kSide = 700;
@@ -737,12 +735,12 @@ TEST_F(Command, AShortageOfMemoryLeavesNoHalfFile)
     const tBytes whole = ReadAll(fFolder / "whole.png");
     const rlim_t least = LeastMemory();
     int refused = 0, done = 0;
-    for (rlim_t more = 0; more < 120 && done < 3; more++) {
+    for (rlim_t more = 0; more < 400 && done < 3; more++) {
         WriteAll(Out(), std::string("old"));
         const sRun run = Selvane({"tonemap", fFolder / "large.png", "-o", Out(), "--threads", "1"},
                                  [&] { LimitMemory(least + (more << 20)); });
-        EXPECT_THAT(run.fStatus, testing::AnyOf(0, 1, 128 + SIGTRAP, 128 + SIGABRT, 128 + SIGSEGV)) << run.fErr;
-        EXPECT_EQ(run.fErr == "", run.fStatus == 0) << run.fStatus;
+        EXPECT_THAT(run.fStatus, testing::AnyOf(0, 1, 128 + SIGTRAP, 128 + SIGABRT, 128 + SIGSEGV, 128 + SIGALRM))
+            << run.fErr;
         EXPECT_EQ(ReadAll(Out()), run.fStatus == 0 ? whole : (tBytes{'o', 'l', 'd'})) << run.fErr;
         ASSERT_THAT(fFolder.Names(), ElementsAre("in.hdr", "in.png", "large.png", "out.png", "whole.png"));
         refused += run.fStatus == 1;

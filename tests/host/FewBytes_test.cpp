@@ -21,7 +21,7 @@ using SelvaneHost::cHostError;
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr int kSide = 13000;                  // pixels; a square of it is within the limit, at 1 GB in 16 bits
+constexpr uint64_t kSide = 13000;             // pixels; a square of it is within the limit, at 1 GB in 16 bits
 constexpr size_t kPadding = 11000;            // bytes that make such a square a claim that a file could hold
 constexpr size_t kLittle = size_t{256} << 20; // bytes; the command itself takes some 40 MB
 constexpr size_t kMost = size_t{4} << 30;     // where a run is stopped, so that a failing test does no harm
@@ -74,9 +74,9 @@ tBytes Tiff(const sTiff& pTiff)
     const bool big = pTiff.fBigTiff;
     tBytes file;
     Put(file, pTiff.fBigEndian ? "MM" : "II");
-    Put(file, big ? 43 : 42, 2, pTiff.fBigEndian);
-    if (big) Put(file, 8 << (pTiff.fBigEndian ? 16 : 0), 4, pTiff.fBigEndian); // bytes of an offset, and a 0
-    Put(file, big ? 16 : 8, big ? 8 : 4, pTiff.fBigEndian);
+    Put(file, big ? 43U : 42U, 2, pTiff.fBigEndian);
+    if (big) Put(file, 8U << (pTiff.fBigEndian ? 16 : 0), 4, pTiff.fBigEndian); // bytes of an offset, and a 0
+    Put(file, big ? 16U : 8U, big ? 8 : 4, pTiff.fBigEndian);
     const std::vector<sField> fields = {{256, 4, pTiff.fWidth},
                                         {257, 4, pTiff.fHeight},
                                         {258, 3, pTiff.fBits},
@@ -167,12 +167,12 @@ tBytes Exr(unsigned char pCompression)
     tBytes channels;
     for (const char* name : {"B", "G", "R"}) {
         Put(channels, name + std::string(1, '\0'));
-        for (const uint64_t number : {1, 0, 1, 1}) // 16-bit floats, not subsampled
+        for (const uint64_t number : {1U, 0U, 1U, 1U}) // 16-bit floats, not subsampled
             Put(channels, number, 4, false);
     }
     channels.push_back(0);
     tBytes window, tile;
-    for (const uint64_t number : {0, 0, kSide - 1, kSide - 1})
+    for (const uint64_t number : {uint64_t{0}, uint64_t{0}, kSide - 1, kSide - 1})
         Put(window, number, 4, false);
     Put(tile, kSide, 4, false);
     Put(tile, kSide, 4, false);
@@ -260,7 +260,7 @@ TEST_F(FewBytes, APipeThatBeginsLikeAPictureHasToEnd)
 
 TEST_F(FewBytes, MoreThanFiveChannelsAreRefused)
 {
-    for (const uint64_t channels : {6, 60, 65535}) {
+    for (const uint64_t channels : {6U, 60U, 65535U}) {
         sTiff tiff;
         tiff.fChannels = channels;
         tiff.fPadding = kPadding;
@@ -271,8 +271,9 @@ TEST_F(FewBytes, MoreThanFiveChannelsAreRefused)
 TEST_F(FewBytes, ATiffWithAnotherCodecIsRefused)
 {
     // Fax, the older JPEG, others of the 1990s, JPEG 2000, LERC, LZMA, Zstandard, WebP, JPEG XL; and no number at all.
-    for (const uint64_t codec : {0,     2,     3,     4,     6,     9,     10,    32766, 32771, 32809, 32908, 32909,
-                                 33003, 34661, 34676, 34677, 34712, 34887, 34925, 50000, 50001, 50002, 65535}) {
+    for (const unsigned codec :
+         {0U,     2U,     3U,     4U,     6U,     9U,     10U,    32766U, 32771U, 32809U, 32908U, 32909U,
+          33003U, 34661U, 34676U, 34677U, 34712U, 34887U, 34925U, 50000U, 50001U, 50002U, 65535U}) {
         for (const bool bigTiff : {false, true}) {
             for (const bool bigEndian : {false, true}) {
                 sTiff tiff;
@@ -331,7 +332,7 @@ TEST_F(FewBytes, RowsThatAreNotThereTakeNoMemory)
 {
     sTiff tiff;
     tiff.fPadding = kPadding;
-    for (const uint64_t codec : {1, 5, 8, 32773}) {
+    for (const uint64_t codec : {1U, 5U, 8U, 32773U}) {
         tiff.fCodec = codec;
         ExpectRefusal(Tiff(tiff), "damaged or cut short");
     }
