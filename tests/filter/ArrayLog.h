@@ -14,6 +14,8 @@ struct sArray
     void* fBlock;
     size_t fBytes;
     int fReleased; ///< how many arrays had been given back before this one; -1: not given back
+
+    const float* Floats() const { return static_cast<const float*>(fBlock); }
 };
 
 /// Logs for as long as the object lives; one at a time.

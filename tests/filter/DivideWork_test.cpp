@@ -1,7 +1,7 @@
 #include "filter/DivideWork.h"
 
 #include "base/Cancel.h"
-#include "support/Host.h"
+#include "support/Records.h"
 
 #include <gtest/gtest.h>
 
@@ -11,13 +11,15 @@
 namespace
 {
 
+using namespace SelvaneTest;
+
 TEST(DivideWork, TheRecordBeginsWithSixteenBytesInTheGivenOrder)
 {
-    EXPECT_EQ(sizeof(TileRecord), 16u);
-    EXPECT_EQ(offsetof(TileRecord, fSlot), 0u);
-    EXPECT_EQ(offsetof(TileRecord, fReserved), 4u);
-    EXPECT_EQ(offsetof(TileRecord, fStart), 8u);
-    EXPECT_EQ(offsetof(TileRecord, fEnd), 12u);
+    EXPECT_EQ(sizeof(TileRecord), TileHeader::kBytes);
+    EXPECT_EQ(offsetof(TileRecord, fSlot), TileHeader::kSlot.fOffset);
+    EXPECT_EQ(offsetof(TileRecord, fReserved), TileHeader::kReserved.fOffset);
+    EXPECT_EQ(offsetof(TileRecord, fStart), TileHeader::kStart.fOffset);
+    EXPECT_EQ(offsetof(TileRecord, fEnd), TileHeader::kEnd.fOffset);
     EXPECT_TRUE((std::is_same_v<decltype(TileRecord::fSlot), int32_t>));
     EXPECT_TRUE((std::is_same_v<decltype(TileRecord::fStart), int32_t>));
     EXPECT_TRUE((std::is_same_v<decltype(TileRecord::fEnd), int32_t>));

@@ -3,9 +3,10 @@
 #include "filter/DivideWork.h"
 
 #include "ArrayLog.h"
-#include "DirectFilters.h"
 #include "GuardedPlane.h"
+#include "support/DirectFilters.h"
 #include "support/Host.h"
+#include "support/Records.h"
 
 #include <gtest/gtest.h>
 
@@ -32,15 +33,6 @@ tPlane Blurred(tPlane pPlane, int pWidth, int pHeight, float pSigma, int pThread
     tPlane result(pPlane.size(), -7.0f);
     cBilateral::FastGaussianBlur(pThreads, pPlane.data(), result.data(), pWidth, pHeight, pSigma);
     return result;
-}
-
-/// A field of a record.
-template <class tField>
-tField Field(const std::vector<unsigned char>& pRecord, size_t pOffset)
-{
-    tField field;
-    std::memcpy(&field, pRecord.data() + pOffset, sizeof field);
-    return field;
 }
 
 TEST(cBilateralBlur, EqualsTheDirectFormulaForWidths1To70)
@@ -264,8 +256,8 @@ TEST(cBilateralBlur, HandsOutSixRecordsWhoseEveryByteIsGiven)
     const cHostScope host;
     cBilateral::FastGaussianBlur(3, source.data(), dest.data(), 7, 4, 2.0f);
     ASSERT_EQ(host.Calls().size(), 6u);
-    const void* table = log.Arrays()[0].fBlock;
-    const void* scratch = log.Arrays()[1].fBlock;
+    const float* const table = log.Arrays()[0].Floats();
+    const float* const scratch = log.Arrays()[1].Floats();
     const float radius = 2.0f - 0.58f;
     for (size_t call = 0; call < 6; call++) {
         const bool rows = call % 2 == 0;
@@ -275,17 +267,15 @@ TEST(cBilateralBlur, HandsOutSixRecordsWhoseEveryByteIsGiven)
         EXPECT_EQ(made.fThreads, 3);
         EXPECT_EQ(made.fFunction,
                   rows ? FastGaussianBlur_Filter1_tile_threaded : FastGaussianBlur_Filter2_tile_threaded);
-        const auto put = [](std::vector<unsigned char>& pBytes, size_t pOffset, auto pValue) {
-            std::memcpy(pBytes.data() + pOffset, &pValue, sizeof pValue);
-        };
-        std::vector<unsigned char> expected(56, 0);
-        put(expected, 16, int32_t{7});
-        put(expected, 20, int32_t{4});
-        put(expected, 24, int32_t{2});
-        put(expected, 28, 2.0f - radius);
-        put(expected, 32, table);
-        put(expected, 40, rows ? (call == 0 ? static_cast<const void*>(source.data()) : dest.data()) : scratch);
-        put(expected, 48, rows ? scratch : static_cast<const void*>(dest.data()));
+        std::vector<unsigned char> expected(BlurRecord::kBytes, 0);
+        unsigned char* const record = expected.data();
+        SetField(record, BlurRecord::kWidth, 7);
+        SetField(record, BlurRecord::kHeight, 4);
+        SetField(record, BlurRecord::kRadius, 2);
+        SetField(record, BlurRecord::kEdgeFraction, 2.0f - radius);
+        SetField(record, BlurRecord::kNormalisation, table);
+        SetField(record, BlurRecord::kSource, rows ? (call == 0 ? source.data() : dest.data()) : scratch);
+        SetField(record, BlurRecord::kDest, rows ? scratch : dest.data());
         EXPECT_EQ(made.fRecord, expected) << call;
     }
 }
@@ -296,7 +286,8 @@ TEST(cBilateralBlur, RadiusAndEdgeFractionComeFromTheBranchOfSigma)
         const cHostScope host;
         float pixel = 1.0f;
         cBilateral::FastGaussianBlur(1, &pixel, &pixel, 1, 1, pSigma);
-        return std::pair(Field<int32_t>(host.Calls().at(0).fRecord, 24), Field<float>(host.Calls().at(0).fRecord, 28));
+        const unsigned char* const record = host.Calls().at(0).fRecord.data();
+        return std::pair(GetField(record, BlurRecord::kRadius), GetField(record, BlurRecord::kEdgeFraction));
     };
     EXPECT_EQ(fields(1.0f), std::pair(1, 1.0f - 0x1.ae147cp-2f)); // 0.42
     EXPECT_EQ(fields(0.01f), std::pair(1, 1.0f - 0.01f * 0x1.ae147cp-2f));
@@ -314,11 +305,12 @@ TEST(cBilateralBlur, TheNormalisationTableHoldsTheWeightsThatFallInside)
             std::vector<tPlane> tables;
             sCutting cutting;
             cutting.fBeforeCall = [&](const sDivideCall& pCall) {
-                const auto* table = Field<const float*>(pCall.fRecord, 32);
+                const unsigned char* const record = pCall.fRecord.data();
+                const float* const table = GetField(record, BlurRecord::kNormalisation);
                 const int length = tables.size() % 2 == 0 ? sides.first : sides.second;
                 EXPECT_EQ(FirstDifference({table, table + length},
-                                          DirectNormalisation(length, Field<int32_t>(pCall.fRecord, 24),
-                                                              Field<float>(pCall.fRecord, 28))),
+                                          DirectNormalisation(length, GetField(record, BlurRecord::kRadius),
+                                                              GetField(record, BlurRecord::kEdgeFraction))),
                           -1)
                     << sides.first << " x " << sides.second << ", sigma " << sigma;
                 tables.emplace_back(table, table + length);
@@ -364,24 +356,22 @@ TEST(cBilateralBlur, TileEntriesReadTheirRecordWhereverItLies)
     tPlane source = Noise(Count(6, 5), 0.0f, 1.0f);
     tPlane table = DirectNormalisation(6, 1, 0.5f);
     tPlane dest(source.size(), 0.0f);
-    std::vector<unsigned char> bytes(57);
-    const auto put = [&](size_t pOffset, auto pValue) {
-        std::memcpy(bytes.data() + 1 + pOffset, &pValue, sizeof pValue);
-    };
-    put(8, int32_t{1});
-    put(12, int32_t{3});
-    put(16, int32_t{6});
-    put(20, int32_t{5});
-    put(24, int32_t{1});
-    put(28, 0.5f);
-    put(32, table.data());
-    put(40, source.data());
-    put(48, dest.data());
-    EXPECT_EQ(FastGaussianBlur_Filter1_tile_threaded(bytes.data() + 1), nullptr);
+    std::vector<unsigned char> bytes(1 + BlurRecord::kBytes);
+    unsigned char* const record = bytes.data() + 1;
+    SetField(record, TileHeader::kStart, 1);
+    SetField(record, TileHeader::kEnd, 3);
+    SetField(record, BlurRecord::kWidth, 6);
+    SetField(record, BlurRecord::kHeight, 5);
+    SetField(record, BlurRecord::kRadius, 1);
+    SetField(record, BlurRecord::kEdgeFraction, 0.5f);
+    SetField(record, BlurRecord::kNormalisation, table.data());
+    SetField(record, BlurRecord::kSource, source.data());
+    SetField(record, BlurRecord::kDest, dest.data());
+    EXPECT_EQ(FastGaussianBlur_Filter1_tile_threaded(record), nullptr);
     tPlane expected(source.size(), 0.0f);
     FastGaussianBlur_Filter1_tile(0, 1, 3, 6, 5, 1, 0.5f, table.data(), source.data(), expected.data());
     EXPECT_EQ(FirstDifference(dest, expected), -1);
-    EXPECT_EQ(FastGaussianBlur_Filter2_tile_threaded(bytes.data() + 1), nullptr);
+    EXPECT_EQ(FastGaussianBlur_Filter2_tile_threaded(record), nullptr);
     FastGaussianBlur_Filter2_tile(0, 1, 3, 6, 5, 1, 0.5f, table.data(), source.data(), expected.data());
     EXPECT_EQ(FirstDifference(dest, expected), -1);
 }

@@ -3,9 +3,10 @@
 #include "filter/DivideWork.h"
 
 #include "ArrayLog.h"
-#include "DirectFilters.h"
 #include "GuardedPlane.h"
+#include "support/DirectFilters.h"
 #include "support/Host.h"
+#include "support/Records.h"
 
 #include <gtest/gtest.h>
 
@@ -27,14 +28,6 @@ size_t Count(int pWidth, int pHeight)
     return static_cast<size_t>(pWidth) * static_cast<size_t>(pHeight);
 }
 
-template <class tField>
-tField Field(const std::vector<unsigned char>& pRecord, size_t pOffset)
-{
-    tField field;
-    std::memcpy(&field, pRecord.data() + pOffset, sizeof field);
-    return field;
-}
-
 /// What the filter computed, seen through its record before it was dropped.
 struct sSeen
 {
@@ -53,12 +46,13 @@ sSeen Seen(tPlane pInput, int pWidth, int pHeight, float pSigmaSpace, float pSig
     std::vector<unsigned char> record;
     pCutting.fBeforeCall = [&](const sDivideCall& pCall) { record = pCall.fRecord; };
     pCutting.fAfterCall = [&] {
-        seen.fKernelSize = Field<int32_t>(record, 24);
-        seen.fLimit = Field<float>(record, 28);
-        seen.fScale = Field<float>(record, 32);
-        const auto* table = Field<const float*>(record, 48);
-        const auto* kernel = Field<const float*>(record, 56);
-        const auto* result = Field<const float*>(record, 64);
+        using namespace ReferenceRecord;
+        seen.fKernelSize = GetField(record.data(), kKernelSize);
+        seen.fLimit = GetField(record.data(), kLimit);
+        seen.fScale = GetField(record.data(), kScale);
+        const float* const table = GetField(record.data(), kRangeTable);
+        const float* const kernel = GetField(record.data(), kKernel);
+        const float* const result = GetField(record.data(), kResult);
         seen.fTable.assign(table, table + 256);
         seen.fKernel.assign(kernel, kernel + std::max(0, seen.fKernelSize) * std::max(0, seen.fKernelSize));
         seen.fResult.assign(result, result + pInput.size());
@@ -209,19 +203,17 @@ TEST(cBilateralRef, HandsOutARecordWhoseEveryByteIsGiven)
     EXPECT_EQ(call.fThreads, 7);
     EXPECT_EQ(call.fFunction, Filter_Ref_Process_tile_threaded);
     const float limit = static_cast<float>(std::sqrt(0.25 * 0.25 * 9.2103403719761818));
-    std::vector<unsigned char> expected(72, 0);
-    const auto put = [&](size_t pOffset, auto pValue) {
-        std::memcpy(expected.data() + pOffset, &pValue, sizeof pValue);
-    };
-    put(16, int32_t{6});
-    put(20, int32_t{5});
-    put(24, int32_t{5});
-    put(28, limit);
-    put(32, 255.0f / limit);
-    put(40, input.data());
-    put(48, log.Arrays().at(1).fBlock);
-    put(56, log.Arrays().at(0).fBlock);
-    put(64, log.Arrays().at(2).fBlock);
+    std::vector<unsigned char> expected(ReferenceRecord::kBytes, 0);
+    unsigned char* const record = expected.data();
+    SetField(record, ReferenceRecord::kWidth, 6);
+    SetField(record, ReferenceRecord::kHeight, 5);
+    SetField(record, ReferenceRecord::kKernelSize, 5);
+    SetField(record, ReferenceRecord::kLimit, limit);
+    SetField(record, ReferenceRecord::kScale, 255.0f / limit);
+    SetField(record, ReferenceRecord::kInput, input.data());
+    SetField(record, ReferenceRecord::kRangeTable, log.Arrays().at(1).Floats());
+    SetField(record, ReferenceRecord::kKernel, log.Arrays().at(0).Floats());
+    SetField(record, ReferenceRecord::kResult, log.Arrays().at(2).Floats());
     EXPECT_EQ(call.fRecord, expected);
 }
 
@@ -342,22 +334,20 @@ TEST(cBilateralRef, TheTileEntryReadsItsRecordWhereverItLies)
     tPlane input = Noise(Count(6, 5), 0.0f, 1.0f);
     sDirectReference direct = DirectReference(input, 6, 5, 1.0f, 0.6f);
     tPlane result(input.size(), 7.0f);
-    std::vector<unsigned char> bytes(73);
-    const auto put = [&](size_t pOffset, auto pValue) {
-        std::memcpy(bytes.data() + 1 + pOffset, &pValue, sizeof pValue);
-    };
-    put(8, int32_t{0});
-    put(12, int32_t{5});
-    put(16, int32_t{6});
-    put(20, int32_t{5});
-    put(24, int32_t{direct.fKernelSize});
-    put(28, direct.fLimit);
-    put(32, 255.0f / direct.fLimit);
-    put(40, input.data());
-    put(48, direct.fTable.data());
-    put(56, direct.fKernel.data());
-    put(64, result.data());
-    EXPECT_EQ(Filter_Ref_Process_tile_threaded(bytes.data() + 1), nullptr);
+    std::vector<unsigned char> bytes(1 + ReferenceRecord::kBytes);
+    unsigned char* const record = bytes.data() + 1;
+    SetField(record, TileHeader::kStart, 0);
+    SetField(record, TileHeader::kEnd, 5);
+    SetField(record, ReferenceRecord::kWidth, 6);
+    SetField(record, ReferenceRecord::kHeight, 5);
+    SetField(record, ReferenceRecord::kKernelSize, direct.fKernelSize);
+    SetField(record, ReferenceRecord::kLimit, direct.fLimit);
+    SetField(record, ReferenceRecord::kScale, 255.0f / direct.fLimit);
+    SetField(record, ReferenceRecord::kInput, input.data());
+    SetField(record, ReferenceRecord::kRangeTable, direct.fTable.data());
+    SetField(record, ReferenceRecord::kKernel, direct.fKernel.data());
+    SetField(record, ReferenceRecord::kResult, result.data());
+    EXPECT_EQ(Filter_Ref_Process_tile_threaded(record), nullptr);
     EXPECT_EQ(FirstDifference(result, direct.fResult), -1);
 }
 

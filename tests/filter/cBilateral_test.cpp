@@ -3,9 +3,10 @@
 #include "filter/DivideWork.h"
 
 #include "ArrayLog.h"
-#include "DirectFilters.h"
 #include "GuardedPlane.h"
+#include "support/DirectFilters.h"
 #include "support/Host.h"
+#include "support/Records.h"
 
 #include <gtest/gtest.h>
 
@@ -29,14 +30,6 @@ size_t Count(int pWidth, int pHeight)
     return static_cast<size_t>(pWidth) * static_cast<size_t>(pHeight);
 }
 
-template <class tField>
-tField Field(const std::vector<unsigned char>& pRecord, size_t pOffset)
-{
-    tField field;
-    std::memcpy(&field, pRecord.data() + pOffset, sizeof field);
-    return field;
-}
-
 /// Runs the filter on planes that it may not have.
 void Filter(float* pInput, float* pOutput, const sFast& pArguments, int pThreads = 1)
 {
@@ -57,27 +50,34 @@ tPlane Filtered(tPlane pInput, const sFast& pArguments, int pThreads = 1)
     return output;
 }
 
-/// The result and the grid that was sliced are those of the direct formula.
+/// Result, grid that was sliced and the choice of the plane that was read are those of the direct formula.
 void ExpectDirect(const tPlane& pInput, const sFast& pArguments)
 {
-    tPlane directGrid;
-    const tPlane direct = DirectFast(pInput, pArguments, &directGrid);
+    const sDirectFast direct = DirectFast(pInput, pArguments);
+    tPlane input = pInput;
+    tPlane output(pInput.size(), -7.0f);
     tPlane grid;
+    bool ownPlane = false;
     sCutting cutting;
     cutting.fBeforeCall = [&](const sDivideCall& pCall) {
-        const auto* cells = Field<const float*>(pCall.fRecord, 48);
-        if (pCall.fRecord.size() == 72) grid.assign(cells, cells + directGrid.size());
+        if (pCall.fFunction != Filter_Fast_Interpolate_tile_threaded) return;
+        const float* const cells = GetField(pCall.fRecord.data(), SliceRecord::kGrid);
+        grid.assign(cells, cells + direct.fGrid.size());
+        ownPlane = GetField(pCall.fRecord.data(), SliceRecord::kInput) != input.data();
     };
     const cHostScope host(cutting);
-    EXPECT_EQ(FirstDifference(Filtered(pInput, pArguments), direct), -1)
+    Filter(input.data(), output.data(), pArguments);
+    EXPECT_EQ(FirstDifference(input, pInput), -1) << "the input changed";
+    EXPECT_EQ(ownPlane, direct.fOwnPlane);
+    EXPECT_EQ(FirstDifference(output, direct.fResult), -1)
         << pArguments.fWidth << " x " << pArguments.fHeight << ", s " << pArguments.fSpace << ", r "
         << pArguments.fRange << ", " << pArguments.fMin << " to " << pArguments.fMax << ", blur " << pArguments.fBlur
         << ", wrap " << pArguments.fWrap;
-    EXPECT_EQ(FirstDifference(grid, directGrid), -1) << "grid of " << pArguments.fWidth << " x " << pArguments.fHeight
-                                                     << ", s " << pArguments.fSpace << ", wrap " << pArguments.fWrap;
+    EXPECT_EQ(FirstDifference(grid, direct.fGrid), -1) << "grid of " << pArguments.fWidth << " x " << pArguments.fHeight
+                                                       << ", s " << pArguments.fSpace << ", wrap " << pArguments.fWrap;
 }
 
-/// Whether the call is refused before anything is taken, looked at or started.
+/// Whether the call is refused before anything is taken, looked at or started. The direct formula agrees.
 bool IsRefused(const sFast& pArguments)
 {
     const cArrayLog log;
@@ -89,11 +89,13 @@ bool IsRefused(const sFast& pArguments)
                                 pArguments.fSpace, pArguments.fRange, pArguments.fMin, pArguments.fMax,
                                 pArguments.fBlur, pArguments.fWrap);
     } catch (const std::bad_array_new_length&) {
+        EXPECT_TRUE(DirectRefusal(pArguments));
         EXPECT_TRUE(log.Arrays().empty());
         EXPECT_FALSE(cancelled);
         EXPECT_TRUE(host.Calls().empty());
         return true;
     }
+    EXPECT_FALSE(DirectRefusal(pArguments));
     EXPECT_TRUE(cancelled);
     EXPECT_EQ(log.Held(), 0);
     return false;
@@ -105,7 +107,7 @@ const float* SlicedInput(float* pInput, const sFast& pArguments)
     const cHostScope host;
     tPlane output(Count(pArguments.fWidth, pArguments.fHeight));
     Filter(pInput, output.data(), pArguments);
-    return Field<const float*>(host.Calls().at(0).fRecord, 56);
+    return GetField(host.Calls().at(0).fRecord.data(), SliceRecord::kInput);
 }
 
 // ---- The formula -------------------------------------------------------------------------------------------------
@@ -154,8 +156,9 @@ TEST(cBilateral, TheClosingSigmaScalesWithTheLongerSide)
         ASSERT_EQ(host.Calls().size(), 7u);
         const float sigma = (250.0f * 0x1.5d867cp-12f) * 30.0f; // 1 / 3000
         const float radius = sigma - 0x1.28f5c2p-1f;            // 0.58
-        EXPECT_EQ(Field<int32_t>(host.Calls()[1].fRecord, 24), static_cast<int32_t>(std::ceil(radius)));
-        EXPECT_EQ(Field<float>(host.Calls()[1].fRecord, 28), std::ceil(radius) - radius);
+        const unsigned char* const record = host.Calls()[1].fRecord.data();
+        EXPECT_EQ(GetField(record, BlurRecord::kRadius), static_cast<int32_t>(std::ceil(radius)));
+        EXPECT_EQ(GetField(record, BlurRecord::kEdgeFraction), std::ceil(radius) - radius);
     }
 }
 
@@ -163,7 +166,7 @@ TEST(cBilateral, IsTheSameForAnyCutOfTheTiles)
 {
     const sFast arguments{61, 47, 5.0f, 0.4f, -2.0f, 2.0f, 90.0f, true};
     const tPlane plane = Noise(Count(61, 47), -2.0f, 2.0f);
-    const tPlane expected = DirectFast(plane, arguments);
+    const tPlane expected = DirectFast(plane, arguments).fResult;
     for (int threads = 0; threads <= 8; threads++)
         for (const int tiles : {1, 3, 16, 100}) {
             sCutting cutting;
@@ -200,7 +203,7 @@ TEST(cBilateral, TheInputMayBeTheOutput)
 {
     const sFast arguments{300, 20, 9.0f, 0.4f, -2.0f, 2.0f, 5.0f};
     tPlane plane = Noise(Count(300, 20), -2.0f, 2.0f);
-    const tPlane expected = DirectFast(plane, arguments);
+    const tPlane expected = DirectFast(plane, arguments).fResult;
     Filter(plane.data(), plane.data(), arguments);
     EXPECT_EQ(FirstDifference(plane, expected), -1);
 }
@@ -212,8 +215,7 @@ TEST(cBilateral, WeightsStopGrowingWhereFloatsStopCounting)
     const tPlane plane(Count(4200, 4200), 1.75f);
     const tPlane result = Filtered(plane, arguments);
     EXPECT_GT(result[0], 1.76f);
-    const tPlane some(plane.begin(), plane.begin() + 4200);
-    EXPECT_EQ(FirstDifference(result.data(), DirectFast(plane, arguments).data(), 4200), -1);
+    EXPECT_EQ(FirstDifference(result.data(), DirectFast(plane, arguments).fResult.data(), 4200), -1);
 }
 
 TEST(cBilateral, PlacesBeyondTheExactFloatsAreRounded)
@@ -260,7 +262,8 @@ TEST(cBilateral, NarrowTallWrappedPicturesReadTheRowAboveAndSkipWhatLiesBeforeTh
                 const cGuardedPlane input(plane, atTheEnd);
                 const cGuardedPlane output(tPlane(plane.size()), atTheEnd);
                 Filter(input.Floats(), output.Floats(), arguments);
-                EXPECT_EQ(FirstDifference(output.Floats(), DirectFast(plane, arguments).data(), plane.size()), -1)
+                EXPECT_EQ(FirstDifference(output.Floats(), DirectFast(plane, arguments).fResult.data(), plane.size()),
+                          -1)
                     << width << " " << space;
             }
 }
@@ -369,8 +372,8 @@ TEST(cBilateral, SamplesThatLeaveTheGridCountAsTheNearerEnd)
             counted[at] = stray < 0.0f ? 0.0f : 2.0f;
         }
         const tPlane result = Filtered(plane, arguments);
-        EXPECT_EQ(FirstDifference(result, DirectFast(counted, arguments)), -1) << stray;
-        EXPECT_EQ(FirstDifference(result, DirectFast(plane, arguments)), -1) << stray;
+        EXPECT_EQ(FirstDifference(result, DirectFast(counted, arguments).fResult), -1) << stray;
+        EXPECT_EQ(FirstDifference(result, DirectFast(plane, arguments).fResult), -1) << stray;
         EXPECT_NE(SlicedInput(plane.data(), arguments), plane.data()) << stray;
     }
 }
@@ -386,7 +389,7 @@ TEST(cBilateral, SamplesOutsideTheRangeWhoseCellsLieInTheGridAreNotTouched)
         ExpectDirect(plane, arguments);
         tPlane end = plane;
         end[100] = outside < 0.0f ? 0.0f : 2.0f;
-        EXPECT_NE(FirstDifference(Filtered(plane, arguments), DirectFast(end, arguments)), -1) << outside;
+        EXPECT_NE(FirstDifference(Filtered(plane, arguments), DirectFast(end, arguments).fResult), -1) << outside;
     }
 }
 
@@ -414,8 +417,8 @@ TEST(cBilateral, WithoutARangeStraySamplesCountAsTheMinimum)
         tPlane counted = plane;
         counted[3] = counted[77] = 1.0f;
         const tPlane result = Filtered(plane, arguments);
-        EXPECT_EQ(FirstDifference(result, DirectFast(counted, arguments)), -1) << top;
-        EXPECT_EQ(FirstDifference(result, DirectFast(plane, arguments)), -1) << top;
+        EXPECT_EQ(FirstDifference(result, DirectFast(counted, arguments).fResult), -1) << top;
+        EXPECT_EQ(FirstDifference(result, DirectFast(plane, arguments).fResult), -1) << top;
     }
 }
 
@@ -490,7 +493,7 @@ TEST(cBilateral, ThePlaneOfItsOwnIsOnlyTakenWhenNeededAndGivenBack)
     ASSERT_EQ(log.Arrays().size(), 3u);
     EXPECT_EQ(log.Arrays()[2].fBytes, 120 * sizeof(float));
     EXPECT_EQ(log.Held(), 0);
-    EXPECT_EQ(Field<const void*>(host.Calls().at(0).fRecord, 56), log.Arrays()[2].fBlock);
+    EXPECT_EQ(GetField(host.Calls().at(0).fRecord.data(), SliceRecord::kInput), log.Arrays()[2].Floats());
 }
 
 TEST(cBilateral, OddRangesAndSamplingsEndWithoutHarm)
@@ -563,7 +566,7 @@ TEST(cBilateral, CancellingLaterHasNoEffect)
                             false);
     EXPECT_FALSE(cancelled);
     EXPECT_EQ(host.Calls().size(), 7u);
-    EXPECT_EQ(FirstDifference(output, DirectFast(input, arguments)), -1);
+    EXPECT_EQ(FirstDifference(output, DirectFast(input, arguments).fResult), -1);
 }
 
 /// Floats of the two grids that a call takes.
@@ -637,7 +640,8 @@ TEST(cBilateral, TouchesNothingBesideItsPlanes)
                 const cGuardedPlane input(plane, atTheEnd);
                 const cGuardedPlane output(tPlane(plane.size()), atTheEnd);
                 Filter(input.Floats(), output.Floats(), arguments);
-                EXPECT_EQ(FirstDifference(output.Floats(), DirectFast(plane, arguments).data(), plane.size()), -1);
+                EXPECT_EQ(FirstDifference(output.Floats(), DirectFast(plane, arguments).fResult.data(), plane.size()),
+                          -1);
             }
 }
 
@@ -656,20 +660,18 @@ TEST(cBilateral, HandsOutARecordWhoseEveryByteIsGiven)
     EXPECT_EQ(call.fEnd, 6);
     EXPECT_EQ(call.fThreads, 5);
     EXPECT_EQ(call.fFunction, Filter_Fast_Interpolate_tile_threaded);
-    std::vector<unsigned char> expected(72, 0);
-    const auto put = [&](size_t pOffset, auto pValue) {
-        std::memcpy(expected.data() + pOffset, &pValue, sizeof pValue);
-    };
-    put(16, int32_t{20});
-    put(20, 4.0f);
-    put(24, 0.5f);
-    put(28, -1.0f);
-    put(32, int32_t{3});
-    put(36, int32_t{12});
-    put(40, int32_t{8});
-    put(48, log.Arrays().at(0).fBlock);
-    put(56, input.data());
-    put(64, output.data());
+    std::vector<unsigned char> expected(SliceRecord::kBytes, 0);
+    unsigned char* const record = expected.data();
+    SetField(record, SliceRecord::kWidth, 20);
+    SetField(record, SliceRecord::kSpaceSampling, 4.0f);
+    SetField(record, SliceRecord::kRangeSampling, 0.5f);
+    SetField(record, SliceRecord::kRangeMin, -1.0f);
+    SetField(record, SliceRecord::kMargin, 3);
+    SetField(record, SliceRecord::kCellsX, 12);
+    SetField(record, SliceRecord::kCellsY, 8);
+    SetField(record, SliceRecord::kGrid, log.Arrays().at(0).Floats());
+    SetField(record, SliceRecord::kInput, input.data());
+    SetField(record, SliceRecord::kOutput, output.data());
     EXPECT_EQ(call.fRecord, expected);
 }
 
@@ -682,7 +684,7 @@ TEST(cBilateral, TheGridHoldsTheQuotientsWhenItIsSliced)
     tPlane grid;
     sCutting cutting;
     cutting.fBeforeCall = [&](const sDivideCall& pCall) {
-        const auto* cells = Field<const float*>(pCall.fRecord, 48);
+        const float* const cells = GetField(pCall.fRecord.data(), SliceRecord::kGrid);
         grid.assign(cells, cells + 7 * 7 * 11 * 2);
     };
     const cHostScope host(cutting);
@@ -711,8 +713,8 @@ TEST(cBilateral, ATileEqualsTheDirectFormulaForWidths1To70)
                                          input.data(), output.data());
             for (int y = 0; y < 9; y++) {
                 const auto row = input.begin() + static_cast<ptrdiff_t>(y) * width;
-                const tPlane expected = y >= start && y < end ? DirectSlice(grid.data(), 30, 12, margin, 2.7f, 0.6f,
-                                                                            1.0f, y, tPlane(row, row + width))
+                const tPlane expected = y >= start && y < end ? DirectSlice(grid, 30, 12, margin, 2.7f, 0.6f, 1.0f, y,
+                                                                            tPlane(row, row + width))
                                                               : tPlane(static_cast<size_t>(width), -9.0f);
                 EXPECT_EQ(FirstDifference(output.data() + static_cast<ptrdiff_t>(y) * width, expected.data(),
                                           expected.size()),
@@ -745,23 +747,21 @@ TEST(cBilateral, TheTileEntryReadsItsRecordWhereverItLies)
     tPlane output(input.size(), 7.0f);
     tPlane expected = output;
     Filter_Fast_Interpolate_tile(0, 1, 3, 4, 3.0f, 1.5f, 0.25f, 3, 7, 7, grid.data(), input.data(), expected.data());
-    std::vector<unsigned char> bytes(73);
-    const auto put = [&](size_t pOffset, auto pValue) {
-        std::memcpy(bytes.data() + 1 + pOffset, &pValue, sizeof pValue);
-    };
-    put(8, int32_t{1});
-    put(12, int32_t{3});
-    put(16, int32_t{4});
-    put(20, 3.0f);
-    put(24, 1.5f);
-    put(28, 0.25f);
-    put(32, int32_t{3});
-    put(36, int32_t{7});
-    put(40, int32_t{7});
-    put(48, grid.data());
-    put(56, input.data());
-    put(64, output.data());
-    EXPECT_EQ(Filter_Fast_Interpolate_tile_threaded(bytes.data() + 1), nullptr);
+    std::vector<unsigned char> bytes(1 + SliceRecord::kBytes);
+    unsigned char* const record = bytes.data() + 1;
+    SetField(record, TileHeader::kStart, 1);
+    SetField(record, TileHeader::kEnd, 3);
+    SetField(record, SliceRecord::kWidth, 4);
+    SetField(record, SliceRecord::kSpaceSampling, 3.0f);
+    SetField(record, SliceRecord::kRangeSampling, 1.5f);
+    SetField(record, SliceRecord::kRangeMin, 0.25f);
+    SetField(record, SliceRecord::kMargin, 3);
+    SetField(record, SliceRecord::kCellsX, 7);
+    SetField(record, SliceRecord::kCellsY, 7);
+    SetField(record, SliceRecord::kGrid, grid.data());
+    SetField(record, SliceRecord::kInput, input.data());
+    SetField(record, SliceRecord::kOutput, output.data());
+    EXPECT_EQ(Filter_Fast_Interpolate_tile_threaded(record), nullptr);
     EXPECT_EQ(FirstDifference(output, expected), -1);
     EXPECT_EQ(output[0], 7.0f);
 }

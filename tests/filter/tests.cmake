@@ -4,5 +4,5 @@ selvane_test(filter
   cBilateral_Ref_test.cpp
   DivideWork_test.cpp
   ArrayLog.cpp
-  DirectFilters.cpp
 )
+target_link_libraries(selvane_tests_filter PRIVATE selvane_test_direct)

@@ -1,7 +1,8 @@
 #include "twin/ReferenceRoad.h"
 
-#include "twin/ReferenceFilter.h"
-#include "twin/ReferenceNumbers.h"
+#include "support/DirectFilters.h"
+#include "support/Records.h"
+#include "support/ReferenceNumbers.h"
 #include "twin/ReferenceTables.h"
 
 #include <cmath>
@@ -11,11 +12,22 @@
 #include <limits>
 #include <new>
 
+// Named in the calls that the twin expects, and never called here.
+namespace Vornik
+{
+
+void* CalcMinMaxLog_tile_threaded(void* pRecord);
+void* Filter_Fast_Interpolate_tile_threaded(void* pRecord);
+
+} // namespace Vornik
+
 namespace SelvaneTwin
 {
 
 namespace
 {
+
+using namespace SelvaneTest;
 
 const double kLn10 = 2.302585092994046;
 const double kInv65535 = 1.5259021896696422e-05;
@@ -270,22 +282,17 @@ void Pack(sState& pState)
     }
 }
 
-void PutInt(std::vector<unsigned char>& pRecord, size_t pOffset, std::int32_t pValue)
-{
-    std::memcpy(pRecord.data() + pOffset, &pValue, 4);
-}
-
-void PutFloat(std::vector<unsigned char>& pRecord, size_t pOffset, float pValue)
-{
-    std::memcpy(pRecord.data() + pOffset, &pValue, 4);
-}
-
 sExpectedDivide MinMaxLogCall(const sState& pState, float pFloor)
 {
-    sExpectedDivide call{
-        0, pState.image.height, pState.threads, std::vector<unsigned char>(80), {16, 24, 40, 48, 56, 64}};
-    PutInt(call.fRecord, 32, pState.image.width);
-    PutFloat(call.fRecord, 72, pFloor);
+    using namespace MinMaxRecord;
+    sExpectedDivide call{0,
+                         pState.image.height,
+                         pState.threads,
+                         &Vornik::CalcMinMaxLog_tile_threaded,
+                         std::vector<unsigned char>(kBytes),
+                         OffsetsOf(kPicture, kLogLuminance, kCancel, kCancelled, kSlotMin, kSlotMax)};
+    SetField(call.fRecord.data(), kWidth, pState.image.width);
+    SetField(call.fRecord.data(), kFloor, pFloor);
     return call;
 }
 
@@ -317,10 +324,10 @@ void TakeLogarithms(sState& pState)
     pState.logMinY = ::log10f(pState.minY);
 }
 
-/// The compact picture is cut into blocks of 0xA00000 bytes, and a row of 14 bytes a pixel must fit into one.
+/// The compact picture is cut into blocks of 0xA00000 bytes, and a row must fit into one.
 void CheckTiles(const sState& pState)
 {
-    const std::int64_t stride = ((std::int64_t(pState.image.width) + 3) & ~std::int64_t(3)) * 14;
+    const std::int64_t stride = ((std::int64_t(pState.image.width) + 3) & ~std::int64_t(3)) * YHMVPixel::kBytes;
     if (stride > 0xA00000)
         throw sThrown{
             ErrorLine("Scanline width exceeds max tile size.", "cInvalidOperationException", "Invalid Operation Error",
@@ -337,7 +344,7 @@ void Prepare(sState& pState)
 // ---- Phase 1
 // ----------------------------------------------------------------------------------------------------------
 
-sFilterInput FilterInput(sState& pState)
+sFast FilterArguments(sState& pState)
 {
     const float size = pState.parameters.spatialSize;
     float t = 0.0f;
@@ -353,39 +360,52 @@ sFilterInput FilterInput(sState& pState)
     const float m = float(width > height ? width : height);
     const float space = t * (m * 0.001f);
     const float range = std::fma(pState.parameters.rangeSize, 0.002f, 0.2f);
-    return {&pState.logLuminance, width, height, space, range, pState.logMinY, pState.logMaxY, pState.parameters.wrap};
+    return {width, height, space, range, pState.logMinY, pState.logMaxY, 0.0f, pState.parameters.wrap};
 }
 
-sExpectedDivide SliceCall(const sState& pState, const sFilterInput& pInput)
+sExpectedDivide SliceCall(const sState& pState, const sFast& pArguments)
 {
-    sExpectedDivide call{0, pInput.height, pState.threads, std::vector<unsigned char>(72), {48, 56, 64}};
-    const sGridShape shape = MeasureGrid(pInput);
-    PutInt(call.fRecord, 16, pInput.width);
-    PutFloat(call.fRecord, 20, pInput.space);
-    PutFloat(call.fRecord, 24, pInput.range);
-    PutFloat(call.fRecord, 28, pInput.rangeMin);
-    PutInt(call.fRecord, 32, 3);
-    PutInt(call.fRecord, 36, std::int32_t(shape.x));
-    PutInt(call.fRecord, 40, std::int32_t(shape.y));
+    using namespace SliceRecord;
+    sExpectedDivide call{0,
+                         pArguments.fHeight,
+                         pState.threads,
+                         &Vornik::Filter_Fast_Interpolate_tile_threaded,
+                         std::vector<unsigned char>(kBytes),
+                         OffsetsOf(kGrid, kInput, kOutput)};
+    const sGridShape shape = DirectShape(pArguments);
+    unsigned char* const record = call.fRecord.data();
+    SetField(record, kWidth, pArguments.fWidth);
+    SetField(record, kSpaceSampling, pArguments.fSpace);
+    SetField(record, kRangeSampling, pArguments.fRange);
+    SetField(record, kRangeMin, pArguments.fMin);
+    SetField(record, kMargin, 3);
+    SetField(record, kCellsX, std::int32_t(shape.fX));
+    SetField(record, kCellsY, std::int32_t(shape.fY));
     return call;
+}
+
+/// Whether the filter would take longer than the caller waits.
+bool IsTooLarge(const sState& pState, const sFast& pArguments)
+{
+    const std::int64_t wrapped = pArguments.fWrap ? std::int64_t(6.0f * pArguments.fSpace) : 0;
+    return DirectShape(pArguments).Cells() > pState.largestGrid ||
+           (wrapped + pArguments.fWidth) * pArguments.fHeight > pState.largestGrid;
 }
 
 void SplitLayers(sState& pState)
 {
-    const sFilterInput input = FilterInput(pState);
-    if (IsRefused(input)) throw std::bad_array_new_length();
-    const std::int64_t columns = input.wrap ? std::int64_t(6.0f * input.space) + input.width : input.width;
-    if (MeasureGrid(input).Floats() / 2 > pState.largestGrid || columns * input.height > pState.largestGrid)
-        throw sTooLarge{};
-    const sFilterResult result = Filter(input);
-    pState.base = result.plane;
-    pState.road.fDivides.push_back(SliceCall(pState, input));
-    pState.road.fFilterOwnPlane = result.ownPlane;
-    if (input.wrap) pState.Met(eRuleWrap);
-    if (result.ownPlane) pState.Met(eRuleOwnPlane);
-    pState.road.fMet[eRuleWrapBorrowed] += result.borrowedSamples;
-    pState.road.fMet[eRuleWrapSkipped] += result.skippedSamples;
-    pState.road.fMet[eRuleEmptyCell] += result.emptyCells;
+    const sFast arguments = FilterArguments(pState);
+    if (DirectRefusal(arguments)) throw std::bad_array_new_length();
+    if (IsTooLarge(pState, arguments)) throw sTooLarge{};
+    const sDirectFast direct = DirectFast(pState.logLuminance, arguments);
+    pState.base = direct.fResult;
+    pState.road.fDivides.push_back(SliceCall(pState, arguments));
+    pState.road.fFilterOwnPlane = direct.fOwnPlane;
+    if (arguments.fWrap) pState.Met(eRuleWrap);
+    if (direct.fOwnPlane) pState.Met(eRuleOwnPlane);
+    pState.road.fMet[eRuleWrapBorrowed] += direct.fBorrowedSamples;
+    pState.road.fMet[eRuleWrapSkipped] += direct.fSkippedSamples;
+    pState.road.fMet[eRuleEmptyCell] += direct.fEmptyCells;
 }
 
 void MeasureLayers(sState& pState)

@@ -96,6 +96,7 @@ struct sExpectedDivide
     int fStart;
     int fEnd;
     int fThreads;
+    void* (*fFunction)(void*);
     std::vector<unsigned char> fRecord;
     std::vector<size_t> fPointers;
 };

@@ -1,6 +1,6 @@
 #include "twin/ReferenceTables.h"
 
-#include "twin/ReferenceNumbers.h"
+#include "support/ReferenceNumbers.h"
 
 #include <cmath>
 
@@ -11,6 +11,8 @@ namespace SelvaneTwin
 
 namespace
 {
+
+using namespace SelvaneTest;
 
 struct sMatrixD
 {

@@ -1,5 +1,4 @@
-#include "twin/ReferenceFilter.h"
-#include "twin/ReferenceNumbers.h"
+#include "support/DirectFilters.h"
 #include "twin/ReferenceRoad.h"
 #include "twin/ReferenceTables.h"
 
@@ -11,6 +10,7 @@
 namespace
 {
 
+using namespace SelvaneTest;
 using namespace SelvaneTwin;
 
 void ExpectMatrix(const sMatrix& pMatrix, const std::array<double, 9>& pExpected)
@@ -75,14 +75,14 @@ TEST(Reference, ContrastCurveRises)
 TEST(Reference, AConstantPlaneComesBackAndAnEdgeSurvives)
 {
     std::vector<float> plane(40 * 20, -2.0f);
-    const sFilterResult flat = Filter({&plane, 40, 20, 2.0f, 0.3f, -2.0f, -2.0f, false});
-    for (const float value : flat.plane)
+    const sDirectFast flat = DirectFast(plane, {40, 20, 2.0f, 0.3f, -2.0f, -2.0f});
+    for (const float value : flat.fResult)
         ASSERT_NEAR(double(value), -2.0, 1e-5);
     for (size_t i = 0; i < plane.size(); i++)
         plane[i] = i % 40 < 20 ? -2.0f : 3.0f;
-    const sFilterResult edge = Filter({&plane, 40, 20, 2.0f, 0.3f, -2.0f, 3.0f, false});
+    const sDirectFast edge = DirectFast(plane, {40, 20, 2.0f, 0.3f, -2.0f, 3.0f});
     for (size_t i = 0; i < plane.size(); i++)
-        ASSERT_NEAR(double(edge.plane[i]), double(plane[i]), 0.2) << i;
+        ASSERT_NEAR(double(edge.fResult[i]), double(plane[i]), 0.2) << i;
 }
 
 sTmImageDesc Described(int pWidth, int pHeight, int pInputDepth, int pOutputDepth)

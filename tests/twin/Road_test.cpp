@@ -2,11 +2,12 @@
 #include "entry/vorniklib3.h"
 #include "support/Capture.h"
 #include "support/Host.h"
+#include "support/Planes.h"
+#include "support/Records.h"
 #include "twin/ReferenceRoad.h"
 #include "twin/RoadCase.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -14,17 +15,10 @@
 // The library against its slow twin, bit for bit: result, pixels, untouched bytes, sliders, the text on the standard
 // error stream and the calls of DivideWork.
 
-namespace Vornik
-{
-
-void* CalcMinMaxLog_tile_threaded(void* pRecord);
-void* Filter_Fast_Interpolate_tile_threaded(void* pRecord);
-
-} // namespace Vornik
-
 namespace
 {
 
+using namespace SelvaneTest;
 using namespace SelvaneTwin;
 
 /// What one side did.
@@ -35,7 +29,7 @@ struct sOutcome
     std::string text;
     sTmSliders sliders{};
     std::vector<unsigned char> output;
-    std::vector<SelvaneTest::sDivideCall> calls;
+    std::vector<sDivideCall> calls;
 };
 
 std::vector<unsigned char> Prefilled(size_t pSize)
@@ -51,8 +45,8 @@ sOutcome RunLibrary(const sCase& pCase)
     sOutcome outcome;
     outcome.sliders = pCase.fSliders;
     outcome.output = Prefilled(pCase.fOutputSize);
-    const SelvaneTest::cHostScope host(pCase.fCutting);
-    outcome.text = SelvaneTest::CaptureStderr([&] {
+    const cHostScope host(pCase.fCutting);
+    outcome.text = CaptureStderr([&] {
         try {
             outcome.result =
                 cpp_tm_selvane(&pCase.fImage, &pCase.fRun, pCase.fSpace, &outcome.sliders,
@@ -105,11 +99,6 @@ std::string WithoutSignOfNaN(std::string pText)
     return pText;
 }
 
-bool SameFloat(float pA, float pB)
-{
-    return std::memcmp(&pA, &pB, sizeof pA) == 0 || (std::isnan(pA) && std::isnan(pB));
-}
-
 bool SameSliders(sTmSliders pA, sTmSliders pB)
 {
     if (!SameFloat(pA.blackPoint, pB.blackPoint) || !SameFloat(pA.whitePoint, pB.whitePoint)) return false;
@@ -130,20 +119,14 @@ std::string OutputDifference(const sCase& pCase, const sExpected& pExpected, con
     return "";
 }
 
-std::uint64_t PointerAt(const SelvaneTest::sDivideCall& pCall, size_t pOffset)
-{
-    std::uint64_t pointer = 0;
-    std::memcpy(&pointer, pCall.fRecord.data() + pOffset, sizeof pointer);
-    return pointer;
-}
-
-std::string RecordDifference(const sExpectedDivide& pExpected, const SelvaneTest::sDivideCall& pCall)
+std::string RecordDifference(const sExpectedDivide& pExpected, const sDivideCall& pCall)
 {
     if (pExpected.fRecord.size() != pCall.fRecord.size()) return "size of a record";
     std::vector<unsigned char> bytes = pCall.fRecord;
     for (const size_t offset : pExpected.fPointers) {
-        if (PointerAt(pCall, offset) == 0) return "null pointer in a record at " + std::to_string(offset);
-        std::fill_n(bytes.begin() + long(offset), 8, static_cast<unsigned char>(0));
+        const sField<const void*> pointer{offset};
+        if (GetField(bytes.data(), pointer) == nullptr) return "null pointer in a record at " + std::to_string(offset);
+        SetField(bytes.data(), pointer, nullptr);
     }
     for (size_t i = 0; i < bytes.size(); i++)
         if (bytes[i] != pExpected.fRecord[i]) return "record byte " + std::to_string(i);
@@ -156,18 +139,17 @@ std::string CallDifference(const sExpected& pExpected, const sOutcome& pOutcome)
     if (expected.size() != pOutcome.calls.size())
         return std::to_string(pOutcome.calls.size()) + " calls of DivideWork, expected " +
                std::to_string(expected.size());
-    void* (*const functions[])(void*) = {&Vornik::CalcMinMaxLog_tile_threaded,
-                                         &Vornik::Filter_Fast_Interpolate_tile_threaded};
     for (size_t i = 0; i < expected.size(); i++) {
-        const SelvaneTest::sDivideCall& call = pOutcome.calls[i];
+        const sDivideCall& call = pOutcome.calls[i];
         if (call.fStart != expected[i].fStart || call.fEnd != expected[i].fEnd) return "range of DivideWork";
         if (call.fThreads != expected[i].fThreads) return "workers of DivideWork";
-        if (call.fFunction != functions[i]) return "function of DivideWork";
+        if (call.fFunction != expected[i].fFunction) return "function of DivideWork";
         const std::string record = RecordDifference(expected[i], call);
         if (!record.empty()) return "call " + std::to_string(i) + ": " + record;
     }
     if (expected.size() == 2) {
-        const bool own = PointerAt(pOutcome.calls[1], 56) != PointerAt(pOutcome.calls[0], 24);
+        const bool own = GetField(pOutcome.calls[1].fRecord.data(), SliceRecord::kInput) !=
+                         GetField(pOutcome.calls[0].fRecord.data(), MinMaxRecord::kLogLuminance);
         if (own != pExpected.road.fFilterOwnPlane) return "input pointer of the slicing record";
     }
     return "";

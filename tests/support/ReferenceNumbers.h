@@ -1,13 +1,13 @@
-#ifndef SELVANE_TESTS_TWIN_REFERENCE_NUMBERS_H
-#define SELVANE_TESTS_TWIN_REFERENCE_NUMBERS_H
+#ifndef SELVANE_TESTS_SUPPORT_REFERENCE_NUMBERS_H
+#define SELVANE_TESTS_SUPPORT_REFERENCE_NUMBERS_H
 
-// The few number rules that the slow twin of the library stands on, written for themselves: nothing of the library is
-// used here, so that a mistake on either side shows.
+// The number rules that the slow twins of the library stand on. Nothing of the library is used here, so that a mistake
+// on either side shows.
 
 #include <cstdint>
 #include <cstring>
 
-namespace SelvaneTwin
+namespace SelvaneTest
 {
 
 /// A rounding to float that no compiler may drop: the value goes through memory.
@@ -67,6 +67,6 @@ inline float Smaller(float pA, float pB)
     return pA < pB ? pA : pB;
 }
 
-} // namespace SelvaneTwin
+} // namespace SelvaneTest
 
 #endif
