@@ -3,6 +3,7 @@
 #include "entry/Call.h"
 #include "render/cTmRenderer.h"
 #include "support/Host.h"
+#include "support/Records.h"
 
 #include <gtest/gtest.h>
 
@@ -23,6 +24,11 @@ using namespace SelvaneTest;
 namespace
 {
 
+const cBitmapXYZ32* PictureOf(const sDivideCall& pDivide)
+{
+    return static_cast<const cBitmapXYZ32*>(GetField(pDivide.fRecord.data(), MinMaxRecord::kPicture));
+}
+
 /// The XYZ picture that the entry builds, read when the first record reaches the work splitter.
 std::vector<float> XYZOf(const std::function<void()>& pRun)
 {
@@ -30,8 +36,7 @@ std::vector<float> XYZOf(const std::function<void()>& pRun)
     sCutting cutting;
     cutting.fBeforeCall = [&](const sDivideCall& pDivide) {
         if (pDivide.fFunction != &CalcMinMaxLog_tile_threaded) return;
-        cBitmapXYZ32* bitmap = nullptr;
-        std::memcpy(&bitmap, pDivide.fRecord.data() + 16, sizeof bitmap);
+        const cBitmapXYZ32* const bitmap = PictureOf(pDivide);
         for (int y = 0; y < bitmap->fHeight; y++)
             xyz.insert(xyz.end(), bitmap->fData + y * (bitmap->fStride / 4),
                        bitmap->fData + y * (bitmap->fStride / 4) + 3 * bitmap->fWidth);
@@ -183,8 +188,7 @@ void ExpectLayoutRead(const sLayout& pLayout)
         sCutting cutting;
         cutting.fBeforeCall = [&](const sDivideCall& pDivide) {
             if (pDivide.fFunction != &CalcMinMaxLog_tile_threaded) return;
-            cBitmapXYZ32* bitmap = nullptr;
-            std::memcpy(&bitmap, pDivide.fRecord.data() + 16, sizeof bitmap);
+            const cBitmapXYZ32* const bitmap = PictureOf(pDivide);
             for (int y = 0; y < height; y++)
                 xyz.insert(xyz.end(), bitmap->fData + y * (bitmap->fStride / 4),
                            bitmap->fData + y * (bitmap->fStride / 4) + 21);

@@ -6,6 +6,7 @@
 #include "filter/cBilateral.h"
 #include "render/cTmRenderer.h"
 #include "support/Host.h"
+#include "support/Records.h"
 
 #include <gtest/gtest.h>
 
@@ -164,8 +165,8 @@ sSeen SeenBy(sCall& pCall)
     sSeen seen;
     for (const sDivideCall& call : host.Calls())
         if (call.fFunction == &Filter_Fast_Interpolate_tile_threaded) {
-            std::memcpy(&seen.fSpace, call.fRecord.data() + 20, 4);
-            std::memcpy(&seen.fRange, call.fRecord.data() + 24, 4);
+            seen.fSpace = GetField(call.fRecord.data(), SliceRecord::kSpaceSampling);
+            seen.fRange = GetField(call.fRecord.data(), SliceRecord::kRangeSampling);
             seen.fThreads = call.fThreads;
         }
     return seen;

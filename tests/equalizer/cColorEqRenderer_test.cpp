@@ -584,7 +584,7 @@ TEST(EqualizerRender, ANewInputRunsBothStages)
     scene.fRenderer->Render();
     EXPECT_EQ(scope.Held(), 0); // the old records are gone
     EXPECT_EQ(scene.fRenderer->fHMV->fWidth, 12);
-    EXPECT_EQ(scene.fRenderer->fHMV->fPlanes, 5);
+    EXPECT_EQ(scene.fRenderer->fHMV->fPlanes, HMVPixel::kPlanes);
     RenderByHand(other, expected, scene.fHue, scene.fSaturation, scene.fLightness);
     EXPECT_TRUE(SameSamples(out, expected));
 }

@@ -1,6 +1,7 @@
 #include "render/Scene.h"
 #include "support/Capture.h"
 #include "support/Host.h"
+#include "support/Records.h"
 
 #include "filter/cBilateral.h"
 
@@ -35,10 +36,8 @@ sSampling SamplingOf(int pWidth, int pHeight, float pSpatialSize, float pRangeSi
     scene.Render();
     for (const sDivideCall& call : host.Calls())
         if (call.fFunction == &Filter_Fast_Interpolate_tile_threaded) {
-            sSampling sampling{};
-            std::memcpy(&sampling.fSpace, call.fRecord.data() + 20, 4);
-            std::memcpy(&sampling.fRange, call.fRecord.data() + 24, 4);
-            return sampling;
+            const unsigned char* const record = call.fRecord.data();
+            return {GetField(record, SliceRecord::kSpaceSampling), GetField(record, SliceRecord::kRangeSampling)};
         }
     return {};
 }

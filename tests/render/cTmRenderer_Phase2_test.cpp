@@ -3,6 +3,7 @@
 #include "render/Scene.h"
 #include "support/Capture.h"
 #include "support/Host.h"
+#include "support/Records.h"
 
 #include "bitmap/cBitmapU16T.h"
 
@@ -37,6 +38,17 @@ float ExponentOf(float pGlobalContrast)
     return Single(std::fma(-3.0, static_cast<double>(c), 1.0));
 }
 
+/// A pixel of the renderer's compact picture.
+const unsigned char* PixelAt(const cTmRenderer& pRenderer, int pRow, int pPixel)
+{
+    return reinterpret_cast<unsigned char*>(pRenderer.fYHMV->GetScanline(pRow)) + YHMVPixel::kBytes * pPixel;
+}
+
+float LuminanceAt(const cTmRenderer& pRenderer, int pRow, int pPixel)
+{
+    return GetField(PixelAt(pRenderer, pRow, pPixel), YHMVPixel::kLuminance);
+}
+
 /// A renderer whose state behind phase 1 a test writes by hand; only phase 2 runs.
 struct sHandMade : sScene
 {
@@ -67,12 +79,7 @@ struct sHandMade : sScene
         Render();
     }
 
-    float Luminance(int pX) const
-    {
-        float value = 0.0f;
-        std::memcpy(&value, reinterpret_cast<unsigned char*>(fRenderer->fYHMV->GetScanline(0)) + 14 * pX, sizeof value);
-        return value;
-    }
+    float Luminance(int pX) const { return LuminanceAt(*fRenderer, 0, pX); }
 };
 
 TEST(Phase2, BothTablesAreThePowersOfTen)
@@ -400,17 +407,13 @@ TEST(Phase2, ARequestIsSeenAfterTheTables)
     EXPECT_EQ(hand.Luminance(0), before);
 }
 
-/// The luminance of all pixels, from their first four bytes.
+/// The luminance of all pixels.
 std::vector<float> Luminances(const sScene& pScene)
 {
     std::vector<float> luminances;
-    for (int y = 0; y < pScene.fInput.fHeight; y++) {
-        const auto* row = reinterpret_cast<unsigned char*>(pScene.fRenderer->fYHMV->GetScanline(y));
-        for (int x = 0; x < pScene.fInput.fWidth; x++) {
-            luminances.emplace_back();
-            std::memcpy(&luminances.back(), row + 14 * x, sizeof(float));
-        }
-    }
+    for (int y = 0; y < pScene.fInput.fHeight; y++)
+        for (int x = 0; x < pScene.fInput.fWidth; x++)
+            luminances.push_back(LuminanceAt(*pScene.fRenderer, y, x));
     return luminances;
 }
 
@@ -439,15 +442,6 @@ TEST(Phase2, ARequestBehindTheTablesIsSeenBeforeTheRows)
     EXPECT_EQ(scene.Marks(), "--2F");
     EXPECT_EQ(Luminances(scene), before);
     EXPECT_EQ(scene.fRenderer->fRequestedBlack, black) << "no points";
-}
-
-/// The luminance of one pixel, from its first four bytes.
-float LuminanceAt(const cTmRenderer& pRenderer, int pRow, int pPixel)
-{
-    float luminance = 0.0f;
-    std::memcpy(&luminance, reinterpret_cast<unsigned char*>(pRenderer.fYHMV->GetScanline(pRow)) + 14 * pPixel,
-                sizeof luminance);
-    return luminance;
 }
 
 // Seven rows fit a tile here. The request comes behind the tables and is withdrawn when the row's start is asked for
@@ -508,11 +502,11 @@ TEST(Phase2, TheColourOfThePixelsSurvives)
     std::vector<unsigned char> before;
     std::vector<unsigned char> after;
     const auto colours = [&](std::vector<unsigned char>& pBytes) {
-        for (int y = 0; y < 3; y++) {
-            const auto* row = reinterpret_cast<unsigned char*>(scene.fRenderer->fYHMV->GetScanline(y));
-            for (int x = 0; x < 40; x++)
-                pBytes.insert(pBytes.end(), row + 14 * x + 4, row + 14 * x + 14);
-        }
+        for (int y = 0; y < 3; y++)
+            for (int x = 0; x < 40; x++) {
+                const unsigned char* const pixel = PixelAt(*scene.fRenderer, y, x);
+                pBytes.insert(pBytes.end(), pixel + YHMVPixel::kHue.fOffset, pixel + YHMVPixel::kBytes);
+            }
     };
     colours(before);
     scene.Mark(false, false, true, false);

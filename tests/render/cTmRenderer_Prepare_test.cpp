@@ -1,5 +1,6 @@
 #include "render/Scene.h"
 #include "support/Host.h"
+#include "support/Records.h"
 
 #include "bitmap/cBitmapU16T.h"
 #include "filter/DivideWork.h"
@@ -62,13 +63,15 @@ TEST(Preparation, TheCompactPictureIsThatOfTheEncoder)
     sScene scene(9, 5);
     scene.Mark(true, false, false, false);
     scene.Render();
-    cBitmapU16T expected(9, 5, 7);
+    cBitmapU16T expected(9, 5, YHMVPixel::kPlanes);
     bool cancel = false;
     bool cancelled = false;
     cYHMVColorSpace::XYZToYHMV(&cancel, &cancelled, &scene.fInput, &expected);
-    ASSERT_EQ(scene.fRenderer->fYHMV->fPlanes, 7);
+    ASSERT_EQ(scene.fRenderer->fYHMV->fPlanes, YHMVPixel::kPlanes);
     for (int y = 0; y < 5; y++)
-        EXPECT_EQ(std::memcmp(scene.fRenderer->fYHMV->GetScanline(y), expected.GetScanline(y), 9 * 14), 0) << y;
+        EXPECT_EQ(std::memcmp(scene.fRenderer->fYHMV->GetScanline(y), expected.GetScanline(y), 9 * YHMVPixel::kBytes),
+                  0)
+            << y;
 }
 
 TEST(Preparation, TheRecordStandsAtItsOffsetsAndIsZeroElsewhere)
@@ -84,22 +87,22 @@ TEST(Preparation, TheRecordStandsAtItsOffsetsAndIsZeroElsewhere)
     EXPECT_EQ(call.fEnd, 6);
     EXPECT_EQ(call.fThreads, 3);
     EXPECT_EQ(call.fFunction, &CalcMinMaxLog_tile_threaded);
-    ASSERT_EQ(call.fRecord.size(), 80u);
-    const auto at = [&]<class tField>(size_t pOffset, tField) {
-        tField field;
-        std::memcpy(&field, call.fRecord.data() + pOffset, sizeof field);
-        return field;
-    };
-    EXPECT_EQ(at(16, static_cast<void*>(nullptr)), &scene.fInput);
-    EXPECT_EQ(at(24, static_cast<float*>(nullptr)), scene.fRenderer->fLogLuminance);
-    EXPECT_EQ(at(32, 0), 11);
-    EXPECT_EQ(at(40, static_cast<bool*>(nullptr)), &scene.fCancel);
-    EXPECT_EQ(at(48, static_cast<bool*>(nullptr)), &scene.fCancelled);
-    EXPECT_NE(at(56, static_cast<float*>(nullptr)), nullptr);
-    EXPECT_NE(at(64, static_cast<float*>(nullptr)), nullptr);
-    EXPECT_EQ(at(72, 0u), 0x00200000u) << "2^-128";
-    for (const int i : {0, 4, 8, 12, 36, 76})
-        EXPECT_EQ(at(static_cast<size_t>(i), 0), 0) << "offset " << i;
+    ASSERT_EQ(call.fRecord.size(), MinMaxRecord::kBytes);
+    const float* const slotMin = GetField(call.fRecord.data(), MinMaxRecord::kSlotMin);
+    const float* const slotMax = GetField(call.fRecord.data(), MinMaxRecord::kSlotMax);
+    EXPECT_NE(slotMin, nullptr);
+    EXPECT_NE(slotMax, nullptr);
+    std::vector<unsigned char> expected(MinMaxRecord::kBytes, 0);
+    unsigned char* const record = expected.data();
+    SetField(record, MinMaxRecord::kPicture, &scene.fInput);
+    SetField(record, MinMaxRecord::kLogLuminance, scene.fRenderer->fLogLuminance);
+    SetField(record, MinMaxRecord::kWidth, 11);
+    SetField(record, MinMaxRecord::kCancel, &scene.fCancel);
+    SetField(record, MinMaxRecord::kCancelled, &scene.fCancelled);
+    SetField(record, MinMaxRecord::kSlotMin, slotMin);
+    SetField(record, MinMaxRecord::kSlotMax, slotMax);
+    SetField(record, MinMaxRecord::kFloor, kFloor);
+    EXPECT_EQ(call.fRecord, expected);
 }
 
 TEST(Preparation, AnyCutAndAnyWorkersGiveTheSameExtremes)

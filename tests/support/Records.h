@@ -112,6 +112,13 @@ inline constexpr sField<const float*> kDest{48};          ///< the plane that is
 inline constexpr size_t kBytes = 56;
 } // namespace BlurRecord
 
+/// Whether one of the records has so many bytes.
+inline bool IsRecordSize(size_t pBytes)
+{
+    return pBytes == MinMaxRecord::kBytes || pBytes == SliceRecord::kBytes || pBytes == ReferenceRecord::kBytes ||
+           pBytes == BlurRecord::kBytes;
+}
+
 /// A pixel of a compact picture.
 namespace YHMVPixel
 {

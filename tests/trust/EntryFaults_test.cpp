@@ -4,6 +4,7 @@
 #include "EntryCall.h"
 #include "Faults.h"
 #include "TileHost.h"
+#include "support/Records.h"
 
 #include <gtest/gtest.h>
 
@@ -203,11 +204,12 @@ class EntryTiles : public cWatchedHeapTest, public testing::WithParamInterface<i
 {
 };
 
-// The compact picture of 1024 by 1600 pixels stands in three tiles of 14336 bytes a row, 731 rows each but the last.
+// The compact picture of 1024 by 1600 pixels stands in three tiles, 731 rows each but the last.
 TEST_P(EntryTiles, TheLastTileOfAFailedTileSetIsLostOnce)
 {
-    constexpr size_t kTile = size_t{14336} * 731;
-    constexpr size_t kLastTile = size_t{14336} * (1600 - 2 * 731);
+    constexpr size_t kRow = size_t{1024} * YHMVPixel::kBytes;
+    constexpr size_t kTile = kRow * 731;
+    constexpr size_t kLastTile = kRow * (1600 - 2 * 731);
     const int inputDepth = GetParam();
     sEntryCall call = CallOf({inputDepth, 8, 1, 0}, 1024, 1600);
     const sHeapUse whole = Watch(call);

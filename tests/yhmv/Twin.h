@@ -5,6 +5,7 @@
 
 #include "color/cColorSpace.h"
 #include "color/cMatrix.h"
+#include "support/Records.h"
 
 #include <bit>
 #include <cmath>
@@ -219,36 +220,28 @@ inline void TwinDecode(const sTwinDecoder& p, const sTwinRecord& r, bool pHasLum
 
 inline sTwinRecord ReadYHMV(const unsigned char* pAt)
 {
-    sTwinRecord record;
-    std::memcpy(&record.Y, pAt, 4);
-    std::memcpy(&record.H, pAt + 4, 2);
-    std::memcpy(&record.M, pAt + 6, 4);
-    std::memcpy(&record.V, pAt + 10, 4);
-    return record;
+    return {GetField(pAt, YHMVPixel::kLuminance), GetField(pAt, YHMVPixel::kHue), GetField(pAt, YHMVPixel::kSmallest),
+            GetField(pAt, YHMVPixel::kLargest)};
 }
 
 inline sTwinRecord ReadHMV(const unsigned char* pAt)
 {
-    sTwinRecord record;
-    std::memcpy(&record.H, pAt, 2);
-    std::memcpy(&record.M, pAt + 2, 4);
-    std::memcpy(&record.V, pAt + 6, 4);
-    return record;
+    return {0.0f, GetField(pAt, HMVPixel::kHue), GetField(pAt, HMVPixel::kSmallest), GetField(pAt, HMVPixel::kLargest)};
 }
 
 inline void WriteYHMV(unsigned char* pAt, const sTwinRecord& pRecord)
 {
-    std::memcpy(pAt, &pRecord.Y, 4);
-    std::memcpy(pAt + 4, &pRecord.H, 2);
-    std::memcpy(pAt + 6, &pRecord.M, 4);
-    std::memcpy(pAt + 10, &pRecord.V, 4);
+    SetField(pAt, YHMVPixel::kLuminance, pRecord.Y);
+    SetField(pAt, YHMVPixel::kHue, pRecord.H);
+    SetField(pAt, YHMVPixel::kSmallest, pRecord.M);
+    SetField(pAt, YHMVPixel::kLargest, pRecord.V);
 }
 
 inline void WriteHMV(unsigned char* pAt, const sTwinRecord& pRecord)
 {
-    std::memcpy(pAt, &pRecord.H, 2);
-    std::memcpy(pAt + 2, &pRecord.M, 4);
-    std::memcpy(pAt + 6, &pRecord.V, 4);
+    SetField(pAt, HMVPixel::kHue, pRecord.H);
+    SetField(pAt, HMVPixel::kSmallest, pRecord.M);
+    SetField(pAt, HMVPixel::kLargest, pRecord.V);
 }
 
 } // namespace SelvaneTest

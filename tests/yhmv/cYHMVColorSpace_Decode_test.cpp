@@ -83,13 +83,15 @@ enum eWorker
     eRowSimple,
     eRowRef,
     eHMVRowRef,
+    eWorkers, // how many there are
 };
 
 constexpr eWorker kWorkers[] = {eRowSimple, eRowRef, eHMVRowRef};
+static_assert(std::size(kWorkers) == eWorkers);
 
 size_t RecordBytes(eWorker pWorker)
 {
-    return pWorker == eHMVRowRef ? 10 : 14;
+    return pWorker == eHMVRowRef ? HMVPixel::kBytes : YHMVPixel::kBytes;
 }
 
 // The numbers of a call.
@@ -132,7 +134,7 @@ sTwinDecoder TwinOf(eWorker pWorker, const sTables& t, const sNumbers& p)
 // The three samples that one record gives, in the order R, G, B.
 std::vector<int> DecodeOne(eWorker pWorker, sTables& t, const sNumbers& p, const sTwinRecord& pRecord)
 {
-    unsigned short row[7];
+    unsigned short row[YHMVPixel::kPlanes];
     unsigned char* bytes = reinterpret_cast<unsigned char*>(row);
     pWorker == eHMVRowRef ? WriteHMV(bytes, pRecord) : WriteYHMV(bytes, pRecord);
     unsigned short bgr[3] = {};
@@ -306,7 +308,7 @@ TEST(RowDecoders, EightBitsAreTheHighByte)
     for (unsigned short& entry : t.fEncode)
         entry = 0x12FF;
     for (const eWorker worker : kWorkers) {
-        unsigned short row[7] = {};
+        unsigned short row[YHMVPixel::kPlanes] = {};
         unsigned char dest[3] = {};
         RunWorker(worker, t, {}, row, dest, 1, 8);
         EXPECT_EQ(dest[0], 0x12);
@@ -319,9 +321,9 @@ TEST(RowDecoders, BlueComesFirst)
     sTables t;
     sNumbers p;
     p.fMatrix = kIdentity;
-    unsigned char bytes[10];
+    unsigned char bytes[HMVPixel::kBytes];
     WriteHMV(bytes, {0, 0, 0.0f, 1.0f}); // pure red
-    unsigned short row[5];
+    unsigned short row[HMVPixel::kPlanes];
     std::memcpy(row, bytes, sizeof row);
     unsigned short dest[3];
     RunWorker(eHMVRowRef, t, p, row, dest, 1, 16);
@@ -467,7 +469,7 @@ TEST(BitmapYHMVToRGB, TheRangeIsWorkedOutOnce)
 {
     cRandom random(31);
     sTables t(random);
-    cBitmapU16T input(37, 5, 7);
+    cBitmapU16T input(37, 5, YHMVPixel::kPlanes);
     FillRecords(input, [&](unsigned char* pAt) { WriteYHMV(pAt, AnyRecord(random)); });
     cBitmapBGR16 output(37, 5, eColorSpace_sRGB);
     const struct
@@ -488,7 +490,7 @@ TEST(BitmapYHMVToRGB, BothDepthsAndSeveralTiles)
     Quietly([] {
         cRandom random(32);
         sTables t(random);
-        cBitmapU16T input(20000, 41, 7);
+        cBitmapU16T input(20000, 41, YHMVPixel::kPlanes);
         ASSERT_GT(input.fTileCount, 1);
         FillRecords(input, [&](unsigned char* pAt) { WriteYHMV(pAt, AnyRecord(random)); });
         cBitmapBGR8 bytes(20000, 41, eColorSpace_sRGB);
@@ -506,7 +508,7 @@ TEST(BitmapHMVToRGB, BothDepths)
     Quietly([] {
         cRandom random(33);
         sTables t(random);
-        cBitmapU16T input(131, 6, 5);
+        cBitmapU16T input(131, 6, HMVPixel::kPlanes);
         FillRecords(input, [&](unsigned char* pAt) { WriteHMV(pAt, AnyRecord(random)); });
         cBitmapBGR8 bytes(131, 6, eColorSpace_sRGB);
         cBitmapBGR16 words(131, 6, eColorSpace_sRGB);
@@ -523,7 +525,7 @@ TEST(BitmapDecoders, RowsFollowTheOutputsStride)
     Quietly([] {
         cRandom random(34);
         sTables t(random);
-        cBitmapU16T yhmv(5, 4, 7), hmv(5, 4, 5);
+        cBitmapU16T yhmv(5, 4, 7), hmv(5, 4, HMVPixel::kPlanes);
         FillRecords(yhmv, [&](unsigned char* pAt) { WriteYHMV(pAt, AnyRecord(random)); });
         FillRecords(hmv, [&](unsigned char* pAt) { WriteHMV(pAt, AnyRecord(random)); });
         cBitmapBGR8 bytes(16, 8, eColorSpace_sRGB);
@@ -547,7 +549,7 @@ TEST(BitmapDecoders, TheSizeIsTheInputs)
 {
     cRandom random(36);
     sTables t(random);
-    cBitmapU16T yhmv(5, 4, 7), hmv(5, 4, 5);
+    cBitmapU16T yhmv(5, 4, 7), hmv(5, 4, HMVPixel::kPlanes);
     FillRecords(yhmv, [&](unsigned char* pAt) { WriteYHMV(pAt, AnyRecord(random)); });
     FillRecords(hmv, [&](unsigned char* pAt) { WriteHMV(pAt, AnyRecord(random)); });
     cBitmapBGR16 output(16, 8, eColorSpace_sRGB);
@@ -567,7 +569,7 @@ TEST(BitmapDecoders, PaddingIsNotTouched)
 {
     cRandom random(35);
     sTables t(random);
-    cBitmapU16T input(5, 3, 7);
+    cBitmapU16T input(5, 3, YHMVPixel::kPlanes);
     FillRecords(input, [&](unsigned char* pAt) { WriteYHMV(pAt, AnyRecord(random)); });
     cBitmapBGR16 output(5, 3, eColorSpace_sRGB);
     std::memset(output.fData, 0xA5, static_cast<size_t>(output.fStride) * 4);

@@ -321,10 +321,10 @@ TEST(HueTable, CurvesEqualTheFormulaBitForBit)
 
 void ExpectYHMV(const unsigned char* pAt, const sTwinRecord& pExpected)
 {
-    unsigned char expected[14];
+    unsigned char expected[YHMVPixel::kBytes];
     WriteYHMV(expected, pExpected);
     const sTwinRecord r = ReadYHMV(pAt);
-    EXPECT_EQ(std::memcmp(pAt, expected, 14), 0)
+    EXPECT_EQ(std::memcmp(pAt, expected, sizeof expected), 0)
         << "Y " << r.Y << " H " << r.H << " M " << r.M << " V " << r.V << " instead of Y " << pExpected.Y << " H "
         << pExpected.H << " M " << pExpected.M << " V " << pExpected.V;
 }
@@ -334,7 +334,7 @@ sTwinRecord EncodeOne(float X, float Y, float Z)
     cBitmapXYZ32 input(1, 1);
     const float pixel[3] = {X, Y, Z};
     std::memcpy(input.fData, pixel, sizeof pixel);
-    cBitmapU16T output(1, 1, 7);
+    cBitmapU16T output(1, 1, YHMVPixel::kPlanes);
     bool cancel = false, cancelled = false;
     cYHMVColorSpace::XYZToYHMV(&cancel, &cancelled, &input, &output);
     return ReadYHMV(Row(output, 0));
@@ -404,7 +404,7 @@ void ExpectXYZLikeTwin(const cBitmapXYZ32& pInput, const cBitmapU16T& pOutput)
     for (int y = 0; y < pInput.fHeight; ++y) {
         const float* from = pInput.fData + static_cast<ptrdiff_t>(y) * (pInput.fStride / 4);
         for (int x = 0; x < pInput.fWidth; ++x)
-            ExpectYHMV(Row(pOutput, y) + 14 * x, TwinXYZ(from[3 * x], from[3 * x + 1], from[3 * x + 2]));
+            ExpectYHMV(Row(pOutput, y) + YHMVPixel::kBytes * x, TwinXYZ(from[3 * x], from[3 * x + 1], from[3 * x + 2]));
     }
 }
 
@@ -414,11 +414,11 @@ TEST(XYZToYHMV, EqualsTheFormulaBitForBitAtEveryWidth)
     for (int width = 1; width <= 300; ++width) {
         cBitmapXYZ32 input(width, 3);
         FillXYZ(random, input);
-        cBitmapU16T output(width, 3, 7);
+        cBitmapU16T output(width, 3, YHMVPixel::kPlanes);
         Fill(output, 0xA5);
         cYHMVColorSpace::XYZToYHMV(nullptr, nullptr, &input, &output);
         ExpectXYZLikeTwin(input, output);
-        for (int n = 14 * width; n < output.fStride; ++n)
+        for (int n = YHMVPixel::kBytes * width; n < output.fStride; ++n)
             ASSERT_EQ(Row(output, 2)[n], 0xA5) << "padding touched at width " << width;
     }
 }
@@ -434,7 +434,7 @@ TEST(XYZToYHMV, EqualsTheFormulaAtEveryChangeOfARule)
             at[1] = Extremes()[static_cast<size_t>(y)];
             at[2] = Extremes()[static_cast<size_t>(x % count)];
         }
-    cBitmapU16T output(count * count, count, 7);
+    cBitmapU16T output(count * count, count, YHMVPixel::kPlanes);
     cYHMVColorSpace::XYZToYHMV(nullptr, nullptr, &input, &output);
     ExpectXYZLikeTwin(input, output);
 }
@@ -444,13 +444,13 @@ TEST(XYZToYHMV, RowsOfSeveralTilesAreReachedOneByOne)
     cRandom random(5);
     cBitmapXYZ32 input(20000, 41);
     FillXYZ(random, input);
-    cBitmapU16T output(20000, 41, 7);
+    cBitmapU16T output(20000, 41, YHMVPixel::kPlanes);
     ASSERT_GT(output.fTileCount, 1);
     cYHMVColorSpace::XYZToYHMV(nullptr, nullptr, &input, &output);
     for (int y = 0; y < 41; y += 8)
         for (int x = 0; x < 20000; x += 97) {
             const float* from = input.fData + static_cast<ptrdiff_t>(y) * (input.fStride / 4) + 3 * x;
-            ExpectYHMV(Row(output, y) + 14 * x, TwinXYZ(from[0], from[1], from[2]));
+            ExpectYHMV(Row(output, y) + YHMVPixel::kBytes * x, TwinXYZ(from[0], from[1], from[2]));
         }
 }
 
@@ -462,7 +462,7 @@ TEST(XYZToYHMV, TheStrideIsCutToWholeFloats)
     FillXYZ(random, input);
     input.fWidth = 3;
     input.fStride = 4 * 11 + 3;
-    cBitmapU16T output(3, 4, 7);
+    cBitmapU16T output(3, 4, YHMVPixel::kPlanes);
     cYHMVColorSpace::XYZToYHMV(nullptr, nullptr, &input, &output);
     ExpectXYZLikeTwin(input, output);
 }
@@ -471,7 +471,7 @@ TEST(XYZToYHMV, DoesNotLookAtTheFlags)
 {
     cBitmapXYZ32 input(1, 1);
     std::memset(input.fData, 0, 12);
-    cBitmapU16T output(1, 1, 7);
+    cBitmapU16T output(1, 1, YHMVPixel::kPlanes);
     Fill(output, 0xA5);
     bool cancel = true, cancelled = false;
     cYHMVColorSpace::XYZToYHMV(&cancel, &cancelled, &input, &output);
@@ -484,7 +484,7 @@ TEST(XYZToYHMV, AFailedAllocationKeepsNothing)
     SKIP_UNLESS_ALLOCATIONS_ARE_COUNTED();
     cBitmapXYZ32 input(1, 1);
     std::memset(input.fData, 0, 12);
-    cBitmapU16T output(1, 1, 7);
+    cBitmapU16T output(1, 1, YHMVPixel::kPlanes);
     FailEachAllocation([&] { cYHMVColorSpace::XYZToYHMV(nullptr, nullptr, &input, &output); });
 }
 
@@ -543,11 +543,12 @@ sTwinRecord TwinLDR(cColorSpace& pSpace, const cMatrix33& A, const float* pBGR)
 
 void ExpectHMV(const unsigned char* pAt, const sTwinRecord& pExpected)
 {
-    unsigned char expected[10];
+    unsigned char expected[HMVPixel::kBytes];
     WriteHMV(expected, pExpected);
     const sTwinRecord r = ReadHMV(pAt);
-    EXPECT_EQ(std::memcmp(pAt, expected, 10), 0) << "H " << r.H << " M " << r.M << " V " << r.V << " instead of H "
-                                                 << pExpected.H << " M " << pExpected.M << " V " << pExpected.V;
+    EXPECT_EQ(std::memcmp(pAt, expected, sizeof expected), 0)
+        << "H " << r.H << " M " << r.M << " V " << r.V << " instead of H " << pExpected.H << " M " << pExpected.M
+        << " V " << pExpected.V;
 }
 
 template <class tSample>
@@ -574,7 +575,7 @@ void ExpectLDRLikeTwin(cBitmapLDR& pInput, const tSample* pData, int pStep, floa
             const tSample* at = pData + static_cast<ptrdiff_t>(y) * pStep + 3 * x;
             const float bgr[3] = {static_cast<float>(at[0]) * pUnit, static_cast<float>(at[1]) * pUnit,
                                   static_cast<float>(at[2]) * pUnit};
-            ExpectHMV(Row(pOutput, y) + 10 * x, TwinLDR(space, A, bgr));
+            ExpectHMV(Row(pOutput, y) + HMVPixel::kBytes * x, TwinLDR(space, A, bgr));
         }
 }
 
@@ -591,11 +592,11 @@ void CheckBytes(cRandom& pRandom, int pWidth, eColorSpaceID pSpace)
 {
     cBitmapBGR8 input(pWidth, 2, pSpace);
     FillSamples(pRandom, input.fData, static_cast<size_t>(input.fStride) * 2);
-    cBitmapU16T output(pWidth, 2, 5);
+    cBitmapU16T output(pWidth, 2, HMVPixel::kPlanes);
     Fill(output, 0xA5);
     cYHMVColorSpace::RGBToHMV(nullptr, nullptr, &input, &output);
     ExpectLDRLikeTwin(input, input.fData, input.fStride, FromBits(0x3B808081), output);
-    for (int n = 10 * pWidth; n < output.fStride; ++n)
+    for (int n = HMVPixel::kBytes * pWidth; n < output.fStride; ++n)
         ASSERT_EQ(Row(output, 1)[n], 0xA5) << "padding touched at width " << pWidth;
 }
 
@@ -615,7 +616,7 @@ TEST(BitmapRGBToHMV, SixteenBitsEqualTheFormula)
         for (const eColorSpaceID space : kSpaces) {
             cBitmapBGR16 input(width, 5, space);
             FillSamples(random, input.fData, static_cast<size_t>(input.fStride / 2) * 5);
-            cBitmapU16T output(width, 5, 5);
+            cBitmapU16T output(width, 5, HMVPixel::kPlanes);
             cYHMVColorSpace::RGBToHMV(nullptr, nullptr, &input, &output);
             ExpectLDRLikeTwin(input, input.fData, input.fStride / 2, FromBits(0x37800080), output);
         }
@@ -626,7 +627,7 @@ TEST(BitmapRGBToHMV, AnyOtherDepthIsReadAsSixteenBits)
     cRandom random(9);
     cBitmap12 input(40, 3, eColorSpace_AdobeRGB98);
     FillSamples(random, input.fData, static_cast<size_t>(input.fStride / 2) * 3);
-    cBitmapU16T output(40, 3, 5);
+    cBitmapU16T output(40, 3, HMVPixel::kPlanes);
     cYHMVColorSpace::RGBToHMV(nullptr, nullptr, &input, &output);
     ExpectLDRLikeTwin(input, input.fData, input.fStride / 2, FromBits(0x37800080), output);
 }
@@ -639,7 +640,7 @@ TEST(BitmapRGBToHMV, TheStrideIsInBytesAndHalvedForSixteenBits)
         FillSamples(random, bytes.fData, static_cast<size_t>(bytes.fStride) * 4);
         bytes.fWidth = 5;
         bytes.fStride = 17;
-        cBitmapU16T output(5, 4, 5);
+        cBitmapU16T output(5, 4, HMVPixel::kPlanes);
         cYHMVColorSpace::RGBToHMV(nullptr, nullptr, &bytes, &output);
         ExpectLDRLikeTwin(bytes, bytes.fData, 17, FromBits(0x3B808081), output);
 
@@ -663,7 +664,7 @@ TEST(BitmapRGBToHMV, NegativeAndNaNPrimariesBecomeZero)
         delete input.fColorSpace->fToLinear;
         input.fColorSpace->fToLinear = new cArrayTransfer(values);
         FillSamples(random, input.fData, static_cast<size_t>(input.fStride) * 40);
-        cBitmapU16T output(300, 40, 5);
+        cBitmapU16T output(300, 40, HMVPixel::kPlanes);
         cYHMVColorSpace::RGBToHMV(nullptr, nullptr, &input, &output);
         ExpectLDRLikeTwin(input, input.fData, input.fStride, FromBits(0x3B808081), output);
     });
@@ -673,7 +674,7 @@ TEST(BitmapRGBToHMV, BlackGetsTheMarkerAndGreyHasNoHue)
 {
     cBitmapBGR16 input(1, 1, eColorSpace_ProPhotoRGB);
     std::memset(input.fData, 0, 6);
-    cBitmapU16T output(1, 1, 5);
+    cBitmapU16T output(1, 1, HMVPixel::kPlanes);
     cYHMVColorSpace::RGBToHMV(nullptr, nullptr, &input, &output);
     const sTwinRecord r = ReadHMV(Row(output, 0));
     EXPECT_EQ(r.H, 0);
@@ -685,7 +686,7 @@ TEST(BitmapRGBToHMV, DoesNotLookAtTheFlags)
 {
     cBitmapBGR16 input(1, 1, eColorSpace_sRGB);
     std::memset(input.fData, 0xFF, 6);
-    cBitmapU16T output(1, 1, 5);
+    cBitmapU16T output(1, 1, HMVPixel::kPlanes);
     Fill(output, 0xA5);
     bool cancel = true, cancelled = false;
     cYHMVColorSpace::RGBToHMV(&cancel, &cancelled, &input, &output);
@@ -697,12 +698,12 @@ TEST(BitmapRGBToHMV, WithoutAColourSpaceNothingIsConverted)
 {
     cBitmapBGR16 input(1, 1, static_cast<eColorSpaceID>(7));
     ASSERT_EQ(input.GetColorSpace(), nullptr);
-    cBitmapU16T output(1, 1, 5);
+    cBitmapU16T output(1, 1, HMVPixel::kPlanes);
     Fill(output, 0xA5);
     EXPECT_FAILURE(cYHMVColorSpace::RGBToHMV(nullptr, nullptr, &input, &output), cInvalidOperationException,
                    "Color space is not set.", "cYHMVColorSpace.cpp", "Vornik::cYHMVColorSpace::RGBToHMV(bool*,bool*,");
     EXPECT_THROW(cYHMVColorSpace::RGBToHMV(nullptr, nullptr, &input, &output), cInvalidOperationException);
-    for (int n = 0; n < 10; ++n)
+    for (int n = 0; n < HMVPixel::kBytes; ++n)
         EXPECT_EQ(Row(output, 0)[n], 0xA5);
 }
 
@@ -714,7 +715,7 @@ TEST(BitmapRGBToHMV, AFailedAllocationKeepsNothing)
         cBitmapBGR16 words(1, 1, eColorSpace_sRGB);
         std::memset(bytes.fData, 0, 3);
         std::memset(words.fData, 0, 6);
-        cBitmapU16T output(1, 1, 5);
+        cBitmapU16T output(1, 1, HMVPixel::kPlanes);
         EXPECT_GE(FailEachAllocation([&] { cYHMVColorSpace::RGBToHMV(nullptr, nullptr, &bytes, &output); }), 1);
         EXPECT_GE(FailEachAllocation([&] { cYHMVColorSpace::RGBToHMV(nullptr, nullptr, &words, &output); }), 1);
     });
