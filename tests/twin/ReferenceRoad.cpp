@@ -116,8 +116,7 @@ std::string ErrorLine(const char* pMessage, const char* pType, const char* pDesc
                    pMessage, pType, pDescription, pFunction, pFile);
 }
 
-// ---- The host's pixels to linear floats
-// -------------------------------------------------------------------------------
+// ---- The host's pixels to linear floats ----------------------------------------------------------------------------
 
 int RedOffset(const sTmImageDesc& pImage)
 {
@@ -190,8 +189,7 @@ void ToXYZ(sState& pState)
     }
 }
 
-// ---- The sliders
-// ------------------------------------------------------------------------------------------------------
+// ---- The sliders ---------------------------------------------------------------------------------------------------
 
 float FusedOnce(double pFactor, float pSlider, double pConstant)
 {
@@ -222,8 +220,7 @@ sParameters Translated(sState& pState, const sTmSliders& pSliders, int pRequestT
     return p;
 }
 
-// ---- Preparation
-// ------------------------------------------------------------------------------------------------------
+// ---- Preparation ---------------------------------------------------------------------------------------------------
 
 float HueDegrees(sState& pState, float r, float g, float b, float pMax, float pMin)
 {
@@ -341,8 +338,7 @@ void Prepare(sState& pState)
     TakeLogarithms(pState);
 }
 
-// ---- Phase 1
-// ----------------------------------------------------------------------------------------------------------
+// ---- Phase 1 -------------------------------------------------------------------------------------------------------
 
 sFast FilterArguments(sState& pState)
 {
@@ -446,8 +442,7 @@ void Phase1(sState& pState)
     LogLayers(pState);
 }
 
-// ---- Phase 2
-// ----------------------------------------------------------------------------------------------------------
+// ---- Phase 2 -------------------------------------------------------------------------------------------------------
 
 float CompressionExponent(sState& pState)
 {
@@ -715,8 +710,7 @@ void Phase2(sState& pState)
     FindPoints(pState, histogram, extremes.min);
 }
 
-// ---- Final rendering
-// --------------------------------------------------------------------------------------------------
+// ---- Final rendering -----------------------------------------------------------------------------------------------
 
 float ContrastKey(sState& pState)
 {
@@ -817,8 +811,7 @@ void RenderFinal(sState& pState)
             DecodePixel(pState, decoder, pState.pixels[y * size_t(image.width) + x], y * stride / sampleSize + 3 * x);
 }
 
-// ---- The output bitmap to the host's buffer
-// ---------------------------------------------------------------------------
+// ---- The output bitmap to the host's buffer ------------------------------------------------------------------------
 
 /// Copies one byte of the block, if it is one.
 void CopyByte(sState& pState, std::int64_t pFrom, unsigned char* pOutput, std::int64_t pTo)
@@ -874,8 +867,7 @@ void CopySwapped(sState& pState, unsigned char* pOutput)
     }
 }
 
-// ---- The entry
-// --------------------------------------------------------------------------------------------------------
+// ---- The entry -----------------------------------------------------------------------------------------------------
 
 /// Which picture blocks fit the 32-bit arithmetic of their strides; the widest has 12 bytes a pixel.
 bool BlockFits(const sTmImageDesc& pImage)
@@ -981,80 +973,6 @@ sRoad Road(const sTmImageDesc* pImage, const sTmRunSettings* pRun, std::int32_t 
         state.road.fTooLarge = true;
     }
     return state.road;
-}
-
-const char* NameOf(eRule pRule)
-{
-    static const char* const names[] = {
-        "8-bit input",
-        "16-bit input",
-        "32-bit input",
-        "exponent byte 0",
-        "8-bit output",
-        "16-bit output",
-        "copy row by row",
-        "copy in one block",
-        "swapped copy",
-        "copy from beyond the block",
-        "copy from padding",
-        "no copy",
-        "bad input depth",
-        "thrown exception",
-        "thrown pointer",
-        "out of memory",
-        "points accepted",
-        "points refused",
-        "luminance at the floor",
-        "subnormal luminance",
-        "dark neutral",
-        "marker",
-        "negative M",
-        "NaN primary",
-        "grey",
-        "hue by red, up",
-        "hue by red, down",
-        "hue by green",
-        "hue by blue",
-        "spatial size of 100 and more",
-        "spatial size below 100",
-        "wrap",
-        "wrap borrows from another row",
-        "wrap skips before the plane",
-        "plane of the filter's own",
-        "empty cell",
-        "no workers",
-        "negative contrast",
-        "bent tables",
-        "plain tables",
-        "t of 0",
-        "t of NaN",
-        "infinite entry",
-        "empty range",
-        "q below one half",
-        "q of one half and more",
-        "new maximum",
-        "no new maximum",
-        "NaN luminance",
-        "NaN seed",
-        "minimum not below maximum",
-        "requested points used",
-        "histogram",
-        "highest bin",
-        "black clipped",
-        "black unclipped",
-        "white clipped",
-        "white unclipped",
-        "key follows",
-        "key stays",
-        "key at its end",
-        "exposure path",
-        "exposure path by a range of exactly 1",
-        "range path",
-        "at or below black",
-        "index above 1",
-    };
-    static_assert(sizeof names / sizeof names[0] == eRuleCount);
-    return names[pRule];
 }
 
 } // namespace SelvaneTwin

@@ -5,6 +5,7 @@
 // library. It also says what the call must print, how it must call the host's DivideWork and which rules it met.
 
 #include "entry/vorniklib3.h"
+#include "twin/Rules.h"
 
 #include <array>
 #include <cstddef>
@@ -14,81 +15,6 @@
 
 namespace SelvaneTwin
 {
-
-/// Rules that a picture may meet on its road; the comparison counts them, so that none stays untested.
-enum eRule
-{
-    eRuleInput8,
-    eRuleInput16,
-    eRuleInput32,
-    eRuleExponentZero,
-    eRuleOutput8,
-    eRuleOutput16,
-    eRuleCopyRows,
-    eRuleCopyBlock,
-    eRuleCopySwapped,
-    eRuleCopyBeyondBlock,
-    eRuleCopyPadding,
-    eRuleNoCopy,
-    eRuleBadDepth,
-    eRuleThrown,
-    eRulePointer,
-    eRuleOutOfMemory,
-    eRulePointsAccepted,
-    eRulePointsRefused,
-    eRuleLuminanceFloored,
-    eRuleLuminanceSubnormal,
-    eRuleDarkNeutral,
-    eRuleMarker,
-    eRuleNegativeM,
-    eRuleNaNPrimary,
-    eRuleGrey,
-    eRuleHueRedUp,
-    eRuleHueRedDown,
-    eRuleHueGreen,
-    eRuleHueBlue,
-    eRuleWideSpace,
-    eRuleNarrowSpace,
-    eRuleWrap,
-    eRuleWrapBorrowed,
-    eRuleWrapSkipped,
-    eRuleOwnPlane,
-    eRuleEmptyCell,
-    eRuleNoWorkers,
-    eRuleNegativeContrast,
-    eRuleAdaptation,
-    eRulePlainTables,
-    eRuleZeroT,
-    eRuleNaNT,
-    eRuleInfiniteEntry,
-    eRuleEmptyRange,
-    eRuleLowQ,
-    eRuleHighQ,
-    eRuleNewMaximum,
-    eRuleNoNewMaximum,
-    eRuleNaNY,
-    eRuleNaNSeed,
-    eRuleSeedKept,
-    eRuleRequestedPoints,
-    eRuleHistogram,
-    eRuleBinHigh,
-    eRuleBlackClipped,
-    eRuleBlackUnclipped,
-    eRuleWhiteClipped,
-    eRuleWhiteUnclipped,
-    eRuleKeyFollows,
-    eRuleKeyStays,
-    eRuleKeyAtEnd,
-    eRuleExposurePath,
-    eRuleExposurePathByRange,
-    eRuleRangePath,
-    eRuleBelowBlack,
-    eRuleIndexHigh,
-    eRuleCount,
-};
-
-/// The rule's name for a report.
-const char* NameOf(eRule pRule);
 
 /// A call of DivideWork. Bytes of pointers are left zero in fRecord; fPointers holds their offsets.
 struct sExpectedDivide
