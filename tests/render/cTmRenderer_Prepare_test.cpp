@@ -79,8 +79,13 @@ TEST(Preparation, TheRecordStandsAtItsOffsetsAndIsZeroElsewhere)
     sScene scene(11, 6);
     scene.fRenderer->SetNbProc(3);
     scene.Mark(true, false, false, false);
-    const cHostScope host;
+    std::pair<float, float> seeds;
+    const cHostScope host({.fBeforeCall = [&](const sDivideCall& pCall) {
+        const unsigned char* const record = pCall.fRecord.data();
+        seeds = {*GetField(record, MinMaxRecord::kSlotMin), *GetField(record, MinMaxRecord::kSlotMax)};
+    }});
     scene.Render();
+    EXPECT_EQ(seeds, std::pair(1e30f, -1e30f));
     ASSERT_EQ(host.Calls().size(), 1u);
     const sDivideCall& call = host.Calls()[0];
     EXPECT_EQ(call.fStart, 0);
@@ -88,10 +93,6 @@ TEST(Preparation, TheRecordStandsAtItsOffsetsAndIsZeroElsewhere)
     EXPECT_EQ(call.fThreads, 3);
     EXPECT_EQ(call.fFunction, &CalcMinMaxLog_tile_threaded);
     ASSERT_EQ(call.fRecord.size(), MinMaxRecord::kBytes);
-    const float* const slotMin = GetField(call.fRecord.data(), MinMaxRecord::kSlotMin);
-    const float* const slotMax = GetField(call.fRecord.data(), MinMaxRecord::kSlotMax);
-    EXPECT_NE(slotMin, nullptr);
-    EXPECT_NE(slotMax, nullptr);
     std::vector<unsigned char> expected(MinMaxRecord::kBytes, 0);
     unsigned char* const record = expected.data();
     SetField(record, MinMaxRecord::kPicture, &scene.fInput);
@@ -99,8 +100,8 @@ TEST(Preparation, TheRecordStandsAtItsOffsetsAndIsZeroElsewhere)
     SetField(record, MinMaxRecord::kWidth, 11);
     SetField(record, MinMaxRecord::kCancel, &scene.fCancel);
     SetField(record, MinMaxRecord::kCancelled, &scene.fCancelled);
-    SetField(record, MinMaxRecord::kSlotMin, slotMin);
-    SetField(record, MinMaxRecord::kSlotMax, slotMax);
+    for (const auto slots : {MinMaxRecord::kSlotMin, MinMaxRecord::kSlotMax}) // arrays of the renderer's own
+        SetField(record, slots, GetField(call.fRecord.data(), slots));
     SetField(record, MinMaxRecord::kFloor, kFloor);
     EXPECT_EQ(call.fRecord, expected);
 }
