@@ -51,6 +51,14 @@ public:
         return pLeast + (count <= 256 ? Byte() : Raw<uint16_t>()) % count;
     }
 
+    /// One entry of a table.
+    template <class tEntry, size_t tCount>
+    tEntry& Of(tEntry (&pTable)[tCount])
+    {
+        static_assert(tCount <= 256);
+        return pTable[Byte() % tCount];
+    }
+
     /// Mostly a small number, sometimes any 32 bits.
     int AnyInt()
     {
