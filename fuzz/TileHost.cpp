@@ -2,6 +2,7 @@
 
 #include "Bytes.h"
 #include "filter/DivideWork.h"
+#include "support/Records.h"
 
 #include <algorithm>
 
@@ -59,7 +60,7 @@ void CutTiles(uint32_t pNumber)
 extern "C" __attribute__((visibility("default"))) void DivideWork(int start, int end, int threads, void* (*fn)(void*),
                                                                   void* record, size_t recordSize)
 {
-    SelvaneFuzz::Check(start == 0 && end >= start && recordSize >= 56 && recordSize <= 80);
+    SelvaneFuzz::Check(start == 0 && end >= start && SelvaneTest::IsRecordSize(recordSize));
     for (const TileRecord& tile : Tiles(start, end, threads)) {
         const SelvaneFuzz::cBlock copy(recordSize);
         std::memcpy(copy.Data(), record, recordSize);

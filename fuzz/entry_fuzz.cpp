@@ -37,7 +37,7 @@ struct sOutcome
 int Depth(cBytes& pBytes)
 {
     constexpr int kDepths[] = {8, 16, 32, 8, 16, 32, 8, 12};
-    return kDepths[pBytes.Byte() % std::size(kDepths)];
+    return pBytes.Of(kDepths);
 }
 
 int Side(cBytes& pBytes)
@@ -77,9 +77,9 @@ sCall Call(cBytes& pBytes)
     sCall call;
     call.fImage = Image(pBytes);
     constexpr int kWorkers[] = {1, 2, 3, 5, 0, -1, 300, 8};
-    call.fRun.processorCount = kWorkers[pBytes.Byte() % std::size(kWorkers)];
+    call.fRun.processorCount = pBytes.Of(kWorkers);
     constexpr int kRequests[] = {0, 1, 9, 2};
-    call.fRun.requestType = kRequests[pBytes.Byte() % std::size(kRequests)];
+    call.fRun.requestType = pBytes.Of(kRequests);
     call.fColorSpace = pBytes.Int(0, 2);
     call.fSliders = Sliders(pBytes);
     call.fCut = pBytes.Raw<uint16_t>();

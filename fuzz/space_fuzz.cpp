@@ -84,16 +84,12 @@ std::unique_ptr<cColorSpace> FromNumber(cBytes& pBytes)
     return space;
 }
 
+/// What stands twice comes twice as often.
 std::unique_ptr<cColorSpace> Space(cBytes& pBytes)
 {
-    switch (pBytes.Int(0, 3)) {
-    case 0:
-        return FromNumber(pBytes);
-    case 1:
-        return FromPrimaries(pBytes);
-    default:
-        return FromTables(pBytes);
-    }
+    using tMaker = std::unique_ptr<cColorSpace> (*)(cBytes&);
+    constexpr tMaker kMakers[] = {FromNumber, FromPrimaries, FromTables, FromTables};
+    return pBytes.Of(kMakers)(pBytes);
 }
 
 bool SameBits(float pFirst, float pSecond)

@@ -50,11 +50,11 @@ std::unique_ptr<sControlPoint[]> Records(cBytes& pBytes, int pCount)
 
 void EditVector(cBytes& pBytes, cHermiteSpline& pCurve)
 {
-    const int which = pBytes.Int(0, 2);
-    const int index = pBytes.AnyInt();
-    cVector2& vector = which == 0   ? pCurve.GetPointAt(index)
-                       : which == 1 ? pCurve.GetNextTangentAt(index)
-                                    : pCurve.GetPreviousTangentAt(index);
+    using tGetter = cVector2& (cHermiteSpline::*)(int);
+    constexpr tGetter kGetters[] = {&cHermiteSpline::GetPointAt, &cHermiteSpline::GetNextTangentAt,
+                                    &cHermiteSpline::GetPreviousTangentAt};
+    const tGetter getter = pBytes.Of(kGetters);
+    cVector2& vector = (pCurve.*getter)(pBytes.AnyInt());
     vector = Vector(pBytes);
     pCurve.UpdatePointArray();
 }
@@ -79,47 +79,33 @@ void CheckPosition(const cHermiteSpline& pCurve, int pPosition)
     Check(pPosition >= 0 && pPosition < pCurve.fCount);
 }
 
-void Edit(cBytes& pBytes, cHermiteSpline& pCurve)
-{
-    switch (pBytes.Int(0, 9)) {
-    case 0:
-        if (pCurve.fCount < 200) CheckPosition(pCurve, pCurve.AddPoint(Vector(pBytes)));
-        break;
-    case 1:
-        pCurve.RemovePointAt(pBytes.AnyInt());
-        break;
-    case 2: {
-        const int index = pBytes.AnyInt();
-        CheckPosition(pCurve, pCurve.MovePoint(index, Vector(pBytes)));
-        break;
-    }
-    case 3: {
-        const int index = pBytes.AnyInt();
-        pCurve.SetNextTangentAt(index, Vector(pBytes));
-        break;
-    }
-    case 4: {
-        const int index = pBytes.AnyInt();
-        pCurve.SetPreviousTangentAt(index, Vector(pBytes));
-        break;
-    }
-    case 5:
-        pCurve.SetInterpolationMode(Mode(pBytes));
-        break;
-    case 6:
-        ReplacePoints(pBytes, pCurve);
-        break;
-    case 7:
-        EditVector(pBytes, pCurve);
-        break;
-    case 8:
-        CopyAndCompare(pCurve);
-        break;
-    default: // the curve's own records, from the first or a later one on
-        if (pCurve.fPoints != nullptr) pCurve.SetControlPoints(Mode(pBytes), pCurve.fCount, pCurve.fPoints);
-        break;
-    }
-}
+using tEdit = void (*)(cBytes&, cHermiteSpline&);
+
+constexpr tEdit kEdits[] = {
+    [](cBytes& b, cHermiteSpline& c) {
+        if (c.fCount < 200) CheckPosition(c, c.AddPoint(Vector(b)));
+    },
+    [](cBytes& b, cHermiteSpline& c) { c.RemovePointAt(b.AnyInt()); },
+    [](cBytes& b, cHermiteSpline& c) {
+        const int index = b.AnyInt();
+        CheckPosition(c, c.MovePoint(index, Vector(b)));
+    },
+    [](cBytes& b, cHermiteSpline& c) {
+        const int index = b.AnyInt();
+        c.SetNextTangentAt(index, Vector(b));
+    },
+    [](cBytes& b, cHermiteSpline& c) {
+        const int index = b.AnyInt();
+        c.SetPreviousTangentAt(index, Vector(b));
+    },
+    [](cBytes& b, cHermiteSpline& c) { c.SetInterpolationMode(Mode(b)); },
+    ReplacePoints,
+    EditVector,
+    [](cBytes&, cHermiteSpline& c) { CopyAndCompare(c); },
+    [](cBytes& b, cHermiteSpline& c) { // the curve's own records
+        if (c.fPoints != nullptr) c.SetControlPoints(Mode(b), c.fCount, c.fPoints);
+    },
+};
 
 void ReplaceKeyFrames(cBytes& pBytes, cInterpolatedHermiteSpline& pCurve)
 {
@@ -140,42 +126,28 @@ void ReplaceKeyFramesByFloats(cBytes& pBytes, cInterpolatedHermiteSpline& pCurve
     pCurve.SetKeyFrames(mode, points, frames, floats.data());
 }
 
-void EditKeyFrames(cBytes& pBytes, cInterpolatedHermiteSpline& pCurve)
-{
-    switch (pBytes.Int(0, 6)) {
-    case 0:
-        pCurve.SetKeyFrameCount(pBytes.AnyInt());
-        break;
-    case 1:
-        pCurve.RecordKeyFrame(pBytes.AnyInt());
-        break;
-    case 2:
-        pCurve.SetKeyFrame(pBytes.AnyInt());
-        break;
-    case 3:
-        pCurve.InterpolateControlPoints(Place(pBytes));
-        break;
-    case 4:
-        ReplaceKeyFrames(pBytes, pCurve);
-        break;
-    case 5:
-        ReplaceKeyFramesByFloats(pBytes, pCurve);
-        break;
-    default: // the curve's own key frames
-        if (pCurve.fKeyFrames != nullptr)
-            pCurve.SetKeyFrames(Mode(pBytes), pCurve.fCount, pCurve.fKeyFrameCount, pCurve.fKeyFrames);
-        break;
-    }
-}
+using tKeyFrameEdit = void (*)(cBytes&, cInterpolatedHermiteSpline&);
+
+constexpr tKeyFrameEdit kKeyFrameEdits[] = {
+    [](cBytes& b, cInterpolatedHermiteSpline& c) { c.SetKeyFrameCount(b.AnyInt()); },
+    [](cBytes& b, cInterpolatedHermiteSpline& c) { c.RecordKeyFrame(b.AnyInt()); },
+    [](cBytes& b, cInterpolatedHermiteSpline& c) { c.SetKeyFrame(b.AnyInt()); },
+    [](cBytes& b, cInterpolatedHermiteSpline& c) { c.InterpolateControlPoints(Place(b)); },
+    ReplaceKeyFrames,
+    ReplaceKeyFramesByFloats,
+    [](cBytes& b, cInterpolatedHermiteSpline& c) { // the curve's own key frames
+        if (c.fKeyFrames != nullptr) c.SetKeyFrames(Mode(b), c.fCount, c.fKeyFrameCount, c.fKeyFrames);
+    },
+};
 
 /// The curve stands after the edit, or was refused. Only a lack of memory in SetControlPoints leaves it without points.
 bool TryEdit(cBytes& pBytes, cInterpolatedHermiteSpline& pCurve)
 {
     try {
         if (pBytes.Byte() % 3 == 0)
-            EditKeyFrames(pBytes, pCurve);
+            pBytes.Of(kKeyFrameEdits)(pBytes, pCurve);
         else
-            Edit(pBytes, pCurve);
+            pBytes.Of(kEdits)(pBytes, pCurve);
     } catch (const cException&) {     // NOLINT(bugprone-empty-catch): refused
     } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): std::bad_array_new_length too
     }
