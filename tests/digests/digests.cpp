@@ -118,39 +118,78 @@ private:
 
 // ---- The entry -----------------------------------------------------------------------------------------------------
 
-/// What a made picture shows.
-enum eSubject
+/// Where a sample stands in its picture.
+struct sPlace
 {
-    eNoise,    ///< every sample at random
-    eGradient, ///< each pixel a new maximum
-    eWindow,   ///< a dark room with a window
-    eFlat,
-    eBlack,
-    eSubjects,
+    float fAcross; ///< 0 to 1
+    float fDown;   ///< 0 to 1
+    float fOrder;  ///< grows from pixel to pixel, 0 to 1
 };
 
-const char* const kSubjects[] = {"noise", "gradient", "window", "flat", "black"};
-
-/// A sample of a subject, 0 to 1.
-float Sample(eSubject pSubject, int pX, int pY, int pWidth, int pHeight, cRandom& pRandom)
+/// What a made picture shows: a sample of it, 0 to 1, and the exponent byte of a 32-bit pixel with that sample.
+struct sSubject
 {
-    const float u = static_cast<float>(pX) / static_cast<float>(pWidth);
-    const float v = static_cast<float>(pY) / static_cast<float>(pHeight);
-    switch (pSubject) {
-    case eNoise:
-        return pRandom.Unit();
-    case eGradient:
-        return static_cast<float>(pY * pWidth + pX + 1) / static_cast<float>(pWidth * pHeight + 1);
-    case eWindow:
-        return (u > 0.6f && v < 0.5f ? 0.9f - 0.1f * v : 0.05f + 0.1f * u * v) + 0.02f * pRandom.Unit();
-    case eFlat:
-        return 0.5f;
-    default:
-        return 0.0f;
-    }
+    const char* fName;
+    float (*fSample)(const sPlace& pPlace, cRandom& pRandom);
+    int (*fExponent)(float pSample, cRandom& pRandom);
+};
+
+sPlace PlaceOf(int pX, int pY, int pWidth, int pHeight)
+{
+    return {static_cast<float>(pX) / static_cast<float>(pWidth), static_cast<float>(pY) / static_cast<float>(pHeight),
+            static_cast<float>(pY * pWidth + pX + 1) / static_cast<float>(pWidth * pHeight + 1)};
 }
 
-std::vector<unsigned char> MakeInput(eSubject pSubject, int pDepth, int pWidth, int pHeight, uint64_t pSeed)
+int Exponent(float pSample, cRandom& /*pRandom*/)
+{
+    return 126 + static_cast<int>(pSample * 16.0f);
+}
+
+int WideExponent(float pSample, cRandom& pRandom)
+{
+    return Exponent(pSample, pRandom) + pRandom.Below(24) - 12;
+}
+
+int NoExponent(float /*pSample*/, cRandom& /*pRandom*/)
+{
+    return 0;
+}
+
+float Noise(const sPlace& /*pPlace*/, cRandom& pRandom)
+{
+    return pRandom.Unit();
+}
+
+/// Each pixel is a new maximum.
+float Gradient(const sPlace& pPlace, cRandom& /*pRandom*/)
+{
+    return pPlace.fOrder;
+}
+
+/// A dark room with a window.
+float Window(const sPlace& pPlace, cRandom& pRandom)
+{
+    const float u = pPlace.fAcross;
+    const float v = pPlace.fDown;
+    return (u > 0.6f && v < 0.5f ? 0.9f - 0.1f * v : 0.05f + 0.1f * u * v) + 0.02f * pRandom.Unit();
+}
+
+float Flat(const sPlace& /*pPlace*/, cRandom& /*pRandom*/)
+{
+    return 0.5f;
+}
+
+float Black(const sPlace& /*pPlace*/, cRandom& /*pRandom*/)
+{
+    return 0.0f;
+}
+
+constexpr sSubject kNoise{"noise", Noise, WideExponent};
+constexpr sSubject kWindow{"window", Window, Exponent};
+constexpr sSubject kSubjects[] = {
+    kNoise, {"gradient", Gradient, Exponent}, kWindow, {"flat", Flat, Exponent}, {"black", Black, NoExponent}};
+
+std::vector<unsigned char> MakeInput(const sSubject& pSubject, int pDepth, int pWidth, int pHeight, uint64_t pSeed)
 {
     cRandom random(pSeed);
     std::vector<unsigned char> bytes;
@@ -158,7 +197,7 @@ std::vector<unsigned char> MakeInput(eSubject pSubject, int pDepth, int pWidth, 
     for (int y = 0; y < pHeight; y++) {
         for (int x = 0; x < pWidth; x++)
             for (int s = 0; s < 3; s++) {
-                const float value = Sample(pSubject, x, y, pWidth, pHeight, random);
+                const float value = pSubject.fSample(PlaceOf(x, y, pWidth, pHeight), random);
                 const auto code = static_cast<unsigned>(value * 65535.0f);
                 if (pDepth == 8)
                     bytes.push_back(static_cast<unsigned char>(code >> 8));
@@ -167,10 +206,8 @@ std::vector<unsigned char> MakeInput(eSubject pSubject, int pDepth, int pWidth, 
                     bytes.push_back(static_cast<unsigned char>(code >> 8));
                 } else {
                     planes[static_cast<size_t>(s * pWidth + x)] = static_cast<unsigned char>(code >> 8);
-                    planes[static_cast<size_t>(3 * pWidth + x)] = static_cast<unsigned char>(
-                        pSubject == eBlack
-                            ? 0
-                            : 126 + static_cast<int>(value * 16.0f) + (pSubject == eNoise ? random.Below(24) - 12 : 0));
+                    planes[static_cast<size_t>(3 * pWidth + x)] =
+                        static_cast<unsigned char>(pSubject.fExponent(value, random));
                 }
             }
         if (pDepth == 32) bytes.insert(bytes.end(), planes.begin(), planes.end());
@@ -195,7 +232,8 @@ sTmSliders Sliders(int pNumber)
     return sliders;
 }
 
-void PrintEntry(eSubject pSubject, int pDepth, int pOutputDepth, int pSpace, int pSliders, int pWidth, int pHeight)
+void PrintEntry(const sSubject& pSubject, int pDepth, int pOutputDepth, int pSpace, int pSliders, int pWidth,
+                int pHeight)
 {
     const std::vector<unsigned char> input =
         MakeInput(pSubject, pDepth, pWidth, pHeight, static_cast<uint64_t>(pSliders) + 7);
@@ -205,7 +243,7 @@ void PrintEntry(eSubject pSubject, int pDepth, int pOutputDepth, int pSpace, int
     sTmSliders sliders = Sliders(pSliders);
     const int32_t result = cpp_tm_selvane(&image, &run, pSpace, &sliders, input.data(), output.data());
     char name[120];
-    std::snprintf(name, sizeof name, "libm/entry/%s/%dx%d/in%d/out%d/space%d/sliders%d", kSubjects[pSubject], pWidth,
+    std::snprintf(name, sizeof name, "libm/entry/%s/%dx%d/in%d/out%d/space%d/sliders%d", pSubject.fName, pWidth,
                   pHeight, pDepth, pOutputDepth, pSpace, pSliders);
     cHash().Add(&result, sizeof result).Add(output.data(), output.size()).AddFloats(&sliders.blackPoint, 2).Print(name);
 }
@@ -213,15 +251,15 @@ void PrintEntry(eSubject pSubject, int pDepth, int pOutputDepth, int pSpace, int
 void PrintEntries()
 {
     int number = 0;
-    for (int subject = 0; subject < eSubjects; subject++)
+    for (const sSubject& subject : kSubjects)
         for (int depth : {8, 16, 32})
             for (int outputDepth : {8, 16})
                 for (int space = 0; space < 3; space++, number++)
-                    PrintEntry(static_cast<eSubject>(subject), depth, outputDepth, space, number % 3 == 0 ? 0 : number,
-                               17 + number % 40, 11 + number % 23);
+                    PrintEntry(subject, depth, outputDepth, space, number % 3 == 0 ? 0 : number, 17 + number % 40,
+                               11 + number % 23);
     for (int size : {1, 2, 3, 4, 5, 130})
-        PrintEntry(eNoise, 32, 16, 0, size, size, 7 - size % 5);
-    PrintEntry(eWindow, 32, 16, 0, 0, 400, 300);
+        PrintEntry(kNoise, 32, 16, 0, size, size, 7 - size % 5);
+    PrintEntry(kWindow, 32, 16, 0, 0, 400, 300);
 }
 
 // ---- The classes ---------------------------------------------------------------------------------------------------
