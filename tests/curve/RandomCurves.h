@@ -5,6 +5,7 @@
 
 #include "curve/cHermiteSpline.h"
 
+#include <cstddef>
 #include <limits>
 #include <random>
 #include <vector>
@@ -26,6 +27,12 @@ class cRandomCurves
 {
 public:
     explicit cRandomCurves(unsigned pSeed) : fRandom(pSeed) {}
+
+    template <class tValue, size_t tCount>
+    tValue Of(const tValue (&pChoices)[tCount])
+    {
+        return pChoices[Whole(0, static_cast<int>(tCount) - 1)];
+    }
 
     int Whole(int pLeast, int pMost) { return std::uniform_int_distribution<int>(pLeast, pMost)(fRandom); }
 
@@ -91,7 +98,7 @@ public:
     Vornik::eSplineInterpolationMode Mode()
     {
         const int modes[] = {0, 1, 2, 3, 1, 4, -1, 77};
-        return static_cast<Vornik::eSplineInterpolationMode>(modes[Whole(0, 7)]);
+        return static_cast<Vornik::eSplineInterpolationMode>(Of(modes));
     }
 
 private:
@@ -108,7 +115,7 @@ private:
                                 tLimits::denorm_min(),
                                 40000.0f,
                                 1.0f};
-        return values[Whole(0, 9)];
+        return Of(values);
     }
 
     std::mt19937 fRandom;

@@ -290,7 +290,7 @@ sMatrix Product(const sMatrix& pLeft, const sMatrix& pRight)
 
 const std::vector<float>& DecodeTable(int pSpace, int pBits)
 {
-    static std::vector<float> tables[3][2];
+    static std::vector<float> tables[eSpaceCount][2];
     std::vector<float>& table = tables[pSpace][pBits == 8 ? 0 : 1];
     if (table.empty()) table = BuildDecodeTable(pSpace, pBits);
     return table;
@@ -306,7 +306,7 @@ std::vector<float> ExponentTable()
 
 const std::vector<std::uint16_t>& EncodeTable(int pSpace)
 {
-    static std::vector<std::uint16_t> tables[3];
+    static std::vector<std::uint16_t> tables[eSpaceCount];
     if (tables[pSpace].empty()) tables[pSpace] = BuildEncodeTable(pSpace);
     return tables[pSpace];
 }

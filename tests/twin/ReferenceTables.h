@@ -22,6 +22,7 @@ enum eSpace
     eSpaceSRGB = 0,
     eSpaceAdobe = 1,
     eSpaceProPhoto = 2,
+    eSpaceCount,
 };
 
 sMatrix LinearToPCS(int pSpace);

@@ -1,5 +1,7 @@
 #include "twin/RoadCase.h"
 
+#include "twin/ReferenceTables.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -11,6 +13,8 @@ namespace SelvaneTwin
 
 namespace
 {
+
+using namespace SelvaneTest;
 
 constexpr size_t kMargin = 64; ///< bytes on both sides of the output that nothing may touch
 
@@ -245,9 +249,9 @@ void ChooseHost(sCase& pCase, cRandom& pRandom)
     pCase.fRun.processorCount = pRandom.Of<int>({1, 1, 2, 2, 5, 5, 3, 8, 300});
     pCase.fRun.reserved = 0x5A5A5A5A;
     pCase.fRun.requestType = pRandom.Of<int>({0, 0, 0, 2, 9, -7, 1});
-    pCase.fSpace = pRandom.Between(0, 2);
+    pCase.fSpace = pRandom.Between(0, eSpaceCount - 1);
     pCase.fCutting.fTiles = pRandom.Of<int>({0, 0, 1, 3, 17, 200});
-    pCase.fCutting.fOrder = static_cast<SelvaneTest::eTileOrder>(pRandom.Between(0, 2));
+    pCase.fCutting.fOrder = pRandom.Of<eTileOrder>({eTilesForward, eTilesReverse, eTilesShuffled});
     pCase.fCutting.fThreads = pCase.fRun.processorCount <= 8 && pRandom.OneIn(4);
     pCase.fCutting.fUneven = pRandom.OneIn(2);
     pCase.fCutting.fSeed = unsigned(pRandom.Between(1, 1 << 30));
