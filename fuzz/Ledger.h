@@ -1,8 +1,9 @@
 #ifndef SELVANE_FUZZ_LEDGER_H
 #define SELVANE_FUZZ_LEDGER_H
 
-// Memory of a run: a bound, and the blocks that the library loses by contract (the decode table of the entry, the texts
-// of an exception). The ledger frees them after the run, so that the leak check sees every other loss.
+// Memory of a run: a bound on each allocation, and the blocks that the library never gives back, which are the decode
+// table of the entry and the texts of an exception. The ledger frees them after the run, so that the leak check sees
+// every other loss.
 
 #include <cstddef>
 

@@ -15,7 +15,7 @@ using namespace SelvaneFuzz;
 constexpr size_t kMostBytes = 12 << 20; // a tile is smaller, so that no set of tiles breaks off
 constexpr int kMostSteps = 16;
 
-/// What stands twice comes twice as often.
+/// A step that stands twice is taken twice as often.
 constexpr tStep kSteps[] = {ExchangeRows,  ExchangeRows,  CopyRectangles, CopyRectangles,   Scale,
                             ThroughTables, ThroughSpaces, Calculate,      FillOrUseChannel, Measure,
                             BuildFrom,     AssignSpace,   UseMemory};

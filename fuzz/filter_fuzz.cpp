@@ -91,7 +91,7 @@ void Blur(cBytes& pBytes, const sRun& pRun, const cBlock& pInput, const cBlock& 
 
 using tFilter = void (*)(cBytes& pBytes, const sRun& pRun, const cBlock& pInput, const cBlock& pOutput);
 
-/// The filter that stands twice comes twice as often.
+/// The filter that stands twice is taken twice as often.
 constexpr tFilter kFilters[] = {FilterReference, Blur, FilterFast, FilterFast};
 
 /// Reads the arguments from a copy of the bytes, so that a second call has the same.

@@ -84,7 +84,7 @@ std::unique_ptr<cColorSpace> FromNumber(cBytes& pBytes)
     return space;
 }
 
-/// What stands twice comes twice as often.
+/// A maker that stands twice is taken twice as often.
 std::unique_ptr<cColorSpace> Space(cBytes& pBytes)
 {
     using tMaker = std::unique_ptr<cColorSpace> (*)(cBytes&);

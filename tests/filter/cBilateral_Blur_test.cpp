@@ -96,7 +96,7 @@ TEST(cBilateralBlur, AnotherSourceStaysAsItWas)
 
 TEST(cBilateralBlur, TheRunningSumCarriesItsRoundingAlongTheLine)
 {
-    // A far larger sample at the start leaves its rounding in the sum after it has left the box.
+    // The large sample at the start leaves the box, but its rounding stays in the sum.
     tPlane row(40, 0.1f);
     row[0] = 1e7f;
     const tPlane result = Blurred(row, 40, 1, 2.0f);
@@ -109,7 +109,7 @@ TEST(cBilateralBlur, TheRunningSumCarriesItsRoundingAlongTheLine)
 
 TEST(cBilateralBlur, TheFirstSamplesAreAddedInOrderInBothPasses)
 {
-    // 1e8 + 4 + 4 + 4 ... in order stays 1e8, in lanes or backwards it does not.
+    // Added in order, 1e8 + 4 + 4 + 4 ... stays 1e8. Added in lanes or backwards it does not.
     tPlane line(64, 4.0f);
     line[0] = 1e8f;
     const tPlane expected = DirectBlur(line, 64, 1, 40.0f);
@@ -169,7 +169,7 @@ TEST(cBilateralBlur, CopyingNothingTouchesNothing)
         cBilateral::FastGaussianBlur(1, nullptr, nullptr, width, height, 0.0f);
     float source = 1.0f;
     float dest = 2.0f;
-    // The last three are products that wrap: to 0, to a small plane, and below 0.
+    // The products of the last three wrap: to 0, to the size of a small plane, and below 0.
     for (const auto& [width, height] :
          {std::pair(0, 5), {5, 0}, {-3, 5}, {5, -3}, {65536, 65536}, {65537, 65537}, {46341, 46341}})
         cBilateral::FastGaussianBlur(1, &source, &dest, width, height, 0.0f);

@@ -28,7 +28,7 @@ size_t Count(int pWidth, int pHeight)
     return static_cast<size_t>(pWidth) * static_cast<size_t>(pHeight);
 }
 
-/// What the filter computed, seen through its record before it was dropped.
+/// What the filter computed, read through its record before the filter drops it.
 struct sSeen
 {
     int fKernelSize = 0;
@@ -119,7 +119,7 @@ TEST(cBilateralRef, ANegativeSigmaHasEmptyWindowsToo)
 
 TEST(cBilateralRef, TheWindowIsLopsided)
 {
-    // A kernel of 5: the pixel before takes part, the pixel two behind does not.
+    // With a kernel of 5 the pixel two places before counts, and the pixel two places behind does not.
     const tPlane plane{1.0f, 1.0f, 1.0f, 1.0f, 9.0f};
     EXPECT_EQ(Seen(plane, 5, 1, 1.0f, 100.0f).fResult[2], 1.0f);
     EXPECT_NE(Seen({9.0f, 1.0f, 1.0f, 1.0f, 1.0f}, 5, 1, 1.0f, 100.0f).fResult[2], 1.0f);
@@ -248,7 +248,8 @@ TEST(cBilateralRef, AFailedAllocationReleasesWhatWasHeld)
 
 TEST(cBilateralRef, AKernelThatDoesNotFitIsRefusedBeforeAnythingIsTaken)
 {
-    // 46341 squared is just above the largest count; the others wrap, or do not fit before they are squared.
+    // 46341 squared is just above the largest count. The squares of the others wrap, or the sizes themselves do not
+    // fit.
     for (const float sigma : {11585.0f, 16384.0f, 20000.0f, 3e9f, kInfinity, -12000.0f, -3e9f, -kInfinity}) {
         const cArrayLog log;
         EXPECT_THROW(cBilateral::Filter_Ref(nullptr, nullptr, 1, nullptr, nullptr, 1, 1, sigma, 1.0f, 0.0f, 1.0f),

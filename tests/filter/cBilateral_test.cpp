@@ -30,7 +30,7 @@ size_t Count(int pWidth, int pHeight)
     return static_cast<size_t>(pWidth) * static_cast<size_t>(pHeight);
 }
 
-/// Runs the filter on planes that it may not have.
+/// Runs the filter to its end. The planes may be null for pictures without pixels.
 void Filter(float* pInput, float* pOutput, const sFast& pArguments, int pThreads = 1)
 {
     bool cancel = false;
@@ -50,7 +50,7 @@ tPlane Filtered(tPlane pInput, const sFast& pArguments, int pThreads = 1)
     return output;
 }
 
-/// Result, grid that was sliced and the choice of the plane that was read are those of the direct formula.
+/// The result, the grid that was sliced and the choice of the plane that was read are those of the direct formula.
 void ExpectDirect(const tPlane& pInput, const sFast& pArguments)
 {
     const sDirectFast direct = DirectFast(pInput, pArguments);
@@ -101,7 +101,7 @@ bool IsRefused(const sFast& pArguments)
     return false;
 }
 
-/// The pointer to the input that the slicing step is given.
+/// The plane that the slicing step reads, as its record says.
 const float* SlicedInput(float* pInput, const sFast& pArguments)
 {
     const cHostScope host;
@@ -182,7 +182,7 @@ TEST(cBilateral, IsTheSameForAnyCutOfTheTiles)
 
 TEST(cBilateral, OneSampleComesBackFromBetweenItsTwoCells)
 {
-    // Value 4 in cell 7, weight 1; smoothing keeps the quotient, slicing stands on the cell.
+    // Value 4 and weight 1 in cell 7. Smoothing keeps the quotient, and slicing reads at the middle of the cell.
     EXPECT_EQ(Filtered({4.0f}, {1, 1, 1.0f, 1.0f, 0.0f, 4.0f}), tPlane{4.0f});
     const float far = (2.4f + 3.0f) - 5.0f;
     const float near = (5.0f + 1.0f) - (2.4f + 3.0f);
@@ -210,7 +210,7 @@ TEST(cBilateral, TheInputMayBeTheOutput)
 
 TEST(cBilateral, WeightsStopGrowingWhereFloatsStopCounting)
 {
-    // 17.6 million samples in one cell: the weight stays at 2^24, the value goes on.
+    // 17.6 million samples in one cell: the weight stays at 2^24, the value grows on.
     const sFast arguments{4200, 4200, 1e6f, 1.0f, 0.0f, 1.75f};
     const tPlane plane(Count(4200, 4200), 1.75f);
     const tPlane result = Filtered(plane, arguments);
@@ -231,7 +231,7 @@ TEST(cBilateral, PlacesBeyondTheExactFloatsAreRounded)
 
 TEST(cBilateral, WrappedRowsMeetAtTheirEdges)
 {
-    // A step in the middle and at the edge: wrapped, both edges see the other side.
+    // One step in the middle and one at the edge. Wrapped, both edges see the other side.
     tPlane plane(40, 0.0f);
     for (size_t x = 20; x < 40; x++)
         plane[x] = 0.3f;
@@ -245,7 +245,7 @@ TEST(cBilateral, WrappedRowsMeetAtTheirEdges)
 
 TEST(cBilateral, VerySmallSamplingsWrapFewerPlacesThanTheRowHas)
 {
-    // From truncated 1 - 3 s up to below width + 3 s - 1: without the first place where 3 s is lost in rounding.
+    // The places run from trunc(1 - 3 s) up to below width + 3 s - 1. Where rounding loses 3 s, the first is missing.
     for (const float space : {0.3f, 0.05f, 0.001f, 1e-4f})
         ExpectDirect(Noise(4, 0.0f, 1.0f), {4, 1, space, 0.5f, 0.0f, 1.0f, 0.0f, true});
     for (const float space : {1e-8f, 1e-9f, 1e-30f})
@@ -314,7 +314,7 @@ TEST(cBilateral, EndsOfTheRangeThatLeaveTheGridAreRefused)
     EXPECT_TRUE(IsRefused({4, 4, 1.0f, 1.0f, 0.0f, -4.5f}));
     EXPECT_TRUE(IsRefused({4, 4, 1.0f, 1.0f, 0.0f, -7.5f}));
     EXPECT_TRUE(IsRefused({4, 4, 1.0f, 1.0f, 0.0f, -100.0f}));
-    // 1 / r is infinite, the quotient is not: ten intervals, and the maximum beyond them.
+    // 1 / r is infinite, the quotient is not: the grid has ten intervals, and the maximum lies beyond them.
     EXPECT_TRUE(IsRefused({4, 4, 1.0f, 1e-40f, 0.0f, 1e-39f}));
     EXPECT_FALSE(IsRefused({4, 4, 1.0f, 1e-40f, 0.0f, 0.0f}));
     // Without pixels nothing can leave the grid.
@@ -395,8 +395,8 @@ TEST(cBilateral, SamplesOutsideTheRangeWhoseCellsLieInTheGridAreNotTouched)
 
 TEST(cBilateral, EachOfTheThreeCellsOfASampleCanBeTheOneThatLeaves)
 {
-    // 11 cells. From 3.5 on, slicing needs cell 11 above the lower cell 10; splatting leaves first at 3.75. Below, the
-    // cells truncate to 0 down to -2 (slicing) and -2.25 (splatting), exclusive.
+    // There are 11 cells. From 3.5 on, slicing reads cell 11; splatting would add to it from 3.75 on. Below the range,
+    // slicing truncates to cell 0 down to -2 and splatting down to -2.25, both exclusive.
     const sFast arguments{1, 1, 4.0f, 0.5f, 0.0f, 2.0f};
     const auto isReplaced = [&](float pSample) { return SlicedInput(&pSample, arguments) != &pSample; };
     EXPECT_FALSE(isReplaced(3.4999f));
@@ -590,14 +590,15 @@ TEST(cBilateral, TakesTwoGridsOfTheGivenSize)
 
 TEST(cBilateral, TheIntervalsInValueAreATrueQuotient)
 {
-    // Here the range times 1 / r, rounded once, would give 7 and 20 intervals.
+    // Multiplied by the rounded 1 / r these ranges would give 7 and 20 intervals.
     EXPECT_EQ(GridFloats({1, 1, 4.0f, 0x1.83127p-2f, 0.0f, 0x1.3a7efap+1f}), 2u * 7u * 7u * 13u);
     EXPECT_EQ(GridFloats({1, 1, 4.0f, 0x1.f3b646p-3f, 0.0f, 0x1.4020c4p+2f}), 2u * 7u * 7u * 28u);
 }
 
 TEST(cBilateral, TheLastPlaceIsCountedBeforeItBecomesAFloat)
 {
-    // 16777218 is a float; 16777219 rounds to 16777220, one pixel less is 16777220 again and gives an interval more.
+    // The last place, 16777218, is a float. The width as a float is 16777220, and one less is rounded to 16777220
+    // again: one interval more.
     EXPECT_EQ(GridFloats({(1 << 24) + 3, 1, 0x1.460cc2p+17f, 1.0f, 0.0f, 0.0f}), 2u * 107u * 7u * 7u);
 }
 
@@ -615,7 +616,7 @@ TEST(cBilateral, PassesTheNumberOfWorkersOnAsItIs)
 
 TEST(cBilateral, AFailedAllocationReleasesWhatWasHeld)
 {
-    // Both grids, the plane of its own, the blur's table and scratch plane.
+    // In order: the two grids, the plane of the filter's own, the table and the scratch plane of the blur.
     for (const int failing : {0, 1, 2, 3, 4}) {
         tPlane input = Noise(Count(20, 6), 0.0f, 2.0f);
         input[119] = 50.0f;
@@ -677,8 +678,7 @@ TEST(cBilateral, HandsOutARecordWhoseEveryByteIsGiven)
 
 TEST(cBilateral, TheGridHoldsTheQuotientsWhenItIsSliced)
 {
-    // One sample: its value in every cell that the smoothing reaches, 0 in the others, and the outermost layer as it
-    // was.
+    // One sample. Its value stands in every cell that the smoothing reaches, and 0 in the others.
     float input = 4.0f;
     float output = 0.0f;
     tPlane grid;
@@ -700,7 +700,7 @@ TEST(cBilateral, TheGridHoldsTheQuotientsWhenItIsSliced)
 
 TEST(cBilateral, ATileEqualsTheDirectFormulaForWidths1To70)
 {
-    // A grid of other margins and of values that smoothing would not give.
+    // Grids with other margins, and with values that smoothing would not give.
     tPlane grid = Noise(Count(2 * 30 * 12, 14), -5.0f, 5.0f);
     for (int width = 1; width <= 70; width++)
         for (const int margin : {0, 1, 3}) {

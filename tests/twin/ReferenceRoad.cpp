@@ -12,7 +12,7 @@
 #include <limits>
 #include <new>
 
-// Named in the calls that the twin expects, and never called here.
+// The functions that the library must hand to DivideWork. The twin takes their addresses and never calls them.
 namespace Vornik
 {
 
@@ -74,7 +74,7 @@ struct sState
     double baseAverage, detailAverage;
     std::vector<float> globalTable;
     std::vector<float> detailTable;
-    float exposure = 0.0f; ///< a renderer that ends phase 2 early has never written it
+    float exposure = 0.0f; ///< stays 0 when phase 2 ends early
     float white = 1.0f;
     float black = 0.0f;
     float requestedBlack = 0.0f;
@@ -458,7 +458,7 @@ float Abscissa(int pIndex)
 }
 
 /// The exponent of an entry of the bent tables: pow(t, e) K L LN10 for t above 0, and without the power otherwise.
-/// pK is 1 for the detail table, where the factor is not there.
+/// pK is null for the detail table, which has no factor K.
 double BentExponent(sState& pState, double pT, double pE, const double* pK, double pL)
 {
     if (pT != pT) pState.Met(eRuleNaNT);
@@ -813,7 +813,7 @@ void RenderFinal(sState& pState)
 
 // ---- The output bitmap to the host's buffer ------------------------------------------------------------------------
 
-/// Copies one byte of the block, if it is one.
+/// Copies one byte, if it is one of the block's.
 void CopyByte(sState& pState, std::int64_t pFrom, unsigned char* pOutput, std::int64_t pTo)
 {
     if (pFrom < 0 || pFrom >= std::int64_t(pState.block.size())) {
@@ -922,7 +922,7 @@ void HandBack(sState& pState, sTmSliders* pSliders, unsigned char* pOutput)
         CopySwapped(pState, pOutput);
 }
 
-/// The guarded part of the call, with the 8-bit bitmap's line when that bitmap goes.
+/// The part of the call whose failures become results. The 8-bit bitmap prints a line when it is released.
 void Guarded(sState& pState, sTmSliders* pSliders, const unsigned char* pInput, unsigned char* pOutput)
 {
     BuildInput(pState, pInput);

@@ -1,7 +1,7 @@
 #ifndef SELVANE_TESTS_TWIN_REFERENCE_ROAD_H
 #define SELVANE_TESTS_TWIN_REFERENCE_ROAD_H
 
-// The slow, obvious twin of one call of the entry: one function a numbered step, plain scalar loops, nothing of the
+// The slow, obvious twin of one call of the entry: a function for each step, plain scalar loops, and no call of the
 // library. It also says what the call must print, how it must call the host's DivideWork and which rules it met.
 
 #include "entry/vorniklib3.h"

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <gtest/gtest.h>
 
-// The twin by itself: known numbers of its tables, and pictures whose result can be said in a sentence.
+// The twin by itself: known numbers of its tables, and pictures whose result is plain to see.
 
 namespace
 {
@@ -27,7 +27,7 @@ TEST(Reference, MatricesToSevenDecimals)
                  {0.6097190, 0.2052683, 0.1492247, 0.3111021, 0.6256769, 0.0632210, 0.0194767, 0.0608892, 0.7448224});
     ExpectMatrix(LinearToPCS(eSpaceProPhoto),
                  {0.7976673, 0.1351922, 0.0313525, 0.2880375, 0.7118769, 0.0000857, 0.0000000, 0.0000000, 0.8251882});
-    for (int space = 0; space < 3; space++)
+    for (int space = 0; space < eSpaceCount; space++)
         for (int i = 0; i < 9; i++)
             EXPECT_NEAR(double(Product(LinearToPCS(space), PCSToLinear(space)).m[i]), i % 4 == 0 ? 1.0 : 0.0, 1e-6);
 }
@@ -42,7 +42,7 @@ TEST(Reference, TheLargestCodeIsALittleLessThanOne)
 
 TEST(Reference, EncodeTablesRunFromZeroToTheTop)
 {
-    for (int space = 0; space < 3; space++) {
+    for (int space = 0; space < eSpaceCount; space++) {
         EXPECT_EQ(EncodeTable(space)[0], 0);
         EXPECT_GE(EncodeTable(space)[65535], 65534);
     }

@@ -91,7 +91,7 @@ bool Follows(const char* pText, const char* pPattern)
     return *pPattern == *pText && Follows(pText + 1, pPattern + 1);
 }
 
-/// The sign of a NaN that arithmetic brought forth is the processor's.
+/// A NaN that arithmetic makes has the sign that the processor gives it.
 std::string WithoutSignOfNaN(std::string pText)
 {
     for (size_t at = pText.find("-nan"); at != std::string::npos; at = pText.find("-nan", at))
@@ -440,7 +440,7 @@ TEST(Road, TwelveDecadesAndTheirEnds)
 
 TEST(Road, FineDetailInSixteenBits)
 {
-    // Pixels in plenty, wide output and every slider off its middle: a last bit that is wrong anywhere comes through.
+    // Many pixels, 16-bit output and no slider at its middle: one wrong bit in any step changes some sample.
     cComparison comparison("detail", 260);
     cRandom random(20260116);
     while (comparison.Goes()) {
@@ -462,8 +462,8 @@ TEST(Road, FineDetailInSixteenBits)
 
 TEST(Road, SamplesOnTheBordersOfCells)
 {
-    // Sizes at which a position falls on, or by its rounding just beside, the border between two cells of the grid, and
-    // sizes at which the end of a wrapped row is a whole number.
+    // At some of these sizes a position falls on the border between two cells of the grid or, rounded, just beside it.
+    // At the others the end of a wrapped row is a whole number.
     struct sSize
     {
         float radius;
@@ -494,7 +494,7 @@ TEST(Road, SamplesOnTheBordersOfCells)
 
 TEST(Road, ClipsAtWholeCountsOfPixels)
 {
-    // Limits that are a whole number of pixels, where below, at and above make different points.
+    // The limits are whole numbers of pixels: here it makes a difference whether a count stops below, at or above one.
     cComparison comparison("whole counts", 150);
     cRandom random(20260118);
     while (comparison.Goes()) {
@@ -515,7 +515,7 @@ TEST(Road, ClipsAtWholeCountsOfPixels)
 
 TEST(Road, ExposureInsteadOfPoints)
 {
-    // Points whose distance is exactly 1 leave the scale to the exposure, whose last bit then reaches the pixels.
+    // With points exactly 1 apart the exposure scales the pixels, and its last bit reaches them.
     cComparison comparison("exposure", 80);
     cRandom random(20260119);
     while (comparison.Goes()) {
@@ -568,7 +568,7 @@ TEST(Road, ResultCodes)
     comparison.Expect({eRuleBadDepth, eRulePointer});
 }
 
-/// A picture whose record has this size, without buffers to match: the call must end before it looks at them.
+/// A call with this size in its record and buffers of another size. It must end before it reads them.
 void CompareSize(cComparison& pComparison, cRandom& pRandom, int pWidth, int pHeight, int pInputDepth, int pOutputDepth)
 {
     sCase one;
