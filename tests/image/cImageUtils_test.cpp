@@ -225,43 +225,45 @@ TEST(cImageUtilsMaking, AFailureDeletesTheTarget)
 
 TEST_F(cImageUtilsRefusals, Float3)
 {
-    const char* const words[4][5] = {
-        {"Argument pFromBGR8 cannot be null.", "Argument pToXYZ32 cannot be null.",
-         "Argument pFromBGR8->fWidth must be equal to pToXYZ32->fWidth.",
-         "Argument pFromBGR8->fHeight must be equal to pToXYZ32->fHeight.", "Argument pTransferLUT cannot be null."},
-        {"Argument pFromBGR16 cannot be null.", "Argument pToXYZ32 cannot be null.",
-         "Argument pFromBGR16->fWidth must be equal to pToXYZ32->fWidth.",
-         "Argument pFromBGR16->fHeight must be equal to pToXYZ32->fHeight.", "Argument pTransferLUT cannot be null."},
-        {"Argument pFromXYZ32 cannot be null.", "Argument pToBGR8 cannot be null.",
-         "Argument pFromXYZ32->fWidth must be equal to pToBGR8->fWidth.",
-         "Argument pFromXYZ32->fHeight must be equal to pToBGR8->fHeight.", "Argument pTransfer cannot be null."},
-        {"Argument pFromXYZ32 cannot be null.", "Argument pToBGR16 cannot be null.",
-         "Argument pFromXYZ32->fWidth must be equal to pToBGR16->fWidth.",
-         "Argument pFromXYZ32->fHeight must be equal to pToBGR16->fHeight.", "Argument pTransfer cannot be null."}};
-    const auto firstFour = [](const char* const(&pFive)[5], const auto& pCheck) {
-        const char* const four[4] = {pFive[0], pFive[1], pFive[2], pFive[3]};
-        pCheck(four);
-    };
-
     const char* const to8 = "BGR8ToFloat3(cBitmapBGR8*, cBitmapXYZ32*, cTransferLUT_I8F32*, cMatrix33)";
     const auto call8 = [&](cBitmapBGR8* s, cBitmapXYZ32* t) { cImageUtils::BGR8ToFloat3(s, t, nullptr, fMatrix); };
-    firstFour(words[0], [&](auto& pFour) { ExpectFourChecks(f8, fFloat, call8, pFour, to8); });
-    ExpectRefusal([&] { call8(f8.fGood.get(), fFloat.fGood.get()); }, kNull, words[0][4], to8);
+    ExpectFourChecks(f8, fFloat, call8,
+                     {"Argument pFromBGR8 cannot be null.", "Argument pToXYZ32 cannot be null.",
+                      "Argument pFromBGR8->fWidth must be equal to pToXYZ32->fWidth.",
+                      "Argument pFromBGR8->fHeight must be equal to pToXYZ32->fHeight."},
+                     to8);
+    ExpectRefusal([&] { call8(f8.fGood.get(), fFloat.fGood.get()); }, kNull, "Argument pTransferLUT cannot be null.",
+                  to8);
 
     const char* const to16 = "BGR16ToFloat3(cBitmapBGR16*, cBitmapXYZ32*, cTransferLUT_I16F32*, cMatrix33)";
     const auto call16 = [&](cBitmapBGR16* s, cBitmapXYZ32* t) { cImageUtils::BGR16ToFloat3(s, t, nullptr, fMatrix); };
-    firstFour(words[1], [&](auto& pFour) { ExpectFourChecks(f16, fFloat, call16, pFour, to16); });
-    ExpectRefusal([&] { call16(f16.fGood.get(), fFloat.fGood.get()); }, kNull, words[1][4], to16);
+    ExpectFourChecks(f16, fFloat, call16,
+                     {"Argument pFromBGR16 cannot be null.", "Argument pToXYZ32 cannot be null.",
+                      "Argument pFromBGR16->fWidth must be equal to pToXYZ32->fWidth.",
+                      "Argument pFromBGR16->fHeight must be equal to pToXYZ32->fHeight."},
+                     to16);
+    ExpectRefusal([&] { call16(f16.fGood.get(), fFloat.fGood.get()); }, kNull, "Argument pTransferLUT cannot be null.",
+                  to16);
 
     const char* const from8 = "Float3ToBGR8(cBitmapXYZ32*, cBitmapBGR8*, cTransferLUT_F32I8*, cMatrix33)";
     const auto back8 = [&](cBitmapXYZ32* s, cBitmapBGR8* t) { cImageUtils::Float3ToBGR8(s, t, nullptr, fMatrix); };
-    firstFour(words[2], [&](auto& pFour) { ExpectFourChecks(fFloat, f8, back8, pFour, from8); });
-    ExpectRefusal([&] { back8(fFloat.fGood.get(), f8.fGood.get()); }, kNull, words[2][4], from8);
+    ExpectFourChecks(fFloat, f8, back8,
+                     {"Argument pFromXYZ32 cannot be null.", "Argument pToBGR8 cannot be null.",
+                      "Argument pFromXYZ32->fWidth must be equal to pToBGR8->fWidth.",
+                      "Argument pFromXYZ32->fHeight must be equal to pToBGR8->fHeight."},
+                     from8);
+    ExpectRefusal([&] { back8(fFloat.fGood.get(), f8.fGood.get()); }, kNull, "Argument pTransfer cannot be null.",
+                  from8);
 
     const char* const from16 = "Float3ToBGR16(cBitmapXYZ32*, cBitmapBGR16*, cTransferLUT_F32I16*, cMatrix33)";
     const auto back16 = [&](cBitmapXYZ32* s, cBitmapBGR16* t) { cImageUtils::Float3ToBGR16(s, t, nullptr, fMatrix); };
-    firstFour(words[3], [&](auto& pFour) { ExpectFourChecks(fFloat, f16, back16, pFour, from16); });
-    ExpectRefusal([&] { back16(fFloat.fGood.get(), f16.fGood.get()); }, kNull, words[3][4], from16);
+    ExpectFourChecks(fFloat, f16, back16,
+                     {"Argument pFromXYZ32 cannot be null.", "Argument pToBGR16 cannot be null.",
+                      "Argument pFromXYZ32->fWidth must be equal to pToBGR16->fWidth.",
+                      "Argument pFromXYZ32->fHeight must be equal to pToBGR16->fHeight."},
+                     from16);
+    ExpectRefusal([&] { back16(fFloat.fGood.get(), f16.fGood.get()); }, kNull, "Argument pTransfer cannot be null.",
+                  from16);
 }
 
 TEST_F(cImageUtilsRefusals, Depths)
