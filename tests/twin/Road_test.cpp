@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <limits>
 
 // The library against its slow twin, bit for bit: result, pixels, untouched bytes, sliders, the text on the standard
 // error stream and the calls of DivideWork.
@@ -20,6 +21,8 @@ namespace
 
 using namespace SelvaneTest;
 using namespace SelvaneTwin;
+
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
 /// What one side did.
 struct sOutcome
@@ -303,8 +306,26 @@ TEST(Road, SlidersOfNaNAndInfinity)
         Paint(one, random, AnyPicture(random));
         comparison.Compare(one);
     }
-    comparison.Expect(
-        {eRuleOutOfMemory, eRuleNaNY, eRuleNaNSeed, eRuleInfiniteEntry, eRuleExposurePath, eRuleSeedKept});
+    comparison.Expect({eRuleOutOfMemory, eRuleNaNY, eRuleInfiniteEntry, eRuleExposurePath, eRuleSeedKept});
+}
+
+TEST(Road, AMinimumThatBeginsAtNaN)
+{
+    // With these sliders one table holds infinity, and mostly no entry of the other is above 0. The search for the
+    // minimum begins at the product of both largest entries, which is NaN.
+    cComparison comparison("NaN seed", 40);
+    cRandom random(20260120);
+    while (comparison.Goes()) {
+        sCase one;
+        ChoosePlainForm(one, 6, 5, random.Of<int>({8, 16, 32}), 16);
+        ChooseHost(one, random);
+        ChooseSliders(one, random);
+        one.fSliders.compression = -kInfinity;
+        one.fSliders.adaptation = 1e6f;
+        Paint(one, random, random.OneIn(2) ? ePictureNoise : ePictureTexture);
+        comparison.Compare(one);
+    }
+    comparison.Expect({eRuleNaNSeed});
 }
 
 TEST(Road, FlatAndBlackPictures)
