@@ -49,7 +49,7 @@ cHistogram::cHistogram(tCounters pCounters, const cBitmapU16T& pPicture, int pWi
 void cHistogram::CountRow(const unsigned char* pPixels, int pWidth)
 {
     for (int x = 0; x < pWidth; x++, pPixels += kYHMVBytes)
-        fCounters[RangeIndex(LoadFloat(pPixels + kYHMVLuminance), fMin, fScale)]++;
+        Counter(RangeIndex(LoadFloat(pPixels + kYHMVLuminance), fMin, fScale))++;
 }
 
 /// Returns how many bins from the bottom are added until pStop(sum), 1 to 65535. Required: the last bin is never added.
@@ -58,7 +58,7 @@ int cHistogram::Rise(tStop pStop) const
 {
     float sum = 0.0f;
     for (int n = 1;; n++) {
-        sum += static_cast<float>(fCounters[n - 1]);
+        sum += static_cast<float>(Counter(n - 1));
         if (pStop(sum) || n == kBins - 1) return n;
     }
 }
@@ -70,7 +70,7 @@ int cHistogram::Fall(float pLimit) const
     if (fPixels <= pLimit) return kBins - 1;
     float sum = fPixels;
     for (int n = kBins - 2;; n--) {
-        sum -= static_cast<float>(fCounters[n + 1]);
+        sum -= static_cast<float>(Counter(n + 1));
         if (sum <= pLimit || n == 0) return n;
     }
 }

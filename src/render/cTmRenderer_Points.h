@@ -38,6 +38,7 @@ public:
     void LogPercentiles() const;
 
 private:
+    uint32_t& Counter(int pBin) const { return fCounters.get()[pBin]; }
     void CountRow(const unsigned char* pPixels, int pWidth);
     template <class tStop>
     int Rise(tStop pStop) const;
