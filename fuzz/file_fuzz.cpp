@@ -1,9 +1,9 @@
 // The command's reading of files: any bytes as a picture.
 
 #include "Bytes.h"
-#include "Errors.h"
 #include "Ledger.h"
-#include "PictureReader.h"
+#include "picture/Errors.h"
+#include "read/PictureReader.h"
 
 #include <new>
 #include <vips/vips.h>

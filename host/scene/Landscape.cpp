@@ -1,4 +1,4 @@
-#include "Landscape.h"
+#include "scene/Landscape.h"
 
 namespace SelvaneScene
 {

@@ -1,9 +1,9 @@
-#ifndef SELVANE_SCENE_LANDSCAPE_H
-#define SELVANE_SCENE_LANDSCAPE_H
+#ifndef SELVANE_HOST_SCENE_LANDSCAPE_H
+#define SELVANE_HOST_SCENE_LANDSCAPE_H
 
 // What is seen through the window: a lake between mountains, the sun low above them. Made of noise functions alone.
 
-#include "Vec.h"
+#include "scene/Vec.h"
 
 namespace SelvaneScene
 {

@@ -5,11 +5,11 @@
 //     other walls    the room is cut into patches whose light is worked out once; each point gathers from all of them
 //     gloss          one mirrored ray
 
-#include "Render.h"
+#include "scene/Render.h"
 
-#include "Landscape.h"
-#include "Room.h"
 #include "filter/DivideWork.h"
+#include "scene/Landscape.h"
+#include "scene/Room.h"
 
 #include <array>
 #include <cstring>

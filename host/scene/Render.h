@@ -1,5 +1,5 @@
-#ifndef SELVANE_SCENE_RENDER_H
-#define SELVANE_SCENE_RENDER_H
+#ifndef SELVANE_HOST_SCENE_RENDER_H
+#define SELVANE_HOST_SCENE_RENDER_H
 
 #include <vector>
 

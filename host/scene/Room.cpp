@@ -1,4 +1,4 @@
-#include "Room.h"
+#include "scene/Room.h"
 
 #include <algorithm>
 

@@ -1,9 +1,9 @@
-#ifndef SELVANE_SCENE_ROOM_H
-#define SELVANE_SCENE_ROOM_H
+#ifndef SELVANE_HOST_SCENE_ROOM_H
+#define SELVANE_HOST_SCENE_ROOM_H
 
 // The room in front of the window: what a ray meets, and what the surfaces look like.
 
-#include "Vec.h"
+#include "scene/Vec.h"
 
 namespace SelvaneScene
 {

@@ -1,5 +1,5 @@
-#ifndef SELVANE_SCENE_VEC_H
-#define SELVANE_SCENE_VEC_H
+#ifndef SELVANE_HOST_SCENE_VEC_H
+#define SELVANE_HOST_SCENE_VEC_H
 
 // Three numbers: a place in metres, a direction, or a colour in linear sRGB. x to the right, y up, z towards the
 // window.

@@ -1,12 +1,12 @@
 // selvane-scene: makes the project's own high-dynamic-range picture, a dim room with the evening sun in its window, and
 // what the README shows of it.
 
-#include "Errors.h"
-#include "ExponentPlanes.h"
-#include "OutputFile.h"
-#include "PictureReader.h"
-#include "PictureWriter.h"
-#include "Render.h"
+#include "picture/Errors.h"
+#include "picture/ExponentPlanes.h"
+#include "read/PictureReader.h"
+#include "scene/Render.h"
+#include "write/OutputFile.h"
+#include "write/PictureWriter.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>

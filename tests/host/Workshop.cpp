@@ -1,6 +1,6 @@
-#include "Workshop.h"
+#include "host/Workshop.h"
 
-#include "ProfileMatch.h"
+#include "picture/ProfileMatch.h"
 
 #include <ImfChannelList.h>
 #include <ImfChromaticities.h>

@@ -4,7 +4,7 @@
 // What the command's tests share: a folder of their own, pictures made on the spot, and the command run as a person
 // runs it.
 
-#include "Picture.h"
+#include "picture/Picture.h"
 
 #include <functional>
 #include <random>

@@ -1,7 +1,7 @@
 # The command's tests. The work splitter's stand apart, without the library, so that ThreadSanitizer can watch them.
 include(CheckCXXSourceRuns)
 
-add_executable(selvane_tests_host_pool host/WorkPool_test.cpp ${PROJECT_SOURCE_DIR}/host/WorkPool.cpp)
+add_executable(selvane_tests_host_pool host/pool/WorkPool_test.cpp ${PROJECT_SOURCE_DIR}/host/pool/WorkPool.cpp)
 target_include_directories(selvane_tests_host_pool PRIVATE ${PROJECT_SOURCE_DIR}/src)
 target_link_libraries(selvane_tests_host_pool PRIVATE GTest::gtest_main)
 selvane_compile(selvane_tests_host_pool)
@@ -14,7 +14,7 @@ if(NOT SELVANE_SANITIZE)
   check_cxx_source_runs("int main() { return 0; }" SELVANE_HAS_THREAD_SANITIZER)
   cmake_pop_check_state()
   if(SELVANE_HAS_THREAD_SANITIZER)
-    add_executable(selvane_tests_host_pool_tsan host/WorkPool_test.cpp ${PROJECT_SOURCE_DIR}/host/WorkPool.cpp)
+    add_executable(selvane_tests_host_pool_tsan host/pool/WorkPool_test.cpp ${PROJECT_SOURCE_DIR}/host/pool/WorkPool.cpp)
     target_include_directories(selvane_tests_host_pool_tsan PRIVATE ${PROJECT_SOURCE_DIR}/src)
     target_link_libraries(selvane_tests_host_pool_tsan PRIVATE GTest::gtest_main)
     selvane_compile(selvane_tests_host_pool_tsan)
@@ -32,15 +32,24 @@ find_package(OpenEXR 3 CONFIG REQUIRED)
 find_package(PNG REQUIRED)
 find_package(ZLIB REQUIRED)
 selvane_test(host
-  Command_test.cpp ExponentPlanes_test.cpp FewBytes_test.cpp HueCurve_test.cpp OutputFile_test.cpp PictureReader_test.cpp
-  PngColor_test.cpp ProfileMatch_test.cpp RadianceReader_test.cpp Scene_test.cpp Workshop.cpp)
+  Workshop.cpp
+  command/Command_test.cpp
+  command/HueCurve_test.cpp
+  picture/ExponentPlanes_test.cpp
+  picture/PngColor_test.cpp
+  picture/ProfileMatch_test.cpp
+  read/FewBytes_test.cpp
+  read/PictureReader_test.cpp
+  read/RadianceReader_test.cpp
+  scene/Scene_test.cpp
+  write/OutputFile_test.cpp)
 target_link_libraries(selvane_tests_host PRIVATE selvane_host PkgConfig::VIPS OpenEXR::OpenEXR PNG::PNG ZLIB::ZLIB)
 target_compile_definitions(selvane_tests_host PRIVATE
   SELVANE_BINARY="$<TARGET_FILE:selvane>" SELVANE_SCENE="$<TARGET_FILE:selvane-scene>" SELVANE_VERSION="${PROJECT_VERSION}")
 add_dependencies(selvane_tests_host selvane selvane-scene)
 if(NOT SELVANE_SANITIZE) # a sanitizer wants to be loaded before everything else
   foreach(function vips_pngload_buffer vips_jpegsave_buffer fsync)
-    add_library(selvane_crash_${function} MODULE host/Crash.cpp)
+    add_library(selvane_crash_${function} MODULE host/command/Crash.cpp)
     target_compile_definitions(selvane_crash_${function} PRIVATE SELVANE_CRASHES_IN="${function}")
     selvane_compile(selvane_crash_${function})
     add_dependencies(selvane_tests_host selvane_crash_${function})
@@ -51,4 +60,4 @@ if(SELVANE_SANITIZE) # these files only compare; optimising them takes minutes e
   target_compile_options(selvane_tests_host PRIVATE -O0 -g1)
   target_compile_definitions(selvane_tests_host PRIVATE SELVANE_SANITIZED)
 endif()
-add_test(NAME host.demo COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/host/demo.sh ${PROJECT_SOURCE_DIR})
+add_test(NAME host.demo COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/host/command/demo.sh ${PROJECT_SOURCE_DIR})

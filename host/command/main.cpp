@@ -1,0 +1,200 @@
+// selvane: the command. The subcommands' options are declared here; what they do is in Commands.h.
+//
+// Status 0: done. 1: the picture could not be read, computed or written. 2: the command line is wrong. All failures are
+// one line on the standard error stream.
+
+#include "command/Commands.h"
+#include "command/ProgressLines.h"
+#include "picture/Errors.h"
+#include "write/OutputFile.h"
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <charconv>
+#include <cstdio>
+#include <map>
+
+namespace
+{
+
+using namespace SelvaneHost;
+
+constexpr int kFailed = 1;
+constexpr int kWrongCommandLine = 2;
+constexpr int kMostThreads = 256;
+
+const std::map<std::string, Vornik::eColorSpaceID> kSpaceNames = {
+    {"srgb", Vornik::eColorSpace_sRGB},
+    {"adobe", Vornik::eColorSpace_AdobeRGB98},
+    {"prophoto", Vornik::eColorSpace_ProPhotoRGB},
+};
+
+void AddInput(CLI::App& pCommand, std::string& pInput)
+{
+    pCommand.add_option("INPUT", pInput, "picture to read")->required();
+}
+
+void AddOutput(CLI::App& pCommand, std::string& pOutput, bool& pForce, std::optional<int>& pDepth)
+{
+    pCommand.add_option("-o,--output", pOutput, "picture to write: .png, .tif, .tiff, .jpg or .jpeg")->required();
+    pCommand.add_flag("--force", pForce, "write the output even where it is the input");
+    pCommand.add_option("--depth", pDepth, "bits of an output sample (default: 8 for JPEG and 8-bit input, else 16)")
+        ->check(CLI::IsMember({8, 16}));
+}
+
+void AddColorSpace(CLI::App& pCommand, std::optional<Vornik::eColorSpaceID>& pSpace)
+{
+    pCommand
+        .add_option_function<std::string>(
+            "--color-space", [&pSpace](const std::string& pName) { pSpace = kSpaceNames.at(pName); },
+            "colours of input and output (default: what the file says, else srgb)")
+        ->check(CLI::IsMember({"srgb", "adobe", "prophoto"}));
+}
+
+/// Reads "640x330+330+120"; false for anything else.
+bool ReadArea(const std::string& pText, sArea& pArea)
+{
+    const char* at = pText.data();
+    const char* const end = at + pText.size();
+    const auto number = [&](int& pNumber, char pBefore) {
+        if (pBefore != 0 && (at == end || *at++ != pBefore)) return false;
+        const std::from_chars_result result = std::from_chars(at, end, pNumber);
+        at = result.ptr;
+        return result.ec == std::errc();
+    };
+    return number(pArea.fWidth, 0) && number(pArea.fHeight, 'x') && number(pArea.fLeft, '+') &&
+           number(pArea.fTop, '+') && at == end;
+}
+
+void AddCrop(CLI::App& pCommand, std::optional<sArea>& pCrop)
+{
+    pCommand.add_option_function<std::string>(
+        "--crop",
+        [&pCrop](const std::string& pText) {
+            sArea area{};
+            if (!ReadArea(pText, area))
+                throw CLI::ValidationError("--crop", "write WIDTHxHEIGHT+LEFT+TOP, all in pixels");
+            pCrop = area;
+        },
+        "take only the part WIDTHxHEIGHT+LEFT+TOP of the input, in pixels");
+}
+
+void AddVerbose(CLI::App& pCommand, bool& pVerbose)
+{
+    pCommand.add_flag("-v,--verbose", pVerbose, "show the library's progress lines");
+}
+
+void AddSliders(CLI::App& pCommand, sTonemapOptions& pOptions)
+{
+    sTmSliders& sliders = pOptions.fSliders;
+    pCommand.add_option("--compression", sliders.compression, "strength of the global compression, -100 to 100 (0)");
+    pCommand.add_option("--smoothness", sliders.smoothness, "edge tolerance of the base layer, -10 to 10 (0)");
+    pCommand.add_option("--radius", sliders.radius, "size of what counts as detail, -10 wide to 10 fine (0)");
+    pCommand.add_option("--adaptation", sliders.adaptation, "bends both layers around their means, 0 to 100 (0)");
+    pCommand.add_option("--white-clip", sliders.whiteClip, "share clipped to white, 0 to 100 for 0 to 5 per cent (0)");
+    pCommand.add_option("--black-clip", sliders.blackClip, "share clipped to black, in per cent (0)");
+    pCommand.add_flag("--wrap", pOptions.fWrap, "left and right edge meet: a full panorama");
+    pCommand.add_option("--threads", pOptions.fThreads, "workers (default 0: one for each processor)")
+        ->check(CLI::Range(0, kMostThreads));
+}
+
+void AddTonemap(CLI::App& pApp, sTonemapOptions& pOptions)
+{
+    CLI::App* const command = pApp.add_subcommand("tonemap", "turn a high-dynamic-range picture into one for display");
+    AddInput(*command, pOptions.fInput);
+    AddOutput(*command, pOptions.fOutput, pOptions.fForce, pOptions.fDepth);
+    AddSliders(*command, pOptions);
+    AddCrop(*command, pOptions.fCrop);
+    command->add_option("--black-point", pOptions.fBlackPoint, "black point of an earlier run (see stats)");
+    command->add_option("--white-point", pOptions.fWhitePoint, "white point of an earlier run");
+    AddColorSpace(*command, pOptions.fColorSpace);
+    AddVerbose(*command, pOptions.fVerbose);
+    command->callback([&pOptions] { RunTonemap(pOptions); });
+}
+
+void AddStats(CLI::App& pApp, sTonemapOptions& pOptions)
+{
+    CLI::App* const command = pApp.add_subcommand("stats", "print the black and white point that tonemap would use");
+    AddInput(*command, pOptions.fInput);
+    AddSliders(*command, pOptions);
+    AddCrop(*command, pOptions.fCrop);
+    AddColorSpace(*command, pOptions.fColorSpace);
+    AddVerbose(*command, pOptions.fVerbose);
+    command->callback([&pOptions] { RunStats(pOptions); });
+}
+
+void AddEqualize(CLI::App& pApp, sEqualizeOptions& pOptions)
+{
+    CLI::App* const command = pApp.add_subcommand("equalize", "apply hue curves to a finished picture");
+    AddInput(*command, pOptions.fInput);
+    AddOutput(*command, pOptions.fOutput, pOptions.fForce, pOptions.fDepth);
+    command->add_option("--hue-shift", pOptions.fHueShift, "points HUE:VALUE,... from 0 to 1; 0.5 changes nothing");
+    command->add_option("--saturation", pOptions.fSaturation, "points HUE:VALUE,...");
+    command->add_option("--lightness", pOptions.fLightness, "points HUE:VALUE,...");
+    AddColorSpace(*command, pOptions.fColorSpace);
+    AddVerbose(*command, pOptions.fVerbose);
+    command->callback([&pOptions] { RunEqualize(pOptions); });
+}
+
+/// Help and version go to standard output with status 0; all else is one line.
+int ReportParse(const CLI::App& pApp, const CLI::ParseError& pError)
+{
+    if (pError.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return pApp.exit(pError);
+    Report(std::string(pError.what()) + " (selvane --help lists what there is)");
+    return kWrongCommandLine;
+}
+
+/// Names a first word that is no subcommand, where the parser would only say that one is missing.
+void CheckSubcommand(const CLI::App& pApp, const std::string& pWord)
+{
+    const auto named = [&](const CLI::App* pCommand) { return pCommand->check_name(pWord); };
+    if (!pWord.starts_with('-') && pApp.get_subcommands(named).empty())
+        throw cUsageError(pWord + " is no subcommand (selvane --help lists what there is)");
+}
+
+int Run(int pCount, char** pWords)
+{
+    CLI::App app("Selvane, a local tone mapper for high-dynamic-range photographs", "selvane");
+    app.set_version_flag("--version", "selvane " SELVANE_VERSION);
+    app.require_subcommand(1);
+    sTonemapOptions tonemap;
+    sTonemapOptions stats;
+    sEqualizeOptions equalize;
+    AddTonemap(app, tonemap);
+    AddStats(app, stats);
+    AddEqualize(app, equalize);
+    if (pCount > 1) CheckSubcommand(app, pWords[1]);
+    try {
+        app.parse(pCount, pWords);
+    } catch (const CLI::ParseError& error) {
+        return ReportParse(app, error);
+    }
+    return 0;
+}
+
+/// A result that nobody could store is a failure too.
+int Flushed(int pStatus)
+{
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return pStatus;
+    Report("standard output cannot be written: " + SystemWords(errno));
+    return pStatus == 0 ? kFailed : pStatus;
+}
+
+} // namespace
+
+int main(int pCount, char** pWords)
+{
+    OpenStandardStreams();
+    CatchSignals();
+    try {
+        return Flushed(Run(pCount, pWords));
+    } catch (const cUsageError& failure) {
+        Report(failure.what());
+        return kWrongCommandLine;
+    } catch (const std::bad_alloc&) {
+        Report("not enough memory");
+    } catch (const std::exception& failure) {
+        Report(failure.what());
+    }
+    return kFailed;
+}

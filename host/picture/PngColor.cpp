@@ -1,0 +1,135 @@
+#include "picture/PngColor.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <new>
+#include <span>
+#include <zlib.h>
+
+namespace SelvaneHost
+{
+
+namespace
+{
+
+constexpr size_t kSignature = 8;
+constexpr size_t kChunkFrame = 12; // length, type, checksum
+constexpr size_t kLongestName = 79;
+constexpr unsigned char kPerceptual = 0;
+constexpr size_t kGamma = 45455;                                 // 1 / 2.2, in 1 / 100000
+constexpr std::array<size_t, 8> kChromaticities = {31270, 32900, // x and y of white
+                                                   64000, 33000, // red
+                                                   30000, 60000, // green
+                                                   15000, 6000}; // blue
+constexpr size_t kLargestProfile = 16 << 20; // bytes; display profiles have some thousand, printers' some million
+
+size_t Number32(const unsigned char* pBytes)
+{
+    return static_cast<size_t>(pBytes[0]) << 24 | static_cast<size_t>(pBytes[1]) << 16 |
+           static_cast<size_t>(pBytes[2]) << 8 | pBytes[3];
+}
+
+void Put32(tBytes& pBytes, size_t pValue)
+{
+    for (int shift = 24; shift >= 0; shift -= 8)
+        pBytes.push_back(static_cast<unsigned char>(pValue >> shift));
+}
+
+/// Inflates into the room that pLimit allows; empty when the data are damaged or larger.
+tBytes Inflate(const unsigned char* pBytes, size_t pSize, size_t pLimit)
+{
+    z_stream stream{};
+    if (inflateInit(&stream) != Z_OK) return {};
+    stream.next_in = const_cast<unsigned char*>(pBytes); // only read
+    stream.avail_in = static_cast<uInt>(pSize);
+    tBytes content;
+    int state = Z_OK;
+    while (state == Z_OK && content.size() < pLimit) {
+        const size_t used = content.size();
+        content.resize(std::min(pLimit, used + 4096 + used));
+        stream.next_out = content.data() + used;
+        stream.avail_out = static_cast<uInt>(content.size() - used);
+        state = inflate(&stream, Z_NO_FLUSH);
+    }
+    content.resize(stream.total_out);
+    inflateEnd(&stream);
+    return state == Z_STREAM_END ? content : tBytes();
+}
+
+/// What stands in an iCCP chunk: a name, its closing 0, the method (0: deflate), the deflated profile.
+tBytes ProfileIn(const unsigned char* pData, size_t pSize)
+{
+    const size_t searched = std::min(pSize, kLongestName + 1);
+    const auto* const end = static_cast<const unsigned char*>(std::memchr(pData, 0, searched));
+    if (end == nullptr) return {};
+    const size_t head = static_cast<size_t>(end - pData) + 2;
+    if (head > pSize || end[1] != 0) return {};
+    return Inflate(pData + head, pSize - head, kLargestProfile);
+}
+
+/// The data of a chunk; empty when there is none of the type before the pixels.
+std::span<const unsigned char> ChunkData(const tBytes& pFile, const char* pType)
+{
+    for (size_t at = kSignature; at + kChunkFrame <= pFile.size();) {
+        const unsigned char* const chunk = pFile.data() + at;
+        const size_t size = Number32(chunk);
+        if (size > pFile.size() - at - kChunkFrame || std::memcmp(chunk + 4, "IDAT", 4) == 0) break;
+        if (std::memcmp(chunk + 4, pType, 4) == 0) return {chunk + 8, size};
+        at += size + kChunkFrame;
+    }
+    return {};
+}
+
+void PutChunk(tBytes& pTo, const char* pType, const tBytes& pData)
+{
+    Put32(pTo, pData.size());
+    const size_t checked = pTo.size();
+    pTo.insert(pTo.end(), pType, pType + 4);
+    pTo.insert(pTo.end(), pData.begin(), pData.end());
+    Put32(pTo, crc32(0, pTo.data() + checked, static_cast<uInt>(pTo.size() - checked)));
+}
+
+} // namespace
+
+tBytes PngProfile(const tBytes& pFile)
+{
+    const std::span<const unsigned char> data = ChunkData(pFile, "iCCP");
+    return data.empty() ? tBytes() : ProfileIn(data.data(), data.size());
+}
+
+bool PngSaysSrgb(const tBytes& pFile)
+{
+    return ChunkData(pFile, "sRGB").size() == 1; // the intent
+}
+
+tBytes PngProfileChunk(const tBytes& pProfile, const char* pName)
+{
+    uLongf deflated = compressBound(static_cast<uLong>(pProfile.size()));
+    const size_t head = std::strlen(pName) + 2; // the name, its closing 0, the method
+    tBytes data(head + deflated);
+    std::memcpy(data.data(), pName, head - 2);
+    if (compress2(data.data() + head, &deflated, pProfile.data(), static_cast<uLong>(pProfile.size()),
+                  Z_BEST_COMPRESSION) != Z_OK)
+        throw std::bad_alloc();
+    data.resize(head + deflated);
+    tBytes chunk;
+    PutChunk(chunk, "iCCP", data);
+    return chunk;
+}
+
+tBytes PngSrgbChunks()
+{
+    tBytes gamma;
+    Put32(gamma, kGamma);
+    tBytes chromaticities;
+    for (const size_t number : kChromaticities)
+        Put32(chromaticities, number);
+    tBytes chunks;
+    PutChunk(chunks, "sRGB", {kPerceptual});
+    PutChunk(chunks, "gAMA", gamma);
+    PutChunk(chunks, "cHRM", chromaticities);
+    return chunks;
+}
+
+} // namespace SelvaneHost

@@ -1,0 +1,225 @@
+#include "picture/ProfileMatch.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+
+namespace SelvaneHost
+{
+
+namespace
+{
+
+using Vornik::eColorSpaceID;
+
+constexpr float kPrimaryTolerance = 0.012F;  // CIE x and y
+constexpr double kColorantTolerance = 0.005; // XYZ with Y of white 1
+constexpr double kCurveTolerance = 0.02;     // linear value of the encoded 0.5
+constexpr size_t kHeaderBytes = 128;
+constexpr size_t kTagBytes = 12;
+
+constexpr std::array<eColorSpaceID, 3> kSpaces = {Vornik::eColorSpace_sRGB, Vornik::eColorSpace_AdobeRGB98,
+                                                  Vornik::eColorSpace_ProPhotoRGB};
+
+// Rows sRGB, Adobe RGB, ProPhoto RGB; columns red x, y, green x, y, blue x, y.
+constexpr float kPrimaries[3][6] = {{0.64F, 0.33F, 0.30F, 0.60F, 0.15F, 0.06F},
+                                    {0.64F, 0.33F, 0.21F, 0.71F, 0.15F, 0.06F},
+                                    {0.7347F, 0.2653F, 0.1596F, 0.8404F, 0.0366F, 0.0001F}};
+
+/// Some bytes of a profile; reading outside of them gives 0, so that no broken profile leads anywhere.
+struct sSpan
+{
+    const unsigned char* fBytes = nullptr;
+    size_t fSize = 0;
+
+    unsigned At(size_t pOffset) const { return pOffset < fSize ? fBytes[pOffset] : 0U; }
+    unsigned Number16(size_t pOffset) const { return At(pOffset) << 8 | At(pOffset + 1); }
+    unsigned Number32(size_t pOffset) const { return Number16(pOffset) << 16 | Number16(pOffset + 2); }
+    double Fixed(size_t pOffset) const { return static_cast<int32_t>(Number32(pOffset)) / 65536.0; } // s15Fixed16
+    bool Has(size_t pOffset, const char* pSignature) const
+    {
+        return pOffset + 4 <= fSize && std::memcmp(fBytes + pOffset, pSignature, 4) == 0;
+    }
+};
+
+sSpan WholeOf(const tBytes& pProfile)
+{
+    return {pProfile.data(), pProfile.size()};
+}
+
+/// The data of a tag, empty when the profile has none or when it lies outside of the profile.
+sSpan Tag(const sSpan& pProfile, const char* pSignature)
+{
+    const size_t mostTags = pProfile.fSize / kTagBytes;
+    const size_t count = std::min<size_t>(pProfile.Number32(kHeaderBytes), mostTags);
+    for (size_t i = 0; i < count; i++) {
+        const size_t entry = kHeaderBytes + 4 + i * kTagBytes;
+        if (!pProfile.Has(entry, pSignature)) continue;
+        const size_t offset = pProfile.Number32(entry + 4);
+        const size_t size = pProfile.Number32(entry + 8);
+        if (offset > pProfile.fSize || size > pProfile.fSize - offset) return {};
+        return {pProfile.fBytes + offset, size};
+    }
+    return {};
+}
+
+/// The nine colorant numbers, red first.
+bool Colorants(const sSpan& pProfile, double (&pNumbers)[9])
+{
+    double* number = pNumbers;
+    for (const char* signature : {"rXYZ", "gXYZ", "bXYZ"}) {
+        const sSpan tag = Tag(pProfile, signature);
+        if (tag.fSize < 20 || !tag.Has(0, "XYZ ")) return false;
+        for (size_t i = 0; i < 3; i++)
+            *number++ = tag.Fixed(8 + 4 * i);
+    }
+    return true;
+}
+
+/// A tabulated or pure power curve ('curv') at 0.5.
+double SampledMiddle(const sSpan& pCurve)
+{
+    const size_t count = pCurve.Number32(8);
+    if (count == 0) return 0.5;
+    if (count == 1) return std::pow(0.5, pCurve.Number16(12) / 256.0);
+    const double position = 0.5 * static_cast<double>(count - 1);
+    const size_t index = static_cast<size_t>(position);
+    const double rest = position - static_cast<double>(index);
+    const double low = pCurve.Number16(12 + 2 * index);
+    const double high = pCurve.Number16(12 + 2 * (index + 1));
+    return (low + (high - low) * rest) / 65535.0;
+}
+
+/// A parametric curve ('para', ICC.1:2022, 10.18) at 0.5. The parameters are g, a, b, c, d, e, f.
+double ParametricMiddle(const sSpan& pCurve)
+{
+    constexpr size_t kCounts[] = {1, 3, 4, 5, 7};
+    const unsigned kind = pCurve.Number16(8);
+    if (kind > 4) return -1.0;
+    double p[7] = {1, 1, 0, 0, -1, 0, 0};
+    for (size_t i = 0; i < kCounts[kind]; i++)
+        p[i] = pCurve.Fixed(12 + 4 * i);
+    const double breakPoint = kind >= 3 ? p[4] : kind >= 1 && p[1] != 0.0 ? -p[2] / p[1] : -1.0;
+    const double offset = kind == 2 ? p[3] : kind == 4 ? p[5] : 0.0;
+    const double slope = kind >= 3 ? p[3] : 0.0;
+    const double below = kind == 2 ? p[3] : kind == 4 ? p[6] : 0.0;
+    if (0.5 < breakPoint) return slope * 0.5 + below;
+    return std::pow(std::max(0.0, p[1] * 0.5 + p[2]), p[0]) + offset;
+}
+
+/// The linear value that a curve gives for 0.5; negative when there is no curve.
+double CurveMiddle(const sSpan& pCurve)
+{
+    if (pCurve.Has(0, "curv")) return SampledMiddle(pCurve);
+    if (pCurve.Has(0, "para")) return ParametricMiddle(pCurve);
+    return -1.0;
+}
+
+bool CurveFits(const sSpan& pProfile, const char* pSignature, const sSpan& pStored)
+{
+    return std::fabs(CurveMiddle(Tag(pProfile, pSignature)) - CurveMiddle(Tag(pStored, "gTRC"))) <= kCurveTolerance;
+}
+
+bool ColorantsFit(const double (&pFound)[9], const sSpan& pStored)
+{
+    double expected[9];
+    if (!Colorants(pStored, expected)) return false;
+    return std::equal(std::begin(pFound), std::end(pFound), std::begin(expected),
+                      [](double a, double b) { return std::fabs(a - b) <= kColorantTolerance; });
+}
+
+std::optional<eColorSpaceID> MatchShaper(const sSpan& pProfile, const double (&pColorants)[9])
+{
+    for (const eColorSpaceID space : kSpaces) {
+        const tBytes bytes = StoredProfile(space);
+        if (ColorantsFit(pColorants, WholeOf(bytes)) && CurveFits(pProfile, "gTRC", WholeOf(bytes))) return space;
+    }
+    return std::nullopt;
+}
+
+std::optional<eColorSpaceID> MatchDescription(const std::string& pDescription)
+{
+    const auto says = [&](const char* pWords) { return pDescription.find(pWords) != std::string::npos; };
+    if (says("linear") || says("Linear")) return std::nullopt;
+    if (says("sRGB")) return Vornik::eColorSpace_sRGB;
+    if (says("Adobe RGB (1998)")) return Vornik::eColorSpace_AdobeRGB98;
+    if (says("ProPhoto") || says("ROMM")) return Vornik::eColorSpace_ProPhotoRGB;
+    return std::nullopt;
+}
+
+/// The characters of UTF-16 text, those beyond ASCII as '?'.
+std::string FromUtf16(const sSpan& pText, size_t pOffset, size_t pBytes)
+{
+    std::string text;
+    for (size_t i = 0; i + 1 < pBytes && pOffset + i + 1 < pText.fSize; i += 2) {
+        const unsigned unit = pText.Number16(pOffset + i);
+        if (unit == 0) break;
+        text += unit < 0x80 ? static_cast<char>(unit) : '?';
+    }
+    return text;
+}
+
+std::string FromAscii(const sSpan& pText, size_t pOffset, size_t pBytes)
+{
+    std::string text;
+    for (size_t i = 0; i < pBytes && pText.At(pOffset + i) != 0; i++)
+        text += pText.At(pOffset + i) < 0x80 ? static_cast<char>(pText.At(pOffset + i)) : '?';
+    return text;
+}
+
+} // namespace
+
+std::optional<eColorSpaceID> MatchPrimaries(const sPrimaries& pPrimaries)
+{
+    const float found[6] = {pPrimaries.fRedX,   pPrimaries.fRedY,  pPrimaries.fGreenX,
+                            pPrimaries.fGreenY, pPrimaries.fBlueX, pPrimaries.fBlueY};
+    for (size_t i = 0; i < kSpaces.size(); i++) {
+        if (std::equal(std::begin(found), std::end(found), std::begin(kPrimaries[i]),
+                       [](float a, float b) { return std::fabs(a - b) <= kPrimaryTolerance; }))
+            return kSpaces[i];
+    }
+    return std::nullopt;
+}
+
+std::optional<eColorSpaceID> MatchProfile(const tBytes& pProfile)
+{
+    const sSpan profile = WholeOf(pProfile);
+    if (profile.Has(16, "GRAY")) {
+        const tBytes bytes = StoredProfile(Vornik::eColorSpace_sRGB);
+        if (CurveFits(profile, "kTRC", WholeOf(bytes))) return Vornik::eColorSpace_sRGB;
+        return std::nullopt;
+    }
+    if (!profile.Has(16, "RGB ")) return std::nullopt;
+    double colorants[9];
+    if (Colorants(profile, colorants)) return MatchShaper(profile, colorants);
+    return MatchDescription(ProfileDescription(pProfile));
+}
+
+std::string ProfileDescription(const tBytes& pProfile)
+{
+    const sSpan tag = Tag(WholeOf(pProfile), "desc");
+    if (tag.Has(0, "desc")) return FromAscii(tag, 12, tag.Number32(8));
+    if (tag.Has(0, "mluc")) return FromUtf16(tag, tag.Number32(24), tag.Number32(20));
+    return {};
+}
+
+std::string NoneOfTheThree()
+{
+    return "none of sRGB, Adobe RGB and ProPhoto RGB; the picture is taken as sRGB (--color-space chooses another)";
+}
+
+tBytes StoredProfile(eColorSpaceID pSpace)
+{
+    unsigned char* data = nullptr;
+    unsigned int size = 0;
+    if (pSpace == Vornik::eColorSpace_AdobeRGB98)
+        Vornik::cColorSpace_AdobeRGB98::GetICCProfile(data, size);
+    else if (pSpace == Vornik::eColorSpace_ProPhotoRGB)
+        Vornik::cColorSpace_ProPhotoRGB::GetICCProfile(data, size);
+    else
+        Vornik::cColorSpace_sRGB::GetICCProfile(data, size);
+    return {data, data + size};
+}
+
+} // namespace SelvaneHost

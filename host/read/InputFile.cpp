@@ -1,0 +1,105 @@
+#include "read/InputFile.h"
+
+#include "picture/Errors.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace SelvaneHost
+{
+
+namespace
+{
+
+constexpr size_t kFirstBytes = 8;
+constexpr size_t kPiece = 1 << 20; // bytes a read when the size is not known beforehand
+constexpr size_t kMostUnannounced = size_t{2}
+                                    << 30; // bytes: no picture that the library holds needs more, but in 32 bits
+
+class cDescriptor
+{
+public:
+    explicit cDescriptor(int pDescriptor) : fDescriptor(pDescriptor) {}
+    ~cDescriptor()
+    {
+        if (fDescriptor >= 0) ::close(fDescriptor);
+    }
+    cDescriptor(const cDescriptor&) = delete;
+    cDescriptor& operator=(const cDescriptor&) = delete;
+    operator int() const { return fDescriptor; }
+
+private:
+    const int fDescriptor;
+};
+
+[[noreturn]] void Fail(int pErrorNumber)
+{
+    throw cHostError("cannot be read: " + SystemWords(pErrorNumber));
+}
+
+/// Bytes that the file announces; 0 for what has no size of its own.
+size_t AnnouncedSize(int pDescriptor)
+{
+    struct stat facts
+    {
+    };
+    if (::fstat(pDescriptor, &facts) != 0) Fail(errno);
+    if (S_ISDIR(facts.st_mode)) Fail(EISDIR);
+    return S_ISREG(facts.st_mode) ? static_cast<size_t>(facts.st_size) : 0;
+}
+
+/// Reads into the room from pUsed on; the number of bytes, 0 at the end.
+size_t ReadSome(int pDescriptor, tBytes& pBytes, size_t pUsed)
+{
+    for (;;) {
+        const ssize_t count = ::read(pDescriptor, pBytes.data() + pUsed, pBytes.size() - pUsed);
+        if (count >= 0) return static_cast<size_t>(count);
+        if (errno != EINTR) Fail(errno);
+    }
+}
+
+/// The first bytes, however small the pieces are in which a pipe brings them.
+tBytes ReadFirst(int pDescriptor)
+{
+    tBytes bytes(kFirstBytes);
+    size_t used = 0;
+    while (used < kFirstBytes) {
+        const size_t count = ReadSome(pDescriptor, bytes, used);
+        if (count == 0) break;
+        used += count;
+    }
+    bytes.resize(used);
+    return bytes;
+}
+
+/// Makes the full room larger.
+void Grow(tBytes& pBytes, size_t pMost)
+{
+    const size_t used = pBytes.size();
+    if (used > pMost) throw cHostError("cannot be read: no end after " + std::to_string(pMost >> 20) + " MiB");
+    pBytes.resize(std::min(used + std::max(kPiece, used / 2), pMost + 1));
+}
+
+} // namespace
+
+tBytes ReadFile(const std::string& pPath, void (*pCheck)(const tBytes& pFirst))
+{
+    const cDescriptor file(::open(pPath.c_str(), O_RDONLY | O_CLOEXEC));
+    if (file < 0) Fail(errno);
+    const size_t announced = AnnouncedSize(file);
+    tBytes bytes = ReadFirst(file);
+    pCheck(bytes);
+    size_t used = bytes.size();
+    bytes.resize(std::max(announced, used) + 1); // one more, so that the end shows without growing
+    while (const size_t count = ReadSome(file, bytes, used)) {
+        used += count;
+        if (used == bytes.size()) Grow(bytes, std::max(announced, kMostUnannounced));
+    }
+    bytes.resize(used);
+    return bytes;
+}
+
+} // namespace SelvaneHost

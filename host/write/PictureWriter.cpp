@@ -1,0 +1,124 @@
+#include "write/PictureWriter.h"
+
+#include "picture/Errors.h"
+#include "picture/PngColor.h"
+#include "picture/ProfileMatch.h"
+#include "picture/VipsObject.h"
+#include "write/OutputFile.h"
+
+#include <algorithm>
+#include <cctype>
+#include <memory>
+#include <span>
+
+namespace SelvaneHost
+{
+
+namespace
+{
+
+constexpr int kJpegQuality = 95;
+constexpr int kPngEffort = 6; // deflate level
+constexpr int kMostJpegSide = 65500;
+
+struct sEncoded
+{
+    ~sEncoded() { g_free(fBytes); }
+    void* fBytes = nullptr;
+    size_t fSize = 0;
+};
+
+std::string LowerExtension(const std::string& pPath)
+{
+    const size_t dot = pPath.rfind('.');
+    const size_t slash = pPath.rfind('/');
+    if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return {};
+    std::string extension = pPath.substr(dot);
+    for (char& c : extension)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return extension;
+}
+
+tVipsImage Wrap(const sPicture& pPicture)
+{
+    const bool deep = pPicture.fForm == eSamples16;
+    tVipsImage pixels(vips_image_new_from_memory(pPicture.fPixels.data(), pPicture.fPixels.size(), pPicture.fWidth,
+                                                 pPicture.fHeight, 3, deep ? VIPS_FORMAT_USHORT : VIPS_FORMAT_UCHAR));
+    VipsImage* image = nullptr;
+    if (!pixels || vips_copy(pixels.get(), &image, "interpretation",
+                             deep ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB, nullptr) != 0)
+        throw cHostError("cannot be written: " + VipsWords());
+    return tVipsImage(image);
+}
+
+void Attach(VipsImage* pImage, const sPicture& pPicture)
+{
+    for (const auto& [name, block] : pPicture.fMetadata)
+        vips_image_set_blob_copy(pImage, name.c_str(), block.data(), block.size());
+    vips_image_set_int(pImage, VIPS_META_ORIENTATION, 1); // the pixels are upright
+}
+
+void AttachProfile(VipsImage* pImage, Vornik::eColorSpaceID pSpace)
+{
+    const tBytes profile = StoredProfile(pSpace);
+    vips_image_set_blob_copy(pImage, VIPS_META_ICC_NAME, profile.data(), profile.size());
+}
+
+/// The chunks that say what the colours of a PNG are.
+tBytes PngColorChunks(Vornik::eColorSpaceID pSpace)
+{
+    if (pSpace == Vornik::eColorSpace_sRGB) return PngSrgbChunks();
+    const std::unique_ptr<Vornik::cColorSpace> space(Vornik::cColorSpace::FromID(pSpace));
+    return PngProfileChunk(StoredProfile(pSpace), space->GetName());
+}
+
+/// Writes the encoded picture; what a PNG says of its colours goes in here, see PngColor.h.
+void Write(const sEncoded& pEncoded, eFileKind pKind, Vornik::eColorSpaceID pSpace, const std::string& pPath)
+{
+    const std::span file(static_cast<const unsigned char*>(pEncoded.fBytes), pEncoded.fSize);
+    if (pKind != ePng) return WriteFile(pPath, {file});
+    const tBytes color = PngColorChunks(pSpace);
+    WriteFile(pPath, {file.first(kPngColorPlace), color, file.subspan(kPngColorPlace)});
+}
+
+int Encode(VipsImage* pImage, eFileKind pKind, sEncoded& pTo)
+{
+    switch (pKind) {
+    case eTiff:
+        return vips_tiffsave_buffer(pImage, &pTo.fBytes, &pTo.fSize, "compression",
+                                    VIPS_FOREIGN_TIFF_COMPRESSION_DEFLATE, "predictor",
+                                    VIPS_FOREIGN_TIFF_PREDICTOR_HORIZONTAL, nullptr);
+    case eJpeg:
+        return vips_jpegsave_buffer(pImage, &pTo.fBytes, &pTo.fSize, "Q", kJpegQuality, "optimize_coding", TRUE,
+                                    "subsample_mode", VIPS_FOREIGN_SUBSAMPLE_OFF, nullptr);
+    default:
+        return vips_pngsave_buffer(pImage, &pTo.fBytes, &pTo.fSize, "compression", kPngEffort, nullptr);
+    }
+}
+
+} // namespace
+
+eFileKind KindFor(const std::string& pPath)
+{
+    const std::string extension = LowerExtension(pPath);
+    if (extension == ".png") return ePng;
+    if (extension == ".tif" || extension == ".tiff") return eTiff;
+    if (extension == ".jpg" || extension == ".jpeg") return eJpeg;
+    throw cUsageError(pPath + ": the name of the output must end in .png, .tif, .tiff, .jpg or .jpeg");
+}
+
+void WritePicture(const sPicture& pPicture, Vornik::eColorSpaceID pSpace, const std::string& pPath)
+{
+    const eFileKind kind = KindFor(pPath);
+    if (kind == eJpeg && std::max(pPicture.fWidth, pPicture.fHeight) > kMostJpegSide)
+        throw cHostError("cannot be written: a JPEG file holds at most " + std::to_string(kMostJpegSide) +
+                         " pixels a side; write a .png or .tif file");
+    const tVipsImage image = Wrap(pPicture);
+    Attach(image.get(), pPicture);
+    if (kind != ePng) AttachProfile(image.get(), pSpace);
+    sEncoded encoded;
+    if (Encode(image.get(), kind, encoded) != 0) throw cHostError("cannot be written: " + VipsWords());
+    Write(encoded, kind, pSpace, pPath);
+}
+
+} // namespace SelvaneHost
