@@ -1,8 +1,9 @@
-// The command's reading of files: any bytes as a picture.
+// Reads any bytes as a picture file.
 
 #include "Bytes.h"
 #include "Ledger.h"
 #include "picture/Errors.h"
+#include "picture/PictureLibrary.h"
 #include "read/PictureReader.h"
 
 #include <new>
@@ -20,11 +21,11 @@ void CheckPicture(const sPicture& pPicture)
 {
     Check(pPicture.fWidth > 0 && pPicture.fHeight > 0);
     Check(pPicture.fForm == eSamples8 || pPicture.fForm == eSamples16 || pPicture.fForm == eExponentPlanes);
-    Check(pPicture.fPixels.size() == RowBytes(pPicture) * static_cast<size_t>(pPicture.fHeight));
+    Check(pPicture.fPixels.size() == AllBytes(pPicture));
     Check(!pPicture.fColorSpace || Vornik::cColorSpace::IsColorSpaceIDValid(*pPicture.fColorSpace));
 }
 
-/// Every byte has a value: reading it is what a renderer would do.
+/// Reads every byte, as a renderer does. The sanitizer reports bytes outside the memory of the picture.
 unsigned Sum(const tBytes& pBytes)
 {
     unsigned sum = 0;

@@ -1,9 +1,11 @@
 #include "command/CommandSteps.h"
 
+#include "command/Report.h"
+#include "picture/PictureLibrary.h"
 #include "read/PictureReader.h"
+#include "write/OutputFile.h"
 
 #include <filesystem>
-#include <string_view>
 #include <system_error>
 
 namespace SelvaneHost
@@ -12,34 +14,31 @@ namespace SelvaneHost
 namespace
 {
 
-void WarnAbout(const std::string& pPath, std::string_view pWarning)
+void WarnAbout(const std::string& pPath, const std::string& pWarning)
 {
-    std::string text = pPath;
-    text += ": ";
-    text += pWarning;
-    Warn(text);
+    Warn(pPath + ": " + pWarning);
 }
 
 } // namespace
 
-void CheckDepth(std::optional<int> pAsked, const std::string& pOutput)
+void CheckDepth(const sOutput& pOutput, eFileKind pKind)
 {
-    if (pAsked == 16 && KindFor(pOutput) == eJpeg)
-        throw cUsageError(pOutput +
+    if (pOutput.fDepth == 16 && pKind == eJpeg)
+        throw cUsageError(pOutput.fPath +
                           ": JPEG files hold 8 bits a sample; leave --depth 16 out, or write a .png or .tif file");
 }
 
-void CheckOutput(const std::string& pInput, const std::string& pOutput, bool pForce)
+void CheckOutput(const std::string& pInput, const sOutput& pOutput)
 {
-    About(pOutput, [&] { CheckWritable(pOutput); });
-    std::error_code neither; // one that is not there is none of them
-    if (!pForce && std::filesystem::equivalent(pInput, pOutput, neither))
-        throw cUsageError(pOutput + ": is the input itself; --force replaces it");
+    About(pOutput.fPath, [&] { CheckWritable(pOutput.fPath); });
+    std::error_code ignored; // a file that does not exist is not the other one
+    if (!pOutput.fForce && std::filesystem::equivalent(pInput, pOutput.fPath, ignored))
+        throw cUsageError(pOutput.fPath + ": is the input itself; --force replaces it");
 }
 
-int DepthFor(std::optional<int> pAsked, eFileKind pKind, eSampleForm pInput)
+int DepthFor(const sOutput& pOutput, eFileKind pKind, eSampleForm pInput)
 {
-    if (pAsked) return *pAsked;
+    if (pOutput.fDepth) return *pOutput.fDepth;
     return pKind == eJpeg || pInput == eSamples8 ? 8 : 16;
 }
 

@@ -1,12 +1,11 @@
 #ifndef SELVANE_HOST_COMMAND_COMMAND_STEPS_H
 #define SELVANE_HOST_COMMAND_COMMAND_STEPS_H
 
-// The steps that the subcommands share: check, read, make room, write.
+// Steps that several subcommands share.
 
 #include "picture/Errors.h"
 #include "picture/Picture.h"
-#include "write/OutputFile.h"
-#include "write/PictureWriter.h"
+#include "write/FileKind.h"
 
 #include <new>
 #include <optional>
@@ -15,7 +14,8 @@
 namespace SelvaneHost
 {
 
-/// Gives every failure inside the name of the file that it is about, and a lack of memory its words.
+/// Runs an action on a file. Puts the name of the file before the text of any failure, and turns std::bad_alloc into a
+/// failure with a text. A cUsageError passes unchanged.
 template <typename tAction>
 auto About(const std::string& pPath, tAction pAction)
 {
@@ -30,25 +30,37 @@ auto About(const std::string& pPath, tAction pAction)
     }
 }
 
+/// The output of a subcommand, as the command line gives it.
+struct sOutput
+{
+    std::string fPath;
+    bool fForce = false;       ///< the output may be the input
+    std::optional<int> fDepth; ///< bits per sample, 8 or 16; empty: see DepthFor
+};
+
 /// @throws cUsageError for 16 bits in a JPEG file
-void CheckDepth(std::optional<int> pAsked, const std::string& pOutput);
+void CheckDepth(const sOutput& pOutput, eFileKind pKind);
 
-/// Looks early whether the output may be written: it can, and it is not the input by whatever name or link, unless that
-/// is wanted.
-/// @throws cHostError, cUsageError for the input itself
-void CheckOutput(const std::string& pInput, const std::string& pOutput, bool pForce);
+/// Checks before a long computation that the output can be written and is not the input. Two names or links of one file
+/// count as the same file.
+/// @throws cHostError when the file cannot be written
+/// @throws cUsageError when the output is the input, and fForce is not set
+void CheckOutput(const std::string& pInput, const sOutput& pOutput);
 
-/// What was asked for; otherwise 8 for a JPEG file and for an input of 8 bits, and 16 for everything deeper.
-int DepthFor(std::optional<int> pAsked, eFileKind pKind, eSampleForm pInput);
+/// Returns the bits of an output sample: those of the command line. Without them 8 for a JPEG file or an input of
+/// 8 bits, and 16 for all other files.
+int DepthFor(const sOutput& pOutput, eFileKind pKind, eSampleForm pInput);
 
-/// Starts the picture library and reads a file; its warnings are reported, but for the one about the colour space.
+/// Starts libvips and reads a file. Prints all warnings except the one about the colour space.
 sPicture Read(const std::string& pPath);
 
-/// The space that was chosen, or the file's; sRGB, with the reader's warning if it has one, where neither says.
+/// Returns the chosen space, or else that of the file. If there is neither, returns sRGB and prints the picture's warning
+/// about the colour space.
 Vornik::eColorSpaceID SpaceOf(const sPicture& pPicture, const std::string& pPath,
                               std::optional<Vornik::eColorSpaceID> pChosen);
 
-/// An output picture of the input's size, with the input's metadata.
+/// Returns a black picture with the size and the metadata of the input.
+/// @param pDepth bits per sample, 8 or 16
 sPicture Blank(const sPicture& pInput, int pDepth);
 
 } // namespace SelvaneHost

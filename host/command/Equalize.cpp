@@ -1,14 +1,13 @@
-// `selvane equalize`: drives the library's colour equalizer directly, as any host that links against the classes can.
+#include "command/Equalize.h"
 
 #include "bitmap/cBitmapBGR16.h"
 #include "bitmap/cBitmapBGR8.h"
 #include "bitmap/cException.h"
-#include "command/CommandSteps.h"
-#include "command/Commands.h"
 #include "command/HueCurve.h"
 #include "command/ProgressLines.h"
 #include "curve/cHermiteSpline.h"
 #include "equalizer/cColorEqRenderer.h"
+#include "write/PictureWriter.h"
 
 #include <memory>
 
@@ -18,7 +17,7 @@ namespace SelvaneHost
 namespace
 {
 
-constexpr double kNeutral = 0.5;
+constexpr double kNeutral = 0.5; // a curve of this value changes nothing
 
 struct sHueCurves
 {
@@ -27,23 +26,17 @@ struct sHueCurves
     Vornik::cHermiteSpline fLightness;
 };
 
-/// The curve through the points; flat and neutral without any.
-void SetCurve(Vornik::cHermiteSpline& pCurve, const std::vector<sHuePoint>& pPoints)
+/// Sets the curve from the list of an option. An empty list gives a flat, neutral curve.
+void SetCurve(Vornik::cHermiteSpline& pCurve, const std::string& pList, const char* pOption)
 {
     const std::vector<Vornik::sControlPoint> points =
-        CircularControlPoints(pPoints.empty() ? std::vector<sHuePoint>{{0.0, kNeutral}} : pPoints);
+        CircularControlPoints(pList.empty() ? std::vector<sHuePoint>{{0.0, kNeutral}} : ParseHuePoints(pList, pOption));
     pCurve.SetControlPoints(Vornik::eSplineManualTangents, static_cast<int>(points.size()), points.data());
 }
 
-std::vector<sHuePoint> Points(const std::string& pText, const char* pOption)
-{
-    return pText.empty() ? std::vector<sHuePoint>{} : ParseHuePoints(pText, pOption);
-}
-
-/// Copies rows between red, green, blue order and the bitmaps' blue, green, red. The order of the three is turned
-/// round, so one function serves both ways.
+/// Copies a row and swaps red and blue. Pictures begin a pixel with red, bitmaps with blue.
 template <typename tSample>
-void TurnRow(const tSample* pFrom, tSample* pTo, int pWidth)
+void CopySwapped(const tSample* pFrom, tSample* pTo, int pWidth)
 {
     for (int i = 0; i < 3 * pWidth; i += 3) {
         pTo[i] = pFrom[i + 2];
@@ -52,20 +45,21 @@ void TurnRow(const tSample* pFrom, tSample* pTo, int pWidth)
     }
 }
 
+void CopySwapped(const unsigned char* pFrom, unsigned char* pTo, const sPicture& pPicture)
+{
+    if (pPicture.fForm == eSamples8)
+        CopySwapped(pFrom, pTo, pPicture.fWidth);
+    else
+        CopySwapped(reinterpret_cast<const uint16_t*>(pFrom), reinterpret_cast<uint16_t*>(pTo), pPicture.fWidth);
+}
+
 unsigned char* RowOf(Vornik::cBitmapLDR& pBitmap, int pRow)
 {
     return static_cast<unsigned char*>(pBitmap.GetBitmapArray()) +
            static_cast<size_t>(pRow) * static_cast<size_t>(pBitmap.GetStride());
 }
 
-void TurnRow(const unsigned char* pFrom, unsigned char* pTo, const sPicture& pPicture)
-{
-    if (pPicture.fForm == eSamples8)
-        TurnRow(pFrom, pTo, pPicture.fWidth);
-    else
-        TurnRow(reinterpret_cast<const uint16_t*>(pFrom), reinterpret_cast<uint16_t*>(pTo), pPicture.fWidth);
-}
-
+/// Returns an empty bitmap with the size and the depth of the picture.
 std::unique_ptr<Vornik::cBitmapLDR> NewBitmap(const sPicture& pPicture, Vornik::eColorSpaceID pSpace)
 {
     if (pPicture.fForm == eSamples8)
@@ -73,32 +67,32 @@ std::unique_ptr<Vornik::cBitmapLDR> NewBitmap(const sPicture& pPicture, Vornik::
     return std::make_unique<Vornik::cBitmapBGR16>(pPicture.fWidth, pPicture.fHeight, pSpace);
 }
 
-void Fill(Vornik::cBitmapLDR& pBitmap, const sPicture& pPicture)
+void CopyToBitmap(const sPicture& pFrom, Vornik::cBitmapLDR& pTo)
 {
-    for (int y = 0; y < pPicture.fHeight; y++)
-        TurnRow(pPicture.fPixels.data() + RowBytes(pPicture) * static_cast<size_t>(y), RowOf(pBitmap, y), pPicture);
+    for (int y = 0; y < pFrom.fHeight; y++)
+        CopySwapped(Row(pFrom, y), RowOf(pTo, y), pFrom);
 }
 
-void Take(Vornik::cBitmapLDR& pBitmap, sPicture& pPicture)
+void CopyFromBitmap(Vornik::cBitmapLDR& pFrom, sPicture& pTo)
 {
-    for (int y = 0; y < pPicture.fHeight; y++)
-        TurnRow(RowOf(pBitmap, y), pPicture.fPixels.data() + RowBytes(pPicture) * static_cast<size_t>(y), pPicture);
+    for (int y = 0; y < pTo.fHeight; y++)
+        CopySwapped(RowOf(pFrom, y), Row(pTo, y), pTo);
 }
 
 void Equalize(const sPicture& pInput, sPicture& pOutput, Vornik::eColorSpaceID pSpace, const sHueCurves& pCurves,
               bool pVerbose)
 {
-    const cProgressLines lines(!pVerbose); // the bitmaps write a line when they are released
+    const cProgressLines lines(!pVerbose); // bitmaps print a line when they are released
     try {
         const std::unique_ptr<Vornik::cBitmapLDR> from = NewBitmap(pInput, pSpace);
         const std::unique_ptr<Vornik::cBitmapLDR> to = NewBitmap(pOutput, pSpace);
         const auto renderer = std::make_unique<Vornik::cColorEqRenderer>();
-        Fill(*from, pInput);
+        CopyToBitmap(pInput, *from);
         renderer->SetInput(from.get());
         renderer->SetOutput(to.get());
         renderer->SetHueCurves(&pCurves.fHueShift, &pCurves.fSaturation, &pCurves.fLightness);
         renderer->Render();
-        Take(*to, pOutput);
+        CopyFromBitmap(*to, pOutput);
     } catch (const Vornik::cOutOfMemoryException&) {
         throw std::bad_alloc();
     } catch (const Vornik::cException& failure) {
@@ -112,24 +106,25 @@ void Equalize(const sPicture& pInput, sPicture& pOutput, Vornik::eColorSpaceID p
 
 void RunEqualize(const sEqualizeOptions& pOptions)
 {
-    const eFileKind kind = KindFor(pOptions.fOutput);
-    CheckDepth(pOptions.fDepth, pOptions.fOutput);
+    const std::string& path = pOptions.fOutput.fPath;
+    const eFileKind kind = KindFor(path);
+    CheckDepth(pOptions.fOutput, kind);
     sHueCurves curves;
-    SetCurve(curves.fHueShift, Points(pOptions.fHueShift, "--hue-shift"));
-    SetCurve(curves.fSaturation, Points(pOptions.fSaturation, "--saturation"));
-    SetCurve(curves.fLightness, Points(pOptions.fLightness, "--lightness"));
-    CheckOutput(pOptions.fInput, pOptions.fOutput, pOptions.fForce);
+    SetCurve(curves.fHueShift, pOptions.fHueShift, "--hue-shift");
+    SetCurve(curves.fSaturation, pOptions.fSaturation, "--saturation");
+    SetCurve(curves.fLightness, pOptions.fLightness, "--lightness");
+    CheckOutput(pOptions.fInput, pOptions.fOutput);
 
     const sPicture input = Read(pOptions.fInput);
     const Vornik::eColorSpaceID space = SpaceOf(input, pOptions.fInput, pOptions.fColorSpace);
     const sPicture output = About(pOptions.fInput, [&] {
         if (input.fForm == eExponentPlanes)
             throw cHostError("holds high-dynamic-range values; tone-map it first, then equalize the result");
-        sPicture picture = Blank(input, DepthFor(pOptions.fDepth, kind, input.fForm));
+        sPicture picture = Blank(input, DepthFor(pOptions.fOutput, kind, input.fForm));
         Equalize(input, picture, space, curves, pOptions.fVerbose);
         return picture;
     });
-    About(pOptions.fOutput, [&] { WritePicture(output, space, pOptions.fOutput); });
+    About(path, [&] { WritePicture(output, space, kind, path); });
 }
 
 } // namespace SelvaneHost

@@ -45,13 +45,13 @@ Vornik::sControlPoint ControlPoint(double pX, double pY, double pBeforeX, double
     return point;
 }
 
-/// The stretch from the last point, across red, to the first one of the next round.
+/// The piece of the curve that crosses red, from the last point to the first.
 struct sCrossing
 {
-    double fWidth;  // hue from the last point to the first
-    double fBefore; // share of it that lies before red
-    double fValue;  // at red
-    double fSlope;  // there, a full width
+    double fWidth;  // in hue
+    double fBefore; // share of the width before red
+    double fValue;  // value at red
+    double fSlope;  // slope at red: change of the value over the whole width
 };
 
 sCrossing Crossing(const sHuePoint& pFirst, const sHuePoint& pLast)
@@ -62,7 +62,8 @@ sCrossing Crossing(const sHuePoint& pFirst, const sHuePoint& pLast)
     return {width, t, pLast.fValue + rise * t * t * (3.0 - 2.0 * t), rise * 6.0 * t * (1.0 - t)};
 }
 
-/// The points that were given. Each tangent is as wide as its stretch, so that a stretch moves evenly in hue.
+/// Returns the control points of the given points. Each tangent is as wide as its piece of the curve. So hue changes at
+/// a constant rate within the piece.
 std::vector<Vornik::sControlPoint> InnerPoints(const std::vector<sHuePoint>& pPoints)
 {
     std::vector<Vornik::sControlPoint> points;

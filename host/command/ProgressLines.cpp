@@ -12,13 +12,13 @@ namespace SelvaneHost
 namespace
 {
 
-constexpr off_t kMostKept = off_t{64} * 1024; // bytes looked at; a run writes some hundred
+constexpr off_t kMostSearched = off_t{64} * 1024; // bytes; a run prints some hundred
 
 std::string Content(int pDescriptor)
 {
     std::string text;
     std::array<char, 4096> piece{};
-    for (off_t at = 0; at < kMostKept;) {
+    for (off_t at = 0; at < kMostSearched;) {
         const ssize_t count = ::pread(pDescriptor, piece.data(), piece.size(), at);
         if (count <= 0) break;
         text.append(piece.data(), static_cast<size_t>(count));
@@ -55,18 +55,6 @@ std::string cProgressLines::FailureWords() const
     if (start == std::string::npos) return {};
     const size_t end = text.find("  Type=", start);
     return text.substr(start + opening.size(), end == std::string::npos ? end : end - start - opening.size());
-}
-
-void OpenStandardStreams()
-{
-    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        if (::fcntl(stream, F_GETFD) != -1) continue;
-        const int opened = ::open("/dev/null", stream == STDIN_FILENO ? O_RDONLY : O_WRONLY);
-        if (opened >= 0 && opened != stream) {
-            ::dup2(opened, stream);
-            ::close(opened);
-        }
-    }
 }
 
 } // namespace SelvaneHost

@@ -6,30 +6,27 @@
 namespace SelvaneHost
 {
 
-/// Keeps what is written to file descriptor 2 from the terminal for as long as the object lives. The library writes its
-/// progress there whenever it runs, and a failure in one line, whose words the command passes on.
+/// Redirects file descriptor 2 to memory while the object exists. The library prints its progress there, and one line
+/// for a failure. The command prints the text of that line itself.
 ///
-/// Affects the whole process: nothing else should have something to say meanwhile. When the system has no descriptors
-/// left the lines go where they always went.
+/// The redirection affects the whole process, so no other code should print to descriptor 2 meanwhile. If the system has
+/// no descriptors left, the lines go to the terminal as usual.
 class cProgressLines
 {
 public:
-    /// @param pKeep false: the lines pass
+    /// @param pKeep false: nothing is redirected
     explicit cProgressLines(bool pKeep);
     ~cProgressLines();
     cProgressLines(const cProgressLines&) = delete;
     cProgressLines& operator=(const cProgressLines&) = delete;
 
-    /// The words of the library's failure line, or an empty text.
+    /// Returns the text of the library's failure line. Empty if there is none.
     std::string FailureWords() const;
 
 private:
-    int fKept = -1; // memory file that takes the lines
-    int fTrue = -1; // the stream's own target
+    int fKept = -1; // file in memory with the redirected lines
+    int fTrue = -1; // the original target of descriptor 2
 };
-
-/// Opens /dev/null for those of the three standard streams that are closed, so that no file of ours gets their numbers.
-void OpenStandardStreams();
 
 } // namespace SelvaneHost
 

@@ -1,17 +1,21 @@
-// selvane: the command. The subcommands' options are declared here; what they do is in Commands.h.
+// The program `selvane`. This file declares the options. Tonemap.h and Equalize.h carry out the subcommands.
 //
-// Status 0: done. 1: the picture could not be read, computed or written. 2: the command line is wrong. All failures are
-// one line on the standard error stream.
+// Exit status:
+//   0  done
+//   1  a picture could not be read, computed or written
+//   2  the command line is wrong
+// Each failure is one line on the standard error stream.
 
-#include "command/Commands.h"
-#include "command/ProgressLines.h"
+#include "command/Equalize.h"
+#include "command/Report.h"
+#include "command/Streams.h"
+#include "command/Tonemap.h"
 #include "picture/Errors.h"
-#include "write/OutputFile.h"
+#include "picture/Sliders.h"
+#include "write/UnfinishedFile.h"
 
 #include <CLI/CLI.hpp>
-#include <cerrno>
 #include <charconv>
-#include <cstdio>
 #include <map>
 
 namespace
@@ -34,11 +38,13 @@ void AddInput(CLI::App& pCommand, std::string& pInput)
     pCommand.add_option("INPUT", pInput, "picture to read")->required();
 }
 
-void AddOutput(CLI::App& pCommand, std::string& pOutput, bool& pForce, std::optional<int>& pDepth)
+void AddOutput(CLI::App& pCommand, sOutput& pOutput)
 {
-    pCommand.add_option("-o,--output", pOutput, "picture to write: .png, .tif, .tiff, .jpg or .jpeg")->required();
-    pCommand.add_flag("--force", pForce, "write the output even where it is the input");
-    pCommand.add_option("--depth", pDepth, "bits of an output sample (default: 8 for JPEG and 8-bit input, else 16)")
+    pCommand.add_option("-o,--output", pOutput.fPath, "picture to write: .png, .tif, .tiff, .jpg or .jpeg")->required();
+    pCommand.add_flag("--force", pOutput.fForce, "write the output even where it is the input");
+    pCommand
+        .add_option("--depth", pOutput.fDepth,
+                    "bits of an output sample (default: 8 for JPEG and 8-bit input, else 16)")
         ->check(CLI::IsMember({8, 16}));
 }
 
@@ -51,7 +57,7 @@ void AddColorSpace(CLI::App& pCommand, std::optional<Vornik::eColorSpaceID>& pSp
         ->check(CLI::IsMember({"srgb", "adobe", "prophoto"}));
 }
 
-/// Reads "640x330+330+120"; false for anything else.
+/// Reads "640x330+330+120". Returns false for any other text.
 bool ReadArea(const std::string& pText, sArea& pArea)
 {
     const char* at = pText.data();
@@ -84,15 +90,10 @@ void AddVerbose(CLI::App& pCommand, bool& pVerbose)
     pCommand.add_flag("-v,--verbose", pVerbose, "show the library's progress lines");
 }
 
-void AddSliders(CLI::App& pCommand, sTonemapOptions& pOptions)
+void AddSliders(CLI::App& pCommand, sStatsOptions& pOptions)
 {
-    sTmSliders& sliders = pOptions.fSliders;
-    pCommand.add_option("--compression", sliders.compression, "strength of the global compression, -100 to 100 (0)");
-    pCommand.add_option("--smoothness", sliders.smoothness, "edge tolerance of the base layer, -10 to 10 (0)");
-    pCommand.add_option("--radius", sliders.radius, "size of what counts as detail, -10 wide to 10 fine (0)");
-    pCommand.add_option("--adaptation", sliders.adaptation, "bends both layers around their means, 0 to 100 (0)");
-    pCommand.add_option("--white-clip", sliders.whiteClip, "share clipped to white, 0 to 100 for 0 to 5 per cent (0)");
-    pCommand.add_option("--black-clip", sliders.blackClip, "share clipped to black, in per cent (0)");
+    for (const sSlider& slider : kSliders)
+        pCommand.add_option(slider.fOption, pOptions.fSliders.*slider.fMember, HelpOf(slider));
     pCommand.add_flag("--wrap", pOptions.fWrap, "left and right edge meet: a full panorama");
     pCommand.add_option("--threads", pOptions.fThreads, "workers (default 0: one for each processor)")
         ->check(CLI::Range(0, kMostThreads));
@@ -102,7 +103,7 @@ void AddTonemap(CLI::App& pApp, sTonemapOptions& pOptions)
 {
     CLI::App* const command = pApp.add_subcommand("tonemap", "turn a high-dynamic-range picture into one for display");
     AddInput(*command, pOptions.fInput);
-    AddOutput(*command, pOptions.fOutput, pOptions.fForce, pOptions.fDepth);
+    AddOutput(*command, pOptions.fOutput);
     AddSliders(*command, pOptions);
     AddCrop(*command, pOptions.fCrop);
     command->add_option("--black-point", pOptions.fBlackPoint, "black point of an earlier run (see stats)");
@@ -112,7 +113,7 @@ void AddTonemap(CLI::App& pApp, sTonemapOptions& pOptions)
     command->callback([&pOptions] { RunTonemap(pOptions); });
 }
 
-void AddStats(CLI::App& pApp, sTonemapOptions& pOptions)
+void AddStats(CLI::App& pApp, sStatsOptions& pOptions)
 {
     CLI::App* const command = pApp.add_subcommand("stats", "print the black and white point that tonemap would use");
     AddInput(*command, pOptions.fInput);
@@ -127,7 +128,7 @@ void AddEqualize(CLI::App& pApp, sEqualizeOptions& pOptions)
 {
     CLI::App* const command = pApp.add_subcommand("equalize", "apply hue curves to a finished picture");
     AddInput(*command, pOptions.fInput);
-    AddOutput(*command, pOptions.fOutput, pOptions.fForce, pOptions.fDepth);
+    AddOutput(*command, pOptions.fOutput);
     command->add_option("--hue-shift", pOptions.fHueShift, "points HUE:VALUE,... from 0 to 1; 0.5 changes nothing");
     command->add_option("--saturation", pOptions.fSaturation, "points HUE:VALUE,...");
     command->add_option("--lightness", pOptions.fLightness, "points HUE:VALUE,...");
@@ -136,7 +137,7 @@ void AddEqualize(CLI::App& pApp, sEqualizeOptions& pOptions)
     command->callback([&pOptions] { RunEqualize(pOptions); });
 }
 
-/// Help and version go to standard output with status 0; all else is one line.
+/// Prints help and version on standard output and returns 0. Any other parse error is one line and a wrong command line.
 int ReportParse(const CLI::App& pApp, const CLI::ParseError& pError)
 {
     if (pError.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return pApp.exit(pError);
@@ -144,7 +145,7 @@ int ReportParse(const CLI::App& pApp, const CLI::ParseError& pError)
     return kWrongCommandLine;
 }
 
-/// Names a first word that is no subcommand, where the parser would only say that one is missing.
+/// Refuses a first word that is no subcommand, by name. The parser would only say that the subcommand is missing.
 void CheckSubcommand(const CLI::App& pApp, const std::string& pWord)
 {
     const auto named = [&](const CLI::App* pCommand) { return pCommand->check_name(pWord); };
@@ -158,7 +159,7 @@ int Run(int pCount, char** pWords)
     app.set_version_flag("--version", "selvane " SELVANE_VERSION);
     app.require_subcommand(1);
     sTonemapOptions tonemap;
-    sTonemapOptions stats;
+    sStatsOptions stats;
     sEqualizeOptions equalize;
     AddTonemap(app, tonemap);
     AddStats(app, stats);
@@ -172,14 +173,6 @@ int Run(int pCount, char** pWords)
     return 0;
 }
 
-/// A result that nobody could store is a failure too.
-int Flushed(int pStatus)
-{
-    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return pStatus;
-    Report("standard output cannot be written: " + SystemWords(errno));
-    return pStatus == 0 ? kFailed : pStatus;
-}
-
 } // namespace
 
 int main(int pCount, char** pWords)
@@ -187,7 +180,9 @@ int main(int pCount, char** pWords)
     OpenStandardStreams();
     CatchSignals();
     try {
-        return Flushed(Run(pCount, pWords));
+        const int status = Run(pCount, pWords);
+        FlushStandardOutput();
+        return status;
     } catch (const cUsageError& failure) {
         Report(failure.what());
         return kWrongCommandLine;

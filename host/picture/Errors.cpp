@@ -1,6 +1,5 @@
 #include "picture/Errors.h"
 
-#include <cstdio>
 #include <system_error>
 
 namespace SelvaneHost
@@ -17,17 +16,6 @@ std::string OneLine(const std::string& pText)
     while (!line.empty() && line.back() == ' ')
         line.pop_back();
     return line;
-}
-
-void Report(const std::string& pText)
-{
-    const std::string line = "selvane: " + OneLine(pText) + "\n";
-    std::fwrite(line.data(), 1, line.size(), stderr);
-}
-
-void Warn(const std::string& pText)
-{
-    Report("warning: " + pText);
 }
 
 std::string SystemWords(int pErrorNumber)

@@ -11,16 +11,18 @@ namespace
 {
 
 constexpr double kLargest = 0x1.FEp+126; // 255 * 2^119
-constexpr int kExponentBias = 128;       // exponent byte of a largest channel from 0.5 up to 1
+constexpr int kExponentBias = 128;       // exponent byte of a pixel whose largest channel is 0.5 to below 1
 constexpr int kMantissaBits = 8;
 
+/// Limits a value to 0 .. kLargest. NaN becomes 0.
 double Limited(float pValue)
 {
-    if (!(pValue > 0.0F)) return 0.0; // NaN too
+    if (!(pValue > 0.0F)) return 0.0;
     return std::min(static_cast<double>(pValue), kLargest);
 }
 
-/// Mantissa under a largest channel of 2^(pExponent - 1) up to 2^pExponent. The product is exact in double.
+/// Returns the mantissa of a channel. The pixel's largest channel lies from 2^(pExponent - 1) to below 2^pExponent. The
+/// product is exact in double.
 int Mantissa(double pValue, int pExponent)
 {
     return static_cast<int>(std::floor(std::ldexp(pValue, kMantissaBits - pExponent) + 0.5));

@@ -11,12 +11,7 @@ namespace SelvaneHost
 namespace
 {
 
-// More than any file packs into a byte. Rows of one colour in the old run lengths of Radiance: 12 bytes for 65536
-// pixels, 5461 a byte. Pixels of one bit: 8256 with deflate, which gives at most 1032 bytes for one, and 10898 with the
-// LZW of TIFF. JPEG with Huffman codes: 512, one bit for a block of 64.
-constexpr size_t kMostPixelsPerByte = 16384;
-
-bool Inside(const sPicture& pPicture, const sArea& pArea)
+bool IsInside(const sPicture& pPicture, const sArea& pArea)
 {
     return pArea.fWidth >= 1 && pArea.fHeight >= 1 && pArea.fLeft >= 0 && pArea.fTop >= 0 &&
            int64_t{pArea.fLeft} + pArea.fWidth <= pPicture.fWidth &&
@@ -24,6 +19,27 @@ bool Inside(const sPicture& pPicture, const sArea& pArea)
 }
 
 } // namespace
+
+size_t RowBytes(const sPicture& pPicture)
+{
+    const size_t bytesPerPixel = pPicture.fForm == eSamples8 ? 3 : pPicture.fForm == eSamples16 ? 6 : 4;
+    return bytesPerPixel * static_cast<size_t>(pPicture.fWidth);
+}
+
+size_t AllBytes(const sPicture& pPicture)
+{
+    return RowBytes(pPicture) * static_cast<size_t>(pPicture.fHeight);
+}
+
+unsigned char* Row(sPicture& pPicture, int pRow)
+{
+    return pPicture.fPixels.data() + RowBytes(pPicture) * static_cast<size_t>(pRow);
+}
+
+const unsigned char* Row(const sPicture& pPicture, int pRow)
+{
+    return pPicture.fPixels.data() + RowBytes(pPicture) * static_cast<size_t>(pRow);
+}
 
 void SetSize(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pForm)
 {
@@ -38,39 +54,28 @@ void SetSize(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pF
     pPicture.fForm = pForm;
 }
 
-void CheckClaim(const sPicture& pPicture, size_t pFileBytes)
-{
-    const size_t pixels = static_cast<size_t>(pPicture.fWidth) * static_cast<size_t>(pPicture.fHeight);
-    if (pixels / kMostPixelsPerByte > pFileBytes) {
-        throw cHostError("the picture is damaged or cut short: " + std::to_string(pFileBytes) +
-                         " bytes cannot hold the " + std::to_string(pPicture.fWidth) + " x " +
-                         std::to_string(pPicture.fHeight) + " pixels that it claims to have");
-    }
-}
-
 void AllocatePixels(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pForm)
 {
     SetSize(pPicture, pWidth, pHeight, pForm);
-    pPicture.fPixels.resize(RowBytes(pPicture) * static_cast<size_t>(pHeight));
+    pPicture.fPixels.resize(AllBytes(pPicture));
 }
 
 void Crop(sPicture& pPicture, const sArea& pArea)
 {
-    if (!Inside(pPicture, pArea)) {
+    if (!IsInside(pPicture, pArea)) {
         throw cHostError("the crop does not lie inside the picture of " + std::to_string(pPicture.fWidth) + " x " +
                          std::to_string(pPicture.fHeight) + " pixels");
     }
     sPicture part;
     AllocatePixels(part, pArea.fWidth, pArea.fHeight, pPicture.fForm);
-    // A row of exponent planes is four stretches of bytes, any other row is one.
-    const size_t stretches = pPicture.fForm == eExponentPlanes ? 4 : 1;
-    const size_t fromBytes = RowBytes(pPicture) / stretches;
-    const size_t toBytes = RowBytes(part) / stretches;
+    // A row of exponent planes consists of four pieces, any other row of one.
+    const size_t pieces = pPicture.fForm == eExponentPlanes ? 4 : 1;
+    const size_t fromBytes = RowBytes(pPicture) / pieces;
+    const size_t toBytes = RowBytes(part) / pieces;
     const size_t left = toBytes / static_cast<size_t>(pArea.fWidth) * static_cast<size_t>(pArea.fLeft);
-    const size_t first = static_cast<size_t>(pArea.fTop) * stretches;
-    for (size_t i = 0; i < static_cast<size_t>(pArea.fHeight) * stretches; i++)
-        std::memcpy(part.fPixels.data() + i * toBytes, pPicture.fPixels.data() + (first + i) * fromBytes + left,
-                    toBytes);
+    const unsigned char* const from = Row(std::as_const(pPicture), pArea.fTop) + left;
+    for (size_t i = 0; i < static_cast<size_t>(pArea.fHeight) * pieces; i++)
+        std::memcpy(part.fPixels.data() + i * toBytes, from + i * fromBytes, toBytes);
     pPicture.fWidth = part.fWidth;
     pPicture.fHeight = part.fHeight;
     pPicture.fPixels = std::move(part.fPixels);

@@ -1,7 +1,9 @@
 #ifndef SELVANE_HOST_PICTURE_PICTURE_H
 #define SELVANE_HOST_PICTURE_PICTURE_H
 
-// A picture in memory, as the library's entry takes it and gives it back.
+// A picture in memory, in the layout of the library's entry (entry/vorniklib3.h). The readers fill it, the commands
+// pass its samples to the library, and the writer stores it. This folder holds what all of them know about a picture:
+// its samples, its colours, the sliders and the failures.
 
 #include "color/cColorSpace.h"
 
@@ -15,20 +17,20 @@
 namespace SelvaneHost
 {
 
-/// What a sample is. The value is the entry's inputDepth.
+/// The form of the samples. The value is the entry's inputDepth.
 enum eSampleForm : int
 {
-    eSamples8 = 8,        ///< interleaved red, green, blue, one byte each
-    eSamples16 = 16,      ///< the same, native 16-bit integers
-    eExponentPlanes = 32, ///< each row: width red mantissas, width green, width blue, width exponents, one byte each
+    eSamples8 = 8,        ///< interleaved red, green, blue; one byte each
+    eSamples16 = 16,      ///< interleaved red, green, blue; native 16-bit integers
+    eExponentPlanes = 32, ///< each row: width bytes each of red mantissas, green mantissas, blue mantissas, exponents
 };
 
-/// More pixels than this the library cannot hold: its float picture counts bytes, 12 a pixel, in 31 bits.
+/// The most pixels of a picture. The library counts the bytes of its float picture, 12 a pixel, in 31 bits.
 constexpr int64_t kMostPixels = 0x7FFFFFFF / 12;
 
 using tBytes = std::vector<unsigned char>;
 
-/// A picture, upright, without padding between its rows.
+/// A picture. It is upright, and its rows follow each other without padding.
 struct sPicture
 {
     int fWidth = 0;  ///< pixels
@@ -36,38 +38,35 @@ struct sPicture
     eSampleForm fForm = eSamples8;
     tBytes fPixels;
 
-    /// The space that the file says its samples are in; empty when it says nothing or something else, which is then a
-    /// warning.
+    /// The colour space that the file names. Empty if the file names none, or none of the library's three.
     std::optional<Vornik::eColorSpaceID> fColorSpace;
-    /// Blocks to carry over to the output, by the name that the picture library gives them (Exif, XMP, IPTC).
+    /// Metadata for the output, by the name of libvips (Exif, XMP, IPTC).
     std::map<std::string, tBytes> fMetadata;
-    /// What the person should know about how the file was read.
+    /// Warnings about the way in which the file was read.
     std::vector<std::string> fWarnings;
-    /// The one about the colour space; void when the person chose one.
+    /// The warning about the colour space, or empty. It does not apply if the user chooses a colour space.
     std::string fColorSpaceWarning;
 };
 
-/// Bytes of one row.
-inline size_t RowBytes(const sPicture& pPicture)
-{
-    const size_t bytesPerPixel = pPicture.fForm == eSamples8 ? 3 : pPicture.fForm == eSamples16 ? 6 : 4;
-    return bytesPerPixel * static_cast<size_t>(pPicture.fWidth);
-}
+/// Returns the number of bytes in a row.
+size_t RowBytes(const sPicture& pPicture);
 
-/// Takes the size, and no room for the pixels yet.
-/// @throws cHostError when the size is not above zero or above kMostPixels
+/// Returns the number of bytes in all rows of a picture of this size and form.
+size_t AllBytes(const sPicture& pPicture);
+
+/// Returns the first byte of a row. fPixels must hold the row.
+unsigned char* Row(sPicture& pPicture, int pRow);
+const unsigned char* Row(const sPicture& pPicture, int pRow);
+
+/// Sets size and form. Allocates no pixels.
+/// @throws cHostError when a side is below 1 or the picture has more than kMostPixels pixels
 void SetSize(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pForm);
 
-/// Refuses a size that stands in a file too short to hold so many pixels, so that a few bytes cannot ask for gigabytes.
-/// @param pFileBytes the whole file
-/// @throws cHostError
-void CheckClaim(const sPicture& pPicture, size_t pFileBytes);
-
-/// Takes the size and room for the pixels.
-/// @throws cHostError when the size is not above zero or above kMostPixels
+/// Sets size and form, and allocates the pixels as zeros.
+/// @throws cHostError when a side is below 1 or the picture has more than kMostPixels pixels
 void AllocatePixels(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pForm);
 
-/// A part of a picture, in pixels from its upper left corner.
+/// A part of a picture, in pixels from the upper left corner.
 struct sArea
 {
     int fWidth;
@@ -76,8 +75,8 @@ struct sArea
     int fTop;
 };
 
-/// Cuts the picture down to the area.
-/// @throws cHostError when the area does not lie inside it
+/// Reduces the picture to the area.
+/// @throws cHostError when the area is empty or does not lie inside the picture
 void Crop(sPicture& pPicture, const sArea& pArea);
 
 } // namespace SelvaneHost

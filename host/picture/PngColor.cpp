@@ -22,7 +22,7 @@ constexpr std::array<size_t, 8> kChromaticities = {31270, 32900, // x and y of w
                                                    64000, 33000, // red
                                                    30000, 60000, // green
                                                    15000, 6000}; // blue
-constexpr size_t kLargestProfile = 16 << 20; // bytes; display profiles have some thousand, printers' some million
+constexpr size_t kLargestProfile = 16 << 20; // bytes; a display profile has thousands, a printer profile millions
 
 size_t Number32(const unsigned char* pBytes)
 {
@@ -36,12 +36,12 @@ void Put32(tBytes& pBytes, size_t pValue)
         pBytes.push_back(static_cast<unsigned char>(pValue >> shift));
 }
 
-/// Inflates into the room that pLimit allows; empty when the data are damaged or larger.
+/// Inflates deflated data. Returns nothing if the data are damaged or inflate to more than pLimit bytes.
 tBytes Inflate(const unsigned char* pBytes, size_t pSize, size_t pLimit)
 {
     z_stream stream{};
     if (inflateInit(&stream) != Z_OK) return {};
-    stream.next_in = const_cast<unsigned char*>(pBytes); // only read
+    stream.next_in = const_cast<unsigned char*>(pBytes); // zlib only reads
     stream.avail_in = static_cast<uInt>(pSize);
     tBytes content;
     int state = Z_OK;
@@ -57,7 +57,7 @@ tBytes Inflate(const unsigned char* pBytes, size_t pSize, size_t pLimit)
     return state == Z_STREAM_END ? content : tBytes();
 }
 
-/// What stands in an iCCP chunk: a name, its closing 0, the method (0: deflate), the deflated profile.
+/// Returns the profile in the data of an iCCP chunk: a name, a 0, the method (0: deflate), the deflated profile.
 tBytes ProfileIn(const unsigned char* pData, size_t pSize)
 {
     const size_t searched = std::min(pSize, kLongestName + 1);
@@ -68,7 +68,7 @@ tBytes ProfileIn(const unsigned char* pData, size_t pSize)
     return Inflate(pData + head, pSize - head, kLargestProfile);
 }
 
-/// The data of a chunk; empty when there is none of the type before the pixels.
+/// Returns the data of the first chunk of a type. Empty if there is none before the pixels.
 std::span<const unsigned char> ChunkData(const tBytes& pFile, const char* pType)
 {
     for (size_t at = kSignature; at + kChunkFrame <= pFile.size();) {
@@ -106,7 +106,7 @@ bool PngSaysSrgb(const tBytes& pFile)
 tBytes PngProfileChunk(const tBytes& pProfile, const char* pName)
 {
     uLongf deflated = compressBound(static_cast<uLong>(pProfile.size()));
-    const size_t head = std::strlen(pName) + 2; // the name, its closing 0, the method
+    const size_t head = std::strlen(pName) + 2; // the name, a 0, the method
     tBytes data(head + deflated);
     std::memcpy(data.data(), pName, head - 2);
     if (compress2(data.data() + head, &deflated, pProfile.data(), static_cast<uLong>(pProfile.size()),

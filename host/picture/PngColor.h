@@ -1,32 +1,33 @@
 #ifndef SELVANE_HOST_PICTURE_PNG_COLOR_H
 #define SELVANE_HOST_PICTURE_PNG_COLOR_H
 
-// What a PNG file says of its colours, read and written by ourselves. libpng drops profiles that differ in the last bit
-// of the connection space's white from its own, and the published profile of ProPhoto RGB is one of them; and it calls
-// the published profile of sRGB incorrect, aloud, in every program that reads the file. Source: PNG standard (third
-// edition), 11.3.2 "Color space information".
+// The colour chunks of PNG files, read and written without libpng, for two reasons:
+//   - libpng drops a profile whose white differs in the last bit from its own. The published profile of ProPhoto RGB
+//     is such a profile.
+//   - libpng calls the published profile of sRGB incorrect. Every program that reads the file prints that warning.
+// Source: PNG standard (third edition), 11.3.2 "Color space information".
 
 #include "picture/Picture.h"
 
 namespace SelvaneHost
 {
 
-/// The profile in a PNG file (iCCP); empty when it has none, or a damaged one.
+/// Returns the profile of a PNG file (chunk iCCP). Empty if the file has none or a damaged one.
 tBytes PngProfile(const tBytes& pFile);
 
-/// Whether a PNG file says that its colours are sRGB (sRGB). A profile beside that stands above it.
+/// Returns whether a PNG file has a chunk sRGB. A profile in the same file takes precedence over that chunk.
 bool PngSaysSrgb(const tBytes& pFile);
 
-/// Where chunks about colours have to be put in: bytes from the start of a PNG file, behind its header chunk.
+/// Place for colour chunks: bytes from the start of a PNG file to the end of its header chunk.
 constexpr size_t kPngColorPlace = 8 + 25;
 
-/// The whole chunk that holds the profile.
+/// Makes a chunk iCCP with the profile.
 /// @param pName 1 to 79 Latin-1 characters, without blanks at its ends
 /// @throws std::bad_alloc
 tBytes PngProfileChunk(const tBytes& pProfile, const char* pName);
 
-/// The chunks that say sRGB: sRGB itself, with the perceptual intent of photographs, and the gAMA and cHRM that the
-/// standard gives to go with it for readers that know no other.
+/// Makes the chunks of a picture in sRGB. Chunk sRGB names the perceptual intent, which suits photographs. Chunks gAMA
+/// and cHRM have the values of the standard, for readers that do not know sRGB.
 tBytes PngSrgbChunks();
 
 } // namespace SelvaneHost

@@ -27,7 +27,7 @@ constexpr float kPrimaries[3][6] = {{0.64F, 0.33F, 0.30F, 0.60F, 0.15F, 0.06F},
                                     {0.64F, 0.33F, 0.21F, 0.71F, 0.15F, 0.06F},
                                     {0.7347F, 0.2653F, 0.1596F, 0.8404F, 0.0366F, 0.0001F}};
 
-/// Some bytes of a profile; reading outside of them gives 0, so that no broken profile leads anywhere.
+/// A part of a profile. Bytes outside of it read as 0, so a damaged profile causes no access outside its memory.
 struct sSpan
 {
     const unsigned char* fBytes = nullptr;
@@ -48,7 +48,7 @@ sSpan WholeOf(const tBytes& pProfile)
     return {pProfile.data(), pProfile.size()};
 }
 
-/// The data of a tag, empty when the profile has none or when it lies outside of the profile.
+/// Returns the data of a tag. Empty if the profile has no such tag or the data lie outside the profile.
 sSpan Tag(const sSpan& pProfile, const char* pSignature)
 {
     const size_t mostTags = pProfile.fSize / kTagBytes;
@@ -64,7 +64,7 @@ sSpan Tag(const sSpan& pProfile, const char* pSignature)
     return {};
 }
 
-/// The nine colorant numbers, red first.
+/// Stores the nine colorant numbers, red first. Returns false if one of the three tags is missing.
 bool Colorants(const sSpan& pProfile, double (&pNumbers)[9])
 {
     double* number = pNumbers;
@@ -77,7 +77,7 @@ bool Colorants(const sSpan& pProfile, double (&pNumbers)[9])
     return true;
 }
 
-/// A tabulated or pure power curve ('curv') at 0.5.
+/// Returns the value at 0.5 of a tabulated or pure power curve ('curv').
 double SampledMiddle(const sSpan& pCurve)
 {
     const size_t count = pCurve.Number32(8);
@@ -91,7 +91,8 @@ double SampledMiddle(const sSpan& pCurve)
     return (low + (high - low) * rest) / 65535.0;
 }
 
-/// A parametric curve ('para', ICC.1:2022, 10.18) at 0.5. The parameters are g, a, b, c, d, e, f.
+/// Returns the value at 0.5 of a parametric curve ('para', ICC.1:2022, 10.18), or -1 for an unknown kind. The
+/// parameters are g, a, b, c, d, e, f.
 double ParametricMiddle(const sSpan& pCurve)
 {
     constexpr size_t kCounts[] = {1, 3, 4, 5, 7};
@@ -108,7 +109,7 @@ double ParametricMiddle(const sSpan& pCurve)
     return std::pow(std::max(0.0, p[1] * 0.5 + p[2]), p[0]) + offset;
 }
 
-/// The linear value that a curve gives for 0.5; negative when there is no curve.
+/// Returns the linear value of a curve at 0.5. Negative if it is no curve.
 double CurveMiddle(const sSpan& pCurve)
 {
     if (pCurve.Has(0, "curv")) return SampledMiddle(pCurve);
@@ -148,7 +149,7 @@ std::optional<eColorSpaceID> MatchDescription(const std::string& pDescription)
     return std::nullopt;
 }
 
-/// The characters of UTF-16 text, those beyond ASCII as '?'.
+/// Converts UTF-16 to ASCII, up to the first 0. Other characters become '?'.
 std::string FromUtf16(const sSpan& pText, size_t pOffset, size_t pBytes)
 {
     std::string text;
@@ -160,6 +161,7 @@ std::string FromUtf16(const sSpan& pText, size_t pOffset, size_t pBytes)
     return text;
 }
 
+/// Copies ASCII up to the first 0. Other bytes become '?'.
 std::string FromAscii(const sSpan& pText, size_t pOffset, size_t pBytes)
 {
     std::string text;

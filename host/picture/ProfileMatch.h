@@ -1,7 +1,7 @@
 #ifndef SELVANE_HOST_PICTURE_PROFILE_MATCH_H
 #define SELVANE_HOST_PICTURE_PROFILE_MATCH_H
 
-// Which of the library's three colour spaces a file means, by the numbers that it carries.
+// Comparison of a file's profile or primaries with the library's three colour spaces.
 
 #include "picture/Picture.h"
 
@@ -22,26 +22,27 @@ struct sPrimaries
     float fBlueY = 0;
 };
 
-/// The space whose primaries these are, each number within 0.012: the default primaries of Radiance, with green at
-/// 0.29, count as those of sRGB.
+/// Returns the space with these primaries. Each number may differ by 0.012. So the default primaries of Radiance, with
+/// a green x of 0.29, match those of sRGB.
 std::optional<Vornik::eColorSpaceID> MatchPrimaries(const sPrimaries& pPrimaries);
 
-/// The space that an ICC profile describes.
+/// Returns the space that an ICC profile describes, by the kind of the profile:
 ///
-/// An RGB profile with colorants (rXYZ, gXYZ, bXYZ) is one of the three when each of its nine numbers lies within 0.005
-/// of those of the space's stored profile, and the value that its green curve gives for 0.5 lies within 0.02 of the
-/// space's, so that a linear profile with the primaries of sRGB is not taken for sRGB. Names do not count then: every
-/// maker writes its own. An RGB profile without colorants (tables only) goes by its description. A grey profile is sRGB
-/// when its curve passes the same test against that of sRGB.
+///   RGB with colorants (rXYZ, gXYZ, bXYZ)   compared with the stored profile of each space. Each of the nine numbers
+///                                           may differ by 0.005, and the value of the green curve at 0.5 by 0.02. A
+///                                           linear profile with the primaries of sRGB fails at the curve. The
+///                                           description is not read, because each maker chooses its own.
+///   RGB with tables only                    by its description
+///   grey                                    sRGB if its curve passes the same test against the curve of sRGB
 std::optional<Vornik::eColorSpaceID> MatchProfile(const tBytes& pProfile);
 
-/// The profile's description, or an empty text.
+/// Returns the profile's description. Empty if it has none.
 std::string ProfileDescription(const tBytes& pProfile);
 
-/// "none of sRGB, Adobe RGB and ProPhoto RGB; the picture is taken as sRGB (--color-space chooses another)".
+/// Returns "none of sRGB, Adobe RGB and ProPhoto RGB; the picture is taken as sRGB (--color-space chooses another)".
 std::string NoneOfTheThree();
 
-/// The ICC profile that the library stores for a space.
+/// Returns the library's ICC profile of a space.
 tBytes StoredProfile(Vornik::eColorSpaceID pSpace);
 
 } // namespace SelvaneHost

@@ -1,7 +1,7 @@
 #ifndef SELVANE_HOST_PICTURE_VIPS_OBJECT_H
 #define SELVANE_HOST_PICTURE_VIPS_OBJECT_H
 
-// Small helpers around the C interface of libvips.
+// Owners and messages of libvips, for the reader and the writer.
 
 #include "picture/Errors.h"
 
@@ -20,7 +20,7 @@ struct sUnref
 using tVipsImage = std::unique_ptr<VipsImage, sUnref>;
 using tVipsRegion = std::unique_ptr<VipsRegion, sUnref>;
 
-/// The first line of what the picture library has to say, and a clean slate for the next failure.
+/// Returns the first line of libvips' error buffer and clears the buffer.
 inline std::string VipsWords()
 {
     const std::string all = vips_error_buffer();

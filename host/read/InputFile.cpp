@@ -15,9 +15,9 @@ namespace
 {
 
 constexpr size_t kFirstBytes = 8;
-constexpr size_t kPiece = 1 << 20; // bytes a read when the size is not known beforehand
-constexpr size_t kMostUnannounced = size_t{2}
-                                    << 30; // bytes: no picture that the library holds needs more, but in 32 bits
+constexpr size_t kPiece = 1 << 20; // bytes; the least by which the buffer grows when the size is unknown
+// Bytes of a pipe or device. No picture that the library holds is larger, except in 32-bit samples.
+constexpr size_t kMostUnannounced = size_t{2} << 30;
 
 class cDescriptor
 {
@@ -40,7 +40,7 @@ private:
     throw cHostError("cannot be read: " + SystemWords(pErrorNumber));
 }
 
-/// Bytes that the file announces; 0 for what has no size of its own.
+/// Returns the size of a regular file. 0 for a pipe or device.
 size_t AnnouncedSize(int pDescriptor)
 {
     struct stat facts
@@ -51,7 +51,7 @@ size_t AnnouncedSize(int pDescriptor)
     return S_ISREG(facts.st_mode) ? static_cast<size_t>(facts.st_size) : 0;
 }
 
-/// Reads into the room from pUsed on; the number of bytes, 0 at the end.
+/// Reads into the buffer from pUsed on. Returns the number of bytes, 0 at the end of the file.
 size_t ReadSome(int pDescriptor, tBytes& pBytes, size_t pUsed)
 {
     for (;;) {
@@ -61,7 +61,7 @@ size_t ReadSome(int pDescriptor, tBytes& pBytes, size_t pUsed)
     }
 }
 
-/// The first bytes, however small the pieces are in which a pipe brings them.
+/// Reads the first bytes. A pipe may deliver them in several pieces.
 tBytes ReadFirst(int pDescriptor)
 {
     tBytes bytes(kFirstBytes);
@@ -75,7 +75,7 @@ tBytes ReadFirst(int pDescriptor)
     return bytes;
 }
 
-/// Makes the full room larger.
+/// Enlarges a full buffer by half, at least by kPiece, and at most to one byte above pMost.
 void Grow(tBytes& pBytes, size_t pMost)
 {
     const size_t used = pBytes.size();
@@ -93,7 +93,7 @@ tBytes ReadFile(const std::string& pPath, void (*pCheck)(const tBytes& pFirst))
     tBytes bytes = ReadFirst(file);
     pCheck(bytes);
     size_t used = bytes.size();
-    bytes.resize(std::max(announced, used) + 1); // one more, so that the end shows without growing
+    bytes.resize(std::max(announced, used) + 1); // with the extra byte, the last read finds the end without growing
     while (const size_t count = ReadSome(file, bytes, used)) {
         used += count;
         if (used == bytes.size()) Grow(bytes, std::max(announced, kMostUnannounced));

@@ -8,11 +8,11 @@
 namespace SelvaneHost
 {
 
-/// The bytes of a file, pipe or device.
-/// @param pCheck is shown the first eight bytes, or all of a shorter file, before more is read, and throws for what
-///               nobody wants; an endless device ends there
-/// @throws cHostError in the system's words when it cannot be read or is a folder, and for a pipe that brings more than
-///         2 GiB
+/// Reads all bytes of a file, pipe or device.
+/// @param pCheck gets the first eight bytes, or all of a shorter file, before more is read. It throws to refuse the
+///               file, so an endless device is not read further.
+/// @throws cHostError with the system's text when the file cannot be read or is a folder, and for a pipe or device of
+///         more than 2 GiB
 tBytes ReadFile(const std::string& pPath, void (*pCheck)(const tBytes& pFirst));
 
 } // namespace SelvaneHost

@@ -3,7 +3,9 @@
 #include "picture/Errors.h"
 #include "picture/ExponentPlanes.h"
 #include "picture/ProfileMatch.h"
-#include "read/OpenExrCheck.h"
+#include "read/OpenExrChunks.h"
+#include "read/OpenExrHeaders.h"
+#include "read/ReaderSteps.h"
 
 #include <ImfChannelList.h>
 #include <ImfChromaticities.h>
@@ -27,12 +29,11 @@ namespace SelvaneHost
 namespace
 {
 
-constexpr unsigned char kMagic[] = {0x76, 0x2F, 0x31, 0x01};
 constexpr size_t kChannels = 3;
-constexpr int kMostRowsAtOnce = 256;    // a multiple of the rows in a compressed block of any method
+constexpr int kMostRowsAtOnce = 256;    // a multiple of the rows in a chunk of any compression
 constexpr int kSamplesAtOnce = 1 << 24; // floats a channel, for wide pictures
 
-/// The file's bytes as the stream that the OpenEXR library reads from.
+/// The stream from which the OpenEXR library reads the file's bytes.
 class cByteStream : public Imf::IStream
 {
 public:
@@ -55,13 +56,13 @@ private:
     uint64_t fAt = 0;
 };
 
-/// Where the three channels of the picture are.
+/// The channels that become the picture.
 struct sSource
 {
     int fPart = 0;
-    std::array<std::string, kChannels> fNames; // red, green, blue; all the same for grey
-    std::string fLayer;                        // empty for the channels without a layer
-    std::string fAlpha;                        // name of the alpha channel beside them
+    std::array<std::string, kChannels> fNames; // red, green, blue; the same name three times for grey
+    std::string fLayer;                        // with its closing dot; empty for channels outside of layers
+    std::string fAlpha;                        // name of the alpha channel; it may be missing
 };
 
 bool Has(const Imf::ChannelList& pChannels, const std::string& pName)
@@ -79,7 +80,7 @@ sSource ColorSource(int pPart, const std::string& pPrefix)
     return {pPart, {pPrefix + "R", pPrefix + "G", pPrefix + "B"}, pPrefix, pPrefix + "A"};
 }
 
-/// The prefix, with its closing dot, of the first layer that holds R, G and B; empty when there is none.
+/// Returns the name of the first layer with R, G and B, with its closing dot. Empty if there is none.
 std::string FirstColorLayer(const Imf::ChannelList& pChannels)
 {
     for (auto channel = pChannels.begin(); channel != pChannels.end(); ++channel) {
@@ -123,20 +124,18 @@ void ReadColorSpace(const Imf::Header& pHeader, sPicture& pPicture)
 {
     if (!Imf::hasChromaticities(pHeader)) return;
     const Imf::Chromaticities& found = Imf::chromaticities(pHeader);
-    pPicture.fColorSpace =
-        MatchPrimaries({found.red.x, found.red.y, found.green.x, found.green.y, found.blue.x, found.blue.y});
-    if (!pPicture.fColorSpace) pPicture.fColorSpaceWarning = "its primaries are " + NoneOfTheThree();
+    SetColorSpace(pPicture, {found.red.x, found.red.y, found.green.x, found.green.y, found.blue.x, found.blue.y});
 }
 
-void NoteWhatIsLeftOut(const Imf::Header& pHeader, const sSource& pSource, sPicture& pPicture)
+void WarnOfChoices(const Imf::Header& pHeader, const sSource& pSource, sPicture& pPicture)
 {
     if (!pSource.fLayer.empty())
         pPicture.fWarnings.push_back("the layer \"" + pSource.fLayer.substr(0, pSource.fLayer.size() - 1) +
                                      "\" was taken");
-    if (Has(pHeader.channels(), pSource.fAlpha)) pPicture.fWarnings.emplace_back("the alpha channel was dropped");
+    if (Has(pHeader.channels(), pSource.fAlpha)) WarnOfAlpha(pPicture);
 }
 
-/// Room for some rows of floats of the three channels, and the description of it for the library.
+/// Memory for some rows of floats in three channels, and its description for the OpenEXR library.
 class cRows
 {
 public:
@@ -149,7 +148,7 @@ public:
 
     int Count() const { return fCount; }
 
-    /// Describes the room for pCount rows that begin at pFirst, the picture's left edge being pLeft.
+    /// Describes the memory for pCount rows from pFirst on. pLeft is the left edge of the data window.
     Imf::FrameBuffer Describe(const std::array<std::string, kChannels>& pNames, int pLeft, int pFirst, int pCount)
     {
         Imf::FrameBuffer buffer;
@@ -176,11 +175,11 @@ void ReadPixels(Imf::MultiPartInputFile& pFile, const sSource& pSource, sPicture
 {
     Imf::InputPart part(pFile, pSource.fPart);
     const Imath::Box2i window = part.header().dataWindow();
-    const bool grey = pSource.fNames[0] == pSource.fNames[1]; // one channel has one slice
+    const bool grey = pSource.fNames[0] == pSource.fNames[1]; // then only the first channel of the rows is filled
     const size_t green = grey ? 0 : 1;
     const size_t blue = grey ? 0 : 2;
     cRows rows(pPicture.fWidth, pPicture.fHeight);
-    pPicture.fPixels.reserve(RowBytes(pPicture) * static_cast<size_t>(pPicture.fHeight)); // and taken as rows come
+    pPicture.fPixels.reserve(AllBytes(pPicture)); // touched as the rows arrive
     for (int first = 0; first < pPicture.fHeight; first += rows.Count()) {
         const int count = std::min(rows.Count(), pPicture.fHeight - first);
         part.setFrameBuffer(rows.Describe(pSource.fNames, window.min.x, window.min.y + first, count));
@@ -188,7 +187,7 @@ void ReadPixels(Imf::MultiPartInputFile& pFile, const sSource& pSource, sPicture
         pPicture.fPixels.resize(RowBytes(pPicture) * static_cast<size_t>(first + count));
         for (int row = 0; row < count; row++) {
             ToExponentRow(rows.Row(0, row), rows.Row(green, row), rows.Row(blue, row), 1, pPicture.fWidth,
-                          pPicture.fPixels.data() + RowBytes(pPicture) * static_cast<size_t>(first + row));
+                          Row(pPicture, first + row));
         }
     }
 }
@@ -203,8 +202,8 @@ sPicture ReadParts(const tBytes& pBytes, Imf::MultiPartInputFile& pFile)
     SetSize(picture, int64_t{window.max.x} - window.min.x + 1, int64_t{window.max.y} - window.min.y + 1,
             eExponentPlanes);
     ReadColorSpace(header, picture);
-    NoteWhatIsLeftOut(header, source, picture);
-    CheckOpenExrChunks(pBytes, source.fPart); // all rows are there: now they may take memory
+    WarnOfChoices(header, source, picture);
+    CheckOpenExrChunks(pBytes, source.fPart); // before the picture takes memory
     ReadPixels(pFile, source, picture);
     return picture;
 }
@@ -213,7 +212,7 @@ sPicture ReadParts(const tBytes& pBytes, Imf::MultiPartInputFile& pFile)
 
 bool LooksLikeOpenExr(const tBytes& pBytes)
 {
-    return pBytes.size() >= sizeof kMagic && std::memcmp(pBytes.data(), kMagic, sizeof kMagic) == 0;
+    return BeginsWith(pBytes, "\x76\x2F\x31\x01");
 }
 
 sPicture ReadOpenExr(const tBytes& pBytes)
@@ -228,7 +227,7 @@ sPicture ReadOpenExr(const tBytes& pBytes)
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& failure) {
-        throw cHostError(std::string("the picture is damaged or cut short: ") + failure.what());
+        Damaged(failure.what());
     }
 }
 

@@ -1,39 +1,39 @@
 #ifndef SELVANE_HOST_READ_PICTURE_READER_H
 #define SELVANE_HOST_READ_PICTURE_READER_H
 
-// Any picture that the command takes.
+// This folder turns the bytes of a file into a picture. The content of the file decides which reader gets it, the name
+// does not. Each reader has a file of its own and a row in the table of PictureReader.cpp.
 //
-//     bytes begin with           read by                         reaches the library as
-//     #?           Radiance      RadianceReader                  exponent planes, bytes unchanged
-//     v / 1 \1     OpenEXR       OpenExrReader                   exponent planes, rounded
-//     PNG, TIFF, JPEG            libvips                         8 or 16-bit samples as stored (a TIFF of floats:
-//                                                                exponent planes, rounded)
+//     bytes begin with     reader           samples reach the library as
+//     #?                   RadianceReader   exponent planes, bytes unchanged
+//     v / 1 \1             OpenExrReader    exponent planes, rounded
+//     \x89 P N G           PngReader        8 or 16 bits, as stored
+//     II*, MM, II+, MM     TiffReader       8 or 16 bits, as stored; floats: exponent planes, rounded
+//     \xFF \xD8 \xFF       JpegReader       8 bits, as libvips decodes them
 //
-// The content decides, not the name. Nothing else is handed to the picture library, and the loaders that it calls
-// untrusted are blocked in any case.
+// Other files are not given to any library.
 
 #include "picture/Picture.h"
 
 namespace SelvaneHost
 {
 
-/// Starts the picture library with its untrusted loaders blocked and its own messages silenced. Once, before anything
-/// below and before WritePicture.
-/// @throws cHostError when it does not start
-void StartPictureLibrary();
-
-/// Refuses bytes that begin like none of the pictures above. The first eight are enough.
-/// @throws cHostError in words
+/// Refuses bytes that no reader takes. The first eight bytes of a file are enough.
+/// @throws cHostError
 void CheckKind(const tBytes& pFirst);
 
-/// The picture, upright: a turn that its Exif data ask for is carried out. Grey is expanded to three samples, alpha and
-/// further channels are dropped with a warning, the embedded profile decides the colour space.
-/// Memory grows with what is really there: a size that so short a file cannot hold, more than five channels and codecs
-/// of TIFF other than none, LZW, deflate, PackBits and JPEG are refused before a row is unpacked.
-/// @throws cHostError in words for what is no picture, damaged, too large, or holds colours other than RGB and grey
+/// Reads a picture:
+///   - A turn that the Exif data ask for is carried out. The result is upright.
+///   - Grey becomes three equal samples.
+///   - Alpha and further channels are dropped with a warning.
+///   - The embedded profile decides the colour space.
+/// The picture's memory grows as its rows are decoded, except in a Radiance file, whose rows are all checked first.
+/// Before any row is unpacked, these are refused: a size that a file of this length cannot hold, more than five
+/// channels, TIFF codecs other than none, LZW, deflate, PackBits and JPEG.
+/// @throws cHostError when the bytes are no picture, damaged or too large, or when the colours are neither RGB nor grey
 sPicture ReadPicture(const tBytes& pBytes);
 
-/// The same from a file, of which no more than the first bytes are read when it is no picture.
+/// Reads a picture file. If its first bytes are no picture, no more of it is read.
 /// @throws cHostError
 sPicture ReadPictureFile(const std::string& pPath);
 

@@ -1,11 +1,10 @@
 #include "read/RadianceReader.h"
 
 #include "picture/Errors.h"
-#include "picture/ProfileMatch.h"
+#include "read/ReaderSteps.h"
 
 #include <algorithm>
 #include <charconv>
-#include <cstring>
 #include <sstream>
 #include <string_view>
 
@@ -15,38 +14,37 @@ namespace SelvaneHost
 namespace
 {
 
-constexpr size_t kLongestHeader = 1 << 20; // bytes; what is longer is no header
-constexpr int kShortestRunWidth = 8;       // pixels; scanlines below and above are never in the new form
-constexpr int kLongestRunWidth = 0x7FFF;
-constexpr size_t kPixelBytes = 4;         // red, green, blue, exponent
-constexpr unsigned char kNewFormMark = 2; // first two bytes of a scanline in the new form
-constexpr int kRun = 128;                 // counts above are runs of count - 128
-constexpr int kLongestOldShift = 24;      // bits; a longer chain of old run counts would leave 32 bits
+constexpr size_t kLongestHeader = 1 << 20; // bytes
+constexpr int kShortestRunWidth = 8;       // pixels; narrower scanlines never have the new form
+constexpr int kLongestRunWidth = 0x7FFF;   // pixels; wider scanlines never have the new form
+constexpr size_t kPixelBytes = 4;          // red, green, blue, exponent
+constexpr unsigned char kNewFormMark = 2;  // first two bytes of a scanline in the new form
+constexpr int kRun = 128;                  // a count above this is a run of count - 128 bytes
+constexpr int kLongestOldShift = 24;       // bits; a longer chain of old run counts does not fit in 32 bits
 
-[[noreturn]] void Damaged(const char* pWhat)
+/// An axis of the picture, as the header gives it: "-Y 480".
+struct sAxis
 {
-    throw cHostError(std::string("the picture is damaged or cut short: ") + pWhat);
-}
+    char fSign = 0;
+    char fLetter = 0;
+    int64_t fLength = 0; // pixels
+};
 
-/// What the header says.
 struct sHeader
 {
     std::string fFormat;
     std::string fPrimaries;
-    char fFirstSign = 0; // sign and letter of the slow axis, then of the fast one
-    char fFirstAxis = 0;
-    int64_t fFirstLength = 0;
-    char fSecondSign = 0;
-    char fSecondAxis = 0;
-    int64_t fSecondLength = 0;
+    sAxis fSlow; // across the scanlines
+    sAxis fFast; // along a scanline
 };
 
-/// Walks over the bytes of the file.
+/// A place in the file.
 class cCursor
 {
 public:
     explicit cCursor(const tBytes& pBytes) : fBytes(pBytes) {}
 
+    /// Takes a line of the header, without its end.
     std::string_view Line()
     {
         const char* const begin = reinterpret_cast<const char*>(fBytes.data()) + fAt;
@@ -66,7 +64,7 @@ public:
         return fBytes[fAt++];
     }
 
-    /// The next pCount bytes.
+    /// Takes the next pCount bytes.
     const unsigned char* Take(size_t pCount)
     {
         if (Left() < pCount) Damaged("it ends before its last pixel");
@@ -75,7 +73,7 @@ public:
         return bytes;
     }
 
-    /// True when four more bytes open a scanline in the new form; they are not consumed.
+    /// Returns whether the next four bytes begin a scanline in the new form. Takes none of them.
     bool AtNewForm() const
     {
         const unsigned char* const head = fBytes.data() + fAt;
@@ -100,7 +98,7 @@ int64_t Length(const std::string& pText)
     return length;
 }
 
-/// The line "-Y 480 +X 640" and its seven relatives.
+/// Reads "-Y 480 +X 640" or one of the seven other orientations.
 void ReadResolution(std::string_view pLine, sHeader& pHeader)
 {
     std::istringstream words{std::string(pLine)};
@@ -109,18 +107,14 @@ void ReadResolution(std::string_view pLine, sHeader& pHeader)
     if (first.size() != 2 || second.size() != 2 || !IsAxis(first[0], first[1]) || !IsAxis(second[0], second[1]) ||
         first[1] == second[1])
         Damaged("its header gives no size");
-    pHeader.fFirstSign = first[0];
-    pHeader.fFirstAxis = first[1];
-    pHeader.fFirstLength = Length(firstLength);
-    pHeader.fSecondSign = second[0];
-    pHeader.fSecondAxis = second[1];
-    pHeader.fSecondLength = Length(secondLength);
+    pHeader.fSlow = {first[0], first[1], Length(firstLength)};
+    pHeader.fFast = {second[0], second[1], Length(secondLength)};
 }
 
 sHeader ReadHeader(cCursor& pCursor)
 {
     sHeader header;
-    pCursor.Line(); // the identifier
+    pCursor.Line(); // "#?RADIANCE" or another name
     for (;;) {
         const std::string_view line = pCursor.Line();
         if (line.empty()) break;
@@ -139,7 +133,8 @@ void CheckFormat(const std::string& pFormat)
         throw cHostError("the picture holds samples of the form \"" + pFormat + "\", which is not known");
 }
 
-/// One component after the other, each as runs (count above 128: one byte, count - 128 times) and literal stretches.
+/// Reads the four components of a scanline one after the other. Each consists of runs and literal pieces. A run is a
+/// count above 128 and one byte, which stands for count - 128 equal bytes.
 template <typename tPut>
 void ReadNewForm(cCursor& pCursor, size_t pWidth, const tPut& pPut)
 {
@@ -159,8 +154,8 @@ void ReadNewForm(cCursor& pCursor, size_t pWidth, const tPut& pPut)
     }
 }
 
-/// Pixel after pixel; 1, 1, 1, n repeats the pixel before n times, and a chain of such counts is one number, its lowest
-/// byte first.
+/// Reads a scanline pixel by pixel. The pixel 1, 1, 1, n repeats the pixel before it n times. Several such pixels in a row
+/// form one count, lowest byte first.
 template <typename tPut>
 void ReadOldForm(cCursor& pCursor, size_t pWidth, const tPut& pPut)
 {
@@ -180,8 +175,8 @@ void ReadOldForm(cCursor& pCursor, size_t pWidth, const tPut& pPut)
     }
 }
 
-/// Reads a scanline from its first pixel on.
-/// @param pPut (x, component, byte): takes each byte
+/// Reads a scanline.
+/// @param pPut is called with (x, component, byte) for each byte
 template <typename tPut>
 void ReadScanline(cCursor& pCursor, size_t pWidth, const tPut& pPut)
 {
@@ -192,23 +187,23 @@ void ReadScanline(cCursor& pCursor, size_t pWidth, const tPut& pPut)
         ReadOldForm(pCursor, pWidth, pPut);
 }
 
-/// Walks over all scanlines: what is damaged or cut short shows before the picture takes memory.
+/// Reads all scanlines and keeps none, so that a damaged or cut file is refused before the picture takes memory.
 void CheckScanlines(cCursor pCursor, const sHeader& pHeader)
 {
-    for (int64_t i = 0; i < pHeader.fFirstLength; i++)
-        ReadScanline(pCursor, static_cast<size_t>(pHeader.fSecondLength), [](size_t, size_t, unsigned char) {});
+    for (int64_t i = 0; i < pHeader.fSlow.fLength; i++)
+        ReadScanline(pCursor, static_cast<size_t>(pHeader.fFast.fLength), [](size_t, size_t, unsigned char) {});
 }
 
-/// Reads scanline after scanline and puts each pixel where it belongs in the upright picture: X grows to the right and
-/// Y upwards, so that a slow axis "-Y" begins at the top.
+/// Reads all scanlines into the upright picture. X grows to the right and Y upwards, so a slow axis "-Y" begins at the
+/// top.
 void ReadPixels(cCursor& pCursor, const sHeader& pHeader, sPicture& pPicture)
 {
-    const size_t rows = static_cast<size_t>(pHeader.fFirstLength);
-    const size_t columns = static_cast<size_t>(pHeader.fSecondLength);
+    const size_t rows = static_cast<size_t>(pHeader.fSlow.fLength);
+    const size_t columns = static_cast<size_t>(pHeader.fFast.fLength);
     const size_t width = static_cast<size_t>(pPicture.fWidth);
-    const bool slowIsY = pHeader.fFirstAxis == 'Y';
-    const bool slowBackwards = pHeader.fFirstSign == (slowIsY ? '+' : '-');
-    const bool fastBackwards = pHeader.fSecondSign == (slowIsY ? '-' : '+');
+    const bool slowIsY = pHeader.fSlow.fLetter == 'Y';
+    const bool slowBackwards = pHeader.fSlow.fSign == (slowIsY ? '+' : '-');
+    const bool fastBackwards = pHeader.fFast.fSign == (slowIsY ? '-' : '+');
     const size_t slowStep = slowIsY ? RowBytes(pPicture) : 1;
     const size_t fastStep = slowIsY ? 1 : RowBytes(pPicture);
     for (size_t i = 0; i < rows; i++) {
@@ -227,15 +222,14 @@ void ReadColorSpace(const std::string& pPrimaries, sPicture& pPicture)
     for (float* value : {&primaries.fRedX, &primaries.fRedY, &primaries.fGreenX, &primaries.fGreenY, &primaries.fBlueX,
                          &primaries.fBlueY})
         words >> *value;
-    if (words) pPicture.fColorSpace = MatchPrimaries(primaries);
-    if (!pPicture.fColorSpace) pPicture.fColorSpaceWarning = "its primaries are " + NoneOfTheThree();
+    SetColorSpace(pPicture, words ? primaries : sPrimaries()); // primaries of 0 are none of the three
 }
 
 } // namespace
 
 bool LooksLikeRadiance(const tBytes& pBytes)
 {
-    return pBytes.size() >= 2 && pBytes[0] == '#' && pBytes[1] == '?';
+    return BeginsWith(pBytes, "#?");
 }
 
 sPicture ReadRadiance(const tBytes& pBytes)
@@ -243,14 +237,15 @@ sPicture ReadRadiance(const tBytes& pBytes)
     cCursor cursor(pBytes);
     const sHeader header = ReadHeader(cursor);
     CheckFormat(header.fFormat);
-    const bool slowIsY = header.fFirstAxis == 'Y';
+    const bool slowIsY = header.fSlow.fLetter == 'Y';
+    const sAxis& x = slowIsY ? header.fFast : header.fSlow;
+    const sAxis& y = slowIsY ? header.fSlow : header.fFast;
     sPicture picture;
-    SetSize(picture, slowIsY ? header.fSecondLength : header.fFirstLength,
-            slowIsY ? header.fFirstLength : header.fSecondLength, eExponentPlanes);
+    SetSize(picture, x.fLength, y.fLength, eExponentPlanes);
     CheckClaim(picture, pBytes.size());
     CheckScanlines(cursor, header);
     ReadColorSpace(header.fPrimaries, picture);
-    picture.fPixels.resize(RowBytes(picture) * static_cast<size_t>(picture.fHeight));
+    picture.fPixels.resize(AllBytes(picture));
     ReadPixels(cursor, header, picture);
     return picture;
 }

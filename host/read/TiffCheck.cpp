@@ -1,6 +1,7 @@
 #include "read/TiffCheck.h"
 
 #include "picture/Errors.h"
+#include "read/ReaderSteps.h"
 
 #include <algorithm>
 #include <array>
@@ -11,24 +12,25 @@ namespace SelvaneHost
 namespace
 {
 
-/// Where the two forms of the file differ.
+/// The sizes in which TIFF and BigTIFF differ, in bytes.
 struct sForm
 {
-    size_t fOffsetBytes;    // of an offset or a count
-    size_t fDirectoryPlace; // of the first directory's offset
-    size_t fCountBytes;     // of the number of entries
-    size_t fEntryBytes;
+    size_t fOffsetBytes;    // size of an offset or a count
+    size_t fDirectoryPlace; // place of the first directory's offset
+    size_t fCountBytes;     // size of the number of entries
+    size_t fEntryBytes;     // size of an entry
 };
 
 constexpr sForm kClassic = {4, 4, 2, 12};
 constexpr sForm kBig = {8, 8, 8, 20};
 
-// Bytes of one value by field type; 0 for what has no size.
+// Bytes of one value, by field type; 0 for an unknown type.
 constexpr std::array<size_t, 19> kTypeBytes = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4, 0, 0, 8, 8, 8};
 
 constexpr uint64_t kCompressionTag = 259;
 constexpr std::array<uint64_t, 6> kCodecs = {1, 5, 7, 8, 32773, 32946}; // none, LZW, JPEG, deflate, PackBits, deflate
 
+/// The numbers of a file, in its byte order.
 class cNumbers
 {
 public:
@@ -39,7 +41,7 @@ public:
         return pOffset <= fFile.size() && pSize <= fFile.size() - pOffset;
     }
 
-    /// The number at an offset; all ones when it lies beyond the end.
+    /// Returns the number at an offset. If it lies beyond the end, all bits are 1.
     uint64_t At(uint64_t pOffset, size_t pBytes) const
     {
         if (!Inside(pOffset, pBytes)) return ~uint64_t{0};
@@ -54,7 +56,7 @@ private:
     const bool fBigEndian;
 };
 
-/// The number in an entry, all ones when it holds anything but a single one.
+/// Returns the number in an entry. If the entry does not hold exactly one number, all bits are 1.
 uint64_t ValueOf(const cNumbers& pNumbers, const sForm& pForm, uint64_t pEntry)
 {
     const uint64_t type = pNumbers.At(pEntry + 2, 2);
@@ -73,7 +75,7 @@ void CheckCodec(uint64_t pCodec)
 
 [[noreturn]] void Cut()
 {
-    throw cHostError("the picture is damaged or cut short: its directory leads beyond its end");
+    Damaged("its directory leads beyond its end");
 }
 
 bool EntryIsCut(const cNumbers& pNumbers, const sForm& pForm, uint64_t pEntry)
@@ -81,7 +83,8 @@ bool EntryIsCut(const cNumbers& pNumbers, const sForm& pForm, uint64_t pEntry)
     const uint64_t type = pNumbers.At(pEntry + 2, 2);
     const uint64_t count = pNumbers.At(pEntry + 4, pForm.fOffsetBytes);
     const uint64_t bytes = type < kTypeBytes.size() ? kTypeBytes[type] : 0;
-    if (bytes == 0 || count <= pForm.fOffsetBytes / bytes) return false; // unknown, or the value stands in the entry
+    if (bytes == 0 || count <= pForm.fOffsetBytes / bytes)
+        return false; // an unknown type, or the value fits in the entry
     const uint64_t offset = pNumbers.At(pEntry + 4 + pForm.fOffsetBytes, pForm.fOffsetBytes);
     return count > UINT64_MAX / bytes || !pNumbers.Inside(offset, count * bytes);
 }

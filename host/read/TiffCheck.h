@@ -6,12 +6,11 @@
 namespace SelvaneHost
 {
 
-/// Looks at the first directory of a TIFF or BigTIFF file before the picture library does. Refused are
-///   - data that lie beyond the file's end: the picture library passes over a tag that was cut off, and with it over
-///   the
-///     colour profile, which many programs write last;
-///   - codecs other than none, LZW, deflate, PackBits and JPEG: fax codes, for one, make a white picture of any size of
-///     no bytes at all, and few decoders of the others are looked after.
+/// Checks the first directory of a TIFF or BigTIFF file before libvips reads it. Refuses two things:
+///   - A tag whose data lie beyond the end of the file. libvips skips a tag that was cut off. The colour profile is
+///     often the last tag.
+///   - Codecs other than none, LZW, deflate, PackBits and JPEG. A fax codec makes a white picture of any size from no
+///     bytes. Most decoders of the other codecs are not maintained.
 /// Source: TIFF revision 6.0, section 2 and "Compression"; "The BigTIFF File Format".
 /// @throws cHostError
 void CheckTiff(const tBytes& pFile);

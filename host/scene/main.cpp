@@ -1,12 +1,15 @@
 // selvane-scene: makes the project's own high-dynamic-range picture, a dim room with the evening sun in its window, and
 // what the README shows of it.
 
+#include "command/Report.h"
 #include "picture/Errors.h"
 #include "picture/ExponentPlanes.h"
+#include "picture/PictureLibrary.h"
 #include "read/PictureReader.h"
 #include "scene/Render.h"
 #include "write/OutputFile.h"
 #include "write/PictureWriter.h"
+#include "write/UnfinishedFile.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -92,12 +95,14 @@ void MakeScene(const std::string& pScene, const std::string& pPhotograph, int pW
 {
     const sImage image = SelvaneScene::Render(pWidth, Workers());
     if (!pScene.empty()) WriteRadiance(image, pScene);
-    if (!pPhotograph.empty()) WritePicture(Photograph(image, pStops), Vornik::eColorSpace_sRGB, pPhotograph);
+    if (!pPhotograph.empty())
+        WritePicture(Photograph(image, pStops), Vornik::eColorSpace_sRGB, KindFor(pPhotograph), pPhotograph);
 }
 
 void Join(const std::string& pLeft, const std::string& pRight, const std::string& pOutput)
 {
-    WritePicture(SideBySide(ReadPictureFile(pLeft), ReadPictureFile(pRight)), Vornik::eColorSpace_sRGB, pOutput);
+    const sPicture both = SideBySide(ReadPictureFile(pLeft), ReadPictureFile(pRight));
+    WritePicture(both, Vornik::eColorSpace_sRGB, KindFor(pOutput), pOutput);
 }
 
 void Run(int pCount, char** pWords)

@@ -7,7 +7,6 @@
 #include "write/OutputFile.h"
 
 #include <algorithm>
-#include <cctype>
 #include <memory>
 #include <span>
 
@@ -21,6 +20,7 @@ constexpr int kJpegQuality = 95;
 constexpr int kPngEffort = 6; // deflate level
 constexpr int kMostJpegSide = 65500;
 
+/// An encoded file. The memory belongs to GLib.
 struct sEncoded
 {
     ~sEncoded() { g_free(fBytes); }
@@ -28,17 +28,12 @@ struct sEncoded
     size_t fSize = 0;
 };
 
-std::string LowerExtension(const std::string& pPath)
+[[noreturn]] void FailedInVips()
 {
-    const size_t dot = pPath.rfind('.');
-    const size_t slash = pPath.rfind('/');
-    if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return {};
-    std::string extension = pPath.substr(dot);
-    for (char& c : extension)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return extension;
+    throw cHostError("cannot be written: " + VipsWords());
 }
 
+/// Makes an image of libvips that uses the picture's memory.
 tVipsImage Wrap(const sPicture& pPicture)
 {
     const bool deep = pPicture.fForm == eSamples16;
@@ -47,7 +42,7 @@ tVipsImage Wrap(const sPicture& pPicture)
     VipsImage* image = nullptr;
     if (!pixels || vips_copy(pixels.get(), &image, "interpretation",
                              deep ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB, nullptr) != 0)
-        throw cHostError("cannot be written: " + VipsWords());
+        FailedInVips();
     return tVipsImage(image);
 }
 
@@ -64,7 +59,7 @@ void AttachProfile(VipsImage* pImage, Vornik::eColorSpaceID pSpace)
     vips_image_set_blob_copy(pImage, VIPS_META_ICC_NAME, profile.data(), profile.size());
 }
 
-/// The chunks that say what the colours of a PNG are.
+/// Returns the colour chunks of a PNG file.
 tBytes PngColorChunks(Vornik::eColorSpaceID pSpace)
 {
     if (pSpace == Vornik::eColorSpace_sRGB) return PngSrgbChunks();
@@ -72,7 +67,7 @@ tBytes PngColorChunks(Vornik::eColorSpaceID pSpace)
     return PngProfileChunk(StoredProfile(pSpace), space->GetName());
 }
 
-/// Writes the encoded picture; what a PNG says of its colours goes in here, see PngColor.h.
+/// Writes the encoded picture. A PNG file gets its colour chunks here, see picture/PngColor.h.
 void Write(const sEncoded& pEncoded, eFileKind pKind, Vornik::eColorSpaceID pSpace, const std::string& pPath)
 {
     const std::span file(static_cast<const unsigned char*>(pEncoded.fBytes), pEncoded.fSize);
@@ -98,27 +93,17 @@ int Encode(VipsImage* pImage, eFileKind pKind, sEncoded& pTo)
 
 } // namespace
 
-eFileKind KindFor(const std::string& pPath)
+void WritePicture(const sPicture& pPicture, Vornik::eColorSpaceID pSpace, eFileKind pKind, const std::string& pPath)
 {
-    const std::string extension = LowerExtension(pPath);
-    if (extension == ".png") return ePng;
-    if (extension == ".tif" || extension == ".tiff") return eTiff;
-    if (extension == ".jpg" || extension == ".jpeg") return eJpeg;
-    throw cUsageError(pPath + ": the name of the output must end in .png, .tif, .tiff, .jpg or .jpeg");
-}
-
-void WritePicture(const sPicture& pPicture, Vornik::eColorSpaceID pSpace, const std::string& pPath)
-{
-    const eFileKind kind = KindFor(pPath);
-    if (kind == eJpeg && std::max(pPicture.fWidth, pPicture.fHeight) > kMostJpegSide)
+    if (pKind == eJpeg && std::max(pPicture.fWidth, pPicture.fHeight) > kMostJpegSide)
         throw cHostError("cannot be written: a JPEG file holds at most " + std::to_string(kMostJpegSide) +
                          " pixels a side; write a .png or .tif file");
     const tVipsImage image = Wrap(pPicture);
     Attach(image.get(), pPicture);
-    if (kind != ePng) AttachProfile(image.get(), pSpace);
+    if (pKind != ePng) AttachProfile(image.get(), pSpace);
     sEncoded encoded;
-    if (Encode(image.get(), kind, encoded) != 0) throw cHostError("cannot be written: " + VipsWords());
-    Write(encoded, kind, pSpace, pPath);
+    if (Encode(image.get(), pKind, encoded) != 0) FailedInVips();
+    Write(encoded, pKind, pSpace, pPath);
 }
 
 } // namespace SelvaneHost

@@ -1,29 +1,22 @@
 #ifndef SELVANE_HOST_WRITE_PICTURE_WRITER_H
 #define SELVANE_HOST_WRITE_PICTURE_WRITER_H
 
+// This folder stores a finished picture: PictureWriter encodes it in memory, OutputFile writes the bytes, and
+// UnfinishedFile removes what a failed or interrupted run has begun.
+
 #include "picture/Picture.h"
+#include "write/FileKind.h"
 
 #include <string>
 
 namespace SelvaneHost
 {
 
-enum eFileKind : int
-{
-    ePng,  ///< lossless
-    eTiff, ///< lossless, deflate with horizontal prediction
-    eJpeg, ///< quality 95, full colour resolution; 8 bits a sample only
-};
-
-/// The kind that the name's extension asks for (.png, .tif, .tiff, .jpg, .jpeg, in any case of letters).
-/// @throws cUsageError for any other extension, and for none
-eFileKind KindFor(const std::string& pPath);
-
-/// Encodes the picture in memory, with the stored ICC profile of the space (a PNG says sRGB in chunks of its own) and
-/// the picture's metadata, and then writes the file whole.
-/// @param pPicture 8 or 16-bit samples; 8 for a JPEG
+/// Encodes a picture in memory and writes the file in one go, see OutputFile.h. The file gets the metadata of the
+/// picture and the library's ICC profile of the space. A PNG in sRGB gets chunk sRGB instead, see picture/PngColor.h.
+/// @param pPicture 8 or 16-bit samples; 8-bit ones for a JPEG
 /// @throws cHostError
-void WritePicture(const sPicture& pPicture, Vornik::eColorSpaceID pSpace, const std::string& pPath);
+void WritePicture(const sPicture& pPicture, Vornik::eColorSpaceID pSpace, eFileKind pKind, const std::string& pPath);
 
 } // namespace SelvaneHost
 

@@ -36,7 +36,7 @@ void Must(bool pHolds, const std::string& pWhat)
     if (!pHolds) throw std::runtime_error(pWhat + ": " + vips_error_buffer());
 }
 
-/// Two files that take what a child writes.
+/// A temporary file for the output of a child process.
 class cCaptured
 {
 public:
@@ -60,7 +60,7 @@ private:
     std::FILE* fFile;
 };
 
-/// What an iCCP chunk holds: a name, 0, the method 0, the deflated profile.
+/// Returns the profile of an iCCP chunk: a name, a 0, the method 0, the deflated profile.
 tBytes Inflated(const tBytes& pChunk)
 {
     const auto name = std::find(pChunk.begin(), pChunk.end(), '\0') - pChunk.begin();
@@ -73,7 +73,7 @@ tBytes Inflated(const tBytes& pChunk)
     return profile;
 }
 
-/// The colours of a PNG file, which the picture library does not always show.
+/// Reads the colour chunks of a PNG file, because libvips drops some profiles.
 void LookAtPngColors(const tBytes& pFile, sFound& pFound)
 {
     for (const sPngChunk& chunk : PngChunks(pFile)) {
@@ -82,7 +82,7 @@ void LookAtPngColors(const tBytes& pFile, sFound& pFound)
     }
 }
 
-/// Puts a profile behind the header chunk of a PNG file.
+/// Inserts a profile after the header chunk of a PNG file.
 void PutPngIcc(const std::string& pPath, const tBytes& pProfile)
 {
     uLongf size = compressBound(pProfile.size());

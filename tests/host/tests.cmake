@@ -1,4 +1,5 @@
-# The command's tests. The work splitter's stand apart, without the library, so that ThreadSanitizer can watch them.
+# The host's tests, in folders like those of host/. The tests of the pool are a program without the library, so that they can run under
+# ThreadSanitizer.
 include(CheckCXXSourceRuns)
 
 add_executable(selvane_tests_host_pool host/pool/WorkPool_test.cpp ${PROJECT_SOURCE_DIR}/host/pool/WorkPool.cpp)
@@ -33,21 +34,30 @@ find_package(PNG REQUIRED)
 find_package(ZLIB REQUIRED)
 selvane_test(host
   Workshop.cpp
-  command/Command_test.cpp
+  command/CommandLine_test.cpp
+  command/CommandTest.cpp
+  command/Equalize_test.cpp
+  command/Failures_test.cpp
   command/HueCurve_test.cpp
+  command/Tonemap_test.cpp
   picture/ExponentPlanes_test.cpp
   picture/PngColor_test.cpp
   picture/ProfileMatch_test.cpp
+  picture/Sliders_test.cpp
   read/FewBytes_test.cpp
+  read/OpenExrReader_test.cpp
   read/PictureReader_test.cpp
   read/RadianceReader_test.cpp
+  read/VipsReader_test.cpp
   scene/Scene_test.cpp
   write/OutputFile_test.cpp)
 target_link_libraries(selvane_tests_host PRIVATE selvane_host PkgConfig::VIPS OpenEXR::OpenEXR PNG::PNG ZLIB::ZLIB)
 target_compile_definitions(selvane_tests_host PRIVATE
-  SELVANE_BINARY="$<TARGET_FILE:selvane>" SELVANE_SCENE="$<TARGET_FILE:selvane-scene>" SELVANE_VERSION="${PROJECT_VERSION}")
+  SELVANE_BINARY="$<TARGET_FILE:selvane>" SELVANE_SCENE="$<TARGET_FILE:selvane-scene>" SELVANE_VERSION="${PROJECT_VERSION}"
+  SELVANE_COMMAND_PAGE="${PROJECT_SOURCE_DIR}/docs/command.md"
+  SELVANE_MANUAL_PAGE="${PROJECT_SOURCE_DIR}/host/command/selvane.1.in")
 add_dependencies(selvane_tests_host selvane selvane-scene)
-if(NOT SELVANE_SANITIZE) # a sanitizer wants to be loaded before everything else
+if(NOT SELVANE_SANITIZE) # a sanitizer must be the first library that is loaded
   foreach(function vips_pngload_buffer vips_jpegsave_buffer fsync)
     add_library(selvane_crash_${function} MODULE host/command/Crash.cpp)
     target_compile_definitions(selvane_crash_${function} PRIVATE SELVANE_CRASHES_IN="${function}")
@@ -56,7 +66,7 @@ if(NOT SELVANE_SANITIZE) # a sanitizer wants to be loaded before everything else
   endforeach()
   target_compile_definitions(selvane_tests_host PRIVATE SELVANE_CRASHES="${CMAKE_CURRENT_BINARY_DIR}/libselvane_crash_")
 endif()
-if(SELVANE_SANITIZE) # these files only compare; optimising them takes minutes each
+if(SELVANE_SANITIZE) # optimising these files takes minutes each, and they only compare
   target_compile_options(selvane_tests_host PRIVATE -O0 -g1)
   target_compile_definitions(selvane_tests_host PRIVATE SELVANE_SANITIZED)
 endif()

@@ -1,5 +1,5 @@
-// Loaded in front of the command's libraries: in the place of one function stands a crash, or a signal from outside.
-//   SELVANE_CRASHES_IN   name of the function, set when this file is compiled
+// A library that LD_PRELOAD puts before the command's own libraries. It replaces one function by a signal.
+//   SELVANE_CRASHES_IN   name of the function, a macro
 //   SELVANE_CRASH        number of the signal, in the environment
 
 #include <csignal>
@@ -11,5 +11,5 @@ extern "C" __attribute__((visibility("default"))) int Crash() __asm__(SELVANE_CR
 int Crash()
 {
     const char* signal = std::getenv("SELVANE_CRASH");
-    return ::kill(::getpid(), signal == nullptr ? SIGABRT : std::atoi(signal)); // raise() refuses some
+    return ::kill(::getpid(), signal == nullptr ? SIGABRT : std::atoi(signal)); // raise() refuses some signals
 }

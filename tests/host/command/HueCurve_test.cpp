@@ -1,5 +1,5 @@
 #include "command/HueCurve.h"
-#include "picture/Errors.h"
+#include "host/Workshop.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,17 +12,12 @@ namespace
 
 using namespace SelvaneHost;
 
-std::string Refusal(const std::string& pText)
+std::string RefusalOf(const std::string& pList)
 {
-    try {
-        ParseHuePoints(pText, "--hue-shift");
-    } catch (const cUsageError& failure) {
-        return failure.what();
-    }
-    return "";
+    return SelvaneTest::Refusal([&] { ParseHuePoints(pList, "--hue-shift"); });
 }
 
-/// The curve's value at each of the 65536 hues.
+/// Returns the curve's value at each of the 65536 hues.
 std::vector<float> Table(const std::vector<sHuePoint>& pPoints)
 {
     const std::vector<Vornik::sControlPoint> points = CircularControlPoints(pPoints);
@@ -31,7 +26,7 @@ std::vector<float> Table(const std::vector<sHuePoint>& pPoints)
     return {curve.GetLUT16f(), curve.GetLUT16f() + 65536};
 }
 
-/// The value that the curve is meant to have: an ease from each point to the next one around the circle.
+/// Returns the value of an ease from each point to the next around the circle.
 double Ease(std::vector<sHuePoint> pPoints, double pHue)
 {
     std::sort(pPoints.begin(), pPoints.end(), [](const sHuePoint& a, const sHuePoint& b) { return a.fHue < b.fHue; });
@@ -63,14 +58,14 @@ TEST(HueCurve, WhatIsNoListOfPointsIsRefused)
 {
     for (const char* text :
          {"", "0.5", "0.5:", ":0.5", "0.5:0.5,", ",0.5:0.5", "a:0.5", "0.5:0.5x", "0.5:0.5:0.5", "0.5 :1"})
-        EXPECT_THAT(Refusal(text), testing::HasSubstr("--hue-shift")) << text;
+        EXPECT_THAT(RefusalOf(text), testing::HasSubstr("--hue-shift")) << text;
     for (const char* text : {"-0.1:0.5", "1.1:0.5", "0.5:1.01", "0.5:-0.01", "nan:0.5", "0.5:nan", "0.5:inf"})
-        EXPECT_THAT(Refusal(text), testing::HasSubstr("between 0 and 1")) << text;
-    EXPECT_THAT(Refusal("0.5:0.1,0.2:0.2,0.5:0.3"), testing::HasSubstr("twice"));
+        EXPECT_THAT(RefusalOf(text), testing::HasSubstr("between 0 and 1")) << text;
+    EXPECT_THAT(RefusalOf("0.5:0.1,0.2:0.2,0.5:0.3"), testing::HasSubstr("twice"));
 }
 
-// The table joins 100 chords a stretch; a chord of the ease leaves it by at most 1.5 / 100^2 / 2 of the rise, and
-// single precision and the truncated abscissa add less than that again.
+// The table joins 100 chords between two points. A chord differs from the ease by at most 1.5 / 100^2 / 2 of the rise.
+// Single precision and the truncated abscissa add less than that.
 TEST(HueCurve, TheCurveEasesFromPointToPointAroundTheCircle)
 {
     const std::vector<std::vector<sHuePoint>> cases = {{{0.0, 0.5}, {0.33, 0.6}, {1.0, 0.5}},

@@ -45,7 +45,7 @@ TEST(ExponentPlanes, AMantissaOf256CarriesIntoTheExponentAndAllRoundAnew)
 {
     ExpectPixel(ToExponentPixel(255.49F, 3.0F, 0.0F), 255, 3, 0, 136);
     ExpectPixel(ToExponentPixel(255.5F, 3.0F, 5.0F), 128, 2, 3, 137);
-    // Twice rounded, 2.5 would become 3 first and 2 then; from the value itself it is 1.25, so 1.
+    // 2.5 is rounded once, as 1.25, to 1. Rounded twice it would become 3 and then 2.
     ExpectPixel(ToExponentPixel(255.9F, 2.5F, 255.9F), 128, 1, 128, 137);
 }
 
@@ -72,7 +72,8 @@ TEST(ExponentPlanes, BelowTheSmallestExponentIsBlack)
 {
     const float smallest = std::ldexp(1.0F, -128);
     ExpectPixel(ToExponentPixel(smallest, 0.0F, smallest / 2), 128, 0, 64, 1);
-    ExpectPixel(ToExponentPixel(std::nextafter(smallest, 0.0F), 0.0F, 0.0F), 128, 0, 0, 1); // by the carry
+    ExpectPixel(ToExponentPixel(std::nextafter(smallest, 0.0F), 0.0F, 0.0F), 128, 0, 0,
+                1); // rounded to 256, which raises the exponent
     ExpectPixel(ToExponentPixel(std::ldexp(255.0F, -137), 0.0F, 0.0F), 0, 0, 0, 0);
     ExpectPixel(ToExponentPixel(FLT_TRUE_MIN, FLT_TRUE_MIN, 0.0F), 0, 0, 0, 0);
 }
@@ -93,7 +94,7 @@ TEST(ExponentPlanes, PlanesComeBackAsTheyWere)
     }
 }
 
-// No other pixel of the form lies nearer in the largest channel, and the others are within half a step.
+// Each channel lies within half a step of the exponent pixel.
 TEST(ExponentPlanes, TheNearestPixelIsTaken)
 {
     std::mt19937 random(4);

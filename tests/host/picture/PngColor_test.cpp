@@ -9,7 +9,7 @@ namespace
 
 using namespace SelvaneHost;
 
-/// A PNG file of one pixel with the chunk in its place.
+/// Returns a PNG file of one pixel with the chunk after its header.
 tBytes PngWith(const tBytes& pChunk)
 {
     const SelvaneTest::cFolder folder;
@@ -30,7 +30,7 @@ TEST(PngColor, WhatIsPutInComesOut)
     EXPECT_EQ(PngProfile(PngWith({})), tBytes());
 }
 
-TEST(PngColor, TheChunkIsLaidOutAsTheDocumentSays)
+TEST(PngColor, TheChunkHasTheLayoutOfThePngStandard)
 {
     const tBytes chunk = PngProfileChunk({7, 7, 7}, "abc");
     const size_t size = chunk.size() - 12;

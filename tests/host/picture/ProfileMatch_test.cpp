@@ -38,7 +38,7 @@ struct sTag
     tBytes fData;
 };
 
-/// A profile with these tags, as the ICC document lays it out.
+/// Returns a profile with these tags, in the layout of ICC.1.
 tBytes Profile(const char* pColors, const std::vector<sTag>& pTags)
 {
     tBytes profile(128, 0);
@@ -227,7 +227,7 @@ TEST(ProfileMatch, BothKindsOfDescriptionAreRead)
     EXPECT_EQ(ProfileDescription({}), "");
 }
 
-// Run under the address sanitizer this shows that no broken profile is read beyond its end.
+// Under the address sanitizer this test finds reads beyond the end of a damaged profile.
 TEST(ProfileMatch, CutAndBrokenProfilesLeadNowhere)
 {
     for (const tBytes& whole : {StoredProfile(eColorSpace_sRGB), Shaper(kAdobe, Gamma(2.2))}) {

@@ -1,5 +1,5 @@
-// The host's work splitter against the seven rules of filter/DivideWork.h. This program is built without the library,
-// and once more under ThreadSanitizer.
+// Tests of the pool against the seven rules of filter/DivideWork.h. This program is built without the library, once plain
+// and once with ThreadSanitizer.
 
 #include "filter/DivideWork.h"
 
@@ -27,20 +27,20 @@ struct sTile
     int fEnd;
 };
 
-/// What the tile functions of these tests share. Only its address is in the record.
+/// Data that the tile functions of these tests share. The record holds its address.
 struct sShared
 {
     std::function<void(const sTile&)> fAction;
     std::mutex fMutex;
     std::vector<sTile> fTiles;
-    std::vector<std::atomic<int>> fInSlot = std::vector<std::atomic<int>>(1024); // tiles that run in each slot now
+    std::vector<std::atomic<int>> fInSlot = std::vector<std::atomic<int>>(1024); // tiles running in each slot
     std::atomic<int> fSharedSlots{0};
     std::atomic<int> fWrongRecords{0};
 };
 
-constexpr size_t kRecordSize = 77; // no round number
+constexpr size_t kRecordSize = 77; // not a multiple of an alignment
 
-/// A record as the library fills it: zero header, payload with the address of the shared state and a pattern.
+/// Returns a record like those of the library: a zero header, the address of the shared data and a pattern.
 std::vector<unsigned char> Record(sShared& pShared)
 {
     std::vector<unsigned char> record(kRecordSize, 0);
@@ -72,7 +72,7 @@ void* TileFunction(void* pRecord)
         const std::lock_guard lock(shared->fMutex);
         shared->fTiles.push_back(tile);
     }
-    std::memset(bytes, 0xEE, kRecordSize); // a private copy may be scribbled over
+    std::memset(bytes, 0xEE, kRecordSize); // the copy is private, so a tile may overwrite it
     return nullptr;
 }
 
@@ -82,7 +82,7 @@ void Divide(sShared& pShared, int pStart, int pEnd, int pThreads)
     DivideWork(pStart, pEnd, pThreads, TileFunction, record.data(), record.size());
 }
 
-/// True when the tiles, sorted, lie end to end from pStart to pEnd.
+/// Returns whether the tiles, sorted, cover pStart to pEnd without gaps and overlaps.
 bool CoverOnce(std::vector<sTile> pTiles, int pStart, int pEnd)
 {
     std::erase_if(pTiles, [](const sTile& tile) { return tile.fStart >= tile.fEnd; });
@@ -177,7 +177,7 @@ TEST(WorkPool, NoTwoTilesThatRunAtOnceShareASlot)
     EXPECT_EQ(shared.fSharedSlots, 0);
 }
 
-// Slot and thread stay together: arrays by slot are written without locks over many calls.
+// Arrays indexed by slot are written without locks, over many calls. So a slot must keep its thread.
 TEST(WorkPool, ASlotBelongsToOneThreadForLife)
 {
     std::mutex mutex;
@@ -194,7 +194,8 @@ TEST(WorkPool, ASlotBelongsToOneThreadForLife)
         EXPECT_LE(seen.size(), 1U);
 }
 
-// The tiles write plain memory, the caller reads it on the next line: ThreadSanitizer sees a missing order.
+// The tiles write plain memory and the caller reads it right after the call. ThreadSanitizer reports missing
+// synchronisation.
 TEST(WorkPool, ReturnsOnlyWhenEveryTileHasFinishedAndIsVisible)
 {
     std::vector<int> plane(5000);
@@ -217,7 +218,7 @@ TEST(WorkPool, ReturnsOnlyWhenEveryTileHasFinishedAndIsVisible)
     }
 }
 
-// Two tiles that wait for each other: on one thread this would never end.
+// Two tiles wait for each other. On one thread the test would not end.
 TEST(WorkPool, WorkersRunAtTheSameTime)
 {
     sShared shared;
@@ -246,7 +247,7 @@ TEST(WorkPool, ManyThreadsMayCallAtOnce)
     EXPECT_EQ(wrong, 0);
 }
 
-// Somebody else's long tile keeps nobody waiting: the second caller finishes while the first still runs.
+// The second caller finishes while a tile of the first caller still runs.
 TEST(WorkPool, ACallerThatFindsThePoolTakenWorksAlone)
 {
     std::latch inside(1);

@@ -1,9 +1,9 @@
-// Memory that a few bytes can demand: files made byte by byte that claim large pictures, through the command where it
-// is measured what it takes.
+// Small files that claim large pictures. The tests make them byte by byte, and measure the memory of the command.
 
 #include "host/Workshop.h"
-#include "picture/Errors.h"
+#include "picture/PictureLibrary.h"
 #include "read/PictureReader.h"
+#include "read/ReaderSteps.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,12 +21,12 @@ using SelvaneHost::cHostError;
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr uint64_t kSide = 13000;             // pixels; a square of it is within the limit, at 1 GB in 16 bits
-constexpr size_t kPadding = 11000;            // bytes that make such a square a claim that a file could hold
-constexpr size_t kLittle = size_t{256} << 20; // bytes; the command itself takes some 40 MB
-constexpr size_t kMost = size_t{4} << 30;     // where a run is stopped, so that a failing test does no harm
+constexpr uint64_t kSide = 13000;             // pixels; a square of this side is allowed, and takes 1 GB in 16 bits
+constexpr size_t kPadding = 11000;            // bytes; a file of this length could hold such a square
+constexpr size_t kLittle = size_t{256} << 20; // bytes; the command alone takes some 40 MB
+constexpr size_t kMost = size_t{4} << 30;     // bytes; the limit of a run, so that a failing test does no harm
 
-/// Puts a number behind the bytes.
+/// Appends a number.
 void Put(tBytes& pBytes, uint64_t pValue, size_t pSize, bool pBigEndian)
 {
     for (size_t i = 0; i < pSize; i++)
@@ -38,7 +38,7 @@ void Put(tBytes& pBytes, const std::string& pText)
     pBytes.insert(pBytes.end(), pText.begin(), pText.end());
 }
 
-/// What stands in a TIFF that has nothing to it but its directory.
+/// The fields of a TIFF file that consists of its directory alone.
 struct sTiff
 {
     uint64_t fWidth = kSide;
@@ -82,14 +82,14 @@ tBytes Tiff(const sTiff& pTiff)
                                         {258, 3, pTiff.fBits},
                                         {259, 3, pTiff.fCodec},
                                         {262, 3, pTiff.fChannels > 1 ? 2U : 0U},
-                                        {273, 4, 8}, // the strip: some bytes of the file itself
+                                        {273, 4, 8}, // the strip: bytes of the directory itself
                                         {277, 3, pTiff.fChannels},
                                         {278, 4, pTiff.fHeight},
                                         {279, 4, 64}};
     Put(file, fields.size(), big ? 8 : 2, pTiff.fBigEndian);
     for (const sField& field : fields)
         PutField(file, field, pTiff);
-    file.resize(file.size() + (big ? 8 : 4) + pTiff.fPadding); // no directory follows
+    file.resize(file.size() + (big ? 8 : 4) + pTiff.fPadding); // 0: no further directory
     return file;
 }
 
@@ -101,7 +101,7 @@ void PutChunk(tBytes& pFile, const std::string& pTypeAndData)
         true);
 }
 
-/// A PNG of 16 bits and three channels, its data nothing but damage.
+/// Returns a PNG file of 16 bits and three channels with damaged data.
 tBytes Png(uint64_t pWidth, uint64_t pHeight, size_t pPadding = 0)
 {
     tBytes file;
@@ -124,7 +124,7 @@ void PutSegment(tBytes& pFile, unsigned char pMarker, const std::string& pData)
     Put(pFile, pData);
 }
 
-/// A JPEG of three channels that ends after twenty bytes of codes, which is good enough for the decoder.
+/// Returns a JPEG file of three channels that ends after twenty bytes of codes. The decoder accepts it.
 /// @param pKind marker of the frame: 0xC0 baseline, 0xC2 progressive, 0xC9 with arithmetic coding
 tBytes Jpeg(unsigned char pKind, uint64_t pWidth, uint64_t pHeight)
 {
@@ -161,7 +161,7 @@ void PutAttribute(tBytes& pFile, const std::string& pName, const std::string& pT
     pFile.insert(pFile.end(), pValue.begin(), pValue.end());
 }
 
-/// An OpenEXR file of one tile as large as the picture, whose forty bytes are nothing but damage.
+/// Returns an OpenEXR file of one tile as large as the picture, with forty damaged bytes.
 tBytes Exr(unsigned char pCompression)
 {
     tBytes channels;
@@ -188,22 +188,16 @@ tBytes Exr(unsigned char pCompression)
     PutAttribute(file, "screenWindowWidth", "float", {0, 0, 0x80, 0x3F});
     PutAttribute(file, "tiles", "tiledesc", tile);
     file.push_back(0);
-    Put(file, file.size() + 8, 8, false); // where the one tile is
-    file.resize(file.size() + 16);        // its place
+    Put(file, file.size() + 8, 8, false); // offset of the tile
+    file.resize(file.size() + 16);        // column, row and levels of the tile
     Put(file, 40, 4, false);
     file.resize(file.size() + 40);
     return file;
 }
 
-/// The words in which the reader refuses the bytes.
-std::string Refusal(const tBytes& pFile)
+std::string RefusalOf(const tBytes& pFile)
 {
-    try {
-        SelvaneHost::ReadPicture(pFile);
-    } catch (const cHostError& failure) {
-        return failure.what();
-    }
-    return "";
+    return Refusal([&] { SelvaneHost::ReadPicture(pFile); });
 }
 
 class FewBytes : public testing::Test
@@ -211,7 +205,7 @@ class FewBytes : public testing::Test
 protected:
     static void SetUpTestSuite() { SelvaneHost::StartPictureLibrary(); }
 
-    /// Runs the command and expects words in which it refuses the file, and little memory taken until then.
+    /// Runs the command. Expects a refusal that holds pWords, and at most kLittle bytes of memory.
     static void ExpectRefusal(const std::string& pPath, const std::string& pWords,
                               const std::function<void()>& pPrepare = {})
     {
@@ -248,7 +242,7 @@ TEST_F(FewBytes, WhatIsNoPictureIsNotReadFurtherThanItsFirstBytes)
     ExpectRefusal(fFolder / "sparse.hdr", words);
 }
 
-// Some 3 GB of memory, so in the long form only.
+// The run takes some 3 GB of memory, so only the long form has it.
 TEST_F(FewBytes, APipeThatBeginsLikeAPictureHasToEnd)
 {
     if (!IsLong()) GTEST_SKIP() << "set SELVANE_LONG";
@@ -270,7 +264,7 @@ TEST_F(FewBytes, MoreThanFiveChannelsAreRefused)
 
 TEST_F(FewBytes, ATiffWithAnotherCodecIsRefused)
 {
-    // Fax, the older JPEG, others of the 1990s, JPEG 2000, LERC, LZMA, Zstandard, WebP, JPEG XL; and no number at all.
+    // Fax, the older JPEG, others of the 1990s, JPEG 2000, LERC, LZMA, Zstandard, WebP, JPEG XL, and unknown numbers.
     for (const unsigned codec :
          {0U,     2U,     3U,     4U,     6U,     9U,     10U,    32766U, 32771U, 32809U, 32908U, 32909U,
           33003U, 34661U, 34676U, 34677U, 34712U, 34887U, 34925U, 50000U, 50001U, 50002U, 65535U}) {
@@ -280,7 +274,7 @@ TEST_F(FewBytes, ATiffWithAnotherCodecIsRefused)
                 tiff.fCodec = codec;
                 tiff.fBigTiff = bigTiff;
                 tiff.fBigEndian = bigEndian;
-                EXPECT_THAT(Refusal(Tiff(tiff)), HasSubstr("(compression " + std::to_string(codec) + ")"));
+                EXPECT_THAT(RefusalOf(Tiff(tiff)), HasSubstr("(compression " + std::to_string(codec) + ")"));
             }
         }
     }
@@ -304,9 +298,9 @@ TEST_F(FewBytes, TheCodecsOfTiffThatAreReadAreRead)
         const sPicture picture = SelvaneHost::ReadPictureFile(fFolder / "a.tif");
         EXPECT_EQ(picture.fPixels, Look(fFolder / "a.tif").fPixels) << codec;
     }
-    sTiff other; // the number that deflate had before it got one
+    sTiff other; // the older number of deflate
     other.fCodec = 32946;
-    EXPECT_THAT(Refusal(Tiff(other)), Not(HasSubstr("compression")));
+    EXPECT_THAT(RefusalOf(Tiff(other)), Not(HasSubstr("compression")));
 }
 
 TEST_F(FewBytes, ASizeBeyondTheLimitIsRefused)
@@ -318,7 +312,8 @@ TEST_F(FewBytes, ASizeBeyondTheLimitIsRefused)
         ExpectRefusal(file, "is too large: the most is 178 megapixels");
 }
 
-// A whole picture in two of these cases: a row of one colour, and grey that the decoder makes of a JPEG that ends.
+// Without the check, two of these files would give a picture: the row of one colour, and the cut JPEG file, which decodes
+// to grey.
 TEST_F(FewBytes, ASizeThatTheFileCannotHoldIsRefused)
 {
     const tBytes oneColor = {9, 9, 9, 128, 1, 1, 1, 0x7F, 1, 1, 1, 0x10, 1, 1, 1, 0x9C, 1, 1, 1, 0x0A};
@@ -327,7 +322,7 @@ TEST_F(FewBytes, ASizeThatTheFileCannotHoldIsRefused)
         ExpectRefusal(file, std::to_string(file.size()) + " bytes cannot hold the ");
 }
 
-// The claims are such that a file of this length could hold them, but the rows are not there.
+// A file of this length could hold the picture, but its rows are missing.
 TEST_F(FewBytes, RowsThatAreNotThereTakeNoMemory)
 {
     sTiff tiff;

@@ -14,7 +14,7 @@ using namespace SelvaneHost;
 using SelvaneTest::ExponentPixels;
 using SelvaneTest::Radiance;
 
-/// The picture's bytes put back into interleaved order.
+/// Returns the picture's bytes in interleaved order.
 tBytes Interleaved(const sPicture& pPicture)
 {
     const auto width = static_cast<size_t>(pPicture.fWidth);
@@ -35,17 +35,12 @@ tBytes File(const std::string& pHeader, const tBytes& pPixels)
     return file;
 }
 
-std::string Refusal(const tBytes& pFile)
+std::string RefusalOf(const tBytes& pFile)
 {
-    try {
-        ReadRadiance(pFile);
-    } catch (const cHostError& failure) {
-        return failure.what();
-    }
-    return "";
+    return SelvaneTest::Refusal([&] { ReadRadiance(pFile); });
 }
 
-/// A scanline in the new form: runs where four or more bytes are equal, stretches of at most three bytes otherwise.
+/// Returns a scanline in the new form: runs of four or more equal bytes, and literal pieces of at most three bytes.
 tBytes NewForm(const tBytes& pPixels, size_t pWidth)
 {
     tBytes line = {2, 2, static_cast<unsigned char>(pWidth >> 8), static_cast<unsigned char>(pWidth)};
@@ -91,7 +86,7 @@ TEST(RadianceReader, TheNewRunLengthFormIsRead)
     tBytes lines;
     for (size_t y = 0; y < 4; y++) {
         tBytes row = ExponentPixels(kWidth, 1);
-        for (size_t x = 40; x < 250; x++) // a long stretch of one colour
+        for (size_t x = 40; x < 250; x++) // a long run of one colour
             std::copy_n(row.begin(), 4, row.begin() + static_cast<long>(x * 4));
         const tBytes line = NewForm(row, kWidth);
         lines.insert(lines.end(), line.begin(), line.end());
@@ -102,7 +97,7 @@ TEST(RadianceReader, TheNewRunLengthFormIsRead)
 
 TEST(RadianceReader, TheOldRunLengthFormIsRead)
 {
-    // 10, then 10 twice more, then 20, then 20 another 256 + 2 times by a chain of two counts.
+    // 10, two repetitions, 20, and 256 + 2 repetitions by a chain of two counts.
     const tBytes file = {10, 11, 12, 130, 1, 1, 1, 2, 20, 21, 22, 131, 1, 1, 1, 2, 1, 1, 1, 1};
     const sPicture picture = ReadRadiance(Radiance(262, 1, file));
     tBytes expected;
@@ -113,7 +108,7 @@ TEST(RadianceReader, TheOldRunLengthFormIsRead)
     EXPECT_EQ(Interleaved(picture), expected);
 }
 
-// Two rows of three pixels a to f as a person sees them; each orientation stores them in its own order.
+// Upright, the two rows are abc and def. Each orientation stores the pixels in another order.
 TEST(RadianceReader, AllEightOrientationsComeOutUpright)
 {
     const std::vector<std::pair<std::string, std::string>> cases = {
@@ -136,9 +131,10 @@ TEST(RadianceReader, AllEightOrientationsComeOutUpright)
 
 TEST(RadianceReader, XyzIsRefusedInWords)
 {
-    EXPECT_THAT(Refusal(File("#?RADIANCE\nFORMAT=32-bit_rle_xyze\n\n-Y 1 +X 1\n", {1, 2, 3, 128})),
+    EXPECT_THAT(RefusalOf(File("#?RADIANCE\nFORMAT=32-bit_rle_xyze\n\n-Y 1 +X 1\n", {1, 2, 3, 128})),
                 testing::HasSubstr("XYZ"));
-    EXPECT_THAT(Refusal(File("#?RADIANCE\nFORMAT=ascii\n\n-Y 1 +X 1\n", {1, 2, 3, 128})), testing::HasSubstr("ascii"));
+    EXPECT_THAT(RefusalOf(File("#?RADIANCE\nFORMAT=ascii\n\n-Y 1 +X 1\n", {1, 2, 3, 128})),
+                testing::HasSubstr("ascii"));
 }
 
 TEST(RadianceReader, AHeaderWithoutFormatAndWithOtherLinesIsFine)
@@ -171,10 +167,10 @@ TEST(RadianceReader, EveryCutIsRefused)
         lines.insert(lines.end(), line.begin(), line.end());
     }
     for (const tBytes& whole : {Radiance(20, 3, lines), Radiance(5, 3, ExponentPixels(5, 3))}) {
-        ASSERT_EQ(Refusal(whole), "");
+        ASSERT_EQ(RefusalOf(whole), "");
         for (size_t size = 0; size < whole.size(); size++) {
             const tBytes cut(whole.begin(), whole.begin() + static_cast<long>(size));
-            ASSERT_THAT(Refusal(cut), testing::HasSubstr("damaged or cut short")) << size;
+            ASSERT_THAT(RefusalOf(cut), testing::HasSubstr("damaged or cut short")) << size;
         }
     }
 }
@@ -186,36 +182,36 @@ TEST(RadianceReader, RunsThatLeaveTheirRowAreRefused)
         tBytes line = row;
         line.insert(line.end(), pRuns.begin(), pRuns.end());
         line.resize(line.size() + 64, 1);
-        return Refusal(Radiance(8, 1, line));
+        return RefusalOf(Radiance(8, 1, line));
     };
     EXPECT_THAT(withRuns({137, 5}), testing::HasSubstr("leaves its row")) << "a run of 9";
     EXPECT_THAT(withRuns({9, 1, 1, 1, 1, 1, 1, 1, 1, 1}), testing::HasSubstr("leaves its row")) << "a stretch of 9";
     EXPECT_THAT(withRuns({0}), testing::HasSubstr("leaves its row")) << "an empty stretch";
-    EXPECT_THAT(Refusal(Radiance(4, 1, {1, 1, 1, 3, 9, 9, 9, 9})), testing::HasSubstr("leaves its row"))
+    EXPECT_THAT(RefusalOf(Radiance(4, 1, {1, 1, 1, 3, 9, 9, 9, 9})), testing::HasSubstr("leaves its row"))
         << "nothing to repeat";
-    EXPECT_THAT(Refusal(Radiance(4, 1, {9, 9, 9, 9, 1, 1, 1, 4})), testing::HasSubstr("leaves its row"))
+    EXPECT_THAT(RefusalOf(Radiance(4, 1, {9, 9, 9, 9, 1, 1, 1, 4})), testing::HasSubstr("leaves its row"))
         << "one too many";
-    EXPECT_THAT(Refusal(Radiance(4, 1, {9, 9, 9, 9, 1, 1, 1, 0, 1, 1, 1, 0, 1, 1, 1, 0, 1, 1, 1, 0, 1, 1, 1, 0})),
+    EXPECT_THAT(RefusalOf(Radiance(4, 1, {9, 9, 9, 9, 1, 1, 1, 0, 1, 1, 1, 0, 1, 1, 1, 0, 1, 1, 1, 0, 1, 1, 1, 0})),
                 testing::HasSubstr("leaves its row"))
         << "a chain beyond 32 bits";
 }
 
 TEST(RadianceReader, ARowOfAnotherLengthIsRefused)
 {
-    EXPECT_THAT(Refusal(Radiance(9, 1, NewForm(ExponentPixels(8, 1), 8))), testing::HasSubstr("another length"));
+    EXPECT_THAT(RefusalOf(Radiance(9, 1, NewForm(ExponentPixels(8, 1), 8))), testing::HasSubstr("another length"));
 }
 
 TEST(RadianceReader, SizesThatAreNoneAreRefused)
 {
     const tBytes pixel = {1, 2, 3, 128};
     for (const char* size : {"-Y 1 +X", "-Y 1 +Y 1", "*Y 1 +X 1", "-Y one +X 1", "-Y 1x +X 1", "", "-Z 1 +X 1"})
-        EXPECT_THAT(Refusal(File("#?RADIANCE\n\n" + std::string(size) + "\n", pixel)), testing::HasSubstr("damaged"))
+        EXPECT_THAT(RefusalOf(File("#?RADIANCE\n\n" + std::string(size) + "\n", pixel)), testing::HasSubstr("damaged"))
             << size;
-    EXPECT_THAT(Refusal(File("#?RADIANCE\n\n-Y 0 +X 5\n", pixel)), testing::HasSubstr("no pixels"));
-    EXPECT_THAT(Refusal(File("#?RADIANCE\n\n-Y -1 +X 5\n", pixel)), testing::HasSubstr("no pixels"));
-    EXPECT_THAT(Refusal(File("#?RADIANCE\n\n-Y 1 +X 2000000000\n", pixel)), testing::HasSubstr("too large"));
-    EXPECT_THAT(Refusal(File("#?RADIANCE\n\n-Y 1 +X 99999999999999999999\n", pixel)), testing::HasSubstr("damaged"));
-    EXPECT_THAT(Refusal(File("#?RADIANCE\n\n-Y 100000 +X 1\n", pixel)), testing::HasSubstr("cut short"))
+    EXPECT_THAT(RefusalOf(File("#?RADIANCE\n\n-Y 0 +X 5\n", pixel)), testing::HasSubstr("no pixels"));
+    EXPECT_THAT(RefusalOf(File("#?RADIANCE\n\n-Y -1 +X 5\n", pixel)), testing::HasSubstr("no pixels"));
+    EXPECT_THAT(RefusalOf(File("#?RADIANCE\n\n-Y 1 +X 2000000000\n", pixel)), testing::HasSubstr("too large"));
+    EXPECT_THAT(RefusalOf(File("#?RADIANCE\n\n-Y 1 +X 99999999999999999999\n", pixel)), testing::HasSubstr("damaged"));
+    EXPECT_THAT(RefusalOf(File("#?RADIANCE\n\n-Y 100000 +X 1\n", pixel)), testing::HasSubstr("cut short"))
         << "fewer bytes than rows: refused before any room is made";
 }
 

@@ -1,6 +1,7 @@
-// The program that makes the project's own scene.
+// The program selvane-scene.
 
 #include "host/Workshop.h"
+#include "picture/PictureLibrary.h"
 #include "read/PictureReader.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #include "host/Workshop.h"
-#include "picture/Errors.h"
 #include "write/OutputFile.h"
+#include "write/UnfinishedFile.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,6 +20,7 @@ using namespace SelvaneHost;
 using SelvaneTest::cFolder;
 using SelvaneTest::Exists;
 using SelvaneTest::ReadAll;
+using SelvaneTest::Refusal;
 using SelvaneTest::WriteAll;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -29,17 +30,6 @@ const tBytes kContent = {'n', 'e', 'w'};
 void Write(const std::string& pPath)
 {
     WriteFile(pPath, {kContent});
-}
-
-template <typename tAction>
-std::string Refusal(tAction pAction)
-{
-    try {
-        pAction();
-    } catch (const cHostError& failure) {
-        return failure.what();
-    }
-    return "";
 }
 
 TEST(OutputFile, TheFileIsThereAndNothingElse)
@@ -78,7 +68,7 @@ TEST(OutputFile, AFileThatIsReplacedKeepsItsPermissions)
     }
 }
 
-// Who writes a picture makes no program that runs with somebody else's rights.
+// Otherwise a picture could become a program that runs with the rights of its owner.
 TEST(OutputFile, AFileThatIsReplacedLosesTheBitsThatLendRights)
 {
     const cFolder folder;
@@ -151,7 +141,7 @@ TEST(OutputFile, FailuresAreInTheSystemsWords)
     EXPECT_EQ(Refusal([&] { CheckWritable(folder / "new.png"); }), "");
 }
 
-/// Runs the action in a child process; its wait status.
+/// Runs the action in a child process. Returns the wait status.
 template <typename tAction>
 int InChild(tAction pAction)
 {
@@ -162,12 +152,12 @@ int InChild(tAction pAction)
     return status;
 }
 
-constexpr uid_t kSomebody = 65533; // users and groups that nobody has
+constexpr uid_t kSomebody = 65533; // numbers of users and groups without a name
 constexpr uid_t kOwner = 65532;
 constexpr gid_t kTheirGroup = 65531;
 
-/// A file of owner and group in a folder that is open to all, replaced by a user who is none of them.
-/// @param pGroups of that user besides his own
+/// Another user replaces a file of kOwner and kTheirGroup in a folder that is open to all. Returns the new file's facts.
+/// @param pGroups further groups of that user
 struct stat AfterReplacing(mode_t pMode, const std::vector<gid_t>& pGroups)
 {
     const cFolder folder;
@@ -243,7 +233,7 @@ TEST(OutputFile, AFolderWithoutPermissionIsRefused)
     WriteAll(folder / "picture.png", "old");
     ::chmod(folder.Path().c_str(), 0555);
     const int status = InChild([&] {
-        constexpr uid_t kNobody = 65534; // permissions do not count for root
+        constexpr uid_t kNobody = 65534; // root passes all permissions
         if (::getuid() == 0 && ::setuid(kNobody) != 0) return 2;
         const char* expected = "cannot be written: Permission denied";
         if (Refusal([&] { CheckWritable(folder / "picture.png"); }) != expected) return 3;
@@ -256,8 +246,8 @@ TEST(OutputFile, AFolderWithoutPermissionIsRefused)
     EXPECT_EQ(ReadAll(folder / "picture.png"), (tBytes{'o', 'l', 'd'}));
 }
 
-// The child writes the file again and again; the signal strikes at any moment. Whatever it strikes, the name holds one
-// of the whole files, and nothing else is there.
+// A child writes the file again and again, and gets a signal at some moment. Then the name holds a whole file, and no
+// other file remains.
 TEST(OutputFile, ASignalLeavesNoUnfinishedFile)
 {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
@@ -266,7 +256,7 @@ TEST(OutputFile, ASignalLeavesNoUnfinishedFile)
             const tBytes large(300000, 'x');
             const pid_t child = ::fork();
             if (child == 0) {
-                ::signal(signal, SIG_DFL); // a run in the background may have been told to ignore it
+                ::signal(signal, SIG_DFL); // a run in the background may ignore it
                 CatchSignals();
                 for (;;)
                     WriteFile(folder / "picture.png", {large});

@@ -1,13 +1,13 @@
-#include "command/Commands.h"
+#include "command/Tonemap.h"
 
 #include "bitmap/cException.h"
-#include "command/CommandSteps.h"
 #include "command/ProgressLines.h"
+#include "command/Report.h"
+#include "write/PictureWriter.h"
 
 #include <array>
 #include <charconv>
 #include <cstdio>
-#include <new>
 #include <thread>
 
 namespace SelvaneHost
@@ -16,6 +16,7 @@ namespace SelvaneHost
 namespace
 {
 
+/// The request types of the entry.
 enum eRequest : int32_t
 {
     eMeasureAndRender = 0,
@@ -23,7 +24,7 @@ enum eRequest : int32_t
     eMeasureOnly = 9,
 };
 
-/// Calls the entry and turns each of its ways to fail into words.
+/// Calls the entry. Throws a cHostError with a text for each of its failures.
 void CallEntry(const sPicture& pInput, const sTmImageDesc& pImage, const sTmRunSettings& pRun,
                Vornik::eColorSpaceID pSpace, sTmSliders& pSliders, unsigned char* pOutput, bool pVerbose)
 {
@@ -62,43 +63,28 @@ int Workers(int pThreads)
     return processors == 0 ? 1 : static_cast<int>(processors);
 }
 
-void CheckSlider(const char* pName, float pValue, sRange pRange)
+void WarnOfSliders(const sTmSliders& pSliders)
 {
-    if (pValue >= pRange.fLowest && pValue <= pRange.fHighest) return; // NaN warns too
-    std::array<char, 160> words{};
-    std::snprintf(words.data(), words.size(), "%s %g lies outside of %g to %g", pName, static_cast<double>(pValue),
-                  static_cast<double>(pRange.fLowest), static_cast<double>(pRange.fHighest));
-    Warn(words.data());
+    for (const std::string& warning : SliderWarnings(pSliders))
+        Warn(warning);
 }
 
-void CheckSliders(const sTmSliders& pSliders)
-{
-    CheckSlider("--compression", pSliders.compression, kCompressionRange);
-    CheckSlider("--smoothness", pSliders.smoothness, kSmoothnessRange);
-    CheckSlider("--radius", pSliders.radius, kRadiusRange);
-    CheckSlider("--adaptation", pSliders.adaptation, kAdaptationRange);
-    CheckSlider("--white-clip", pSliders.whiteClip, kWhiteClipRange);
-    CheckSlider("--black-clip", pSliders.blackClip, kBlackClipRange);
-}
-
-sPicture ReadPart(const sTonemapOptions& pOptions)
+sPicture ReadPart(const sStatsOptions& pOptions)
 {
     sPicture picture = Read(pOptions.fInput);
     if (pOptions.fCrop) About(pOptions.fInput, [&] { Crop(picture, *pOptions.fCrop); });
     return picture;
 }
 
-/// The slider block with switches and points filled in.
-sTmSliders SlidersOf(const sTonemapOptions& pOptions)
+/// Returns the record for the entry, with the wrap switch and without points.
+sTmSliders SlidersOf(const sStatsOptions& pOptions)
 {
     sTmSliders sliders = pOptions.fSliders;
     sliders.wrapSwitch = pOptions.fWrap ? 1.0F : 0.0F;
-    sliders.blackPoint = pOptions.fBlackPoint.value_or(0.0F);
-    sliders.whitePoint = pOptions.fWhitePoint.value_or(0.0F);
     return sliders;
 }
 
-/// Points that the library would refuse in silence, and then measure its own.
+/// Refuses points that the library would silently replace by its own.
 void CheckPoints(const sTonemapOptions& pOptions)
 {
     if (pOptions.fBlackPoint.has_value() != pOptions.fWhitePoint.has_value())
@@ -108,9 +94,24 @@ void CheckPoints(const sTonemapOptions& pOptions)
         throw cUsageError("--white-point must be above 0 and not below --black-point");
 }
 
+/// Renders the input into a new picture.
+/// @param pDepth bits per output sample
+sPicture Render(const sPicture& pInput, const sTonemapOptions& pOptions, Vornik::eColorSpaceID pSpace, int pDepth)
+{
+    sTmSliders sliders = SlidersOf(pOptions);
+    sliders.blackPoint = pOptions.fBlackPoint.value_or(0.0F);
+    sliders.whitePoint = pOptions.fWhitePoint.value_or(0.0F);
+    const eRequest request = pOptions.fWhitePoint ? eRenderWithPoints : eMeasureAndRender;
+    const sTmRunSettings run{Workers(pOptions.fThreads), 0, request};
+    sPicture output = Blank(pInput, pDepth);
+    CallEntry(pInput, Describe(pInput, pDepth), run, pSpace, sliders, output.fPixels.data(), pOptions.fVerbose);
+    return output;
+}
+
+/// Prints a number with the fewest digits from which the same float can be read.
 void Print(const char* pName, float pValue)
 {
-    std::array<char, 64> digits{}; // the shortest that read back as the same number
+    std::array<char, 64> digits{};
     const std::to_chars_result end = std::to_chars(digits.data(), digits.data() + digits.size(), pValue);
     std::printf("%s %.*s\n", pName, static_cast<int>(end.ptr - digits.data()), digits.data());
 }
@@ -119,30 +120,24 @@ void Print(const char* pName, float pValue)
 
 void RunTonemap(const sTonemapOptions& pOptions)
 {
-    const eFileKind kind = KindFor(pOptions.fOutput);
-    CheckDepth(pOptions.fDepth, pOptions.fOutput);
+    const std::string& path = pOptions.fOutput.fPath;
+    const eFileKind kind = KindFor(path);
+    CheckDepth(pOptions.fOutput, kind);
     CheckPoints(pOptions);
-    CheckSliders(pOptions.fSliders);
-    CheckOutput(pOptions.fInput, pOptions.fOutput, pOptions.fForce);
+    WarnOfSliders(pOptions.fSliders);
+    CheckOutput(pOptions.fInput, pOptions.fOutput);
 
     sPicture input = ReadPart(pOptions);
     const Vornik::eColorSpaceID space = SpaceOf(input, pOptions.fInput, pOptions.fColorSpace);
-    const int depth = DepthFor(pOptions.fDepth, kind, input.fForm);
-    sTmSliders sliders = SlidersOf(pOptions);
-    const sTmRunSettings run{Workers(pOptions.fThreads), 0,
-                             pOptions.fWhitePoint ? eRenderWithPoints : eMeasureAndRender};
-    const sPicture output = About(pOptions.fInput, [&] {
-        sPicture picture = Blank(input, depth);
-        CallEntry(input, Describe(input, depth), run, space, sliders, picture.fPixels.data(), pOptions.fVerbose);
-        return picture;
-    });
-    input.fPixels = {}; // makes room for the encoded file
-    About(pOptions.fOutput, [&] { WritePicture(output, space, pOptions.fOutput); });
+    const int depth = DepthFor(pOptions.fOutput, kind, input.fForm);
+    const sPicture output = About(pOptions.fInput, [&] { return Render(input, pOptions, space, depth); });
+    input.fPixels = {}; // frees memory for the encoded file
+    About(path, [&] { WritePicture(output, space, kind, path); });
 }
 
-void RunStats(const sTonemapOptions& pOptions)
+void RunStats(const sStatsOptions& pOptions)
 {
-    CheckSliders(pOptions.fSliders);
+    WarnOfSliders(pOptions.fSliders);
     const sPicture input = ReadPart(pOptions);
     const Vornik::eColorSpaceID space = SpaceOf(input, pOptions.fInput, pOptions.fColorSpace);
     sTmSliders sliders = SlidersOf(pOptions);

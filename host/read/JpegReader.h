@@ -1,0 +1,17 @@
+#ifndef SELVANE_HOST_READ_JPEG_READER_H
+#define SELVANE_HOST_READ_JPEG_READER_H
+
+#include "picture/Picture.h"
+
+namespace SelvaneHost
+{
+
+bool LooksLikeJpeg(const tBytes& pBytes);
+
+/// Reads a JPEG picture.
+/// @throws cHostError see VipsReader.h
+sPicture ReadJpeg(const tBytes& pBytes);
+
+} // namespace SelvaneHost
+
+#endif

@@ -1,0 +1,17 @@
+#ifndef SELVANE_HOST_READ_PNG_READER_H
+#define SELVANE_HOST_READ_PNG_READER_H
+
+#include "picture/Picture.h"
+
+namespace SelvaneHost
+{
+
+bool LooksLikePng(const tBytes& pBytes);
+
+/// Reads a PNG picture. Its own colour chunks decide the colour space, see picture/PngColor.h.
+/// @throws cHostError see VipsReader.h
+sPicture ReadPng(const tBytes& pBytes);
+
+} // namespace SelvaneHost
+
+#endif

@@ -1,0 +1,381 @@
+// Pictures through tonemap and stats.
+
+#include "host/command/CommandTest.h"
+#include "picture/ProfileMatch.h"
+#include "picture/Sliders.h"
+#include "read/PictureReader.h"
+
+#include <png.h>
+#include <vips/vips.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <set>
+#include <sstream>
+
+namespace
+{
+
+using namespace SelvaneTest;
+using SelvaneHost::kSliders;
+using SelvaneHost::sSlider;
+using SelvaneHost::StoredProfile;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using testing::Not;
+using testing::StartsWith;
+
+/// Expects the colour chunks or the profile of a space in an output file: chunk sRGB for sRGB in a PNG file, and the
+/// stored profile otherwise.
+void ExpectColors(const sFound& pFound, bool pPng, Vornik::eColorSpaceID pSpace)
+{
+    const bool chunk = pPng && pSpace == Vornik::eColorSpace_sRGB;
+    EXPECT_EQ(pFound.fSaysSrgb, chunk);
+    EXPECT_EQ(pFound.fProfile, chunk ? tBytes() : StoredProfile(pSpace));
+}
+
+TEST_F(Command, HdrBytesReachTheEntryUnchanged)
+{
+    const sDirect direct = Entry(Hdr(), {}, 16);
+    ExpectQuietSuccess(Selvane({"tonemap", Hdr(), "-o", Out()}));
+    const sFound found = Look(Out());
+    EXPECT_EQ(found.fBits, 16);
+    EXPECT_EQ(found.fBands, 3);
+    EXPECT_EQ(found.fWidth, kWidth);
+    EXPECT_EQ(found.fHeight, kHeight);
+    EXPECT_EQ(found.fPixels, direct.fPixels);
+}
+
+TEST_F(Command, EverySliderReachesTheEntry)
+{
+    sTmSliders neutral{};
+    const tBytes plain = Entry(Hdr(), neutral, 16).fPixels;
+    const std::vector<std::tuple<std::string, float sTmSliders::*, float>> cases = {
+        {"--compression", &sTmSliders::compression, -37.5F}, {"--smoothness", &sTmSliders::smoothness, 7.0F},
+        {"--radius", &sTmSliders::radius, -10.0F},           {"--adaptation", &sTmSliders::adaptation, 60.0F},
+        {"--white-clip", &sTmSliders::whiteClip, 40.0F},     {"--black-clip", &sTmSliders::blackClip, 9.0F}};
+    ASSERT_EQ(cases.size(), std::size(kSliders)) << "each slider needs a case here";
+    for (const auto& [name, field, value] : cases) {
+        sTmSliders sliders{};
+        sliders.*field = value;
+        const tBytes expected = Entry(Hdr(), sliders, 16).fPixels;
+        ASSERT_NE(expected, plain) << name << " has to show in this picture";
+        ExpectQuietSuccess(Selvane({"tonemap", Hdr(), "-o", Out(), name, std::to_string(value)}));
+        EXPECT_EQ(Look(Out()).fPixels, expected) << name;
+    }
+    sTmSliders wrapped{};
+    wrapped.wrapSwitch = 1.0F;
+    const tBytes expected = Entry(Hdr(), wrapped, 16).fPixels;
+    ASSERT_NE(expected, plain);
+    ExpectQuietSuccess(Selvane({"tonemap", Hdr(), "-o", Out(), "--wrap"}));
+    EXPECT_EQ(Look(Out()).fPixels, expected);
+}
+
+TEST_F(Command, TheNumberOfThreadsDoesNotShow)
+{
+    ExpectQuietSuccess(Selvane({"tonemap", Hdr(), "-o", Out()}));
+    const tBytes expected = ReadAll(Out());
+    for (const char* threads : {"0", "1", "2", "7", "256"}) {
+        ExpectQuietSuccess(Selvane({"tonemap", Hdr(), "-o", Out(), "--threads", threads}));
+        EXPECT_EQ(ReadAll(Out()), expected) << threads;
+    }
+}
+
+TEST_F(Command, EveryKindGoesInAndEveryKindComesOut)
+{
+    const std::vector<uint16_t> sixteen = Samples16(kWidth, kHeight);
+    const std::vector<float> floats = Floats(kWidth, kHeight);
+    const std::vector<float> plane(floats.begin(), floats.begin() + kWidth * kHeight);
+    const tBytes eight = Samples8(kWidth, kHeight);
+    Store(fFolder / "16.png", sixteen.data(), kWidth, kHeight, Rgb16());
+    Store(fFolder / "8.tif", eight.data(), kWidth, kHeight, Rgb8());
+    Store(fFolder / "16.tif", sixteen.data(), kWidth, kHeight, Rgb16());
+    Store(fFolder / "float.tif", floats.data(), kWidth, kHeight,
+          {3, VIPS_FORMAT_FLOAT, VIPS_INTERPRETATION_scRGB, {}, 1, {}});
+    Store(fFolder / "8.jpg", eight.data(), kWidth, kHeight, Rgb8());
+    StoreExr(fFolder / "float.exr", kWidth, kHeight, {{"R", plane}, {"G", plane}, {"B", plane}});
+    const std::vector<std::pair<std::string, int>> inputs = {{"in.hdr", 16}, {"float.exr", 16}, {"float.tif", 16},
+                                                             {"16.png", 16}, {"16.tif", 16},    {"in.png", 8},
+                                                             {"8.tif", 8},   {"8.jpg", 8}};
+    const std::vector<const char*> all = {".png", ".tif", ".tiff", ".jpg", ".jpeg", ".PNG", ".Jpg"};
+    for (const auto& [name, depth] : inputs) {
+        const std::vector<const char*> extensions = depth == 8         ? std::vector<const char*>{".tif"}
+                                                    : name == "in.hdr" ? all
+                                                                       : std::vector<const char*>{".png"};
+        for (const char* extension : extensions) {
+            const std::string output = fFolder / ("out" + std::string(extension));
+            ExpectQuietSuccess(Selvane({"tonemap", fFolder / name, "-o", output}));
+            const bool jpeg = tolower(extension[1]) == 'j';
+            const sFound found = Look(output);
+            EXPECT_EQ(found.fBits, jpeg ? 8 : depth) << name << extension;
+            EXPECT_EQ(found.fWidth, kWidth);
+            EXPECT_EQ(found.fHeight, kHeight);
+            ExpectColors(found, tolower(extension[1]) == 'p', Vornik::eColorSpace_sRGB);
+            if (!jpeg) {
+                EXPECT_EQ(found.fPixels, Entry(fFolder / name, {}, depth).fPixels) << name << extension;
+            }
+        }
+    }
+}
+
+TEST_F(Command, DepthIsChosenByHand)
+{
+    for (const std::string& input : {Hdr(), Png()}) {
+        for (const int depth : {8, 16}) {
+            ExpectQuietSuccess(Selvane({"tonemap", input, "-o", Out(), "--depth", std::to_string(depth)}));
+            EXPECT_EQ(Look(Out()).fBits, depth);
+            EXPECT_EQ(Look(Out()).fPixels, Entry(input, {}, depth).fPixels);
+        }
+    }
+    ExpectQuietSuccess(Selvane({"tonemap", Hdr(), "-o", fFolder / "out.jpg", "--depth", "8"}));
+    ExpectFailure(Selvane({"tonemap", Hdr(), "-o", fFolder / "deep.jpg", "--depth", "16"}), 2,
+                  "JPEG files hold 8 bits");
+    EXPECT_FALSE(Exists(fFolder / "deep.jpg"));
+    ExpectFailure(Selvane({"tonemap", Hdr(), "-o", Out(), "--depth", "12"}), 2, "--depth");
+}
+
+TEST_F(Command, SlidersOutsideTheirRangeAreAWarning)
+{
+    const std::vector<std::pair<std::string, std::vector<std::string>>> cases = {
+        {"--compression", {"-101", "100.5"}}, {"--smoothness", {"-11", "10.1"}}, {"--radius", {"-10.5", "12"}},
+        {"--adaptation", {"-1", "101"}},      {"--white-clip", {"-0.1", "101"}}, {"--black-clip", {"-5", "100.1"}}};
+    ASSERT_EQ(cases.size(), std::size(kSliders)) << "each slider needs a case here";
+    for (const auto& [name, values] : cases) {
+        for (const std::string& value : values) {
+            const sRun run = Selvane({"tonemap", Hdr(), "-o", Out(), name, value});
+            EXPECT_EQ(run.fStatus, 0) << run.fErr;
+            EXPECT_THAT(run.fErr, MatchesRegex("selvane: warning: " + name + " .* lies outside of .*\n"));
+            EXPECT_TRUE(Exists(Out()));
+        }
+    }
+    for (const char* edge : {"-100", "100"})
+        ExpectQuietSuccess(Selvane({"tonemap", Hdr(), "-o", Out(), "--compression", edge}));
+}
+
+// The run prints a warning or a failure, and never crashes.
+TEST_F(Command, AbsurdSlidersEndInAPictureOrInWords)
+{
+    for (const sSlider& slider : kSliders) {
+        for (const char* value : {"nan", "inf", "-inf", "1e30", "-1e30"}) {
+            const sRun run = Selvane({"tonemap", Hdr(), "-o", Out(), slider.fOption, value});
+            EXPECT_TRUE(run.fStatus == 0 || run.fStatus == 1 || run.fStatus == 2)
+                << slider.fOption << value << run.fStatus;
+            EXPECT_THAT(run.fErr, Not(IsEmpty()));
+        }
+    }
+}
+
+TEST_F(Command, StatsPrintsThePointsOfAMeasurement)
+{
+    sTmSliders sliders{};
+    sliders.compression = 30;
+    sliders.whiteClip = 20;
+    sliders.blackClip = 3;
+    const sDirect direct = Entry(Hdr(), sliders, 16, 0, 9);
+    for (const char* threads : {"1", "3"}) {
+        const sRun run = Selvane(
+            {"stats", Hdr(), "--compression", "30", "--white-clip", "20", "--black-clip", "3", "--threads", threads});
+        ExpectQuietSuccess(run);
+        std::istringstream words(run.fOut);
+        std::string black, white;
+        float blackPoint = 0, whitePoint = 0;
+        words >> black >> blackPoint >> white >> whitePoint;
+        EXPECT_EQ(black, "black");
+        EXPECT_EQ(white, "white");
+        EXPECT_EQ(blackPoint, direct.fSliders.blackPoint) << "all digits are printed";
+        EXPECT_EQ(whitePoint, direct.fSliders.whitePoint);
+        EXPECT_EQ(Lines(run.fOut), 2U);
+    }
+}
+
+TEST_F(Command, PointsOfAnEarlierRunAreUsed)
+{
+    sTmSliders sliders{};
+    sliders.blackPoint = 0.02F;
+    sliders.whitePoint = 0.9F;
+    const tBytes expected = Entry(Hdr(), sliders, 16, 0, 1).fPixels;
+    ASSERT_NE(expected, Entry(Hdr(), {}, 16).fPixels);
+    ExpectQuietSuccess(Selvane({"tonemap", Hdr(), "-o", Out(), "--black-point", "0.02", "--white-point", "0.9"}));
+    EXPECT_EQ(Look(Out()).fPixels, expected);
+    ExpectFailure(Selvane({"tonemap", Hdr(), "-o", Out(), "--black-point", "0.02"}), 2, "go together");
+    ExpectFailure(Selvane({"tonemap", Hdr(), "-o", Out(), "--black-point", "2", "--white-point", "1"}), 2,
+                  "--white-point");
+    ExpectFailure(Selvane({"tonemap", Hdr(), "-o", Out(), "--black-point", "-1", "--white-point", "0"}), 2,
+                  "--white-point");
+}
+
+TEST_F(Command, ACropIsAPictureOfItsOwn)
+{
+    const tBytes all = Samples8(kWidth, kHeight);
+    tBytes part;
+    for (size_t y = 5; y < 5 + 11; y++)
+        part.insert(part.end(), all.begin() + static_cast<long>((y * kWidth + 20) * 3),
+                    all.begin() + static_cast<long>((y * kWidth + 37) * 3));
+    Store(fFolder / "part.png", part.data(), 17, 11, Rgb8());
+    ExpectQuietSuccess(Selvane({"tonemap", Png(), "-o", Out(), "--crop", "17x11+20+5"}));
+    EXPECT_EQ(Look(Out()).fPixels, Entry(fFolder / "part.png", {}, 8).fPixels);
+
+    const tBytes pixels = ExponentPixels(kWidth, kHeight);
+    tBytes planes;
+    for (size_t y = 5; y < 5 + 11; y++)
+        planes.insert(planes.end(), pixels.begin() + static_cast<long>((y * kWidth + 20) * 4),
+                      pixels.begin() + static_cast<long>((y * kWidth + 37) * 4));
+    WriteAll(fFolder / "part.hdr", Radiance(17, 11, planes));
+    ExpectQuietSuccess(Selvane({"tonemap", Hdr(), "-o", Out(), "--crop", "17x11+20+5"}));
+    EXPECT_EQ(Look(Out()).fPixels, Entry(fFolder / "part.hdr", {}, 16).fPixels);
+
+    for (const char* outside : {"62x1+0+0", "1x44+0+0", "10x10+52+0", "10x10+0+34", "0x1+0+0", "1x1+2147483647+0"})
+        ExpectFailure(Selvane({"tonemap", Hdr(), "-o", Out(), "--crop", outside}), 1,
+                      "does not lie inside the picture of 61 x 43");
+    for (const char* nonsense : {"10", "10x10", "10x10+1", "10x10+1+1+1", "x10+1+1", "10x10+1+1 ", "1e3x1+0+0"})
+        ExpectFailure(Selvane({"tonemap", Hdr(), "-o", Out(), "--crop", nonsense}), 2, "WIDTHxHEIGHT+LEFT+TOP");
+}
+
+TEST_F(Command, OnePixelIsAPicture)
+{
+    WriteAll(fFolder / "one.hdr", Radiance(1, 1, {200, 100, 50, 130}));
+    const sRun run = Selvane({"tonemap", fFolder / "one.hdr", "-o", Out()});
+    ExpectQuietSuccess(run);
+    EXPECT_EQ(Look(Out()).fPixels, Entry(fFolder / "one.hdr", {}, 16).fPixels);
+}
+
+TEST_F(Command, OrientationIsBakedInAndMetadataTravels)
+{
+    const tBytes samples = Samples8(kWidth, kHeight);
+    sStored how = Rgb8();
+    how.fOrientation = 6;
+    how.fXmp = "<x:xmpmeta xmlns:x='adobe:ns:meta/'></x:xmpmeta>";
+    for (const char* input : {"turned.jpg", "turned.tif"}) {
+        Store(fFolder / input, samples.data(), kWidth, kHeight, how);
+        for (const char* output : {"out.jpg", "out.png", "out.tif"}) {
+            ExpectQuietSuccess(Selvane({"tonemap", fFolder / input, "-o", fFolder / output}));
+            const sFound found = Look(fFolder / output);
+            EXPECT_EQ(found.fWidth, kHeight) << input << output;
+            EXPECT_EQ(found.fHeight, kWidth) << input << output;
+            EXPECT_EQ(found.fOrientation, 1) << input << output;
+            EXPECT_EQ(found.fXmp, how.fXmp) << input << output;
+        }
+    }
+}
+
+TEST_F(Command, AlphaIsAWarning)
+{
+    const tBytes samples(kWidth * kHeight * 4, 90);
+    Store(fFolder / "alpha.png", samples.data(), kWidth, kHeight,
+          {4, VIPS_FORMAT_UCHAR, VIPS_INTERPRETATION_sRGB, {}, 1, {}});
+    const sRun run = Selvane({"tonemap", fFolder / "alpha.png", "-o", Out()});
+    EXPECT_EQ(run.fStatus, 0);
+    EXPECT_THAT(run.fErr, MatchesRegex("selvane: warning: .*alpha\\.png: the alpha channel was dropped\n"));
+}
+
+TEST_F(Command, TheEmbeddedProfileOrTheOptionChoosesTheColorSpace)
+{
+    const char* const names[3] = {"srgb", "adobe", "prophoto"};
+    const tBytes samples = Samples8(kWidth, kHeight);
+    for (int space = 0; space < 3; space++) {
+        const auto id = static_cast<Vornik::eColorSpaceID>(space);
+        sStored how = Rgb8();
+        how.fProfile = StoredProfile(id);
+        Store(fFolder / "profiled.png", samples.data(), kWidth, kHeight, how);
+        const tBytes expected = Entry(Png(), {}, 8, space).fPixels;
+        ExpectQuietSuccess(Selvane({"tonemap", fFolder / "profiled.png", "-o", Out()}));
+        EXPECT_EQ(Look(Out()).fPixels, expected);
+        ExpectColors(Look(Out()), true, id);
+        // The option takes precedence over the profile.
+        const int other = (space + 1) % 3;
+        ExpectQuietSuccess(Selvane({"tonemap", fFolder / "profiled.png", "-o", Out(), "--color-space", names[other]}));
+        EXPECT_EQ(Look(Out()).fPixels, Entry(Png(), {}, 8, other).fPixels);
+        ExpectColors(Look(Out()), true, static_cast<Vornik::eColorSpaceID>(other));
+    }
+    ExpectFailure(Selvane({"tonemap", Png(), "-o", Out(), "--color-space", "cmyk"}), 2, "--color-space");
+}
+
+TEST_F(Command, AnUnknownProfileIsAWarningUnlessTheSpaceIsChosen)
+{
+    sStored how = Rgb8();
+    how.fProfile = StoredProfile(Vornik::eColorSpace_AdobeRGB98);
+    how.fProfile[510] = 0;
+    const tBytes samples = Samples8(kWidth, kHeight);
+    Store(fFolder / "odd.tif", samples.data(), kWidth, kHeight, how);
+    const sRun run = Selvane({"tonemap", fFolder / "odd.tif", "-o", Out()});
+    EXPECT_EQ(run.fStatus, 0);
+    EXPECT_EQ(Lines(run.fErr), 1U);
+    EXPECT_THAT(run.fErr, StartsWith("selvane: warning: "));
+    EXPECT_THAT(run.fErr, HasSubstr("none of sRGB, Adobe RGB and ProPhoto RGB"));
+    ExpectColors(Look(Out()), true, Vornik::eColorSpace_sRGB);
+    ExpectQuietSuccess(Selvane({"tonemap", fFolder / "odd.tif", "-o", Out(), "--color-space", "adobe"}));
+}
+
+/// Reads a PNG file with libpng alone. Returns libpng's warnings.
+std::vector<std::string> WarningsOfLibpng(const std::string& pPath)
+{
+    std::vector<std::string> warnings;
+    const auto note = [](png_structp pReader, png_const_charp pWords) {
+        static_cast<std::vector<std::string>*>(png_get_error_ptr(pReader))->emplace_back(pWords);
+    };
+    png_structp reader = png_create_read_struct(PNG_LIBPNG_VER_STRING, &warnings, nullptr, note);
+    png_infop info = png_create_info_struct(reader);
+    std::FILE* const file = std::fopen(pPath.c_str(), "rb");
+    png_init_io(reader, file);
+    png_read_png(reader, info, PNG_TRANSFORM_IDENTITY, nullptr);
+    std::fclose(file);
+    png_destroy_read_struct(&reader, &info, nullptr);
+    return warnings;
+}
+
+TEST_F(Command, APngInSrgbSaysSoInChunksThatNobodyObjectsTo)
+{
+    for (const char* depth : {"8", "16"}) {
+        ExpectQuietSuccess(Selvane({"tonemap", Hdr(), "-o", Out(), "--depth", depth}));
+        std::vector<std::string> types;
+        for (const sPngChunk& chunk : PngChunks(ReadAll(Out()))) {
+            types.push_back(chunk.fType);
+            if (chunk.fType == "sRGB") {
+                EXPECT_EQ(chunk.fData, tBytes{0});
+            } else if (chunk.fType == "gAMA") {
+                EXPECT_EQ(chunk.fData, (tBytes{0, 0, 0xB1, 0x8F})); // 45455
+            } else if (chunk.fType == "cHRM") { // 31270, 32900, 64000, 33000, 30000, 60000, 15000, 6000
+                EXPECT_EQ(chunk.fData,
+                          (tBytes{0, 0, 0x7A, 0x26, 0, 0, 0x80, 0x84, 0, 0, 0xFA, 0,    0, 0, 0x80, 0xE8,
+                                  0, 0, 0x75, 0x30, 0, 0, 0xEA, 0x60, 0, 0, 0x3A, 0x98, 0, 0, 0x17, 0x70}));
+            }
+        }
+        types.erase(std::find(types.begin(), types.end(), "IDAT"), types.end());
+        EXPECT_THAT(types, testing::IsSupersetOf({"IHDR", "sRGB", "gAMA", "cHRM"}));
+        EXPECT_EQ(types.size(), std::set<std::string>(types.begin(), types.end()).size()) << "each once";
+        EXPECT_THAT(WarningsOfLibpng(Out()), IsEmpty());
+    }
+    const sPicture back = SelvaneHost::ReadPictureFile(Out());
+    EXPECT_EQ(back.fColorSpace, Vornik::eColorSpace_sRGB);
+    EXPECT_EQ(back.fColorSpaceWarning, "");
+}
+
+// 12000 x 8400 pixels take some 5.4 GB of memory, so only the long form runs it.
+TEST_F(Command, AHundredMegapixelsArePictureEnough)
+{
+    if (!IsLong()) GTEST_SKIP() << "set SELVANE_LONG";
+    constexpr int kTilesAcross = 200;
+    constexpr int kTilesDown = 200;
+    constexpr int kTileWidth = 60;
+    constexpr int kTileHeight = 42;
+    const tBytes tile = ExponentPixels(kTileWidth, kTileHeight);
+    tBytes pixels;
+    pixels.reserve(size_t{4} * kTileWidth * kTilesAcross * kTileHeight * kTilesDown);
+    for (int y = 0; y < kTileHeight * kTilesDown; y++)
+        for (int x = 0; x < kTilesAcross; x++) {
+            const auto row = tile.begin() + static_cast<long>(4 * kTileWidth) * (y % kTileHeight);
+            pixels.insert(pixels.end(), row, row + 4L * kTileWidth);
+        }
+    WriteAll(fFolder / "large.hdr", Radiance(kTileWidth * kTilesAcross, kTileHeight * kTilesDown, pixels));
+    ExpectQuietSuccess(Selvane({"tonemap", fFolder / "large.hdr", "-o", fFolder / "large.tif"}));
+    const sFound found = Look(fFolder / "large.tif");
+    EXPECT_EQ(found.fWidth, kTileWidth * kTilesAcross);
+    EXPECT_EQ(found.fHeight, kTileHeight * kTilesDown);
+    EXPECT_EQ(found.fBits, 16);
+    EXPECT_EQ(found.fPixels.size(), size_t{6} * kTileWidth * kTilesAcross * kTileHeight * kTilesDown);
+    const auto [least, most] = std::minmax_element(found.fPixels.begin(), found.fPixels.end());
+    EXPECT_LT(*least, *most) << "not one flat colour";
+}
+
+} // namespace
