@@ -54,8 +54,8 @@ int DepthFor(const sOutput& pOutput, eFileKind pKind, eSampleForm pInput);
 /// Starts libvips and reads a file. Prints all warnings except the one about the colour space.
 sPicture Read(const std::string& pPath);
 
-/// Returns the chosen space, or else that of the file. If there is neither, returns sRGB and prints the picture's warning
-/// about the colour space.
+/// Returns the chosen space, or else that of the file. If there is neither, returns sRGB and prints the picture's
+/// warning about the colour space.
 Vornik::eColorSpaceID SpaceOf(const sPicture& pPicture, const std::string& pPath,
                               std::optional<Vornik::eColorSpaceID> pChosen);
 

@@ -9,8 +9,8 @@ namespace SelvaneHost
 /// Redirects file descriptor 2 to memory while the object exists. The library prints its progress there, and one line
 /// for a failure. The command prints the text of that line itself.
 ///
-/// The redirection affects the whole process, so no other code should print to descriptor 2 meanwhile. If the system has
-/// no descriptors left, the lines go to the terminal as usual.
+/// The redirection affects the whole process, so no other code should print to descriptor 2 meanwhile. If the system
+/// has no descriptors left, the lines go to the terminal as usual.
 class cProgressLines
 {
 public:

@@ -137,7 +137,8 @@ void AddEqualize(CLI::App& pApp, sEqualizeOptions& pOptions)
     command->callback([&pOptions] { RunEqualize(pOptions); });
 }
 
-/// Prints help and version on standard output and returns 0. Any other parse error is one line and a wrong command line.
+/// Prints help and version on standard output and returns 0. Any other parse error is one line and a wrong command
+/// line.
 int ReportParse(const CLI::App& pApp, const CLI::ParseError& pError)
 {
     if (pError.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return pApp.exit(pError);

@@ -1,19 +1,18 @@
-// DivideWork on a small pool of threads that stay alive between calls. This file and filter/DivideWork.h are all that
-// another host needs to take over.
+// DivideWork on a pool of threads that stay alive between calls. This folder is complete: another host needs only this
+// file and filter/DivideWork.h.
 //
 //     slot 0         the calling thread
-//     slot 1, 2 ...  pool threads, each with its slot for life; started when a call first asks for them, ended with the
-//                    program
+//     slot 1, 2 ...  pool threads. Each starts when a call first needs it, keeps its slot, and ends with the program
 //
-// A range is cut into about four tiles a worker, which the workers take one after another: on a busy machine the fast
-// ones take more. With one worker, or fewer, the range is one tile on the calling thread.
+// The range is cut into about four tiles per worker. Each worker takes the next tile when it is free, so on a busy
+// machine the fast workers take more tiles. With one worker or fewer, the range is one tile on the calling thread.
 //
-// Any number of threads may call at once, also from inside a tile: the first has the pool, and whoever finds it taken
-// runs all tiles itself, on slot 0. So nobody waits for somebody else's picture, and nothing can lock up. What the
-// library computes does not depend on who runs which tile.
+// Any number of threads may call at the same time, also from inside a tile. The first call claims the pool. Any other
+// call runs its range as one tile on its own thread, in slot 0, and does not wait. So no call can block another. The
+// results of the library do not depend on the thread that runs a tile.
 //
-// A thread that cannot be started is done without. The one failure is std::bad_alloc for the copies of the record,
-// thrown before any tile has run.
+// If a thread cannot be started, the call goes on with fewer threads. The only failure is std::bad_alloc for the copies
+// of the record. It is thrown before any tile runs.
 
 #include "filter/DivideWork.h"
 
@@ -32,10 +31,10 @@ namespace
 {
 
 constexpr int kTilesPerWorker = 4;
-constexpr int kMostWorkers = 256; // more threads than this are not started, whatever is asked for
-constexpr size_t kCacheLine = 64; // bytes; copies of the record do not share lines
+constexpr int kMostWorkers = 256; // the most workers of a call, whatever number it asks for
+constexpr size_t kCacheLine = 64; // bytes; two copies of the record do not share a line
 
-/// One call of DivideWork: hands out its tiles to the workers.
+/// One call of DivideWork. It hands out its tiles to the workers.
 class cJob
 {
 public:
@@ -48,7 +47,7 @@ public:
     {
     }
 
-    /// Runs tiles in this slot until none is left.
+    /// Runs tiles in this slot until no tile is left.
     void Work(int pSlot)
     {
         for (int64_t tile = fNext++; tile < fTiles; tile = fNext++)
@@ -56,7 +55,7 @@ public:
     }
 
 private:
-    /// Index at which a tile begins; that of fTiles is the end of the range.
+    /// Returns the index at which a tile begins. For fTiles, returns the end of the range.
     int EdgeOf(int64_t pTile) const { return static_cast<int>(fStart + fLength * pTile / fTiles); }
 
     void RunTile(int pSlot, int64_t pTile)
@@ -75,10 +74,11 @@ private:
     const void* const fRecord;
     const size_t fRecordSize;
     const size_t fCopySize;
-    std::vector<unsigned char> fCopies; // one a slot
+    std::vector<unsigned char> fCopies; // one per slot
     std::atomic<int64_t> fNext{0};
 };
 
+/// The threads. They sleep between the calls.
 class cPool
 {
 public:
@@ -98,12 +98,12 @@ public:
         }
     }
 
-    /// True for one caller at a time, who gives it back with Release.
+    /// Returns true if no other call has claimed the pool. Then call Release at the end.
     bool Claim() { return !fClaimed.test_and_set(std::memory_order_acquire); }
     void Release() { fClaimed.clear(std::memory_order_release); }
 
-    /// Runs the job on the calling thread and up to pHelpers threads; returns when all have finished. Only for who has
-    /// claimed the pool.
+    /// Runs the job on the calling thread and on up to pHelpers pool threads. Returns when all have finished. The
+    /// caller must have claimed the pool.
     void Run(cJob& pJob, int pHelpers)
     {
         const size_t helpers = StartWorkers(static_cast<size_t>(pHelpers));
@@ -121,7 +121,7 @@ private:
         std::thread fThread;
     };
 
-    /// Brings the number of threads up to pCount if it can; the number that may be used.
+    /// Starts threads until there are pCount, or until no more can be started. Returns the number of usable threads.
     size_t StartWorkers(size_t pCount)
     {
         try {
@@ -134,9 +134,9 @@ private:
                 fWorkers.push_back(std::move(worker));
             }
         } catch (const std::system_error&) {
-            // No more threads to be had: the caller and those that exist do the work.
+            // The caller and the existing threads do the work.
         } catch (const std::bad_alloc&) {
-            // Likewise.
+            // The same.
         }
         return std::min(pCount, fWorkers.size());
     }
@@ -167,8 +167,8 @@ private:
         }
     }
 
-    std::atomic_flag fClaimed; // not a mutex: a call from inside a tile may meet its own claim
-    std::mutex fMutex;         // guards what follows, but for the list itself, which only the claimant changes
+    std::atomic_flag fClaimed; // not a mutex: a call from inside a tile may find the claim of its own thread
+    std::mutex fMutex;         // guards the members below; the list fWorkers itself belongs to the claiming call
     std::condition_variable fFinished;
     cJob* fJob = nullptr;
     size_t fRunning = 0; // pool threads that have not finished the job
@@ -176,7 +176,7 @@ private:
     std::vector<std::unique_ptr<sWorker>> fWorkers;
 };
 
-/// The claim on the pool for one call.
+/// Claims the pool for one call and releases it at the end.
 class cClaim
 {
 public:
@@ -200,7 +200,7 @@ cPool& Pool()
     return pool;
 }
 
-/// Workers that are of use: the calling thread counts as one.
+/// Returns the number of workers for a range, with the calling thread: at least 1, at most one per index.
 int UsefulWorkers(int pThreads, int64_t pLength)
 {
     return static_cast<int>(std::clamp<int64_t>(std::min<int64_t>(pThreads, pLength), 1, kMostWorkers));

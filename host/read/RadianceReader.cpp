@@ -154,8 +154,8 @@ void ReadNewForm(cCursor& pCursor, size_t pWidth, const tPut& pPut)
     }
 }
 
-/// Reads a scanline pixel by pixel. The pixel 1, 1, 1, n repeats the pixel before it n times. Several such pixels in a row
-/// form one count, lowest byte first.
+/// Reads a scanline pixel by pixel. The pixel 1, 1, 1, n repeats the pixel before it n times. Several such pixels in a
+/// row form one count, lowest byte first.
 template <typename tPut>
 void ReadOldForm(cCursor& pCursor, size_t pWidth, const tPut& pPut)
 {

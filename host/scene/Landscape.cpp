@@ -13,7 +13,7 @@ constexpr double kSunRadius = 0.35 * kDegree;
 constexpr sVec kSunDisc = {260000.0, 150000.0, 60000.0};
 constexpr double kShore = -0.35 * kDegree; // elevation at which the far shore meets the lake
 
-/// A direction as the eye has it.
+/// A direction in angles.
 struct sView
 {
     double fAzimuth;   // radians, to the right of straight ahead
@@ -25,7 +25,7 @@ sView ViewOf(sVec pDirection)
     return {std::atan2(pDirection.x, pDirection.z), std::asin(std::clamp(pDirection.y, -1.0, 1.0))};
 }
 
-/// Angle to the sun.
+/// Returns the angle to the sun in radians.
 double FromSun(const sView& pView)
 {
     return std::hypot((pView.fAzimuth - kSunAzimuth) * std::cos(pView.fElevation), pView.fElevation - kSunElevation);
@@ -56,14 +56,14 @@ sVec Sky(const sView& pView)
     return Mix(ClearSky(pView), cloud, 0.85 * cover);
 }
 
-/// One range of mountains: its outline and what the air between makes of it.
+/// One range of mountains: its outline, and its colour behind the air.
 struct sRange
 {
     double fBase;      // degrees
     double fSwing;     // degrees
-    double fFrequency; // swings a radian
+    double fFrequency; // swings per radian
     double fSeed;
-    double fHaze; // 0 near, 1 lost in the air
+    double fHaze; // 0: clear, 1: invisible behind the air
     sVec fColor;
 };
 
@@ -87,7 +87,7 @@ sVec MountainColor(const sRange& pRange, const sView& pView)
     return Mix(rock, Horizon(FromSun(pView)) * 0.5, pRange.fHaze);
 }
 
-/// Everything above the lake.
+/// Returns the colour above the lake.
 sVec UpperHalf(const sView& pView)
 {
     sVec color = Sky(pView);
@@ -97,7 +97,7 @@ sVec UpperHalf(const sView& pView)
     return color;
 }
 
-/// The lake mirrors the upper half; waves shorten towards the shore.
+/// Returns the colour of the lake. It mirrors the upper half. The waves get shorter towards the shore.
 sVec Lake(const sView& pView)
 {
     const double depth = std::max(0.0006, -(pView.fElevation - kShore));
@@ -115,7 +115,7 @@ sVec Lake(const sView& pView)
     return UpperHalf(mirrored) * fresnel + sVec{0.10, 0.17, 0.20} + glitter;
 }
 
-/// A fir: a spike of boughs. True inside of it.
+/// Returns whether a direction hits a fir, a spike of boughs.
 bool InFir(const sView& pView, double pAzimuth, double pFoot, double pTop, double pHalfWidth, int pSeed)
 {
     const double up = (pView.fElevation - pFoot) / (pTop - pFoot);
@@ -171,7 +171,7 @@ double Cloudy(double x, double y, int pOctaves)
         sum += weight * Noise(x, y);
         total += weight;
         weight *= 0.5;
-        const double turned = 1.6 * x - 1.2 * y + 7.3; // turned and doubled, so that no lattice shows
+        const double turned = 1.6 * x - 1.2 * y + 7.3; // each octave is turned and doubled, to hide the lattice
         y = 1.2 * x + 1.6 * y + 3.9;
         x = turned;
     }

@@ -1,23 +1,23 @@
 #ifndef SELVANE_HOST_SCENE_LANDSCAPE_H
 #define SELVANE_HOST_SCENE_LANDSCAPE_H
 
-// What is seen through the window: a lake between mountains, the sun low above them. Made of noise functions alone.
+// The view through the window: a lake between mountains with a low sun above them, computed from noise functions.
 
 #include "scene/Vec.h"
 
 namespace SelvaneScene
 {
 
-/// Direction of the sun, as a unit vector.
+/// Returns the direction of the sun, a unit vector.
 sVec SunDirection();
 
-/// Irradiance of a surface that faces the sun.
+/// The irradiance of a surface that faces the sun.
 constexpr sVec kSunlight = {26.0, 17.5, 9.0};
 
-/// Radiance from a direction, everything but the sun's disc.
+/// Returns the radiance from a direction, without the sun's disc.
 sVec Landscape(sVec pDirection);
 
-/// The same with the sun's disc, a hundred thousand times as bright as the room.
+/// Returns the radiance from a direction. The sun's disc is a hundred thousand times as bright as the room.
 sVec LandscapeWithSun(sVec pDirection);
 
 } // namespace SelvaneScene

@@ -1,8 +1,8 @@
 // The light in the room:
 //
-//     sky and land   sampled over the opening, with shadows; the landscape looked up in a table of directions
+//     sky and land   sampled over the opening, with shadows; a table of directions holds the landscape
 //     sun, lamp      one jittered shadow ray each
-//     other walls    the room is cut into patches whose light is worked out once; each point gathers from all of them
+//     other walls    the walls are cut into patches, whose light is computed once; each point gathers from all patches
 //     gloss          one mirrored ray
 
 #include "scene/Render.h"
@@ -21,18 +21,18 @@ namespace
 {
 
 constexpr double kPi = 3.14159265358979323846;
-constexpr double kLift = 1e-4;    // metres that a ray starts above its surface
+constexpr double kLift = 1e-4;    // metres from a surface to the start of a ray
 constexpr int kWindowColumns = 6; // samples over the opening
 constexpr int kWindowRows = 4;
-constexpr int kSubpixels = 3;  // along each side of a pixel
-constexpr double kPatch = 0.7; // metres
-constexpr double kOcclusionReach = 0.5;
+constexpr int kSubpixels = 3;           // along each side of a pixel
+constexpr double kPatch = 0.7;          // metres
+constexpr double kOcclusionReach = 0.5; // metres
 
 constexpr sVec kEye = {0.45, 1.46, -1.9};
 constexpr sVec kTarget = {-0.12, 1.27, 6.0};
 constexpr double kHalfWidth = 0.50; // tangent of half the horizontal field of view
 
-/// The landscape by direction, half a degree a cell, without the sun's disc: lighting needs no more.
+/// A table of the landscape by direction, without the sun's disc. A cell is half a degree wide, enough for lighting.
 class cSkyTable
 {
 public:
@@ -95,7 +95,7 @@ sVec FromWindow(sVec pPoint, sVec pNormal, cDice& pDice)
 
 sVec FromSun(sVec pPoint, sVec pNormal, cDice& pDice)
 {
-    constexpr double kBlur = 0.012; // radians; a little more than the sun's own, for softer edges
+    constexpr double kBlur = 0.012; // radians; a little wider than the sun, for softer edges
     const sVec direction = Unit(SunDirection() + sVec{pDice.Roll() - 0.5, pDice.Roll() - 0.5, 0.0} * kBlur);
     const double facing = Dot(direction, pNormal);
     return facing > 0.0 && SeesOutside(pPoint, direction) ? kSunlight * facing : sVec{};
@@ -118,18 +118,18 @@ sVec Direct(sVec pPoint, sVec pNormal, cDice& pDice)
     return FromWindow(pPoint, pNormal, pDice) + FromSun(pPoint, pNormal, pDice) + FromLamp(pPoint, pNormal, pDice);
 }
 
-/// A piece of wall, floor or ceiling that passes light on.
+/// A piece of wall, floor or ceiling that reflects light.
 struct sPatch
 {
     sVec fCentre;
     sVec fNormal;
     double fArea;
     sVec fAlbedo;
-    sVec fLight; // radiosity over pi: the radiance that it sends out
+    sVec fLight; // outgoing radiance: radiosity over pi
 };
 
-/// Light that a point gathers from the patches. Nothing stands in the way; the nearness of a patch is limited by its
-/// size.
+/// Returns the light that a point receives from the patches, without shadows. The size of a patch limits its effect on
+/// near points.
 sVec Gather(const std::vector<sPatch>& pPatches, sVec pPoint, sVec pNormal)
 {
     sVec sum;
@@ -143,7 +143,7 @@ sVec Gather(const std::vector<sPatch>& pPatches, sVec pPoint, sVec pNormal)
     return sum;
 }
 
-/// The patches of one side of the room, spanned by two edges.
+/// Adds the patches of one side of the room, which two edges span.
 void AddSide(std::vector<sPatch>& pPatches, sVec pCorner, sVec pEdgeA, sVec pEdgeB)
 {
     const int a = static_cast<int>(std::ceil(Length(pEdgeA) / kPatch)),
@@ -177,7 +177,7 @@ std::vector<sPatch> Patches()
     return patches;
 }
 
-/// Direct light of each patch, then three rounds of passing it on.
+/// Returns the patches with their direct light and three rounds of reflection.
 std::vector<sPatch> LitPatches()
 {
     constexpr int kSamples = 48;
@@ -187,7 +187,7 @@ std::vector<sPatch> LitPatches()
     cDice dice(7);
     for (sPatch& patch : patches) {
         sVec sum;
-        for (int i = 0; i < kSamples; i++) { // over the whole patch: a beam of sun may hit a part of it
+        for (int i = 0; i < kSamples; i++) { // spread over the patch, because a sunbeam may hit a part of it
             const double side = std::sqrt(patch.fArea) * 0.98;
             const sVec across = std::fabs(patch.fNormal.y) > 0.5 ? sVec{1, 0, 0} : sVec{0, 1, 0};
             const sVec along = Cross(patch.fNormal, across);
@@ -208,14 +208,14 @@ std::vector<sPatch> LitPatches()
     return patches;
 }
 
-/// What the rows of the picture share.
+/// The data that all rows of the picture share.
 struct sScene
 {
     std::vector<sPatch> fPatches;
     sImage fImage;
 };
 
-/// Share of the half sphere that is free of near things: darkens corners and what stands on a floor.
+/// Returns the share of the half sphere that no near thing covers. It darkens corners and the feet of things.
 double Openness(sVec pPoint, sVec pNormal, cDice& pDice)
 {
     constexpr int kRays = 8;
@@ -236,7 +236,8 @@ sVec Diffuse(const sScene& pScene, const sHit& pHit, cDice& pDice)
     return Albedo(pHit) * (Direct(point, pHit.fNormal, pDice) + gathered) * (1.0 / kPi);
 }
 
-/// Radiance along a ray. pMirrors: how often it may still be mirrored.
+/// Returns the radiance along a ray.
+/// @param pMirrors the most reflections to follow
 sVec Radiance(const sScene& pScene, sVec pFrom, sVec pDirection, cDice& pDice, int pMirrors)
 {
     const sHit hit = Trace(pFrom, pDirection);
@@ -251,7 +252,7 @@ sVec Radiance(const sScene& pScene, sVec pFrom, sVec pDirection, cDice& pDice, i
     const sVec mirrored = Unit(Mirror(pDirection, hit.fNormal) + jitter);
     if (Dot(mirrored, hit.fNormal) <= 0.0) return color;
     sVec seen = Radiance(pScene, hit.fPoint + hit.fNormal * kLift, mirrored, pDice, pMirrors - 1);
-    const double limit = 40.0 / std::max({seen.x, seen.y, seen.z, 40.0}); // a stray mirrored sun would be a spark
+    const double limit = 40.0 / std::max({seen.x, seen.y, seen.z, 40.0}); // otherwise a reflected sun is a spark
     return color * (1.0 - fresnel) + seen * (fresnel * limit);
 }
 
@@ -270,7 +271,7 @@ sVec Pixel(const sScene& pScene, int pX, int pY)
     return sum * (1.0 / (kSubpixels * kSubpixels));
 }
 
-/// The record that DivideWork copies for each tile of rows.
+/// The record of DivideWork for a tile of rows.
 struct sRows
 {
     TileRecord fHeader;
@@ -300,7 +301,7 @@ void* RenderRows(void* pRecord)
 
 sImage Render(int pWidth, int pWorkers)
 {
-    SkyTable(); // made before the workers need it
+    SkyTable(); // computed before the workers start
     sScene scene{LitPatches(), {pWidth, pWidth * 2 / 3, {}}};
     scene.fImage.fPixels.resize(3 * static_cast<size_t>(scene.fImage.fWidth) *
                                 static_cast<size_t>(scene.fImage.fHeight));

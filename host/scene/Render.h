@@ -14,7 +14,7 @@ struct sImage
     std::vector<float> fPixels;
 };
 
-/// The scene, 3 wide to 2 high. Work goes through DivideWork; the result does not depend on the number of workers.
+/// Renders the scene, 3 wide to 2 high, through DivideWork. The result does not depend on the number of workers.
 sImage Render(int pWidth, int pWorkers);
 
 } // namespace SelvaneScene

@@ -86,7 +86,7 @@ sVec AxisNormal(int pAxis, double pSign)
     return {pAxis == 0 ? pSign : 0.0, pAxis == 1 ? pSign : 0.0, pAxis == 2 ? pSign : 0.0};
 }
 
-/// Distance at which the ray enters the box; negative when it misses or starts inside.
+/// Returns the distance at which the ray enters the box. Negative if it misses the box or starts inside.
 double Enter(const sBox& pBox, sVec pFrom, sVec pDirection, int& pAxis)
 {
     double near = -1e30, far = 1e30;
@@ -112,7 +112,7 @@ double Enter(const sBall& pBall, sVec pFrom, sVec pDirection)
     return d < 0.0 ? -1.0 : -b - std::sqrt(d);
 }
 
-/// Distance at which a ray from inside leaves the box.
+/// Returns the distance at which a ray from inside leaves the box.
 double Leave(sVec pLow, sVec pHigh, sVec pFrom, sVec pDirection, int& pAxis)
 {
     double far = 1e30;
@@ -134,7 +134,7 @@ bool InOpening(sVec pPoint)
            pPoint.y < kOpeningHigh.y;
 }
 
-/// Walls, floor, ceiling and the thickness of the wall around the window.
+/// Returns the hit on walls, floor and ceiling, or on the sides of the opening.
 sHit TraceShell(sVec pFrom, sVec pDirection)
 {
     sHit hit;
@@ -155,7 +155,7 @@ sHit TraceShell(sVec pFrom, sVec pDirection)
     return hit;
 }
 
-/// The nearest thing in front of pHit.
+/// Replaces pHit by the nearest thing in front of it.
 void TraceThings(sVec pFrom, sVec pDirection, sHit& pHit)
 {
     for (const sBox& box : kBoxes) {
@@ -177,7 +177,7 @@ void TraceThings(sVec pFrom, sVec pDirection, sHit& pHit)
     meet(lamp);
 }
 
-/// Planks with grain, gaps and a tint of their own.
+/// Returns the colour of planks with grain and gaps. Each plank has its own tint.
 sVec Planks(double pAlong, double pAcross, double pWidth, sVec pTint)
 {
     const double plank = std::floor(pAcross / pWidth);
@@ -192,7 +192,7 @@ sVec Planks(double pAlong, double pAcross, double pWidth, sVec pTint)
     return pTint * ((0.62 + 0.5 * own) * (0.62 + 0.76 * grain) * (0.25 + 0.75 * gap));
 }
 
-/// Backs of books along z.
+/// Returns the colour of the backs of books, which stand along z.
 sVec BookBacks(sVec pPoint)
 {
     const double place = pPoint.z / 0.043 + 0.4 * Noise(pPoint.z * 9.0, 1.0);
@@ -207,7 +207,7 @@ sVec BookBacks(sVec pPoint)
     return tint * (Ease(0.0, 0.14, edge) * band);
 }
 
-/// Evening above hills, in a frame.
+/// Returns the colour of a framed painting: an evening above hills.
 sVec PaintingColor(sVec pPoint)
 {
     const double u = (pPoint.z - 3.10) / 1.60, v = (pPoint.y - 1.15) / 1.00;

@@ -1,7 +1,7 @@
 #ifndef SELVANE_HOST_SCENE_ROOM_H
 #define SELVANE_HOST_SCENE_ROOM_H
 
-// The room in front of the window: what a ray meets, and what the surfaces look like.
+// The room in front of the window: the things that a ray can hit, and the looks of their surfaces.
 
 #include "scene/Vec.h"
 
@@ -25,16 +25,17 @@ enum eMaterial : int
     eLamp,
 };
 
-/// Where a ray ends.
+/// The end of a ray.
 struct sHit
 {
     eMaterial fMaterial = eNothing;
     double fDistance = 1e30; // metres
     sVec fPoint;
-    sVec fNormal; // towards the side that the ray came from
+    sVec fNormal; // on the side from which the ray came
 };
 
-// The room from corner to corner, the opening in its far wall, and the plane in which that wall ends outside.
+// Two corners of the room, two corners of the opening in its far wall, and the z of the outer face of that wall.
+// Metres.
 constexpr sVec kRoomLow = {-3.1, 0.0, -2.2};
 constexpr sVec kRoomHigh = {3.1, 2.8, 6.0};
 constexpr sVec kOpeningLow = {-1.75, 0.62, 6.0};
@@ -45,19 +46,19 @@ constexpr sVec kLamp = {-2.05, 1.62, 4.55}; // centre of the lit lamp on the she
 constexpr double kLampRadius = 0.085;
 constexpr sVec kLampRadiance = {150.0, 108.0, 66.0};
 
-/// The first thing that a ray from inside the room meets; eNothing when it leaves through the window.
+/// Returns the first hit of a ray from inside the room. The material is eNothing if the ray leaves through the window.
 sHit Trace(sVec pFrom, sVec pDirection);
 
-/// True when a thing in the room (not the walls, not the lamp itself) stands within the distance.
+/// Returns whether the ray hits a thing within the distance. Walls and the lamp do not count.
 bool Blocked(sVec pFrom, sVec pDirection, double pDistance);
 
-/// True when the ray leaves through the window without meeting anything.
+/// Returns whether the ray leaves through the window without a hit.
 bool SeesOutside(sVec pFrom, sVec pDirection);
 
-/// Share of light that a surface gives back, by colour.
+/// Returns the share of light that a surface reflects, by colour.
 sVec Albedo(const sHit& pHit);
 
-/// Mirror reflection at normal incidence; 0 for a surface without gloss.
+/// Returns the mirror reflection at normal incidence. 0 for a surface without gloss.
 double Gloss(eMaterial pMaterial);
 
 } // namespace SelvaneScene

@@ -1,7 +1,7 @@
 #ifndef SELVANE_HOST_SCENE_VEC_H
 #define SELVANE_HOST_SCENE_VEC_H
 
-// Three numbers: a place in metres, a direction, or a colour in linear sRGB. x to the right, y up, z towards the
+// Three numbers: a place in metres, a direction, or a colour in linear sRGB. x points to the right, y up, z towards the
 // window.
 
 #include <algorithm>
@@ -59,14 +59,14 @@ inline sVec Mirror(sVec d, sVec n)
     return d - n * (2.0 * Dot(d, n));
 }
 
-/// 0 below pLow, 1 above pHigh, an ease between.
+/// Returns 0 below pLow, 1 above pHigh, and a smooth transition between them.
 inline double Ease(double pLow, double pHigh, double v)
 {
     const double t = std::clamp((v - pLow) / (pHigh - pLow), 0.0, 1.0);
     return t * t * (3.0 - 2.0 * t);
 }
 
-/// A number from 0 up to 1 that belongs to the lattice point.
+/// Returns a fixed pseudo-random number of a lattice point, from 0 to below 1.
 inline double Lattice(int x, int y, int z = 0)
 {
     uint32_t h = static_cast<uint32_t>(x) * 0x8DA6B343U ^ static_cast<uint32_t>(y) * 0xD8163841U ^
@@ -76,13 +76,13 @@ inline double Lattice(int x, int y, int z = 0)
     return (h ^ h >> 15) / 4294967296.0;
 }
 
-/// Smooth noise between 0 and 1, one swing a unit.
+/// Returns smooth noise between 0 and 1, with one swing per unit.
 double Noise(double x, double y);
 
-/// The same with finer and weaker swings added; about 0.5 in the mean.
+/// Returns smooth noise with finer and weaker swings added. Its mean is about 0.5.
 double Cloudy(double x, double y, int pOctaves);
 
-/// A stream of numbers from 0 up to 1, the same for the same seed on every machine.
+/// A stream of pseudo-random numbers from 0 to below 1. A seed gives the same numbers on every machine.
 class cDice
 {
 public:

@@ -1,5 +1,5 @@
-// selvane-scene: makes the project's own high-dynamic-range picture, a dim room with the evening sun in its window, and
-// what the README shows of it.
+// The program `selvane-scene`. It renders the project's own high-dynamic-range picture, a dim room with the evening sun
+// in its window. It also joins two pictures side by side, for the README.
 
 #include "command/Report.h"
 #include "picture/Errors.h"
@@ -25,7 +25,7 @@ using SelvaneScene::sImage;
 
 constexpr int kGap = 12; // pixels between two pictures side by side
 
-/// The picture as a Radiance file of flat scanlines.
+/// Writes a Radiance file of flat scanlines.
 void WriteRadiance(const sImage& pImage, const std::string& pPath)
 {
     const std::string header = "#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n-Y " + std::to_string(pImage.fHeight) + " +X " +
@@ -39,7 +39,7 @@ void WriteRadiance(const sImage& pImage, const std::string& pPath)
     WriteFile(pPath, {file});
 }
 
-/// The logarithmic mean of luminance: what a camera's meter would take for the middle.
+/// Returns the logarithmic mean of the luminance, like the meter of a camera.
 double Middle(const sImage& pImage)
 {
     double sum = 0.0;
@@ -51,6 +51,7 @@ double Middle(const sImage& pImage)
     return std::exp(sum / (static_cast<double>(pImage.fPixels.size()) / 3.0));
 }
 
+/// Encodes a linear value of sRGB.
 unsigned char Encode(double pLinear)
 {
     const double v = std::clamp(pLinear, 0.0, 1.0);
@@ -58,7 +59,7 @@ unsigned char Encode(double pLinear)
     return static_cast<unsigned char>(std::lround(encoded * 255.0));
 }
 
-/// A plain photograph: one exposure, everything above white cut off.
+/// Returns a photograph with one exposure. Values above white are cut off.
 sPicture Photograph(const sImage& pImage, double pStops)
 {
     const double exposure = 0.18 / Middle(pImage) * std::exp2(pStops);
@@ -69,7 +70,7 @@ sPicture Photograph(const sImage& pImage, double pStops)
     return picture;
 }
 
-/// Two pictures of 8 bits and one height, on white.
+/// Returns two pictures of 8 bits and equal height, side by side on white.
 sPicture SideBySide(const sPicture& pLeft, const sPicture& pRight)
 {
     if (pLeft.fForm != eSamples8 || pRight.fForm != eSamples8 || pLeft.fHeight != pRight.fHeight)
@@ -77,11 +78,9 @@ sPicture SideBySide(const sPicture& pLeft, const sPicture& pRight)
     sPicture both;
     AllocatePixels(both, pLeft.fWidth + kGap + pRight.fWidth, pLeft.fHeight, eSamples8);
     std::fill(both.fPixels.begin(), both.fPixels.end(), static_cast<unsigned char>(255));
-    for (size_t y = 0; y < static_cast<size_t>(pLeft.fHeight); y++) {
-        unsigned char* const row = both.fPixels.data() + y * RowBytes(both);
-        std::memcpy(row, pLeft.fPixels.data() + y * RowBytes(pLeft), RowBytes(pLeft));
-        std::memcpy(row + RowBytes(both) - RowBytes(pRight), pRight.fPixels.data() + y * RowBytes(pRight),
-                    RowBytes(pRight));
+    for (int y = 0; y < pLeft.fHeight; y++) {
+        std::memcpy(Row(both, y), Row(pLeft, y), RowBytes(pLeft));
+        std::memcpy(Row(both, y) + RowBytes(both) - RowBytes(pRight), Row(pRight, y), RowBytes(pRight));
     }
     return both;
 }

@@ -37,8 +37,8 @@ private:
 [[noreturn]] void CannotWrite(int pErrorNumber);
 
 /// Handles every signal that ends the program, also those of a crash: removes an unfinished file, then ends the program
-/// by that signal. Makes a file that grows beyond the limit an error and no signal. Ignores signals 32 and 33, which the
-/// C library keeps for itself. Call it once, at the start.
+/// by that signal. Makes a file that grows beyond the limit an error and no signal. Ignores signals 32 and 33, which
+/// the C library keeps for itself. Call it once, at the start.
 void CatchSignals();
 
 } // namespace SelvaneHost

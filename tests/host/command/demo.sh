@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# demo.sh SOURCE: runs scripts/demo of the source folder with stand-ins for everything that installs, builds or fetches, and looks at
-# which files it hands to the command.
+# demo.sh SOURCE: runs scripts/demo of the source folder, and checks which files it gives to the command. Stand-ins replace all programs
+# that install, build or fetch.
 set -euo pipefail
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
@@ -8,7 +8,7 @@ mkdir -p "$scratch/bin" "$scratch/tree/build/demo/bin"
 cp -r "$1/scripts" "$scratch/tree/scripts"
 export log=$scratch/log package=$scratch/package.tar
 
-# stand_in PATH: a program of what comes in.
+# stand_in PATH: makes a program from standard input.
 stand_in() { { echo '#!/usr/bin/env bash' && cat; } >"$1" && chmod +x "$1"; }
 stand_in "$scratch/bin/cmake" <<<':'
 stand_in "$scratch/bin/dpkg-query" <<<'echo ok installed'
@@ -28,13 +28,13 @@ export PATH=$scratch/bin:$PATH
 photographs=$scratch/pictures/photographs
 names=(courtyard.exr interior.exr forest.exr)
 
-# photographs FOLDER TEXT...: three files of these bytes.
+# photographs FOLDER TEXT...: makes three files with these texts.
 photographs() {
   mkdir -p "$1"
   for i in 0 1 2; do echo "${@:2+i:1}" >"$1/${names[i]}"; done
 }
 
-# run: the demo from a clean log; its words are in $words, what it called in $log.
+# run: runs the demo with an empty log. Afterwards $words holds its output and $log its calls.
 run() {
   : >"$log"
   words=$("$scratch/tree/scripts/demo" "$scratch/pictures" 2>&1)
@@ -56,19 +56,19 @@ developed_the_photographs() {
 run
 made_the_scene && grep -q 'No photographs could be fetched' <<<"$words" || fail "without a package"
 
-# The package holds other bytes than the list says.
+# The package holds other bytes than the list.
 inside=usr/share/blender/datafiles/studiolights/world
 photographs "$scratch/root/$inside" a b c
 tar -C "$scratch/root" -cf "$package" "./$inside"
 run
 made_the_scene && grep -q 'not those that this script knows' <<<"$words" || fail "unknown bytes in the package"
 
-# Fetched by an earlier run, and still there.
+# An earlier run fetched the files.
 rm "$package"
 run
 made_the_scene && grep -q 'not those that this script knows' <<<"$words" || fail "unknown bytes of an earlier run"
 
-# The list names these bytes: all of them have to be as listed.
+# The list holds these bytes. All files must match it.
 (cd "$scratch/root/$inside" && sha256sum "${names[@]}") >"$scratch/tree/scripts/photographs.sha256"
 run
 developed_the_photographs || fail "known bytes of an earlier run"

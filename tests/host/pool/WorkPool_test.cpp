@@ -1,5 +1,5 @@
-// Tests of the pool against the seven rules of filter/DivideWork.h. This program is built without the library, once plain
-// and once with ThreadSanitizer.
+// Tests of the pool against the seven rules of filter/DivideWork.h. This program is built without the library, once
+// plain and once with ThreadSanitizer.
 
 #include "filter/DivideWork.h"
 

@@ -312,8 +312,8 @@ TEST_F(FewBytes, ASizeBeyondTheLimitIsRefused)
         ExpectRefusal(file, "is too large: the most is 178 megapixels");
 }
 
-// Without the check, two of these files would give a picture: the row of one colour, and the cut JPEG file, which decodes
-// to grey.
+// Without the check, two of these files would give a picture: the row of one colour, and the cut JPEG file, which
+// decodes to grey.
 TEST_F(FewBytes, ASizeThatTheFileCannotHoldIsRefused)
 {
     const tBytes oneColor = {9, 9, 9, 128, 1, 1, 1, 0x7F, 1, 1, 1, 0x10, 1, 1, 1, 0x9C, 1, 1, 1, 0x0A};

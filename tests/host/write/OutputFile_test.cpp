@@ -156,7 +156,8 @@ constexpr uid_t kSomebody = 65533; // numbers of users and groups without a name
 constexpr uid_t kOwner = 65532;
 constexpr gid_t kTheirGroup = 65531;
 
-/// Another user replaces a file of kOwner and kTheirGroup in a folder that is open to all. Returns the new file's facts.
+/// Another user replaces a file of kOwner and kTheirGroup in a folder that is open to all. Returns the new file's
+/// facts.
 /// @param pGroups further groups of that user
 struct stat AfterReplacing(mode_t pMode, const std::vector<gid_t>& pGroups)
 {
