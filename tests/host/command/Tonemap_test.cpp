@@ -17,8 +17,6 @@ namespace
 {
 
 using namespace SelvaneTest;
-using SelvaneHost::kSliders;
-using SelvaneHost::sSlider;
 using SelvaneHost::StoredProfile;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -47,27 +45,53 @@ TEST_F(Command, HdrBytesReachTheEntryUnchanged)
     EXPECT_EQ(found.fPixels, direct.fPixels);
 }
 
+/// A slider, a value that shows in the picture in.hdr, and values outside of its range.
+struct sSliderCase
+{
+    std::string fOption;
+    float sTmSliders::*fMember;
+    float fShows;
+    std::vector<std::string> fOutside;
+};
+
+const std::vector<sSliderCase> kSliderCases = {
+    {"--compression", &sTmSliders::compression, -37.5F, {"-101", "100.5"}},
+    {"--smoothness", &sTmSliders::smoothness, 7.0F, {"-11", "10.1"}},
+    {"--radius", &sTmSliders::radius, -10.0F, {"-10.5", "12"}},
+    {"--adaptation", &sTmSliders::adaptation, 60.0F, {"-1", "101"}},
+    {"--white-clip", &sTmSliders::whiteClip, 40.0F, {"-0.1", "101"}},
+    {"--black-clip", &sTmSliders::blackClip, 9.0F, {"-5", "100.1"}},
+};
+
+TEST_F(Command, EverySliderHasACase)
+{
+    std::vector<std::string> sliders, cases;
+    for (const SelvaneHost::sSlider& slider : SelvaneHost::kSliders)
+        sliders.emplace_back(slider.fOption);
+    for (const sSliderCase& slider : kSliderCases)
+        cases.push_back(slider.fOption);
+    EXPECT_EQ(sliders, cases);
+}
+
 TEST_F(Command, EverySliderReachesTheEntry)
 {
-    sTmSliders neutral{};
-    const tBytes plain = Entry(Hdr(), neutral, 16).fPixels;
-    const std::vector<std::tuple<std::string, float sTmSliders::*, float>> cases = {
-        {"--compression", &sTmSliders::compression, -37.5F}, {"--smoothness", &sTmSliders::smoothness, 7.0F},
-        {"--radius", &sTmSliders::radius, -10.0F},           {"--adaptation", &sTmSliders::adaptation, 60.0F},
-        {"--white-clip", &sTmSliders::whiteClip, 40.0F},     {"--black-clip", &sTmSliders::blackClip, 9.0F}};
-    ASSERT_EQ(cases.size(), std::size(kSliders)) << "each slider needs a case here";
-    for (const auto& [name, field, value] : cases) {
+    const tBytes plain = Entry(Hdr(), {}, 16).fPixels;
+    for (const sSliderCase& slider : kSliderCases) {
         sTmSliders sliders{};
-        sliders.*field = value;
+        sliders.*slider.fMember = slider.fShows;
         const tBytes expected = Entry(Hdr(), sliders, 16).fPixels;
-        ASSERT_NE(expected, plain) << name << " has to show in this picture";
-        ExpectQuietSuccess(Selvane({"tonemap", Hdr(), "-o", Out(), name, std::to_string(value)}));
-        EXPECT_EQ(Look(Out()).fPixels, expected) << name;
+        ASSERT_NE(expected, plain) << slider.fOption << " has to show in this picture";
+        ExpectQuietSuccess(Selvane({"tonemap", Hdr(), "-o", Out(), slider.fOption, std::to_string(slider.fShows)}));
+        EXPECT_EQ(Look(Out()).fPixels, expected) << slider.fOption;
     }
+}
+
+TEST_F(Command, TheWrapSwitchReachesTheEntry)
+{
     sTmSliders wrapped{};
     wrapped.wrapSwitch = 1.0F;
     const tBytes expected = Entry(Hdr(), wrapped, 16).fPixels;
-    ASSERT_NE(expected, plain);
+    ASSERT_NE(expected, Entry(Hdr(), {}, 16).fPixels);
     ExpectQuietSuccess(Selvane({"tonemap", Hdr(), "-o", Out(), "--wrap"}));
     EXPECT_EQ(Look(Out()).fPixels, expected);
 }
@@ -137,15 +161,11 @@ TEST_F(Command, DepthIsChosenByHand)
 
 TEST_F(Command, SlidersOutsideTheirRangeAreAWarning)
 {
-    const std::vector<std::pair<std::string, std::vector<std::string>>> cases = {
-        {"--compression", {"-101", "100.5"}}, {"--smoothness", {"-11", "10.1"}}, {"--radius", {"-10.5", "12"}},
-        {"--adaptation", {"-1", "101"}},      {"--white-clip", {"-0.1", "101"}}, {"--black-clip", {"-5", "100.1"}}};
-    ASSERT_EQ(cases.size(), std::size(kSliders)) << "each slider needs a case here";
-    for (const auto& [name, values] : cases) {
-        for (const std::string& value : values) {
-            const sRun run = Selvane({"tonemap", Hdr(), "-o", Out(), name, value});
+    for (const sSliderCase& slider : kSliderCases) {
+        for (const std::string& value : slider.fOutside) {
+            const sRun run = Selvane({"tonemap", Hdr(), "-o", Out(), slider.fOption, value});
             EXPECT_EQ(run.fStatus, 0) << run.fErr;
-            EXPECT_THAT(run.fErr, MatchesRegex("selvane: warning: " + name + " .* lies outside of .*\n"));
+            EXPECT_THAT(run.fErr, MatchesRegex("selvane: warning: " + slider.fOption + " .* lies outside of .*\n"));
             EXPECT_TRUE(Exists(Out()));
         }
     }
@@ -156,7 +176,7 @@ TEST_F(Command, SlidersOutsideTheirRangeAreAWarning)
 // The run prints a warning or a failure, and never crashes.
 TEST_F(Command, AbsurdSlidersEndInAPictureOrInWords)
 {
-    for (const sSlider& slider : kSliders) {
+    for (const sSliderCase& slider : kSliderCases) {
         for (const char* value : {"nan", "inf", "-inf", "1e30", "-1e30"}) {
             const sRun run = Selvane({"tonemap", Hdr(), "-o", Out(), slider.fOption, value});
             EXPECT_TRUE(run.fStatus == 0 || run.fStatus == 1 || run.fStatus == 2)

@@ -47,15 +47,10 @@ std::string Unescaped(std::string pLine)
 
 TEST(Sliders, TheHelpHoldsTheNumbersOfTheTable)
 {
-    std::vector<std::string> helps;
-    for (const sSlider& slider : kSliders)
-        helps.push_back(std::string(slider.fOption) + " " + HelpOf(slider));
-    EXPECT_THAT(helps, ElementsAre("--compression strength of the global compression, -100 to 100 (0)",
-                                   "--smoothness edge tolerance of the base layer, -10 to 10 (0)",
-                                   "--radius size of what counts as detail, -10 wide to 10 fine (0)",
-                                   "--adaptation bends both layers around their means, 0 to 100 (0)",
-                                   "--white-clip share clipped to white, 0 to 100 for 0 to 5 per cent (0)",
-                                   "--black-clip share clipped to black, in per cent (0)"));
+    const sSlider slider = {"--x", &sTmSliders::radius, -0.5F, 12, 3, "from LOWEST wide to HIGHEST fine (DEFAULT)"};
+    EXPECT_EQ(HelpOf(slider), "from -0.5 wide to 12 fine (3)");
+    EXPECT_EQ(HelpOf(kSliders[2]), "size of what counts as detail, -10 wide to 10 fine (0)");
+    EXPECT_EQ(HelpOf(kSliders[5]), "share clipped to black, in per cent (0)");
 }
 
 TEST(Sliders, AllDefaultsAreZero)
