@@ -1,5 +1,6 @@
 #include "bitmap/cMemUtils.h"
 
+#include "base/BigPages.h"
 #include "base/Require.h"
 #include "bitmap/FlatBlock.h"
 
@@ -73,7 +74,9 @@ unsigned char GuardByte(const char* pByte)
 
 void* cMemUtils::Malloc(unsigned long pSize)
 {
-    return std::malloc(pSize);
+    void* const block = std::malloc(pSize);
+    AskForBigPages(block, pSize);
+    return block;
 }
 
 void* cMemUtils::Calloc(unsigned long pCount, unsigned long pSize)

@@ -1,5 +1,6 @@
 #include "filter/cBilateral.h"
 
+#include "base/BigPages.h"
 #include "base/Cancel.h"
 #include "filter/BilateralGrid.h"
 #include "filter/cBilateral_Bounds.h"
@@ -37,8 +38,8 @@ void cBilateral::Filter_Fast(bool* pCancel, bool* pCancelled, int pThreadCount, 
     const sGridShape shape = MeasureGrid(plane, scale, pRangeMax);
     const size_t floats = FloatsOf(shape);
     const sGridBounds bounds = MeasureBounds(plane, scale, shape, pRangeMax, pWrapX); // throws before allocation
-    const tFloats first(new float[floats]);
-    const tFloats second(new float[floats]);
+    const tFloats first(NewFloats(floats));
+    const tFloats second(NewFloats(floats));
     for (const tFloats* grid : {&first, &second})
         std::fill_n(grid->get(), floats, 0.0f);
     if (StopIfRequested(pCancel, pCancelled)) return; // the only check of pCancel

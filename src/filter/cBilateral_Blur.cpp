@@ -1,5 +1,6 @@
 #include "filter/cBilateral.h"
 
+#include "base/BigPages.h"
 #include "base/Numeric.h"
 #include "base/Versions.h"
 #include "filter/DivideWork.h"
@@ -288,7 +289,7 @@ void cBilateral::FastGaussianBlur(int pThreadCount, float* pSource, float* pDest
     if (!(pSigma > 0.0f)) return CopyPlane(pSource, pDest, pWidth, pHeight);
     const sBox box = BoxOf(pSigma);
     const std::unique_ptr<float[]> table(new float[static_cast<size_t>(CheckedCount(std::max(pWidth, pHeight), 1))]);
-    const std::unique_ptr<float[]> scratch(new float[static_cast<size_t>(CheckedCount(pWidth, pHeight))]);
+    const std::unique_ptr<float[]> scratch(NewFloats(static_cast<size_t>(CheckedCount(pWidth, pHeight))));
 
     sBlurRecord rows{{}, pWidth, pHeight, box.fRadius, box.fEdgeFraction, table.get(), pSource, scratch.get()};
     sBlurRecord columns{{}, pWidth, pHeight, box.fRadius, box.fEdgeFraction, table.get(), scratch.get(), pDest};

@@ -1,5 +1,6 @@
 #include "filter/cBilateral_Bounds.h"
 
+#include "base/BigPages.h"
 #include "base/Numeric.h"
 
 #include <algorithm>
@@ -116,7 +117,7 @@ bool cSamples::RowLeavesGrid(const float* pRow) const
 void cSamples::Replace()
 {
     const int count = CheckedCount(Width(), Height());
-    tFloats own(new float[static_cast<size_t>(count)]);
+    tFloats own(NewFloats(static_cast<size_t>(count)));
     std::transform(Plane(), Plane() + count, own.get(), [this](float sample) {
         if (!LeavesGrid(sample, fScale, fBounds.fNz)) return sample;
         return sample < fScale.fRangeMin ? fScale.fRangeMin : fBounds.fRangeTop;

@@ -1,5 +1,6 @@
 #include "filter/cBilateral.h"
 
+#include "base/BigPages.h"
 #include "base/Numeric.h"
 #include "base/Versions.h"
 #include "filter/DivideWork.h"
@@ -177,7 +178,7 @@ void cBilateral::Filter_Ref(bool* /*pCancel*/, bool* /*pCancelled*/, int pThread
     const tFloats kernel = MakeSpatialKernel(size, pSigmaSpace);
     const float limit = RangeLimit(pSigmaRange);
     const tFloats table = MakeRangeTable(pSigmaRange, limit);
-    const tFloats result(new float[static_cast<size_t>(CheckedCount(pWidth, pHeight))]);
+    const tFloats result(NewFloats(static_cast<size_t>(CheckedCount(pWidth, pHeight))));
 
     sReferenceRecord record{
         {}, pWidth, pHeight,     static_cast<int>(size), limit,       static_cast<float>(kRangeSteps) / limit,

@@ -1,6 +1,8 @@
 #include "render/cTmRenderer.h"
 
+#include "base/BigPages.h"
 #include "base/Cancel.h"
+#include "base/Log10.h"
 #include "base/Numeric.h"
 #include "bitmap/cBitmapU16T.h"
 #include "bitmap/cBitmapXYZ32.h"
@@ -9,7 +11,6 @@
 #include "yhmv/cYHMVColorSpace.h"
 
 #include <algorithm>
-#include <cmath>
 #include <memory>
 #include <utility>
 
@@ -53,41 +54,6 @@ public:
     float* fMax;
 };
 
-} // namespace
-
-void CalcMinMaxLog_tile(int pSlot, int pStart, int pEnd, cBitmapXYZ32* pBitmap, float* pLogLuminance, int pWidth,
-                        bool* pCancel, bool* pCancelled, float* pSlotMin, float* pSlotMax, float pFloor)
-{
-    if (pStart >= pEnd) return;
-    if (StopIfRequested(pCancel, pCancelled)) return;
-    float smallest = pSlotMin[pSlot];
-    float largest = pSlotMax[pSlot];
-    for (int y = pStart; y < pEnd; y++) {
-        const void* row = reinterpret_cast<const char*>(pBitmap->fData) + static_cast<ptrdiff_t>(pBitmap->fStride) * y;
-        const auto* pixel = static_cast<const float*>(row);
-        float* log = pLogLuminance + static_cast<ptrdiff_t>(pWidth) * y;
-        for (int x = 0; x < pWidth; x++, pixel += 3) {
-            const float luminance = pixel[1] > pFloor ? pixel[1] : pFloor; // NaN gives the floor
-            smallest = luminance < smallest ? luminance : smallest;
-            largest = luminance > largest ? luminance : largest;
-            log[x] = log10f(luminance);
-        }
-    }
-    pSlotMin[pSlot] = smallest;
-    pSlotMax[pSlot] = largest;
-}
-
-void* CalcMinMaxLog_tile_threaded(void* pRecord)
-{
-    const auto* args = static_cast<const sMinMaxLogArgs*>(pRecord);
-    CalcMinMaxLog_tile(args->fSlot, args->fStart, args->fEnd, args->pBitmap, args->pLogLuminance, args->pWidth,
-                       args->pCancel, args->pCancelled, args->pSlotMin, args->pSlotMax, args->pFloor);
-    return nullptr;
-}
-
-namespace
-{
-
 /// Frees the compact picture and the planes of an earlier run, and sets the fields to null.
 void ReleaseIntermediates(cTmRenderer& pRenderer)
 {
@@ -104,9 +70,9 @@ void AllocateIntermediates(cTmRenderer& pRenderer)
     try {
         pRenderer.fYHMV = new cBitmapU16T(pRenderer.fInput->fWidth, pRenderer.fInput->fHeight, kPlanes);
         const auto count = static_cast<size_t>(CheckedCount(pRenderer.fInput->fWidth, pRenderer.fInput->fHeight));
-        pRenderer.fLogLuminance = new float[count];
-        pRenderer.fDetail = new float[count];
-        pRenderer.fBase = new float[count];
+        pRenderer.fLogLuminance = NewFloats(count);
+        pRenderer.fDetail = NewFloats(count);
+        pRenderer.fBase = NewFloats(count);
     } catch (...) {
         ReleaseIntermediates(pRenderer);
         throw;
@@ -133,8 +99,8 @@ void MeasureLuminance(cTmRenderer& pRenderer, bool* pCancel, bool* pCancelled)
         pRenderer.fMinY = slots.fMin[slot] < pRenderer.fMinY ? slots.fMin[slot] : pRenderer.fMinY;
         pRenderer.fMaxY = slots.fMax[slot] > pRenderer.fMaxY ? slots.fMax[slot] : pRenderer.fMaxY;
     }
-    pRenderer.fLogMaxY = log10f(pRenderer.fMaxY);
-    pRenderer.fLogMinY = log10f(pRenderer.fMinY);
+    pRenderer.fLogMaxY = Log10(pRenderer.fMaxY);
+    pRenderer.fLogMinY = Log10(pRenderer.fMinY);
 }
 
 } // namespace
