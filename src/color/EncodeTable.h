@@ -5,6 +5,7 @@
 
 #include "base/Numeric.h"
 #include "color/cColorSpace.h"
+#include "curve/SampleTransfer.h"
 #include "curve/cTransfer.h"
 
 namespace Vornik
@@ -21,10 +22,9 @@ inline bool CanEncode(cColorSpace* pSpace)
 /// unsigned 32-bit number, which saturates; its low 16 bits are kept.
 inline void FillEncodeLUT(unsigned short* pTable, cTransfer& pFromLinear)
 {
-    for (int i = 0; i < kTableSize; i++) {
-        const float sample = pFromLinear.Function(static_cast<float>(i) * kFromSample16) * kToSample16;
-        pTable[i] = static_cast<unsigned short>(TruncateToUInt32(sample) & 0xFFFFU);
-    }
+    ForEachSample(pFromLinear, kTableSize, kFromSample16, [=](size_t i, float pValue) {
+        pTable[i] = static_cast<unsigned short>(TruncateToUInt32(pValue * kToSample16) & 0xFFFFU);
+    });
 }
 
 } // namespace Vornik

@@ -2,12 +2,14 @@
 #define SELVANE_COLOR_MATRIXPRODUCT_H
 
 // Products of two matrices and of a matrix with a column vector, internal. The sums run from left to right, without
-// fused multiply-adds. Pixel loops that need fused multiply-adds have their own products.
+// fused multiply-adds. The pixel loops use FusedRow instead.
 
 #include "base/Versions.h"
 #include "color/cMatrix.h"
 #include "color/cMatrixD.h"
 #include "color/cVector.h"
+
+#include <cmath>
 
 namespace Vornik
 {
@@ -19,6 +21,12 @@ struct sVectorD3
     double y; ///< second number
     double z; ///< third number
 };
+
+/// One row of a matrix times (pX, pY, pZ): first the middle product, then the outer terms by fused multiply-adds.
+SELVANE_INLINE float FusedRow(float pM0, float pM1, float pM2, float pX, float pY, float pZ)
+{
+    return std::fma(pM2, pZ, std::fma(pM0, pX, pM1 * pY));
+}
 
 /// pLeft * pRight: the transform that applies pRight first.
 template <class tMatrix>

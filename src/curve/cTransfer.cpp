@@ -2,6 +2,8 @@
 
 #include "base/Numeric.h"
 #include "base/Require.h"
+#include "curve/SampleTransfer.h"
+#include "curve/sRGBCurve.h"
 
 #include <algorithm>
 #include <cmath>
@@ -17,23 +19,12 @@ namespace Vornik
 namespace
 {
 
-// The sRGB curves, IEC 61966-2-1. Multiply by the reciprocals: a division would give other bits.
-constexpr float kLinearKnee = 0x1.9a5c38p-9f;             // 0.0031308, in linear light
-constexpr float kEncodedKnee = 0x1.4b5dccp-5f;            // 0.04045, in encoded values
-constexpr float kSlope = 0x1.9d70a4p+3f;                  // 12.92
-constexpr float kInverseSlope = 0x1.3d0722p-4f;           // 1 / 12.92
-constexpr double kScale = 0x1.0e147ae147ae1p+0;           // 1.055
-constexpr double kInverseScale = 0x1.e54edcd0aeb6p-1;     // 1 / 1.055
-constexpr double kOffset = 0x1.c28f5c28f5c29p-5;          // 0.055
-constexpr double kExponent = 0x1.3333333333333p+1;        // 2.4
-constexpr double kInverseExponent = 0x1.aaaaaaaaaaaabp-2; // 1 / 2.4
-
 /// Fills a table: entry i is pToEntry of the function at i * pStep.
 template <class tEntry, size_t tCount, class tToEntry>
 void FillCache(cTransfer& pTransfer, float pStep, tEntry (&pLUT)[tCount], tToEntry pToEntry)
 {
-    for (size_t i = 0; i < tCount; ++i)
-        pLUT[i] = pToEntry(pTransfer.Function(static_cast<float>(i) * pStep));
+    static_assert(tCount % kSamplesAtOnce == 0);
+    ForEachSample(pTransfer, tCount, pStep, [&](size_t i, float pValue) { pLUT[i] = pToEntry(pValue); });
 }
 
 /// The low bits of the truncated value. Required: a value above the entry's range wraps and is not limited to it.
