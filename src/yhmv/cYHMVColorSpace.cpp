@@ -8,8 +8,10 @@
 #include "color/MatrixProduct.h"
 #include "color/cColorSpace.h"
 #include "curve/cTransfer.h"
+#include "yhmv/EncodeStrip.h"
 #include "yhmv/PixelRecord.h"
 
+#include <bit>
 #include <cmath>
 #include <cstddef>
 #include <memory>
@@ -23,66 +25,9 @@ namespace Vornik
 namespace
 {
 
-constexpr float kDegreesToSample16 = 0x1.6c1556p+7f; // 182.04167, 65535 / 360
-constexpr float kDegreesToUnit = 0x1.6c16c2p-9f;     // 0.0027777778, 1 / 360
-constexpr float kDarkLuminance = 0x1.0c6f7ap-20f;    // 0.000001
-constexpr float kSmallestV = 0x1p-126f;              // bits 0x00800000
+constexpr float kDegreesToUnit = 0x1.6c16c2p-9f; // 0.0027777778, 1 / 360
 
 // ---- One pixel ------------------------------------------------------------------------------------------------------
-
-// The larger of two values. If one is NaN, the other. In a chain pass the new value second, so that loops vectorise.
-SELVANE_INLINE float Larger(float pA, float pB)
-{
-    const bool first = (pA > pB) | (pB != pB);
-    return first ? pA : pB;
-}
-
-// The smaller of two values. If one is NaN, the other.
-SELVANE_INLINE float Smaller(float pA, float pB)
-{
-    const bool first = (pA < pB) | (pB != pB);
-    return first ? pA : pB;
-}
-
-// The hue in degrees, 0 to 360 inclusive, of a colour that is not grey. The product with 60 comes before the division
-// and may overflow. With a NaN primary the result may be NaN.
-SELVANE_INLINE float HueDegrees(float pR, float pG, float pB, float pMin, float pMax)
-{
-    const bool red = pR == pMax;
-    const bool redToYellow = red & (pG >= pB);
-    const bool magentaToRed = red & (pG < pB);
-    const bool green = pG == pMax;
-    const float difference = (redToYellow | magentaToRed) ? pG - pB : (green ? pB - pR : pR - pG);
-    const float start = magentaToRed ? 360.0f : (green ? 120.0f : 240.0f);
-    const float degrees = difference * 60.0f / (pMax - pMin);
-    return redToYellow ? degrees : degrees + start;
-}
-
-// Degrees to 16 bits, truncated. The difference of two primaries is at most that of the extremes, so the value is below
-// 65536. If the product with 60 overflowed, it is infinite and saturates. NaN gives 0.
-SELVANE_INLINE int HueSample(float pDegrees)
-{
-    const float scaled = pDegrees * kDegreesToSample16;
-    const float positive = scaled > 0.0f ? scaled : 0.0f;
-    return static_cast<int>(positive < kToSample16 ? positive : kToSample16);
-}
-
-struct sHMV
-{
-    int fHue;
-    float fSmallest;
-    float fLargest;
-};
-
-// The colour fields of both records. A colour whose largest primary is not above 0, or NaN, gets the marker.
-SELVANE_INLINE sHMV Encode(float pR, float pG, float pB)
-{
-    const float smallest = Smaller(Smaller(pR, pG), pB);
-    const float largest = Larger(Larger(pR, pG), pB);
-    const int hue = HueSample(HueDegrees(pR, pG, pB, smallest, largest));
-    const bool lit = largest > 0.0f;
-    return {smallest == largest ? 0 : hue, lit ? smallest : 0.0f, lit ? largest : kSmallestV};
-}
 
 // Raises a negative or NaN primary to 0.
 SELVANE_INLINE float AtLeastZero(float pValue)
@@ -123,44 +68,21 @@ SELVANE_INLINE void Decode(float pH, float pM, float pV, float& pR, float& pG, f
 
 // ---- Rows -----------------------------------------------------------------------------------------------------------
 
-struct sStrip
+SELVANE_INLINE void StoreYHMV(const sRecordStrip& pStrip, int pCount, unsigned char* pTo)
 {
-    float fLuminance[kStrip];
-    int fHue[kStrip];
-    float fSmallest[kStrip];
-    float fLargest[kStrip];
-};
-
-// Encodes one XYZ pixel. A NaN luminance is not dark: it is stored, with the second marker as its colour. The scaled
-// luminance is exactly 1, so the middle column of the matrix needs no product.
-SELVANE_INLINE void EncodeXYZ(const float* pXYZ, const cMatrix33& m, sStrip& pStrip, int pAt)
-{
-    const float luminance = pXYZ[1];
-    const float scale = 1.0f / luminance;
-    const float x = pXYZ[0] * scale;
-    const float z = pXYZ[2] * scale;
-    const sHMV color = Encode(m.m01 + std::fma(m.m00, x, z * m.m02), m.m11 + std::fma(m.m10, x, z * m.m12),
-                              m.m21 + std::fma(m.m20, x, z * m.m22));
-    const bool dark = luminance <= 0.0f;
-    pStrip.fLuminance[pAt] = dark ? kDarkLuminance : luminance;
-    pStrip.fHue[pAt] = dark ? 0 : color.fHue;
-    pStrip.fSmallest[pAt] = dark ? 1.0f : color.fSmallest;
-    pStrip.fLargest[pAt] = dark ? 1.0f : color.fLargest;
-}
-
-SELVANE_INLINE void StoreYHMV(const sStrip& pStrip, int pCount, unsigned char* pTo)
-{
-    for (int n = 0; n < pCount; ++n, pTo += kYHMVBytes) {
-        StoreFloat(pTo + kYHMVLuminance, pStrip.fLuminance[n]);
-        StoreHue(pTo + kYHMVHue, pStrip.fHue[n]);
-        StoreFloat(pTo + kYHMVSmallest, pStrip.fSmallest[n]);
-        StoreFloat(pTo + kYHMVLargest, pStrip.fLargest[n]);
+    sRecordWords words;
+    for (int n = 0; n < kStrip; ++n) {
+        words.fWords[4 * n] = std::bit_cast<uint32_t>(pStrip.fLuminance[n]);
+        words.fWords[4 * n + 1] = static_cast<uint32_t>(pStrip.fHue[n]);
+        words.fWords[4 * n + 2] = std::bit_cast<uint32_t>(pStrip.fSmallest[n]);
+        words.fWords[4 * n + 3] = std::bit_cast<uint32_t>(pStrip.fLargest[n]);
     }
+    StoreYHMVWords(pTo, pCount, words);
 }
 
 SELVANE_CLONES void EncodeRowXYZ(const float* pFrom, unsigned short* pTo, int pWidth, cMatrix33 pMatrix)
 {
-    sStrip strip;
+    sRecordStrip strip{};
     for (ptrdiff_t x = 0; x < pWidth; x += kStrip) {
         const int count = StripCount(pWidth, x);
         const float* from = pFrom + 3 * x;
@@ -200,7 +122,7 @@ SELVANE_INLINE void TransformLinear(sPrimaries& pStrip, const cMatrix33& pMatrix
     }
 }
 
-SELVANE_INLINE void EncodeLinear(const sPrimaries& pFrom, int pCount, sStrip& pTo)
+SELVANE_INLINE void EncodeLinear(const sPrimaries& pFrom, int pCount, sRecordStrip& pTo)
 {
     for (int n = 0; n < pCount; ++n) {
         const sHMV color = Encode(pFrom.fR[n], pFrom.fG[n], pFrom.fB[n]);
@@ -210,7 +132,7 @@ SELVANE_INLINE void EncodeLinear(const sPrimaries& pFrom, int pCount, sStrip& pT
     }
 }
 
-SELVANE_INLINE void StoreHMV(const sStrip& pStrip, int pCount, unsigned char* pTo)
+SELVANE_INLINE void StoreHMV(const sRecordStrip& pStrip, int pCount, unsigned char* pTo)
 {
     for (int n = 0; n < pCount; ++n, pTo += kHMVBytes) {
         StoreHue(pTo, pStrip.fHue[n]);
@@ -224,7 +146,7 @@ SELVANE_CLONES void EncodeRowLDR(const tSample* pFrom, const float* pLUT, unsign
                                  cMatrix33 pMatrix)
 {
     sPrimaries primaries;
-    sStrip strip;
+    sRecordStrip strip;
     for (ptrdiff_t x = 0; x < pWidth; x += kStrip) {
         const int count = StripCount(pWidth, x);
         FetchLinear(pFrom + 3 * x, pLUT, count, primaries);
@@ -235,12 +157,6 @@ SELVANE_CLONES void EncodeRowLDR(const tSample* pFrom, const float* pLUT, unsign
 }
 
 // ---- Pictures -------------------------------------------------------------------------------------------------------
-
-cMatrix33 ProPhotoFromPCS()
-{
-    cColorSpace_ProPhotoRGB space;
-    return space.GetFromPCSTransform();
-}
 
 // Encodes every row of an interleaved picture with one transfer table. pStride is in samples.
 template <class tSample>
@@ -273,6 +189,12 @@ SELVANE_CLONES void FillFromCurves(float (*pTable)[3], const float* pHSLUT, cons
 }
 
 } // namespace
+
+cMatrix33 ProPhotoFromPCS()
+{
+    cColorSpace_ProPhotoRGB space;
+    return space.GetFromPCSTransform();
+}
 
 cYHMVColorSpace::cYHMVColorSpace()
 {

@@ -3,10 +3,14 @@
 #include "base/Numeric.h"
 #include "bitmap/cBitmap.h"
 #include "bitmap/cBitmapU16T.h"
+#include "yhmv/DecodeStrip.h"
 #include "yhmv/PixelRecord.h"
 
+#include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstddef>
+#include <iterator>
 
 // The decoders. A pixel takes six steps: the record and the table entry of its hue, the intensity, the ProPhoto
 // primaries, the contrast table or a clamp, the matrix, and the encoded samples blue, green, red. A row is decoded in
@@ -18,72 +22,32 @@ namespace Vornik
 namespace
 {
 
-// A strip between the steps. fColor holds in turn the table entries of the hue, the primaries, and the primaries after
-// the contrast table or the clamp. fIndex holds their indices in the next table.
-struct sStrip
-{
-    float fLuminance[kStrip];
-    float fLightness[kStrip];
-    float fSmallest[kStrip];
-    float fLargest[kStrip];
-    float fIntensity[kStrip];
-    float fColor[3][kStrip];
-    int fIndex[3][kStrip];
-};
+// ---- Records --------------------------------------------------------------------------------------------------------
 
-// ---- Step 1: the record and the table entry of its hue --------------------------------------------------------------
-
-SELVANE_INLINE void LoadEntry(sStrip& pStrip, int pAt, const float* pEntry)
+SELVANE_INLINE void LoadYHMV(sDecodeStrip& pStrip, int pCount, const unsigned char* pRow)
 {
-    pStrip.fColor[0][pAt] = pEntry[0];
-    pStrip.fColor[1][pAt] = pEntry[1];
-    pStrip.fColor[2][pAt] = pEntry[2];
-}
-
-SELVANE_INLINE void LoadYHMV(sStrip& pStrip, int pCount, const unsigned char* pRow, const float (*pTable)[3])
-{
-    for (int n = 0; n < pCount; ++n, pRow += kYHMVBytes) {
-        pStrip.fLuminance[n] = LoadFloat(pRow + kYHMVLuminance);
-        pStrip.fSmallest[n] = LoadFloat(pRow + kYHMVSmallest);
-        pStrip.fLargest[n] = LoadFloat(pRow + kYHMVLargest);
-        LoadEntry(pStrip, n, pTable[LoadHue(pRow + kYHMVHue)]);
+    sRecordWords words{};
+    LoadYHMVWords(pRow, pCount, words);
+    for (int n = 0; n < kStrip; ++n) {
+        pStrip.fLuminance[n] = std::bit_cast<float>(words.fWords[4 * n]);
+        pStrip.fHue[n] = static_cast<int>(words.fWords[4 * n + 1] & 0xFFFF);
+        pStrip.fSmallest[n] = std::bit_cast<float>(words.fWords[4 * n + 2]);
+        pStrip.fLargest[n] = std::bit_cast<float>(words.fWords[4 * n + 3]);
     }
 }
 
-SELVANE_INLINE void LoadHMV(sStrip& pStrip, int pCount, const unsigned char* pRow, const float (*pTable)[3])
+SELVANE_INLINE void LoadHMV(sDecodeStrip& pStrip, int pCount, const unsigned char* pRow)
 {
     for (int n = 0; n < pCount; ++n, pRow += kHMVBytes) {
+        pStrip.fHue[n] = LoadHue(pRow);
         pStrip.fSmallest[n] = LoadFloat(pRow + kHMVSmallest);
         pStrip.fLargest[n] = LoadFloat(pRow + kHMVLargest);
-        LoadEntry(pStrip, n, pTable[LoadHue(pRow)]);
     }
 }
 
-// pHue points to the hue of the first record.
-SELVANE_INLINE void LoadLightness(sStrip& pStrip, int pCount, const unsigned char* pHue, int pBytes,
-                                  const float* pHLLUT)
-{
-    for (int n = 0; n < pCount; ++n, pHue += pBytes)
-        pStrip.fLightness[n] = pHLLUT[LoadHue(pHue)];
-}
+// ---- Intensity with the hue-lightness curve -------------------------------------------------------------------------
 
-// ---- Step 2: intensity ----------------------------------------------------------------------------------------------
-
-// Required: a range of exactly 1 counts as none, and the intensity is scaled by pScale.
-SELVANE_INLINE void IntensityOfRange(sStrip& pStrip, int pCount, float pScale, float pInvRange, float pBlack)
-{
-    if (pInvRange == 1.0f) {
-        for (int n = 0; n < pCount; ++n)
-            pStrip.fIntensity[n] = pStrip.fLuminance[n] * pScale;
-        return;
-    }
-    for (int n = 0; n < pCount; ++n) {
-        const float intensity = (pStrip.fLuminance[n] - pBlack) * pInvRange;
-        pStrip.fIntensity[n] = intensity > 0.0f ? intensity : 0.0f; // NaN gives 0 too
-    }
-}
-
-// The factor of the hue-lightness curve: 1 if the curve is neutral or the pixel grey, 0 to 2 for a pure colour.
+// 1 where the curve is neutral or the pixel grey, 0 to 2 on a pure colour.
 SELVANE_INLINE float Lightness(float pLightness, float pSmallest, float pLargest)
 {
     const float paleness = pSmallest / pLargest;
@@ -91,102 +55,82 @@ SELVANE_INLINE float Lightness(float pLightness, float pSmallest, float pLargest
     return std::fma(pLightness - 0.5f, twiceSaturation, 1.0f);
 }
 
-SELVANE_INLINE void IntensityOfLightness(sStrip& pStrip, int pCount)
+SELVANE_INLINE void IntensityOfLightness(sDecodeStrip& pStrip, int pCount, const float* pHLLUT)
 {
     for (int n = 0; n < pCount; ++n)
-        pStrip.fIntensity[n] = Lightness(pStrip.fLightness[n], pStrip.fSmallest[n], pStrip.fLargest[n]);
+        pStrip.fIntensity[n] = pHLLUT[pStrip.fHue[n]];
+    for (int n = 0; n < kStrip; ++n)
+        pStrip.fIntensity[n] = Lightness(pStrip.fIntensity[n], pStrip.fSmallest[n], pStrip.fLargest[n]);
 }
 
-SELVANE_INLINE void ScaleByLuminance(sStrip& pStrip, int pCount, float pScale)
+// ---- Black pixels ---------------------------------------------------------------------------------------------------
+
+constexpr float kTiny = 0x1p-80f;
+constexpr float kOrdinary = 0x1p16f;
+
+// 1 if pValue is NaN or above pMost in size, else 0. On bits, so that a sum of them vectorises.
+SELVANE_INLINE unsigned IsBeyond(float pValue, float pMost)
 {
-    for (int n = 0; n < pCount; ++n)
-        pStrip.fIntensity[n] = pStrip.fIntensity[n] * (pStrip.fLuminance[n] * pScale);
+    return (std::bit_cast<unsigned>(pValue) & 0x7FFFFFFFu) > std::bit_cast<unsigned>(pMost) ? 1u : 0u;
 }
 
-// ---- Step 3: primaries ----------------------------------------------------------------------------------------------
-
-SELVANE_INLINE void Primaries(sStrip& pStrip, int pCount)
+SELVANE_INLINE bool IsOrdinary(const cMatrix33& m)
 {
-    for (int n = 0; n < pCount; ++n) {
-        const float intensity = pStrip.fIntensity[n];
-        const float smallest = pStrip.fSmallest[n];
-        const float span = std::fma(-intensity, smallest, intensity * pStrip.fLargest[n]);
-        for (auto& channel : pStrip.fColor)
-            channel[n] = std::fma(intensity, smallest, span * channel[n]);
+    const float entries[] = {m.m00, m.m01, m.m02, m.m10, m.m11, m.m12, m.m20, m.m21, m.m22};
+    return std::none_of(std::begin(entries), std::end(entries), [](float entry) { return IsBeyond(entry, kOrdinary); });
+}
+
+SELVANE_INLINE bool IsOrdinary(const sDecodeStrip& pStrip)
+{
+    unsigned beyond = 0;
+    for (int n = 0; n < kStrip; ++n)
+        beyond |= IsBeyond(pStrip.fIntensity[n], kOrdinary) | IsBeyond(pStrip.fColor[0][n], kOrdinary) |
+                  IsBeyond(pStrip.fColor[1][n], kOrdinary) | IsBeyond(pStrip.fColor[2][n], kOrdinary);
+    return beyond == 0;
+}
+
+// Black is M = 0 with the smallest normal float as V. Its products are subnormal, and arithmetic on those takes a
+// hundred times as long. V = 2^-80 gives black too: with intensity, colour and matrix at 2^16 or below, no channel exceeds
+// 2^-30, and index 0 ends at 2^-16. A strip with any larger number keeps its V.
+SELVANE_INLINE void RaiseBlack(sDecodeStrip& pStrip)
+{
+    if (!IsOrdinary(pStrip)) return;
+    for (int n = 0; n < kStrip; ++n) {
+        const bool black = (pStrip.fSmallest[n] == 0.0f) & (pStrip.fLargest[n] >= 0.0f) & (pStrip.fLargest[n] < kTiny);
+        pStrip.fLargest[n] = black ? kTiny : pStrip.fLargest[n];
     }
 }
 
-// ---- Step 4: contrast table or clamp --------------------------------------------------------------------------------
-
-SELVANE_INLINE void ThroughContrast(sStrip& pStrip, int pCount, const float* pContrastLUT)
+SELVANE_INLINE void ScaleByLuminance(sDecodeStrip& pStrip, float pScale)
 {
-    for (int k = 0; k < 3; ++k)
-        for (int n = 0; n < pCount; ++n)
-            pStrip.fIndex[k][n] = UnitIndex(pStrip.fColor[k][n]);
-    for (int k = 0; k < 3; ++k)
-        for (int n = 0; n < pCount; ++n)
-            pStrip.fColor[k][n] = pContrastLUT[pStrip.fIndex[k][n]];
+    for (int n = 0; n < kStrip; ++n)
+        pStrip.fIntensity[n] = pStrip.fIntensity[n] * (pStrip.fLuminance[n] * pScale);
 }
 
-// Clamps to [0, 1]; NaN becomes 1.
-SELVANE_INLINE void Clamp(sStrip& pStrip, int pCount)
+// Clamps to the unit interval; NaN becomes 1.
+SELVANE_INLINE void Clamp(sDecodeStrip& pStrip)
 {
     for (auto& channel : pStrip.fColor)
-        for (int n = 0; n < pCount; ++n) {
+        for (int n = 0; n < kStrip; ++n) {
             const float below = channel[n] < 1.0f ? channel[n] : 1.0f;
             channel[n] = below > 0.0f ? below : 0.0f;
         }
 }
 
-// ---- Step 5: the output's primaries, as indices into the encode table -----------------------------------------------
-
-SELVANE_INLINE int OutputIndex(float pM0, float pM1, float pM2, float pA0, float pA1, float pA2)
-{
-    return UnitIndex(std::fma(pM2, pA2, std::fma(pM0, pA0, pM1 * pA1)));
-}
-
-SELVANE_INLINE void ThroughMatrix(sStrip& pStrip, int pCount, const cMatrix33& m)
-{
-    for (int n = 0; n < pCount; ++n) {
-        const float a0 = pStrip.fColor[0][n];
-        const float a1 = pStrip.fColor[1][n];
-        const float a2 = pStrip.fColor[2][n];
-        pStrip.fIndex[0][n] = OutputIndex(m.m00, m.m01, m.m02, a0, a1, a2);
-        pStrip.fIndex[1][n] = OutputIndex(m.m10, m.m11, m.m12, a0, a1, a2);
-        pStrip.fIndex[2][n] = OutputIndex(m.m20, m.m21, m.m22, a0, a1, a2);
-    }
-}
-
-// ---- Step 6: samples ------------------------------------------------------------------------------------------------
-
-// The destination of a row's samples. With fBytes, only the high byte of each is stored.
+// The samples of a row: blue, green, red. 8-bit samples are the high bytes of the table's entries.
 struct sTarget
 {
     unsigned char* fAt;
     bool fBytes;
 };
 
-SELVANE_INLINE void StoreSample(unsigned char* pTo, uint16_t pSample)
+SELVANE_INLINE void Store(sTarget& pTarget, const sDecodeStrip& pStrip, int pCount, const unsigned short* pEncodeLUT)
 {
-    std::memcpy(pTo, &pSample, sizeof pSample);
-}
-
-SELVANE_INLINE void Store(sTarget& pTarget, const sStrip& pStrip, int pCount, const unsigned short* pEncodeLUT)
-{
-    unsigned char* to = pTarget.fAt;
     if (pTarget.fBytes)
-        for (int n = 0; n < pCount; ++n, to += 3) {
-            to[0] = static_cast<unsigned char>(pEncodeLUT[pStrip.fIndex[2][n]] >> 8);
-            to[1] = static_cast<unsigned char>(pEncodeLUT[pStrip.fIndex[1][n]] >> 8);
-            to[2] = static_cast<unsigned char>(pEncodeLUT[pStrip.fIndex[0][n]] >> 8);
-        }
+        StoreSamples<2, unsigned char>(pTarget.fAt, pStrip, pCount, pEncodeLUT);
     else
-        for (int n = 0; n < pCount; ++n, to += 6) {
-            StoreSample(to, pEncodeLUT[pStrip.fIndex[2][n]]);
-            StoreSample(to + 2, pEncodeLUT[pStrip.fIndex[1][n]]);
-            StoreSample(to + 4, pEncodeLUT[pStrip.fIndex[0][n]]);
-        }
-    pTarget.fAt = to;
+        StoreSamples<2, unsigned short>(pTarget.fAt, pStrip, pCount, pEncodeLUT);
+    pTarget.fAt += ptrdiff_t{pTarget.fBytes ? 3 : 6} * pCount;
 }
 
 // ---- Rows -----------------------------------------------------------------------------------------------------------
@@ -195,15 +139,16 @@ SELVANE_CLONES void DecodeSimple(const unsigned char* pRow, sTarget pTarget, int
                                  const unsigned short* pEncodeLUT, float pScale, float pInvRange, float pBlack,
                                  cMatrix33 pMatrix, const float* pContrastLUT)
 {
-    sStrip strip;
+    sDecodeStrip strip{};
     for (ptrdiff_t x = 0; x < pWidth; x += kStrip) {
         const int count = StripCount(pWidth, x);
         const unsigned char* records = pRow + kYHMVBytes * x;
-        LoadYHMV(strip, count, records, pTable);
-        IntensityOfRange(strip, count, pScale, pInvRange, pBlack);
-        Primaries(strip, count);
+        LoadYHMV(strip, count, records);
+        ColorOfTable(strip, count, pTable);
+        IntensityOfRange(strip, {pScale, pInvRange, pBlack});
+        Primaries(strip);
         ThroughContrast(strip, count, pContrastLUT);
-        ThroughMatrix(strip, count, pMatrix);
+        ThroughMatrix(strip, pMatrix);
         Store(pTarget, strip, count, pEncodeLUT);
     }
 }
@@ -212,17 +157,17 @@ SELVANE_CLONES void DecodeRef(const unsigned char* pRow, sTarget pTarget, int pW
                               const unsigned short* pEncodeLUT, float pScale, cMatrix33 pMatrix,
                               const float* pContrastLUT, const float* pHLLUT)
 {
-    sStrip strip;
+    sDecodeStrip strip{};
     for (ptrdiff_t x = 0; x < pWidth; x += kStrip) {
         const int count = StripCount(pWidth, x);
         const unsigned char* records = pRow + kYHMVBytes * x;
-        LoadYHMV(strip, count, records, pTable);
-        LoadLightness(strip, count, records + kYHMVHue, kYHMVBytes, pHLLUT);
-        IntensityOfLightness(strip, count);
-        ScaleByLuminance(strip, count, pScale);
-        Primaries(strip, count);
+        LoadYHMV(strip, count, records);
+        ColorOfTable(strip, count, pTable);
+        IntensityOfLightness(strip, count, pHLLUT);
+        ScaleByLuminance(strip, pScale);
+        Primaries(strip);
         ThroughContrast(strip, count, pContrastLUT);
-        ThroughMatrix(strip, count, pMatrix);
+        ThroughMatrix(strip, pMatrix);
         Store(pTarget, strip, count, pEncodeLUT);
     }
 }
@@ -230,16 +175,18 @@ SELVANE_CLONES void DecodeRef(const unsigned char* pRow, sTarget pTarget, int pW
 SELVANE_CLONES void DecodeHMV(const unsigned char* pRow, sTarget pTarget, int pWidth, const float (*pTable)[3],
                               const unsigned short* pEncodeLUT, cMatrix33 pMatrix, const float* pHLLUT)
 {
-    sStrip strip;
+    const bool ordinary = IsOrdinary(pMatrix);
+    sDecodeStrip strip{};
     for (ptrdiff_t x = 0; x < pWidth; x += kStrip) {
         const int count = StripCount(pWidth, x);
         const unsigned char* records = pRow + kHMVBytes * x;
-        LoadHMV(strip, count, records, pTable);
-        LoadLightness(strip, count, records, kHMVBytes, pHLLUT);
-        IntensityOfLightness(strip, count);
-        Primaries(strip, count);
-        Clamp(strip, count);
-        ThroughMatrix(strip, count, pMatrix);
+        LoadHMV(strip, count, records);
+        ColorOfTable(strip, count, pTable);
+        IntensityOfLightness(strip, count, pHLLUT);
+        if (ordinary) RaiseBlack(strip);
+        Primaries(strip);
+        Clamp(strip);
+        ThroughMatrix(strip, pMatrix);
         Store(pTarget, strip, count, pEncodeLUT);
     }
 }
@@ -263,7 +210,7 @@ void cYHMVColorSpace::YHMVToRGB(const cBitmapU16T* pInput, cBitmapLDR* pOutput, 
                                 float pScale, float pBlack, float pWhite, cMatrix33 pMatrix, float* pContrastLUT,
                                 float* /*pHLLUT*/)
 {
-    const float invRange = pWhite > pBlack ? 1.0f / (pWhite - pBlack) : 1.0f;
+    const float invRange = InverseRange(pBlack, pWhite);
     const int bits = pOutput->GetBitsPerChannel();
     for (int y = 0; y < pInput->fHeight; ++y)
         YHMVToRGB_RowSimple(pInput->GetScanline(y), OutputRow(pOutput, bits, y), pInput->fWidth, bits, pEncodeLUT,
