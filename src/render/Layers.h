@@ -1,9 +1,9 @@
 #ifndef SELVANE_RENDER_LAYERS_H
 #define SELVANE_RENDER_LAYERS_H
 
-// The small records that the stages of the renderer share, internal.
+// The base and the detail layer and what is measured of them, internal.
 
-#include "base/Versions.h"
+#include <cstdint>
 
 namespace Vornik
 {
@@ -20,40 +20,15 @@ struct sLayer
     float Range() const { return fMax - fMin; }
 };
 
-/// Widens the extremes by a value. NaN changes neither.
-SELVANE_INLINE void Extend(sLayer& pLayer, float pValue)
+struct sLayers
 {
-    pLayer.fMax = pValue > pLayer.fMax ? pValue : pLayer.fMax;
-    pLayer.fMin = pValue < pLayer.fMin ? pValue : pLayer.fMin;
-}
-
-/// Running extremes and sum of the new luminance. fMin begins at the product of the largest entries of the two tables,
-/// which no pixel exceeds.
-struct sLuminance
-{
-    float fMin;
-    float fMax = 0.0f;
-    double fSum = 0.0;
-
-    /// Adds a pixel; call it in picture order. Required: a value that sets a new maximum is not compared with the
-    /// minimum, so the minimum depends on the order. The last bit of the sum depends on the order too. NaN changes
-    /// neither extreme.
-    SELVANE_INLINE void Add(float pValue)
-    {
-        if (pValue > fMax)
-            fMax = pValue;
-        else
-            fMin = pValue < fMin ? pValue : fMin;
-        fSum += static_cast<double>(pValue);
-    }
+    sLayer fBase;
+    sLayer fDetail;
 };
 
-/// Black and white point on the scale of the new luminance.
-struct sPoints
-{
-    float fBlack;
-    float fWhite;
-};
+/// Measures the base, and the detail that remains of the logarithm, over pCount pixels.
+/// @param pDetail takes the detail; null if nobody reads it
+sLayers MeasureLayers(const float* pLogLuminance, const float* pBase, float* pDetail, int64_t pCount);
 
 } // namespace Vornik
 

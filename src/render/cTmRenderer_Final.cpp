@@ -6,6 +6,7 @@
 #include "color/EncodeTable.h"
 #include "color/MatrixProduct.h"
 #include "color/cColorSpace.h"
+#include "render/Stages.h"
 #include "yhmv/cYHMVColorSpace.h"
 
 #include <cmath>
@@ -21,41 +22,61 @@ namespace
 constexpr double kKeyPerContrast = 0x1.cac083126e978p-9; // the double next below 0.0035
 
 /// Position of the contrast curve among its key frames, 0 to 1. A negative global contrast does not change it.
-float ContrastKey(float pContrast, bool pFollowsGlobal, float pGlobalContrast)
+float ContrastKey(const cTmRenderer& pRenderer)
 {
-    const auto key = static_cast<float>((static_cast<double>(pContrast) + 100.0) * 0.005);
-    if (!pFollowsGlobal || pGlobalContrast < 0.0f) return key;
-    const auto raised =
-        static_cast<float>(std::fma(static_cast<double>(pGlobalContrast), kKeyPerContrast, static_cast<double>(key)));
+    const auto key = static_cast<float>((static_cast<double>(pRenderer.fContrast) + 100.0) * 0.005);
+    if (!pRenderer.fContrastFollowsGlobal || pRenderer.fGlobalContrast < 0.0f) return key;
+    const auto raised = static_cast<float>(
+        std::fma(static_cast<double>(pRenderer.fGlobalContrast), kKeyPerContrast, static_cast<double>(key)));
     return raised < 1.0f ? raised : 1.0f;
 }
 
 } // namespace
 
+cMatrix33 OutputMatrix(const cTmRenderer& pRenderer)
+{
+    return Multiply(pRenderer.fOutput->GetColorSpace()->GetFromPCSTransform(), pRenderer.fWorkToPCS);
+}
+
+unsigned short* EncodeTable(cTmRenderer& pRenderer)
+{
+    if (!pRenderer.fEncodeLUTValid) {
+        FillEncodeLUT(pRenderer.fEncodeLUT, *pRenderer.fOutput->GetColorSpace()->GetFromLinearTransfer());
+        pRenderer.fEncodeLUTValid = true;
+    }
+    return pRenderer.fEncodeLUT;
+}
+
+const unsigned short* ContrastSamples(cTmRenderer& pRenderer)
+{
+    const float key = ContrastKey(pRenderer);
+    if (key != pRenderer.fContrastKey) pRenderer.fContrastCurve->InterpolateControlPoints(key);
+    return pRenderer.fContrastCurve->GetLUT16i(); // at each run, since the table may be stale
+}
+
+float ExposureScale(const cTmRenderer& pRenderer)
+{
+    return static_cast<float>(std::exp2(static_cast<double>(pRenderer.fExposureEV)) *
+                              (pRenderer.fUseAutoExposure ? static_cast<double>(pRenderer.fExposure) : 1.0));
+}
+
 void cTmRenderer::PreprocessCurvesAndTransforms(cMatrix33& pMatrix, unsigned short*& pEncodeLUT, float*& pContrastLUT,
                                                 float*& pHSLUT, float*& pHLLUT, unsigned short*& pHHLUT, float& pScale)
 {
-    pMatrix = Multiply(fOutput->GetColorSpace()->GetFromPCSTransform(), fWorkToPCS);
-    if (!fEncodeLUTValid) {
-        FillEncodeLUT(fEncodeLUT, *fOutput->GetColorSpace()->GetFromLinearTransfer());
-        fEncodeLUTValid = true;
-    }
-    pEncodeLUT = fEncodeLUT;
-    const float key = ContrastKey(fContrast, fContrastFollowsGlobal, fGlobalContrast);
-    const bool keyMoved = key != fContrastKey;
-    if (keyMoved) fContrastCurve->InterpolateControlPoints(key);
-    const unsigned short* table = fContrastCurve->GetLUT16i(); // at each run, since the table may be stale
-    if (keyMoved) {
+    pMatrix = OutputMatrix(*this);
+    pEncodeLUT = EncodeTable(*this);
+    const unsigned short* samples = ContrastSamples(*this);
+    const float key = ContrastKey(*this);
+    if (key != fContrastKey) {
         fContrastKey = key;
         for (int i = 0; i < kTableSize; i++)
-            fContrastLUT[i] = static_cast<float>(static_cast<double>(table[i]) * kFromSample16D);
+            fContrastLUT[i] = static_cast<float>(static_cast<double>(samples[i]) * kFromSample16D);
     }
     pContrastLUT = fContrastLUT;
     pHSLUT = fHSCurve->GetLUT16f();
     pHLLUT = fHLCurve->GetLUT16f();
     pHHLUT = fHHCurve->GetLUT16i();
-    pScale = static_cast<float>(std::exp2(static_cast<double>(fExposureEV)) *
-                                (fUseAutoExposure ? static_cast<double>(fExposure) : 1.0));
+    pScale = ExposureScale(*this);
 }
 
 void cTmRenderer::FinalRendering(bool* pCancel, bool* pCancelled)

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <limits>
 
 // The parallel pass of the first stage: the logarithm of each pixel's luminance and the extremes of the luminance. A row
@@ -50,9 +51,15 @@ SELVANE_INLINE float Floored(const float* pPixel, float pFloor)
     return pPixel[1] > pFloor ? pPixel[1] : pFloor;
 }
 
-/// Fetches pCount luminances. The rest of the strip repeats the first one, which no extreme notices.
+/// Fetches pCount luminances. The rest of the strip repeats the first one, which no extreme notices. A whole strip has a
+/// loop of its own: its stores are as wide as the loads of the next step, which would else have to wait for them.
 SELVANE_INLINE void Fetch(const float* pPixels, int pCount, float pFloor, sStrip& pStrip)
 {
+    if (pCount == kStrip) {
+        for (int n = 0; n < kStrip; n++)
+            pStrip.fLuminance[n] = Floored(pPixels + ptrdiff_t{3} * n, pFloor);
+        return;
+    }
     for (int n = 0; n < pCount; n++)
         pStrip.fLuminance[n] = Floored(pPixels + ptrdiff_t{3} * n, pFloor);
     for (int n = pCount; n < kStrip; n++)
@@ -72,20 +79,27 @@ SELVANE_INLINE void Extend(sExtremes& pExtremes, const sStrip& pStrip)
 SELVANE_INLINE void TakeApart(sStrip& pStrip)
 {
     for (int n = 0; n < kStrip; n++) {
-        const float value = pStrip.fLuminance[n];
-        const sLogParts parts = SplitForLog(value < kInfinity ? value : 1.0f);
+        const sLogParts parts = SplitForLog(pStrip.fLuminance[n]); // infinity splits too, and is put back at the end
         pStrip.fMantissa[n] = parts.fMantissa;
         pStrip.fExponent[n] = parts.fExponent;
         pStrip.fEntry[n] = parts.fEntry;
     }
 }
 
-SELVANE_INLINE void Join(const sStrip& pStrip, int pCount, float* pLog)
+/// Each entry moves as one block of 16 bytes.
+SELVANE_INLINE void LookUp(sStrip& pStrip)
 {
-    for (int n = 0; n < pCount; n++) {
+#pragma GCC unroll 8
+    for (int n = 0; n < kStrip; n++)
+        std::memcpy(&pStrip.fEntries[n], &kLogTable[pStrip.fEntry[n]], sizeof(sLogEntry));
+}
+
+SELVANE_INLINE void Join(sStrip& pStrip)
+{
+    for (int n = 0; n < kStrip; n++) {
         const float log =
             JoinLog10(pStrip.fMantissa[n], pStrip.fExponent[n], pStrip.fEntries[n].fInverse, pStrip.fEntries[n].fLog);
-        pLog[n] = pStrip.fLuminance[n] < kInfinity ? log : kInfinity;
+        pStrip.fLuminance[n] = pStrip.fLuminance[n] < kInfinity ? log : kInfinity;
     }
 }
 
@@ -93,15 +107,20 @@ SELVANE_INLINE void Join(const sStrip& pStrip, int pCount, float* pLog)
 SELVANE_CLONES void LogRow(const float* pPixels, float* pLog, int pWidth, float pFloor, sExtremes* pExtremes)
 {
     sStrip strip;
+    sExtremes extremes = *pExtremes;
     for (ptrdiff_t x = 0; x < pWidth; x += kStrip) {
         const int count = static_cast<int>(std::min<ptrdiff_t>(kStrip, pWidth - x));
+        for (ptrdiff_t i = 0; i < 3 * kStrip; i += 16)
+            __builtin_prefetch(pPixels + 3 * x + 6 * kStrip + i);
         Fetch(pPixels + 3 * x, count, pFloor, strip);
-        Extend(*pExtremes, strip);
+        Extend(extremes, strip);
         TakeApart(strip);
-        for (int n = 0; n < kStrip; n++)
-            strip.fEntries[n] = kLogTable[strip.fEntry[n]];
-        Join(strip, count, pLog + x);
+        LookUp(strip);
+        Join(strip);
+        for (int n = 0; n < count; n++)
+            pLog[x + n] = strip.fLuminance[n];
     }
+    *pExtremes = extremes;
 }
 
 /// One row with any floor, pixel after pixel: zeros of both signs and NaNs count in their order.

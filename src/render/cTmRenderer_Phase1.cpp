@@ -4,6 +4,7 @@
 #include "bitmap/cBitmapXYZ32.h"
 #include "filter/cBilateral.h"
 #include "render/Layers.h"
+#include "render/Stages.h"
 
 #include <algorithm>
 #include <cmath>
@@ -29,32 +30,6 @@ float SpaceSampling(float pSpatialSize, int pWidth, int pHeight)
 float RangeSampling(float pRangeSize)
 {
     return std::fma(pRangeSize, 0.002f, 0.2f);
-}
-
-struct sLayers
-{
-    sLayer fBase;
-    sLayer fDetail;
-};
-
-/// Subtracts the base from the logarithm, pixel by pixel, and measures both layers. The sums run in picture order, from
-/// the top left to the bottom right: the order decides their last bits.
-sLayers SplitAndMeasure(const float* pLogLuminance, const float* pBase, float* pDetail, int64_t pCount)
-{
-    sLayers layers;
-    double baseSum = 0.0, detailSum = 0.0;
-    for (int64_t i = 0; i < pCount; i++) {
-        const float base = pBase[i];
-        const float detail = pLogLuminance[i] - base;
-        pDetail[i] = detail;
-        Extend(layers.fBase, base);
-        Extend(layers.fDetail, detail);
-        baseSum += static_cast<double>(base);
-        detailSum += static_cast<double>(std::fabs(detail));
-    }
-    layers.fBase.fMean = baseSum / static_cast<double>(pCount);
-    layers.fDetail.fMean = detailSum / static_cast<double>(pCount);
-    return layers;
 }
 
 void Store(cTmRenderer& pRenderer, const sLayers& pLayers)
@@ -83,20 +58,26 @@ void LogLayers(const cTmRenderer& pRenderer)
 
 } // namespace
 
-void cTmRenderer::ToneMappingPhase1(bool* pCancel, bool* pCancelled)
+void RunPhase1(cTmRenderer& pRenderer, float* pDetail, bool* pCancel, bool* pCancelled)
 {
-    const int width = fInput->fWidth;
-    const int height = fInput->fHeight;
-    cBilateral::Filter_Fast(pCancel, pCancelled, fNbProc, fLogLuminance, fBase, width, height,
-                            SpaceSampling(fSpatialSize, width, height), RangeSampling(fRangeSize), fLogMinY, fLogMaxY,
-                            fBaseBlur * 0.01f, fWrapX);
+    const cTmRenderer& r = pRenderer;
+    const int width = r.fInput->fWidth;
+    const int height = r.fInput->fHeight;
+    cBilateral::Filter_Fast(pCancel, pCancelled, r.fNbProc, r.fLogLuminance, r.fBase, width, height,
+                            SpaceSampling(r.fSpatialSize, width, height), RangeSampling(r.fRangeSize), r.fLogMinY,
+                            r.fLogMaxY, r.fBaseBlur * 0.01f, r.fWrapX);
     if (IsRequested(pCancelled)) return;
-    Store(*this, {}); // the measures of an empty picture
+    Store(pRenderer, {}); // the measures of an empty picture
     if (height > 0) {
         if (StopIfRequested(pCancel, pCancelled)) return;
-        if (width > 0) Store(*this, SplitAndMeasure(fLogLuminance, fBase, fDetail, int64_t{width} * height));
+        if (width > 0) Store(pRenderer, MeasureLayers(r.fLogLuminance, r.fBase, pDetail, int64_t{width} * height));
     }
-    if (fLogEnabled != 0) LogLayers(*this);
+    if (r.fLogEnabled != 0) LogLayers(r);
+}
+
+void cTmRenderer::ToneMappingPhase1(bool* pCancel, bool* pCancelled)
+{
+    RunPhase1(*this, fDetail, pCancel, pCancelled);
 }
 
 } // namespace Vornik

@@ -1,7 +1,7 @@
 #include "render/cTmRenderer_Points.h"
 
 #include "base/Numeric.h"
-#include "bitmap/cBitmapU16T.h"
+#include "base/Versions.h"
 #include "yhmv/PixelRecord.h"
 
 #include <cmath>
@@ -20,9 +20,24 @@ namespace
 
 constexpr int kBins = kTableSize;
 
-float BinsAUnit(const sLuminance& pLuminance)
+float BinsAUnit(const sLuminance& pExtremes)
 {
-    return pLuminance.fMax > pLuminance.fMin ? kToSample16 / (pLuminance.fMax - pLuminance.fMin) : 1.0f;
+    return pExtremes.fMax > pExtremes.fMin ? kToSample16 / (pExtremes.fMax - pExtremes.fMin) : 1.0f;
+}
+
+/// Counts a row of luminances at a distance of tPixelBytes, by strips.
+template <int tPixelBytes>
+SELVANE_CLONES void CountRow(const unsigned char* pAt, int pWidth, float pMin, float pScale, uint32_t* pCounters)
+{
+    int bins[kStrip];
+    for (int x = 0; x < pWidth; x += kStrip, pAt += ptrdiff_t{tPixelBytes} * kStrip) {
+        const int count = StripCount(pWidth, x);
+        for (int n = 0; n < count; n++)
+            bins[n] = RangeIndex(LoadFloat(pAt + ptrdiff_t{n} * tPixelBytes), pMin, pScale);
+#pragma GCC unroll 8
+        for (int n = 0; n < count; n++)
+            pCounters[bins[n]]++;
+    }
 }
 
 } // namespace
@@ -37,19 +52,14 @@ tCounters NewCounters()
     return tCounters(static_cast<uint32_t*>(std::calloc(kBins, sizeof(uint32_t))));
 }
 
-cHistogram::cHistogram(tCounters pCounters, const cBitmapU16T& pPicture, int pWidth, int pHeight,
-                       const sLuminance& pLuminance)
-    : fCounters(std::move(pCounters)), fWidth(static_cast<float>(pWidth)), fHeight(static_cast<float>(pHeight)),
-      fPixels(fWidth * fHeight), fMin(pLuminance.fMin), fScale(BinsAUnit(pLuminance)), fBinWidth(1.0f / fScale)
+cHistogram::cHistogram(tCounters pCounters, const cLuminanceRows& pPicture, const sLuminance& pExtremes)
+    : fCounters(std::move(pCounters)), fWidth(static_cast<float>(pPicture.Width())),
+      fHeight(static_cast<float>(pPicture.Height())), fPixels(fWidth * fHeight), fMin(pExtremes.fMin),
+      fScale(BinsAUnit(pExtremes)), fBinWidth(1.0f / fScale)
 {
-    for (int y = 0; y < pHeight; y++)
-        CountRow(RecordsOf(pPicture.GetScanline(y)), pWidth);
-}
-
-void cHistogram::CountRow(const unsigned char* pPixels, int pWidth)
-{
-    for (int x = 0; x < pWidth; x++, pPixels += kYHMVBytes)
-        Counter(RangeIndex(LoadFloat(pPixels + kYHMVLuminance), fMin, fScale))++;
+    const auto count = pPicture.AreRecords() ? CountRow<kYHMVBytes> : CountRow<static_cast<int>(sizeof(float))>;
+    for (int y = 0; y < pPicture.Height(); y++)
+        count(pPicture.Row(y), pPicture.Width(), fMin, fScale, fCounters.get());
 }
 
 /// Returns how many bins from the bottom are added until pStop(sum), 1 to 65535. Required: the last bin is never added.

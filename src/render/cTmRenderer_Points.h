@@ -3,7 +3,7 @@
 
 // Black and white point from a histogram of the new luminance, internal.
 
-#include "render/Layers.h"
+#include "render/Luminance.h"
 
 #include <cstdint>
 #include <memory>
@@ -11,7 +11,12 @@
 namespace Vornik
 {
 
-class cBitmapU16T;
+/// Black and white point on the scale of the new luminance.
+struct sPoints
+{
+    float fBlack;
+    float fWhite;
+};
 
 struct sFree
 {
@@ -28,8 +33,8 @@ tCounters NewCounters();
 class cHistogram
 {
 public:
-    /// Counts the luminances of pWidth x pHeight records of the compact picture.
-    cHistogram(tCounters pCounters, const cBitmapU16T& pPicture, int pWidth, int pHeight, const sLuminance& pLuminance);
+    /// Counts the luminances of the picture.
+    cHistogram(tCounters pCounters, const cLuminanceRows& pPicture, const sLuminance& pExtremes);
 
     /// The points that clip pBlackClip and pWhiteClip per cent of the pixels, to the precision of a bin.
     sPoints PointsFor(float pBlackClip, float pWhiteClip) const;
@@ -39,7 +44,6 @@ public:
 
 private:
     uint32_t& Counter(int pBin) const { return fCounters.get()[pBin]; }
-    void CountRow(const unsigned char* pPixels, int pWidth);
     template <class tStop>
     int Rise(tStop pStop) const;
     int Fall(float pLimit) const;

@@ -8,6 +8,7 @@
 #include "bitmap/cBitmapXYZ32.h"
 #include "filter/DivideWork.h"
 #include "render/Layers.h"
+#include "render/Stages.h"
 #include "yhmv/cYHMVColorSpace.h"
 
 #include <algorithm>
@@ -63,7 +64,8 @@ void ReleaseIntermediates(cTmRenderer& pRenderer)
     delete std::exchange(pRenderer.fYHMV, nullptr);
 }
 
-/// Allocates the compact picture and the three planes, all of the input's size. If memory runs out, all are null again.
+} // namespace
+
 void AllocateIntermediates(cTmRenderer& pRenderer)
 {
     ReleaseIntermediates(pRenderer);
@@ -79,7 +81,6 @@ void AllocateIntermediates(cTmRenderer& pRenderer)
     }
 }
 
-/// Fills pRenderer.fLogLuminance with all workers and joins their extremes in slot order.
 void MeasureLuminance(cTmRenderer& pRenderer, bool* pCancel, bool* pCancelled)
 {
     pRenderer.fMinY = kBeyond;
@@ -102,8 +103,6 @@ void MeasureLuminance(cTmRenderer& pRenderer, bool* pCancel, bool* pCancelled)
     pRenderer.fLogMaxY = Log10(pRenderer.fMaxY);
     pRenderer.fLogMinY = Log10(pRenderer.fMinY);
 }
-
-} // namespace
 
 void cTmRenderer::PrepareForRendering(bool* pCancel, bool* pCancelled)
 {
