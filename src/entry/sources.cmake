@@ -1,4 +1,5 @@
 target_sources(Selvane PRIVATE
   entry/vorniklib3.cpp
-  entry/PixelExchange.cpp
+  entry/PixelInput.cpp
+  entry/PixelOutput.cpp
 )

@@ -6,7 +6,7 @@
 #include "bitmap/cException.h"
 #include "color/cColorSpace.h"
 #include "entry/PixelExchange.h"
-#include "image/cImageUtils.h"
+#include "render/RenderOnce.h"
 #include "render/cTmRenderer.h"
 
 #include <cmath>
@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <memory>
 #include <new>
+#include <optional>
 
 // The entry creates the objects of a call, renders once, writes the results and releases the objects in a fixed order.
 
@@ -136,25 +137,19 @@ bool IsDepthKnown(int32_t pInputDepth)
     return pInputDepth == 8 || pInputDepth == 16 || pInputDepth == 32;
 }
 
-/// Reads linear red, green, blue in the host's colour space into the linear picture.
+/// Reads the host's picture into XYZ. Ends the process if the host named an unknown colour space.
 void ReadPicture(sCall& pCall, const sTmImageDesc& pImage, int32_t pColorSpace, const unsigned char* pInput)
 {
     // Required: the table is never freed.
     const float* table =
         pImage.inputDepth == 32 ? nullptr : NewDecodeTable(pImage.inputDepth, DecodeGamma(pColorSpace));
     pCall.fLinear = std::make_unique<cBitmapXYZ32>(pImage.width, pImage.height);
-    if (pImage.inputDepth == 32)
-        ReadExponentPlanes(pImage, pInput, *pCall.fLinear);
-    else
-        ReadSamples(pImage, pInput, table, *pCall.fLinear);
-}
-
-/// Converts the linear picture in place from the host's colour space to XYZ. Ends the process if the host named an
-/// unknown colour space.
-void ToXYZ(sCall& pCall)
-{
     if (pCall.fColorSpace == nullptr) __builtin_trap();
-    cImageUtils::ColorTransform(pCall.fLinear.get(), pCall.fColorSpace->GetToPCSTransform());
+    const cMatrix33 toXYZ = pCall.fColorSpace->GetToPCSTransform();
+    if (pImage.inputDepth == 32)
+        ReadExponentPlanes(pImage, pInput, toXYZ, *pCall.fLinear);
+    else
+        ReadSamples(pImage, pInput, table, toXYZ, *pCall.fLinear);
 }
 
 /// Returns null if the output depth is neither 8 nor 16.
@@ -180,12 +175,27 @@ void ReportPoints(cTmRenderer& pRenderer, sTmSliders& pSliders)
     pSliders.whitePoint = white;
 }
 
+sSampleRows PictureRows(const sCall& pCall)
+{
+    return pCall.fPicture8 != nullptr ? PictureRows(*pCall.fPicture8) : PictureRows(*pCall.fPicture16);
+}
+
 void WritePicture(const sCall& pCall, const sTmImageDesc& pImage, unsigned char* pOutput)
 {
     if (pCall.fPicture8 != nullptr)
         WriteSamples(pImage, *pCall.fPicture8, pOutput);
     else
         WriteSamples(pImage, *pCall.fPicture16, pOutput);
+}
+
+/// Renders, and hands the samples to the host unless it only measures.
+void RenderTo(sCall& pCall, const sTmImageDesc& pImage, int32_t pRequestType, unsigned char* pOutput)
+{
+    if (pRequestType == kRequestMeasure) return RenderOnce(*pCall.fRenderer, nullptr);
+    const std::optional<sSampleRows> host = HostRows(pImage, pOutput);
+    const sSampleRows rows = host ? *host : PictureRows(pCall);
+    RenderOnce(*pCall.fRenderer, &rows);
+    if (!host) WritePicture(pCall, pImage, pOutput);
 }
 
 eResult ToneMap(const sTmImageDesc& pImage, const sTmRunSettings& pRun, int32_t pColorSpace, sTmSliders& pSliders,
@@ -195,16 +205,15 @@ eResult ToneMap(const sTmImageDesc& pImage, const sTmRunSettings& pRun, int32_t 
     call.fColorSpace = NewColorSpace(pColorSpace);
     if (!IsDepthKnown(pImage.inputDepth)) return eResultBadDepth;
     ReadPicture(call, pImage, pColorSpace, pInput);
-    ToXYZ(call);
     call.fRenderer = std::make_unique<cTmRenderer>();
     cBitmapLDR* output = NewOutput(call, pImage, OutputColorSpaceID(pColorSpace));
     call.fRenderer->SetInput(call.fLinear.get());
     call.fRenderer->SetNbProc(pRun.processorCount);
     if (output != nullptr) call.fRenderer->SetOutput(output);
     SetParams(*call.fRenderer, pSliders, pRun.requestType);
-    call.fRenderer->Render();
+    if (output == nullptr) call.fRenderer->Render(); // refuses, by a pointer to an exception
+    RenderTo(call, pImage, pRun.requestType, pOutput);
     if (pRun.requestType != kRequestRender) ReportPoints(*call.fRenderer, pSliders);
-    if (pRun.requestType != kRequestMeasure) WritePicture(call, pImage, pOutput);
     return eResultDone;
 }
 

@@ -1,6 +1,7 @@
 #include "image/cImageUtils_Rows.h"
 
 #include "base/Numeric.h"
+#include "color/MatrixProduct.h"
 
 #include <cmath>
 #include <cstring>
@@ -33,19 +34,13 @@ SELVANE_INLINE tSample ClampedTruncation(float pValue, float pLargest)
     return static_cast<tSample>(static_cast<int>(scaled < 0.0f ? 0.0f : scaled));
 }
 
-/// One row of a matrix times a vector: first the middle product, then the outer terms by fused multiply-adds.
-SELVANE_INLINE float RowSum(float pM0, float pM1, float pM2, float pV0, float pV1, float pV2)
-{
-    return std::fma(pM2, pV2, std::fma(pM0, pV0, pM1 * pV1));
-}
-
 /// The matrix times (pV0, pV1, pV2). They are values, so a result may be stored over its source.
 SELVANE_INLINE void TransformPixel(const cMatrix33& pMatrix, float pV0, float pV1, float pV2, float& pOut0,
                                    float& pOut1, float& pOut2)
 {
-    pOut0 = RowSum(pMatrix.m00, pMatrix.m01, pMatrix.m02, pV0, pV1, pV2);
-    pOut1 = RowSum(pMatrix.m10, pMatrix.m11, pMatrix.m12, pV0, pV1, pV2);
-    pOut2 = RowSum(pMatrix.m20, pMatrix.m21, pMatrix.m22, pV0, pV1, pV2);
+    pOut0 = FusedRow(pMatrix.m00, pMatrix.m01, pMatrix.m02, pV0, pV1, pV2);
+    pOut1 = FusedRow(pMatrix.m10, pMatrix.m11, pMatrix.m12, pV0, pV1, pV2);
+    pOut2 = FusedRow(pMatrix.m20, pMatrix.m21, pMatrix.m22, pV0, pV1, pV2);
 }
 
 // ---- Loops ----------------------------------------------------------------------------------------------------------

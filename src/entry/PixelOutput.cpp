@@ -3,71 +3,15 @@
 #include "bitmap/FlatBlock.h"
 #include "bitmap/cBitmapBGR16.h"
 #include "bitmap/cBitmapBGR8.h"
-#include "bitmap/cBitmapXYZ32.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstdlib>
 #include <cstring>
-#include <new>
 
 namespace Vornik
 {
 
 namespace
 {
-
-constexpr int kExponents = 256;
-constexpr int kExponentBias = 136; // a channel is mantissa * 2^(exponent - 136)
-
-/// Offsets of the three samples within a pixel of the host.
-struct sSampleOffsets
-{
-    int64_t fRed;
-    int64_t fGreen;
-    int64_t fBlue;
-};
-
-sSampleOffsets OffsetsOf(const sTmImageDesc& pImage)
-{
-    const int64_t last = static_cast<int64_t>(pImage.samplesPerPixel) - 1;
-    const bool blueFirst = pImage.bgrOrder != 0;
-    return {.fRed = blueFirst ? last : 0, .fGreen = last >> 1, .fBlue = blueFirst ? 0 : last};
-}
-
-/// Reads a sample of the host, which may be at any address.
-template <class tSample>
-tSample Load(const unsigned char* pBase, int64_t pIndex)
-{
-    tSample sample;
-    std::memcpy(&sample, pBase + pIndex * static_cast<int64_t>(sizeof(tSample)), sizeof sample);
-    return sample;
-}
-
-float* RowOf(cBitmapXYZ32& pLinear, int pRow)
-{
-    return pLinear.fData + static_cast<int64_t>(pRow) * (pLinear.fStride / static_cast<int>(sizeof(float)));
-}
-
-// Required: the row advance is width * step + inputRowSamples - 3 * width samples. It is the true row length,
-// inputRowSamples, for a step of 3 only.
-template <class tSample>
-void ReadInterleaved(const sTmImageDesc& pImage, const unsigned char* pInput, const float* pDecodeTable,
-                     cBitmapXYZ32& pLinear)
-{
-    const sSampleOffsets offsets = OffsetsOf(pImage);
-    const int64_t step = pImage.samplesPerPixel;
-    const int64_t rowAdvance = pImage.width * step + pImage.inputRowSamples - 3 * static_cast<int64_t>(pImage.width);
-    for (int y = 0; y < pImage.height; y++) {
-        int64_t sample = y * rowAdvance;
-        float* pixel = RowOf(pLinear, y);
-        for (int x = 0; x < pImage.width; x++, sample += step, pixel += 3) {
-            pixel[0] = pDecodeTable[Load<tSample>(pInput, sample + offsets.fRed)];
-            pixel[1] = pDecodeTable[Load<tSample>(pInput, sample + offsets.fGreen)];
-            pixel[2] = pDecodeTable[Load<tSample>(pInput, sample + offsets.fBlue)];
-        }
-    }
-}
 
 /// The samples of a finished picture: blue, green, red, including the padding and the padded rows.
 template <class tSample>
@@ -127,7 +71,7 @@ template <class tSample>
 void SwapRow(const sTmImageDesc& pImage, const sBlock<tSample>& pBlock, int64_t pFirst, unsigned char* pOutput)
 {
     const int64_t last = static_cast<int64_t>(pImage.samplesPerPixel) - 1;
-    const int64_t green = OffsetsOf(pImage).fGreen;
+    const int64_t green = SampleOffsetsOf(pImage).fGreen;
     const auto take = [&](int64_t pTarget, int64_t pSource) {
         const int64_t source = pFirst + pSource;
         if (source >= 0 && source < pBlock.fCount)
@@ -157,44 +101,28 @@ void WriteBlock(const sTmImageDesc& pImage, const sBlock<tSample>& pBlock, unsig
 
 } // namespace
 
-// Required: the scale is the reciprocal of the number of codes, so the largest code stays below 1.
-float* NewDecodeTable(int pInputDepth, double pGamma)
+std::optional<sSampleRows> HostRows(const sTmImageDesc& pImage, unsigned char* pOutput)
 {
-    const int codes = pInputDepth == 8 ? 256 : 65536;
-    auto* table = static_cast<float*>(std::calloc(static_cast<size_t>(codes), sizeof(float)));
-    if (table == nullptr) throw std::bad_alloc();
-    const double scale = 1.0 / codes;
-    for (int code = 0; code < codes; code++)
-        table[code] = std::min(static_cast<float>(std::pow(code * scale, pGamma)), 1.0f);
-    return table;
+    const bool redFirst = pImage.bgrOrder == 0;
+    const bool withoutGap = pImage.outputRowSamples == int64_t{3} * pImage.width;
+    if (pImage.samplesPerPixel != 3 || !(redFirst || withoutGap)) return std::nullopt;
+    return sSampleRows{.fFirst = pOutput,
+                       .fRowBytes = static_cast<ptrdiff_t>(pImage.outputRowSamples) * (pImage.outputDepth / 8),
+                       .fBits = pImage.outputDepth,
+                       .fRedFirst = redFirst};
 }
 
-void ReadSamples(const sTmImageDesc& pImage, const unsigned char* pInput, const float* pDecodeTable,
-                 cBitmapXYZ32& pLinear)
+sSampleRows PictureRows(cBitmapBGR8& pPicture)
 {
-    if (pImage.inputDepth == 8)
-        ReadInterleaved<uint8_t>(pImage, pInput, pDecodeTable, pLinear);
-    else
-        ReadInterleaved<uint16_t>(pImage, pInput, pDecodeTable, pLinear);
+    return {.fFirst = pPicture.fData, .fRowBytes = pPicture.fStride, .fBits = 8, .fRedFirst = false};
 }
 
-void ReadExponentPlanes(const sTmImageDesc& pImage, const unsigned char* pInput, cBitmapXYZ32& pLinear)
+sSampleRows PictureRows(cBitmapBGR16& pPicture)
 {
-    float scales[kExponents];
-    for (int e = 0; e < kExponents; e++)
-        scales[e] = static_cast<float>(std::ldexp(1.0, e - kExponentBias));
-    const int64_t width = pImage.width;
-    for (int y = 0; y < pImage.height; y++) {
-        const unsigned char* red = pInput + int64_t{4} * y * width;
-        float* pixel = RowOf(pLinear, y);
-        for (int64_t x = 0; x < width; x++, pixel += 3) {
-            const unsigned char exponent = red[3 * width + x];
-            const float scale = exponent == 0 ? 0.0f : scales[exponent];
-            pixel[0] = static_cast<float>(red[x]) * scale;
-            pixel[1] = static_cast<float>(red[width + x]) * scale;
-            pixel[2] = static_cast<float>(red[2 * width + x]) * scale;
-        }
-    }
+    return {.fFirst = reinterpret_cast<unsigned char*>(pPicture.fData),
+            .fRowBytes = pPicture.fStride,
+            .fBits = 16,
+            .fRedFirst = false};
 }
 
 void WriteSamples(const sTmImageDesc& pImage, cBitmapBGR8& pPicture, unsigned char* pOutput)
