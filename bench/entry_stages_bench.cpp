@@ -43,8 +43,9 @@ enum eStep
     eSteps
 };
 
-constexpr const char* kNames[eSteps] = {"read + matrix", "logarithm", "scatter + smooth", "slice", "split + measure",
-                                        "tables",        "new luminance", "histogram", "final, release"};
+constexpr const char* kNames[eSteps] = {"read + matrix", "logarithm",       "scatter + smooth",
+                                        "slice",         "split + measure", "tables",
+                                        "new luminance", "histogram",       "final, release"};
 
 struct sRun
 {
@@ -171,8 +172,8 @@ int main(int pCount, char** pWords)
         std::nth_element(pValues.begin(), pValues.begin() + static_cast<long>(pValues.size() / 2), pValues.end());
         return pValues[pValues.size() / 2];
     };
-    std::printf("%d x %d, %d bits in, %d out, %d worker(s), request %d; ns a pixel, median of %d calls\n", width, height,
-                inputDepth, outputDepth, workers, request, calls);
+    std::printf("%d x %d, %d bits in, %d out, %d worker(s), request %d; ns a pixel, median of %d calls\n", width,
+                height, inputDepth, outputDepth, workers, request, calls);
     for (int step = 0; step < eSteps; step++)
         std::printf("  %-17s %7.2f\n", kNames[step], median(seconds[static_cast<size_t>(step)]) / pixels * 1e9);
     std::printf("  %-17s %7.2f   %.3f ms, best %.2f, %ld page faults\n", "whole call",
