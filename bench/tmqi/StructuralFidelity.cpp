@@ -1,5 +1,7 @@
 #include "StructuralFidelity.h"
 
+#include "suggest/Quality.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -11,11 +13,11 @@ namespace SelvaneTmqi
 namespace
 {
 
-constexpr int kWindow = 11;                // pixels on a side
-constexpr double kWindowDeviation = 1.5;   // of its Gaussian weights, pixels
+constexpr int kWindow = 11;                  // pixels on a side
+constexpr double kWindowDeviation = 1.5;     // of its Gaussian weights, pixels
 constexpr double kSceneRange = 0xFFFFFFFFp0; // the scene's luminance is stretched to 0 to this
 
-constexpr double kFrequency[kScales] = {16.0, 8.0, 4.0, 2.0, 1.0}; // cycles per degree
+constexpr double kFrequency[kScales] = {SelvaneLib::kFineFrequency, 8.0, 4.0, 2.0, 1.0}; // cycles per degree
 constexpr double kWeight[kScales] = {0.0448, 0.2856, 0.3001, 0.2363, 0.1333};
 
 constexpr double kStabiliser1 = 0.01;
@@ -112,29 +114,8 @@ sPlane WindowDeviations(const sPlane& pPlane, const sPlane& pMeans)
     return deviations;
 }
 
-/// Chance that a contrast is seen on a scale: a normal distribution about the threshold that the eye has at its spatial
-/// frequency (contrast sensitivity by Mannos and Sakrison, 1974), a third of it wide.
-class cVisibility
-{
-public:
-    explicit cVisibility(double pFrequency)
-    {
-        const double sensitivity =
-            100.0 * 2.6 * (0.0192 + 0.114 * pFrequency) * std::exp(-std::pow(0.114 * pFrequency, 1.1));
-        fThreshold = 128.0 / (1.4 * sensitivity);
-    }
-
-    double operator()(double pDeviation) const
-    {
-        return 0.5 * std::erfc(-(pDeviation - fThreshold) / (fThreshold / 3.0) / std::sqrt(2.0));
-    }
-
-private:
-    double fThreshold;
-};
-
 /// One window: its standard deviations in the scene and the picture, and the covariance.
-double WindowFidelity(const cVisibility& pVisible, double pScene, double pPicture, double pTogether)
+double WindowFidelity(const SelvaneLib::cVisibility& pVisible, double pScene, double pPicture, double pTogether)
 {
     const double scene = pVisible(pScene), picture = pVisible(pPicture);
     return (2.0 * scene * picture + kStabiliser1) / (scene * scene + picture * picture + kStabiliser1) *
@@ -161,7 +142,7 @@ sFidelity cStructuralFidelity::Compare(const sPlane& pGrey) const
     sPlane grey = pGrey;
     for (int i = 0; i < kScales; i++) {
         const sScale& scale = fScales[i];
-        const cVisibility visible(kFrequency[i]);
+        const SelvaneLib::cVisibility visible(kFrequency[i]);
         const sPlane mean = WindowMeans(grey);
         const sPlane deviation = WindowDeviations(grey, mean);
         const sPlane product = WindowMeans(Product(scale.fScene, grey));
@@ -175,12 +156,6 @@ sFidelity cStructuralFidelity::Compare(const sPlane& pGrey) const
         grey = Halved(grey);
     }
     return fidelity;
-}
-
-double Quality(double pFidelity, double pNaturalness)
-{
-    constexpr double kFidelityShare = 0.8012;
-    return kFidelityShare * std::pow(pFidelity, 0.3046) + (1.0 - kFidelityShare) * std::pow(pNaturalness, 0.7088);
 }
 
 } // namespace SelvaneTmqi

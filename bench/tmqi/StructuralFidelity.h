@@ -49,9 +49,6 @@ private:
     sScale fScales[kScales];
 };
 
-/// Quality in one number, from structural fidelity and naturalness.
-double Quality(double pFidelity, double pNaturalness);
-
 } // namespace SelvaneTmqi
 
 #endif

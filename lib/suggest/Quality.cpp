@@ -1,4 +1,4 @@
-#include "Naturalness.h"
+#include "suggest/Quality.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,11 +13,9 @@ namespace
 constexpr int kBlock = 11; // pixels
 
 // Normal distribution of the mean grey level.
-constexpr double kMean = 115.94;
 constexpr double kMeanDeviation = 27.99;
 
 // Beta distribution of the local contrast, as a share of kMostContrast.
-constexpr double kMostContrast = 64.29;
 constexpr double kAlpha = 4.4;
 constexpr double kBeta = 10.1;
 constexpr double kMode = (kAlpha - 1.0) / (kAlpha + kBeta - 2.0);
@@ -45,13 +43,13 @@ struct sSums
 };
 
 /// A block, cut at the right and the lower edge.
-sSums Block(const float* pGrey, const float* pWeight, int pLeft, int pTop, int pWidth, int pHeight)
+sSums Block(const float* pValues, const float* pWeight, int pLeft, int pTop, int pWidth, int pHeight)
 {
     sSums sums;
     for (int y = pTop; y < std::min(pTop + kBlock, pHeight); y++)
         for (int x = pLeft; x < std::min(pLeft + kBlock, pWidth); x++) {
             const size_t at = static_cast<size_t>(y) * static_cast<size_t>(pWidth) + static_cast<size_t>(x);
-            if (pWeight == nullptr || pWeight[at] > 0.0f) sums.Add(static_cast<double>(pGrey[at]));
+            if (pWeight == nullptr || pWeight[at] > 0.0f) sums.Add(static_cast<double>(pValues[at]));
         }
     return sums;
 }
@@ -59,7 +57,7 @@ sSums Block(const float* pGrey, const float* pWeight, int pLeft, int pTop, int p
 /// A density over its largest value.
 double NormalShare(double pMean)
 {
-    const double distance = (pMean - kMean) / kMeanDeviation;
+    const double distance = (pMean - kCommonMean) / kMeanDeviation;
     return std::exp(-0.5 * distance * distance);
 }
 
@@ -72,24 +70,47 @@ double BetaShare(double pShare)
 
 } // namespace
 
-sLight MeasureLight(const float* pGrey, const float* pWeight, int pWidth, int pHeight)
+cVisibility::cVisibility(double pFrequency)
 {
-    double sum = 0.0, count = 0.0, deviations = 0.0, blocks = 0.0;
-    for (int top = 0; top < pHeight; top += kBlock)
-        for (int left = 0; left < pWidth; left += kBlock) {
-            const sSums block = Block(pGrey, pWeight, left, top, pWidth, pHeight);
-            if (block.fCount == 0.0) continue;
-            sum += block.fSum;
-            count += block.fCount;
-            deviations += block.Deviation();
-            blocks += 1.0;
-        }
-    return count > 0.0 ? sLight{sum / count, deviations / blocks} : sLight{};
+    const double sensitivity =
+        100.0 * 2.6 * (0.0192 + 0.114 * pFrequency) * std::exp(-std::pow(0.114 * pFrequency, 1.1));
+    fThreshold = 128.0 / (1.4 * sensitivity);
 }
 
-double Naturalness(const sLight& pLight)
+double cVisibility::operator()(double pDeviation) const
 {
-    return NormalShare(pLight.fMean) * BetaShare(pLight.fContrast / kMostContrast);
+    return 0.5 * std::erfc(-(pDeviation - fThreshold) / (fThreshold / 3.0) / std::sqrt(2.0));
+}
+
+sLight MeasureLight(const float* pValues, const float* pWeight, int pWidth, int pHeight, double pFrequency)
+{
+    const cVisibility visibility(pFrequency);
+    double sum = 0.0, count = 0.0, blocks = 0.0;
+    sLight light;
+    for (int top = 0; top < pHeight; top += kBlock)
+        for (int left = 0; left < pWidth; left += kBlock) {
+            const sSums block = Block(pValues, pWeight, left, top, pWidth, pHeight);
+            if (block.fCount == 0.0) continue;
+            const double deviation = block.Deviation(), visible = visibility(deviation);
+            sum += block.fSum;
+            count += block.fCount;
+            blocks += 1.0;
+            light.fContrast += deviation;
+            light.fVisible += 2.0 * visible / (1.0 + visible * visible);
+        }
+    if (count == 0.0) return {};
+    return {sum / count, light.fContrast / blocks, light.fVisible / blocks};
+}
+
+double Naturalness(double pMean, double pContrast)
+{
+    return NormalShare(pMean) * BetaShare(pContrast / kMostContrast);
+}
+
+double Quality(double pFidelity, double pNaturalness)
+{
+    constexpr double kFidelityShare = 0.8012;
+    return kFidelityShare * std::pow(pFidelity, 0.3046) + (1.0 - kFidelityShare) * std::pow(pNaturalness, 0.7088);
 }
 
 } // namespace SelvaneLib
