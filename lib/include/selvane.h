@@ -112,11 +112,12 @@ typedef enum selvane_primaries {
 typedef enum selvane_transfer {
     SELVANE_TRANSFER_DEFAULT = 0, /* linear for floats and exponents; for integers the curve that belongs to the
                                      primaries: sRGB's for sRGB and Display P3, 2.2 for Adobe RGB, 1.8 for ProPhoto,
-                                     2.4 for Rec. 2020, linear for ACES and custom ones */
+                                     that of BT.2020 for Rec. 2020, linear for ACES and custom ones */
     SELVANE_TRANSFER_LINEAR = 1,
     SELVANE_TRANSFER_SRGB = 2,    /* the piecewise curve of IEC 61966-2-1 */
     SELVANE_TRANSFER_POWER = 3,   /* linear value = sample ^ gamma */
-    SELVANE_TRANSFER_ENGINE = 4   /* as cpp_tm_selvane decodes: integer / 2^bits to the power 2.2, 1.8 for ProPhoto;
+    SELVANE_TRANSFER_REC2020 = 4, /* the camera's curve of ITU-R BT.2020, undone */
+    SELVANE_TRANSFER_ENGINE = 5   /* as cpp_tm_selvane decodes: integer / 2^bits to the power 2.2, 1.8 for ProPhoto;
                                      integers with the first three primaries only */
 } selvane_transfer;
 

@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
-# hardening.sh BUILD LIBRARY COMMAND: looks in the built files for what selvane_harden asks of the compiler.
-#   library and command: relocations done at load time and read-only after it, no executable stack, canaries, checked calls of the C
+# hardening.sh BUILD COMMAND LIBRARY...: looks in the built files for what selvane_harden asks of the compiler.
+#   libraries and command: relocations done at load time and read-only after it, no executable stack, canaries, checked calls of the C
 #                        library, touched pages, marks at the targets of indirect calls
-#   command:             loadable anywhere, checked containers; the library has none of these checks
+#   command:             loadable anywhere, checked containers; the libraries have none of these checks
 #   every file of BUILD: no run path that depends on the current folder
 set -euo pipefail
-build=$1 library=$2 command=$3
+build=$1 command=$2
+shift 2
 
 fail() {
   echo "$1: $2"
@@ -83,9 +84,11 @@ has_checked_containers() {
   grep -q '__glibcxx_assert_fail' <<<"$(nm -D --undefined-only "$1")"
 }
 
-check_both "$library"
+for library in "$@"; do
+  check_both "$library"
+  ! has_checked_containers "$library" || fail "$library" "checked containers"
+done
 check_both "$command"
 grep -qE 'FLAGS_1.*PIE' <<<"$(readelf -dW "$command")" || fail "$command" "not loadable anywhere"
 has_checked_containers "$command" || fail "$command" "no checked containers"
-! has_checked_containers "$library" || fail "$library" "checked containers"
 check_run_paths
