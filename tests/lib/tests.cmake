@@ -17,3 +17,9 @@ foreach(part settings api hpp)
     include(lib/${part}/tests.cmake)
   endif()
 endforeach()
+
+find_program(SELVANE_MAN man)
+if(SELVANE_MAN)
+  add_test(NAME lib.manual COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/lib/manual.sh ${PROJECT_SOURCE_DIR}/lib/include/selvane.h
+    ${PROJECT_BINARY_DIR}/lib/selvane.3)
+endif()
