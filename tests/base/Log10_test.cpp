@@ -18,10 +18,6 @@
 #include <utility>
 #include <vector>
 
-#if defined(__GLIBC__)
-#include <gnu/libc-version.h>
-#endif
-
 // The library's logarithm gives, on every machine, what log10f of glibc 2.36 gives on x86-64. The digests below were made
 // of that function's values, by a program of its own. Where the C library is one of those, its values are compared too.
 
@@ -99,21 +95,21 @@ std::vector<float> Logarithms(const cLoops::value_type& pLoop, const std::vector
     return logarithms;
 }
 
-/// Whether the C library's log10f is the one whose values are wanted: glibc on x86-64 before 2.41, which rounds correctly.
-bool SystemIsTheModel()
-{
-#if defined(__x86_64__) && defined(__GLIBC__)
-    const std::string version = gnu_get_libc_version();
-    return version >= "2.27" && version < "2.41";
-#else
-    return false;
-#endif
-}
-
 float SystemLog10(float pValue)
 {
     volatile float value = pValue; // so that no compiler works it out
     return ::log10f(value);
+}
+
+/// Whether the C library's log10f is the one whose values are wanted: glibc's on x86-64, but for newer ones that round
+/// correctly. Their value for 3 is 0x1.e8927ap-2.
+bool SystemIsTheModel()
+{
+#if defined(__x86_64__) && defined(__GLIBC__)
+    return SystemLog10(3.0f) == 0x1.e89278p-2f;
+#else
+    return false;
+#endif
 }
 
 std::vector<float> SystemLogarithms(const std::vector<float>& pValues)

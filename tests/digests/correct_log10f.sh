@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # correct_log10f.sh FOLDER WORDS...: builds a correctly rounded log10f in FOLDER and runs WORDS with it in the place of the C library's.
-# First it asks a small program for log10f(3): 0x1.e8927ap-2 if it is rounded correctly, 0x1.e89278p-2 in glibc before 2.41.
+# First it asks a small program for log10f(3): 0x1.e8927ap-2 if it is rounded correctly, 0x1.e89278p-2 in glibc 2.36.
 set -euo pipefail
 folder=$1
 shift
