@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <memory>
-#include <string>
+#include <ostream>
 #include <sys/mman.h>
 #include <vector>
 
@@ -144,7 +144,20 @@ void ExitWithRequests(const char* pValue)
     std::_Exit(static_cast<int>(gRequests.size()));
 }
 
-class BigPagesSwitch : public testing::TestWithParam<std::pair<const char*, int>>
+struct sSetting
+{
+    const char* fName;
+    const char* fValue;
+    int fRequests;
+};
+
+/// For the reports of the test.
+void PrintTo(const sSetting& pSetting, std::ostream* pStream)
+{
+    *pStream << pSetting.fName;
+}
+
+class BigPagesSwitch : public testing::TestWithParam<sSetting>
 {
 protected:
     void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); } // a new process, not a copy of this one
@@ -152,12 +165,12 @@ protected:
 
 TEST_P(BigPagesSwitch, OnlyAZeroTurnsThemOff)
 {
-    const auto& [value, requests] = GetParam();
-    EXPECT_EXIT(ExitWithRequests(value), testing::ExitedWithCode(requests), "") << '"' << value << '"';
+    EXPECT_EXIT(ExitWithRequests(GetParam().fValue), testing::ExitedWithCode(GetParam().fRequests), "");
 }
 
 INSTANTIATE_TEST_SUITE_P(Values, BigPagesSwitch,
-                         testing::Values(std::pair{"0", 0}, std::pair{"1", 2}, std::pair{"", 2}, std::pair{"00", 2},
-                                         std::pair{"no", 2}));
+                         testing::Values(sSetting{"Zero", "0", 0}, sSetting{"One", "1", 2}, sSetting{"Empty", "", 2},
+                                         sSetting{"TwoZeros", "00", 2}, sSetting{"Word", "no", 2}),
+                         [](const testing::TestParamInfo<sSetting>& pInfo) { return pInfo.param.fName; });
 
 } // namespace

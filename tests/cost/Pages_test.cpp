@@ -12,6 +12,7 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <malloc.h>
+#include <ostream>
 #include <string>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -81,6 +82,19 @@ struct sForm
     double fMost; ///< bytes a pixel
 };
 
+std::string NameOf(const sForm& pForm)
+{
+    return "In" + std::to_string(pForm.fInputDepth) + "Out" + std::to_string(pForm.fOutputDepth) + "Request" +
+           std::to_string(pForm.fRequest) + (pForm.fBlueFirst != 0 ? "BlueFirst" : "RedFirst") +
+           (pForm.fPadding != 0 ? "Padded" : "");
+}
+
+/// For the reports of the test.
+void PrintTo(const sForm& pForm, std::ostream* pStream)
+{
+    *pStream << NameOf(pForm);
+}
+
 /// A window in a dark room: 2.5 decades.
 std::vector<unsigned char> Input(int pDepth)
 {
@@ -138,13 +152,7 @@ INSTANTIATE_TEST_SUITE_P(Forms, PagesOfTheEntry,
                                          sForm{16, 8, 9, 0, 0, 20.0}, sForm{16, 8, 0, 1, 0, 20.0},
                                          sForm{16, 8, 0, 0, 6, 20.0}, sForm{16, 8, 0, 1, 6, 23.0},
                                          sForm{16, 16, 0, 1, 6, 26.0}),
-                         [](const testing::TestParamInfo<sForm>& pInfo) {
-                             const sForm& form = pInfo.param;
-                             return "In" + std::to_string(form.fInputDepth) + "Out" +
-                                    std::to_string(form.fOutputDepth) + "Request" + std::to_string(form.fRequest) +
-                                    (form.fBlueFirst != 0 ? "BlueFirst" : "RedFirst") +
-                                    (form.fPadding != 0 ? "Padded" : "");
-                         });
+                         [](const testing::TestParamInfo<sForm>& pInfo) { return NameOf(pInfo.param); });
 
 // ---- through the classes ----
 
