@@ -448,8 +448,9 @@ TEST(HueLightness, TheHMVDecoderClampsBeforeTheMatrix)
 
 // The HMV decoder may replace a black pixel's V, to spare the processor subnormal numbers, only where no sample shows it.
 
-constexpr float kBlackV[] = {0x1p-126f, 0x1p-149f,       0.0f,     0x1.8p-140f,
-                             0x1p-100f, 0x1.fffffep-81f, 0x1p-80f, 0x1.000002p-80f};
+// Without 0, which has no paleness: its intensity is NaN, and the whole strip stays as it is.
+constexpr float kBlackV[] = {0x1p-126f, 0x1p-149f,       0x1.8p-140f, 0x1p-100f,
+                             0x1p-90f,  0x1.fffffep-81f, 0x1p-80f,    0x1.000002p-80f};
 
 // Black records of many hues, as many as fill a strip and a half, with pOthers ordinary ones between them.
 std::vector<sTwinRecord> BlackRecords(cRandom& pRandom, int pOthers)
@@ -486,6 +487,16 @@ TEST(BlackPixels, EqualTheFormulaAmongOthersWithNeutralAndWithBentCurves)
         for (sTables* tables : {&neutral, &bent})
             for (const int bits : {8, 16})
                 ExpectRowLikeTwin(eHMVRowRef, *tables, {}, sRow(eHMVRowRef, BlackRecords(random, i % 4)), bits);
+}
+
+TEST(BlackPixels, WithNoExtentAtAllEqualTheFormula)
+{
+    cRandom random(35);
+    sTables tables = TablesWithABlackOfTheirOwn();
+    std::vector<sTwinRecord> records = BlackRecords(random, 3);
+    for (size_t n = 0; n < records.size(); n += 9)
+        records[n].V = 0.0f;
+    ExpectRowLikeTwin(eHMVRowRef, tables, {}, sRow(eHMVRowRef, std::move(records)), 16);
 }
 
 TEST(BlackPixels, WithCurvesAndMatricesOfAnyUseTheyAreBlack)
