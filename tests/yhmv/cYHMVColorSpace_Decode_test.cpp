@@ -452,7 +452,8 @@ TEST(HueLightness, TheHMVDecoderClampsBeforeTheMatrix)
 constexpr float kBlackV[] = {0x1p-126f, 0x1p-149f,       0x1.8p-140f, 0x1p-100f,
                              0x1p-90f,  0x1.fffffep-81f, 0x1p-80f,    0x1.000002p-80f};
 
-// Black records of many hues, as many as fill a strip and a half, since only a whole strip is certain to be looked at, with pOthers ordinary ones between them.
+// Black records of many hues with pOthers ordinary ones between them. They fill a strip and a half: in a first strip that is
+// not full, what follows the records may keep them as they are.
 std::vector<sTwinRecord> BlackRecords(cRandom& pRandom, int pOthers)
 {
     std::vector<sTwinRecord> records(200);
