@@ -24,17 +24,21 @@ struct sFinalPass
     const void* fEncode; ///< entries of the size of a sample
 };
 
-/// Packs a strip: hue, smallest and largest primary. The luminance is that of pLuminance, or the pixels' own if null.
+/// Packs a strip: hue, smallest and largest primary. The luminance is that of pLuminance, or the pixels' own if null. A
+/// short strip is filled up first: loops of one length take no time for what would remain.
 SELVANE_INLINE void PackStrip(const float* pXYZ, const float* pLuminance, int pCount, const cMatrix33& pFromPCS,
                               sDecodeStrip& pStrip)
 {
-    sRecordStrip records;
+    float filled[3 * kStrip];
+    if (pCount < kStrip) {
+        std::fill_n(std::copy_n(pXYZ, 3 * pCount, filled), 3 * (kStrip - pCount), 0.0f);
+        pXYZ = filled;
+    }
+    for (int n = 0; n < kStrip; ++n)
+        EncodeXYZ(pXYZ + ptrdiff_t{3} * n, pFromPCS, pStrip, n);
+    if (pLuminance == nullptr) return;
     for (int n = 0; n < pCount; ++n)
-        EncodeXYZ(pXYZ + ptrdiff_t{3} * n, pFromPCS, records, n);
-    std::copy_n(pLuminance != nullptr ? pLuminance : records.fLuminance, pCount, pStrip.fLuminance);
-    std::copy_n(records.fHue, pCount, pStrip.fHue);
-    std::copy_n(records.fSmallest, pCount, pStrip.fSmallest);
-    std::copy_n(records.fLargest, pCount, pStrip.fLargest);
+        pStrip.fLuminance[n] = pLuminance[n];
 }
 
 /// One row from XYZ and luminance to samples.
