@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 // Scattering: each sample is added to the cell that is nearest to its place and value.
 
@@ -63,11 +64,14 @@ SELVANE_CLONES void FillStrip(const float* pSamples, int pPlace, int pCount, sGr
     }
 }
 
+/// Adds to value sum and weight at once, side by side.
 SELVANE_INLINE void AddToCell(float* pGrid, int64_t pCell, float pValue)
 {
-    float* cell = pGrid + 2 * pCell;
-    cell[0] += pValue;
-    cell[1] += 1.0f;
+    using tCell = float __attribute__((vector_size(8)));
+    tCell cell;
+    std::memcpy(&cell, pGrid + 2 * pCell, sizeof cell);
+    cell += tCell{pValue, 1.0f};
+    std::memcpy(pGrid + 2 * pCell, &cell, sizeof cell);
 }
 
 /// Adds the strips of all lanes, one sample of each lane in turn. The additions of one lane mostly go to the same cell
