@@ -19,6 +19,7 @@ namespace
 
 constexpr size_t kLanes = 8;   // parts of a row that are scattered side by side
 constexpr int kLaneStrip = 32; // samples of a part that are added in one round
+constexpr int kLine = 16;      // floats in a line of the cache
 
 /// The cell of a place on an axis of the picture.
 int CellAt(int64_t pPlace, const sGridScale& pScale)
@@ -163,7 +164,11 @@ private:
         const float* row = fSamples.Row(pRow);
         const int width = fSamples.Width();
         auto inRow = static_cast<int>(PlaceInRow(pPlace));
-        if (pCount <= width - inRow) return row + inRow;
+        if (pCount <= width - inRow) {
+            for (int i = 0; i < kLaneStrip; i += kLine)
+                __builtin_prefetch(row + inRow + width + i); // the same places of the next row
+            return row + inRow;
+        }
         for (int i = 0; i < pCount; i++) {
             pWrapped[i] = row[inRow];
             inRow = inRow + 1 < width ? inRow + 1 : 0;
