@@ -22,7 +22,6 @@ namespace
 {
 
 constexpr int kLanes = 32;
-constexpr int kLine = 16; // floats in a line of the cache
 
 struct sLanes
 {
@@ -51,21 +50,13 @@ SELVANE_INLINE void FetchDetail(const float* pBase, const float* pDetail, const 
         pResult[n] = LoadFloat(pAt + ptrdiff_t{n} * tPixelBytes) - pBase[n];
 }
 
-/// Asks for the lines of kLine pixels that are replaced later: a store that waits for its line holds up all later ones.
-template <int tPixelBytes>
-SELVANE_INLINE void PrefetchPixels(const unsigned char* pAt)
-{
-    for (ptrdiff_t i = 0; i < ptrdiff_t{tPixelBytes} * kLine; i += kLine * ptrdiff_t{sizeof(float)})
-        __builtin_prefetch(pAt + i, 1);
-}
-
 /// The luminance of a strip; the rest of a short one repeats its first value. pAhead is where a later strip is replaced.
 template <int tPixelBytes>
 SELVANE_INLINE void Luminances(const sRemapping& pRemapping, const sIndices& pIndices, int pCount,
                                const unsigned char* pAhead, float* pLuminance)
 {
     for (int line = 0; line < pCount; line += kLine) {
-        PrefetchPixels<tPixelBytes>(pAhead + ptrdiff_t{tPixelBytes} * line);
+        PrefetchRecords<tPixelBytes, true>(pAhead + ptrdiff_t{tPixelBytes} * line);
         const int end = std::min(line + kLine, pCount);
 #pragma GCC unroll 4
         for (int n = line; n < end; n++)

@@ -20,21 +20,18 @@ namespace
 {
 
 constexpr int kBins = kTableSize;
-constexpr int kLine = 16; // floats in a line of the cache
 
 float BinsAUnit(const sLuminance& pExtremes)
 {
     return pExtremes.fMax > pExtremes.fMin ? kToSample16 / (pExtremes.fMax - pExtremes.fMin) : 1.0f;
 }
 
-/// Fetches the luminances of a strip that stand in records, and asks for the records that are fetched two strips later:
-/// a record takes more lines of the cache than the processor fetches ahead by itself.
+/// Fetches the luminances of a strip that stand in records, and asks for the records of two strips later.
 SELVANE_INLINE void FetchRecords(const unsigned char* pAt, int pCount, float* pLuminance)
 {
     volatile float* luminance = pLuminance; // g++ would build vectors of single values, which takes longer
     for (int first = 0; first < pCount; first += kLine) {
-        for (ptrdiff_t i = 0; i < ptrdiff_t{kYHMVBytes} * kLine; i += kLine * ptrdiff_t{sizeof(float)})
-            __builtin_prefetch(pAt + ptrdiff_t{kYHMVBytes} * (first + 2 * kStrip) + i);
+        PrefetchRecords<kYHMVBytes, false>(pAt + ptrdiff_t{kYHMVBytes} * (first + 2 * kStrip));
         const int end = std::min(first + kLine, pCount);
 #pragma GCC unroll 4
         for (int n = first; n < end; n++)
