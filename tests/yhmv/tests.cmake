@@ -2,4 +2,5 @@ selvane_test(yhmv
   ../support/Allocations.cpp
   cYHMVColorSpace_test.cpp
   cYHMVColorSpace_Decode_test.cpp
+  cYHMVColorSpace_Neutral_test.cpp
 )
