@@ -75,22 +75,6 @@ SELVANE_INLINE void PrefetchRecords(const unsigned char* pRecords)
         __builtin_prefetch(pRecords + i, tWrite ? 1 : 0);
 }
 
-/// The records of a strip, four numbers of 32 bits each, to be stored. A record moves as two overlapping blocks of 8
-/// bytes, which stay inside it and take half as many instructions as field by field: Y and H, then M and V.
-struct sRecordWords
-{
-    uint32_t fWords[4 * kStrip]; ///< Y, H in the low 16 bits, M, V
-};
-
-SELVANE_INLINE void StoreYHMVWords(unsigned char* pRecords, int pCount, const sRecordWords& pWords)
-{
-#pragma GCC unroll 4
-    for (int n = 0; n < pCount; ++n, pRecords += kYHMVBytes) {
-        std::memcpy(pRecords + kYHMVLuminance, pWords.fWords + ptrdiff_t{4} * n, 8);
-        std::memcpy(pRecords + kYHMVSmallest, pWords.fWords + ptrdiff_t{4} * n + 2, 8);
-    }
-}
-
 /// The records of a strip as they stand, at a distance of 16 bytes. A record moves as one block of 16 bytes; the last one
 /// takes 14, since the next two bytes need not belong to the picture.
 struct sRawRecords
@@ -102,6 +86,16 @@ struct sRawRecords
     SELVANE_INLINE float Smallest(int pAt) const { return Joined(fWords[4 * pAt + 1], fWords[4 * pAt + 2]); }
     SELVANE_INLINE float Largest(int pAt) const { return Joined(fWords[4 * pAt + 2], fWords[4 * pAt + 3]); }
 
+    SELVANE_INLINE void Set(int pAt, float pLuminance, int pHue, float pSmallest, float pLargest)
+    {
+        const auto smallest = std::bit_cast<uint32_t>(pSmallest);
+        const auto largest = std::bit_cast<uint32_t>(pLargest);
+        fWords[4 * pAt] = std::bit_cast<uint32_t>(pLuminance);
+        fWords[4 * pAt + 1] = static_cast<uint32_t>(pHue) | smallest << 16;
+        fWords[4 * pAt + 2] = smallest >> 16 | largest << 16;
+        fWords[4 * pAt + 3] = largest >> 16;
+    }
+
 private:
     static SELVANE_INLINE float Joined(uint32_t pLow, uint32_t pHigh)
     {
@@ -109,18 +103,32 @@ private:
     }
 };
 
-/// Loads pCount records, at least 1, and asks for those of two strips later.
-SELVANE_INLINE void LoadYHMVRecords(const unsigned char* pRecords, int pCount, sRawRecords& pRaw)
+/// Moves pCount records, at least 1, from a distance of tFromBytes to one of tToBytes, in this order: each block of 16
+/// bytes may reach into the next record. pAhead is where the records of a later strip stand, and are asked for.
+template <int tFromBytes, int tToBytes>
+SELVANE_INLINE void MoveRecords(const unsigned char* pFrom, unsigned char* pTo, int pCount, const unsigned char* pAhead)
 {
     for (int first = 0; first < pCount - 1; first += kLine) {
-        PrefetchRecords<kYHMVBytes, false>(pRecords + ptrdiff_t{kYHMVBytes} * (first + 2 * kStrip));
+        PrefetchRecords<kYHMVBytes, tToBytes == kYHMVBytes>(pAhead + ptrdiff_t{kYHMVBytes} * first);
         const int end = first + kLine < pCount - 1 ? first + kLine : pCount - 1;
 #pragma GCC unroll 4
         for (int n = first; n < end; ++n)
-            std::memcpy(pRaw.fWords + ptrdiff_t{4} * n, pRecords + ptrdiff_t{kYHMVBytes} * n, 16);
+            std::memcpy(pTo + ptrdiff_t{tToBytes} * n, pFrom + ptrdiff_t{tFromBytes} * n, 16);
     }
     const ptrdiff_t last = pCount - 1;
-    std::memcpy(pRaw.fWords + 4 * last, pRecords + kYHMVBytes * last, kYHMVBytes);
+    std::memcpy(pTo + tToBytes * last, pFrom + tFromBytes * last, kYHMVBytes);
+}
+
+SELVANE_INLINE void LoadYHMVRecords(const unsigned char* pRecords, int pCount, sRawRecords& pRaw)
+{
+    auto* raw = reinterpret_cast<unsigned char*>(pRaw.fWords);
+    MoveRecords<kYHMVBytes, 16>(pRecords, raw, pCount, pRecords + ptrdiff_t{2} * kStrip * kYHMVBytes);
+}
+
+SELVANE_INLINE void StoreYHMVRecords(unsigned char* pRecords, int pCount, const sRawRecords& pRaw)
+{
+    const auto* raw = reinterpret_cast<const unsigned char*>(pRaw.fWords);
+    MoveRecords<16, kYHMVBytes>(raw, pRecords, pCount, pRecords + ptrdiff_t{2} * kStrip * kYHMVBytes);
 }
 
 /// Number of pixels in the strip that begins at pFirst.
