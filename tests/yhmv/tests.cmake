@@ -3,4 +3,5 @@ selvane_test(yhmv
   cYHMVColorSpace_test.cpp
   cYHMVColorSpace_Decode_test.cpp
   DecodeStrip_test.cpp
+  cYHMVColorSpace_Neutral_test.cpp
 )
