@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <exception>
 #include <new>
 #include <sys/mman.h>
 #include <sys/prctl.h>
@@ -80,7 +81,7 @@ double Least(const std::vector<double>& pValues)
 }
 
 constexpr double kLeastCopied = 8192; // bytes, read and written
-constexpr double kMostCopied = 64e6;  // enough to leave the caches of a core
+constexpr double kMostCopied = 2e8;   // enough to leave the caches of a core
 
 void Report(benchmark::State& pState, const sWork& pWork, const sTimes& pTimes)
 {
@@ -92,6 +93,12 @@ void Report(benchmark::State& pState, const sWork& pWork, const sTimes& pTimes)
     pState.counters["cpu"] = Least(pTimes.fCpu) * 1e9 / pWork.fItems;
     pState.counters["GB/s"] = bytes * 1e-9 / Least(pTimes.fWall);
     pState.counters["copy"] = CopyNanoseconds(copied) * pWork.fBytes;
+}
+
+void Fail(benchmark::State& pState, const char* pReason)
+{
+    gFailed = true;
+    pState.SkipWithError(pReason);
 }
 
 /// The library's progress lines go nowhere; std::cerr is untouched.
@@ -117,9 +124,10 @@ void Add(const std::string& pName, const std::function<void(benchmark::State&)>&
     const auto guarded = [pCase](benchmark::State& pState) {
         try {
             pCase(pState);
+        } catch (const std::exception& exception) {
+            Fail(pState, exception.what());
         } catch (...) {
-            gFailed = true;
-            pState.SkipWithError("the case threw an exception");
+            Fail(pState, "an exception of the library");
         }
     };
     benchmark::RegisterBenchmark(pName.c_str(), guarded)->UseManualTime()->Unit(benchmark::kMicrosecond);
@@ -130,6 +138,7 @@ void Measure(benchmark::State& pState, const sWork& pWork, const std::function<v
     sTimes times;
     times.fWall.reserve(pState.max_iterations);
     times.fCpu.reserve(pState.max_iterations);
+    if (pWork.fFresh == 0) pCall(); // so that its memory is warm
     for ([[maybe_unused]] auto _ : pState) {
         TouchMemory(pWork.fFresh);
         const double cpu = Seconds(CLOCK_PROCESS_CPUTIME_ID);
