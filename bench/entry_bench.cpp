@@ -31,12 +31,12 @@ void AddCall(const sSize& pSize, const sForm& pForm, int pWorkers, bool pBigPage
 
 void AddCases()
 {
+    AddCall(k64x64, kForms[0], 1, true); // first: the larger ones teach the heap to keep its pages
     for (const sSize& size : {k1MP, k6MP, k24MP})
         for (const sForm& form : kForms)
             for (const int workers : {1, 2})
                 for (const bool bigPages : {true, false})
                     AddCall(size, form, workers, bigPages);
-    AddCall(k64x64, kForms[0], 1, true);
 }
 
 } // namespace SelvaneBench
