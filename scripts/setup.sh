@@ -1,6 +1,6 @@
 # Sourced by the other scripts: installs Debian packages when it may, and otherwise says which are missing.
 
-SELVANE_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libcli11-dev libvips-dev libopenexr-dev zlib1g-dev)
+SELVANE_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libcli11-dev libvips-dev libopenexr-dev zlib1g-dev libtomlplusplus-dev)
 SELVANE_TEST_PACKAGES=(libgtest-dev libgmock-dev libpng-dev clang binutils doxygen)
 
 # selvane_need PACKAGE...: makes sure that the packages are installed.

@@ -112,11 +112,12 @@ typedef enum selvane_primaries {
 typedef enum selvane_transfer {
     SELVANE_TRANSFER_DEFAULT = 0, /* linear for floats and exponents; for integers the curve that belongs to the
                                      primaries: sRGB's for sRGB and Display P3, 2.2 for Adobe RGB, 1.8 for ProPhoto,
-                                     2.4 for Rec. 2020, linear for ACES and custom ones */
+                                     that of BT.2020 for Rec. 2020, linear for ACES and custom ones */
     SELVANE_TRANSFER_LINEAR = 1,
     SELVANE_TRANSFER_SRGB = 2,    /* the piecewise curve of IEC 61966-2-1 */
     SELVANE_TRANSFER_POWER = 3,   /* linear value = sample ^ gamma */
-    SELVANE_TRANSFER_ENGINE = 4   /* as cpp_tm_selvane decodes: integer / 2^bits to the power 2.2, 1.8 for ProPhoto;
+    SELVANE_TRANSFER_REC2020 = 4, /* the camera's curve of ITU-R BT.2020, undone */
+    SELVANE_TRANSFER_ENGINE = 5   /* as cpp_tm_selvane decodes: integer / 2^bits to the power 2.2, 1.8 for ProPhoto;
                                      integers with the first three primaries only */
 } selvane_transfer;
 
@@ -208,6 +209,7 @@ typedef struct selvane_settings {
     selvane_curve hue;            /* hue to shift of hue: 0 half the circle back, 1 half the circle on */
     selvane_curve hue_saturation; /* hue to saturation: 0 grey, 1 double */
     selvane_curve hue_lightness;  /* hue to lightness: 0 dark, 1 double, weaker the paler the colour */
+    int32_t reserved;             /* 0 */
 } selvane_settings;
 
 /* Fills a record with the defaults: automatic 1, everything else neutral. */
@@ -235,13 +237,15 @@ SELVANE_FUNCTION int selvane_effective_settings(selvane* handle, selvane_setting
  * @param text  receives the text with its final zero; may be null if size is 0
  * @param size  bytes of text
  * @param needed  receives the bytes of the whole text with its final zero; may be null
- * SELVANE_ERROR_ARGUMENT if size is too small; text then holds an empty text.
+ * SELVANE_ERROR_ARGUMENT if size is too small; text then holds an empty text. With text null and size 0 the function
+ * only tells the size: SELVANE_OK.
  */
 SELVANE_FUNCTION int selvane_settings_to_text(const selvane* handle, const selvane_settings* settings, char* text,
                                               size_t size, size_t* needed);
 
 /* Reads TOML into settings. Values that the text does not name are the defaults. Unknown keys, wrong kinds of value, NaN
- * and values outside of their ranges are refused by name, and settings stay as they were. Set struct_size before. */
+ * and values outside of their ranges are refused by name, and settings stay as they were. Set struct_size before. The key
+ * "description" may hold any text. A text has at most 65536 bytes. */
 SELVANE_FUNCTION int selvane_settings_from_text(selvane* handle, const char* text, selvane_settings* settings);
 
 /* Reads a preset: "natural", "clear", "soft", "dramatic", "interior", "night", "flat", or the name of a file NAME.toml

@@ -6,10 +6,10 @@
 #include "bitmap/cException.h"
 #include "color/cColorSpace.h"
 #include "entry/PixelExchange.h"
+#include "entry/SliderScales.h"
 #include "render/RenderOnce.h"
 #include "render/cTmRenderer.h"
 
-#include <cmath>
 #include <cstddef>
 #include <cstdio>
 #include <memory>
@@ -78,35 +78,6 @@ eColorSpaceID OutputColorSpaceID(int32_t pColorSpace)
     return cColorSpace::IsColorSpaceIDValid(static_cast<eColorSpaceID>(pColorSpace))
                ? static_cast<eColorSpaceID>(pColorSpace)
                : eColorSpace_sRGB;
-}
-
-/// pSlope * pValue + pOffset, fused in double and rounded to float once.
-float Line(double pSlope, float pValue, double pOffset)
-{
-    return static_cast<float>(std::fma(pSlope, static_cast<double>(pValue), pOffset));
-}
-
-/// pFactor * pValue, in double and rounded to float once.
-float Share(double pFactor, float pValue)
-{
-    return static_cast<float>(pFactor * static_cast<double>(pValue));
-}
-
-// The slopes differ on purpose on the two sides of zero. Zero, also -0, counts as positive; for smoothness it counts as
-// negative. Compression jumps from 40 to 47 at zero.
-float GlobalContrast(float pCompression)
-{
-    return pCompression < 0.0f ? Line(0.4, pCompression, 40.0) : Line(0.26, pCompression, 47.0);
-}
-
-float SpatialSize(float pRadius)
-{
-    return pRadius < 0.0f ? Line(-9.0, pRadius, 100.0) : Line(-7.0, pRadius, 100.0);
-}
-
-float RangeSize(float pSmoothness)
-{
-    return pSmoothness <= 0.0f ? Line(-10.0, pSmoothness, 60.0) : Line(-6.0, pSmoothness, 60.0);
 }
 
 void SetParams(cTmRenderer& pRenderer, const sTmSliders& pSliders, int32_t pRequestType)

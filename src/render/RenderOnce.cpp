@@ -3,10 +3,7 @@
 #include "bitmap/cBitmapXYZ32.h"
 #include "render/Stages.h"
 #include "render/cTmRenderer.h"
-#include "yhmv/DecodeStrip.h"
-#include "yhmv/EncodeStrip.h"
-
-#include <algorithm>
+#include "yhmv/PackStrip.h"
 
 namespace Vornik
 {
@@ -23,19 +20,6 @@ struct sFinalPass
     const unsigned short* fContrast;
     const void* fEncode; ///< entries of the size of a sample
 };
-
-/// Packs a strip: hue, smallest and largest primary. The luminance is that of pLuminance, or the pixels' own if null.
-SELVANE_INLINE void PackStrip(const float* pXYZ, const float* pLuminance, int pCount, const cMatrix33& pFromPCS,
-                              sDecodeStrip& pStrip)
-{
-    sRecordStrip records;
-    for (int n = 0; n < pCount; ++n)
-        EncodeXYZ(pXYZ + ptrdiff_t{3} * n, pFromPCS, records, n);
-    std::copy_n(pLuminance != nullptr ? pLuminance : records.fLuminance, pCount, pStrip.fLuminance);
-    std::copy_n(records.fHue, pCount, pStrip.fHue);
-    std::copy_n(records.fSmallest, pCount, pStrip.fSmallest);
-    std::copy_n(records.fLargest, pCount, pStrip.fLargest);
-}
 
 /// One row from XYZ and luminance to samples.
 template <int tFirst, class tSample>

@@ -7,6 +7,8 @@
 #include "color/cMatrix.h"
 #include "render/Luminance.h"
 
+#include <optional>
+
 namespace Vornik
 {
 
@@ -26,6 +28,10 @@ void MeasureLuminance(cTmRenderer& pRenderer, bool* pCancel, bool* pCancelled);
 void RunPhase1(cTmRenderer& pRenderer, float* pDetail, bool* pCancel, bool* pCancelled);
 
 // ---- Phase 2 --------------------------------------------------------------------------------------------------------
+
+/// The first half of the third stage: fills both tables and sets the exposure. None if a layer is flat, or on a request
+/// to stop.
+std::optional<sRemapping> FillTables(cTmRenderer& pRenderer, const bool* pCancel, bool* pCancelled);
 
 /// The third stage, with the new luminance wherever pRows has it. Returns false if the luminance was not replaced, or not
 /// completely: with a flat layer, or when it stopped.

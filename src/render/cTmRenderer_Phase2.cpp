@@ -156,23 +156,31 @@ std::optional<sPoints> FindPoints(const cTmRenderer& pRenderer, const cLuminance
 
 } // namespace
 
-bool RunPhase2(cTmRenderer& pRenderer, const cLuminanceRows& pRows, const bool* pCancel, bool* pCancelled)
+std::optional<sRemapping> FillTables(cTmRenderer& pRenderer, const bool* pCancel, bool* pCancelled)
 {
     cTmRenderer& r = pRenderer;
     const float exponent = CompressionExponent(r.fGlobalContrast);
     const sLayers layers{{r.fBaseMin, r.fBaseMax, r.fBaseAverage}, {r.fDetailMin, r.fDetailMax, r.fDetailAverage}};
     const float globalMax = FillGlobalTable(r.fGlobalLUT, layers.fBase, r.fAdaptation, exponent);
     const float detailMax = FillDetailTable(r.fDetailLUT, layers.fDetail, r.fAdaptation);
-    if (StopIfRequested(pCancel, pCancelled)) return false;
+    if (StopIfRequested(pCancel, pCancelled)) return std::nullopt;
     if (layers.fBase.Range() <= 0.0f || layers.fDetail.Range() <= 0.0f)
-        return false; // Required: with a flat layer, luminance and exposure stay unchanged.
+        return std::nullopt; // Required: with a flat layer, luminance and exposure stay unchanged.
 
     const sExposures exposures = ExposuresFor(exponent, r.fMaxY, r.fBaseMax);
     r.fExposure = exposures.fScale;
     r.fExposureBase = exposures.fBaseScale;
     const sRemapping remapping{layers, r.fGlobalLUT, r.fDetailLUT, globalMax, detailMax};
     if (r.fLogEnabled != 0) LogExposure(r, exponent, remapping);
-    const sNewLuminance luminance = ReplaceLuminance(pRows, remapping, pCancel, pCancelled);
+    return remapping;
+}
+
+bool RunPhase2(cTmRenderer& pRenderer, const cLuminanceRows& pRows, const bool* pCancel, bool* pCancelled)
+{
+    cTmRenderer& r = pRenderer;
+    const std::optional<sRemapping> remapping = FillTables(r, pCancel, pCancelled);
+    if (!remapping) return false;
+    const sNewLuminance luminance = ReplaceLuminance(pRows, *remapping, pCancel, pCancelled);
     if (StopIfRequested(pCancel, pCancelled)) return false;
 
     if (r.fRequestType == 1 && r.fRequestedWhite > 0.0f) {

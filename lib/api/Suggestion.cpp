@@ -1,0 +1,154 @@
+#include "api/Suggestion.h"
+
+#include "api/Failure.h"
+#include "settings/Settings.h"
+
+#include <algorithm>
+#include <string>
+
+namespace SelvaneLib
+{
+
+namespace
+{
+
+constexpr int kSuggestionSize = 512; // pixels of the longer side
+
+/// Settings of a look, complete.
+selvane_settings SettingsOf(const sLook& pLook)
+{
+    selvane_settings settings = DefaultSettings();
+    settings.automatic = 0;
+    settings.compression = pLook.fCompression;
+    settings.smoothness = pLook.fSmoothness;
+    settings.adaptation = pLook.fAdaptation;
+    settings.white_clip = pLook.fWhiteClip;
+    settings.black_clip = pLook.fBlackClip;
+    settings.radius = pLook.fRadius;
+    settings.exposure = pLook.fExposure;
+    settings.contrast = pLook.fContrast;
+    settings.saturation = pLook.fSaturation;
+    return settings;
+}
+
+selvane_target BytesTarget(const cPicture& pPicture, unsigned char* pRGB)
+{
+    selvane_target target{};
+    target.struct_size = sizeof target;
+    target.width = pPicture.Width();
+    target.height = pPicture.Height();
+    target.format = SELVANE_U8;
+    target.pixels = pRGB;
+    return target;
+}
+
+/// 1 for pixels that count, 0 for others; empty if all count.
+std::vector<float> WeightsOf(const cPicture& pPicture)
+{
+    std::vector<float> weights;
+    if (!pPicture.fHasInvisible) return weights;
+    for (int64_t i = 0; i < pPicture.Pixels(); i++)
+        weights.push_back(pPicture.IsVisible(i) ? 1.0f : 0.0f);
+    return weights;
+}
+
+std::vector<float> PackedXYZ(const cPicture& pPicture)
+{
+    std::vector<float> xyz;
+    xyz.reserve(3 * static_cast<size_t>(pPicture.Pixels()));
+    for (int y = 0; y < pPicture.Height(); y++)
+        xyz.insert(xyz.end(), pPicture.Row(y), pPicture.Row(y) + ptrdiff_t{3} * pPicture.Width());
+    return xyz;
+}
+
+/// Looks at the reduced picture. Progress is asked between the previews.
+sSuggestion Look(selvane& pHandle, cRun& pRun)
+{
+    sKept& kept = PreviewOf(pHandle, kSuggestionSize, pRun);
+    cPicture& picture = *kept.fPicture;
+    sCallbacks quiet = pHandle.fCallbacks;
+    quiet.fProgress = nullptr;
+    const std::vector<float> xyz = PackedXYZ(picture);
+    const std::vector<float> weights = WeightsOf(picture);
+    const sScene scene{.fXYZ = xyz.data(),
+                       .fWeight = weights.empty() ? nullptr : weights.data(),
+                       .fWidth = picture.Width(),
+                       .fHeight = picture.Height(),
+                       .fPercentiles = picture.fStatistics.fPercentiles,
+                       .fLogMean = picture.fStatistics.fLogMean};
+    pHandle.fSuggestionPreviews = 0;
+    sSuggestion suggestion = Suggest(scene, [&](const sLook& pLook, unsigned char* pRGB) {
+        pRun.Poll();
+        if (pRun.IsCancelled()) return false;
+        pHandle.fSuggestionPreviews++;
+        cRun run(quiet, 1.0);
+        const selvane_target target = BytesTarget(picture, pRGB);
+        kept.fRender.Render(SettingsOf(pLook), true, target, LayoutOf(target), run);
+        return true;
+    });
+    pRun.ThrowIfCancelled();
+    return suggestion;
+}
+
+} // namespace
+
+sKept& PictureOf(selvane& pHandle)
+{
+    if (pHandle.fFull == nullptr) throw cFailure(SELVANE_ERROR_NO_PICTURE, "the handle has no picture yet");
+    return *pHandle.fFull;
+}
+
+int64_t HeldBytes(const selvane& pHandle)
+{
+    const auto bytesOf = [](const sKept& pKept) {
+        const cPicture& picture = *pKept.fPicture;
+        return PictureBytes(picture.Width(), picture.Height(), picture.HasAlpha() ? picture.fAlphaBytes : 0) +
+               cKeptRender::BytesFor(picture.Width(), picture.Height());
+    };
+    int64_t bytes = pHandle.fFull == nullptr ? 0 : bytesOf(*pHandle.fFull);
+    for (const sPreview& preview : pHandle.fPreviews)
+        bytes += bytesOf(*preview.fKept);
+    return bytes;
+}
+
+void CheckLimit(const selvane& pHandle, int64_t pMore)
+{
+    const int64_t needed = HeldBytes(pHandle) + pMore;
+    if (pHandle.fLimit != 0 && static_cast<uint64_t>(needed) > pHandle.fLimit)
+        throw cFailure(SELVANE_ERROR_LIMIT, "the call needs " + std::to_string(needed) + " bytes, the limit is " +
+                                                std::to_string(pHandle.fLimit));
+}
+
+sKept& PreviewOf(selvane& pHandle, int pLongest, cRun& pRun)
+{
+    const cPicture& full = *PictureOf(pHandle).fPicture;
+    int width = 0, height = 0;
+    ReducedSize(full.Width(), full.Height(), pLongest, width, height);
+    if (width == full.Width() && height == full.Height()) return PictureOf(pHandle);
+    const int longest = std::max(width, height);
+    for (const sPreview& preview : pHandle.fPreviews)
+        if (preview.fLongest == longest) return *preview.fKept;
+    CheckLimit(pHandle, PictureBytes(width, height, 4) + cKeptRender::BytesFor(width, height));
+    pHandle.fPreviews.reserve(kMostPreviews + 1);
+    auto kept = std::make_unique<sKept>(Reduced(full, width, height, pRun));
+    if (pHandle.fPreviews.size() == kMostPreviews) {
+        if (pHandle.fLatest == &pHandle.fPreviews.front().fKept->fRender) pHandle.fLatest = nullptr;
+        pHandle.fPreviews.erase(pHandle.fPreviews.begin());
+    }
+    pHandle.fPreviews.push_back({longest, std::move(kept)});
+    return *pHandle.fPreviews.back().fKept;
+}
+
+selvane_settings SuggestedSettings(selvane& pHandle, cRun& pRun)
+{
+    if (!pHandle.fSuggestion) pHandle.fSuggestion = Look(pHandle, pRun);
+    return SettingsOf(pHandle.fSuggestion->fLook);
+}
+
+selvane_settings EffectiveSettings(selvane& pHandle, cRun& pRun)
+{
+    if (pHandle.fSettings.automatic == 0) return pHandle.fSettings;
+    return WithOffsets(SuggestedSettings(pHandle, pRun), pHandle.fSettings);
+}
+
+} // namespace SelvaneLib

@@ -1,0 +1,31 @@
+#ifndef SELVANE_LIB_API_SUGGESTION_H
+#define SELVANE_LIB_API_SUGGESTION_H
+
+// The suggestion of a handle's picture, and the settings that follow from it.
+
+#include "api/Handle.h"
+
+namespace SelvaneLib
+{
+
+/// The handle's picture. @throws cFailure without one
+sKept& PictureOf(selvane& pHandle);
+
+/// The reduced picture of a size, made at the first call.
+sKept& PreviewOf(selvane& pHandle, int pLongest, cRun& pRun);
+
+/// The settings that suit the picture, with automatic 0. Looks at the picture at the first call.
+selvane_settings SuggestedSettings(selvane& pHandle, cRun& pRun);
+
+/// The settings that a render uses, with automatic 0.
+selvane_settings EffectiveSettings(selvane& pHandle, cRun& pRun);
+
+/// Refuses if the handle would hold more bytes than its limit. @param pMore bytes beyond what it holds
+void CheckLimit(const selvane& pHandle, int64_t pMore);
+
+/// Bytes that the handle holds or will hold for the pictures that it has.
+int64_t HeldBytes(const selvane& pHandle);
+
+} // namespace SelvaneLib
+
+#endif

@@ -1,0 +1,111 @@
+#ifndef SELVANE_LIB_RENDER_KEPTRENDER_H
+#define SELVANE_LIB_RENDER_KEPTRENDER_H
+
+// A picture with all intermediate results of its render. A change of the settings runs only the steps that depend on it.
+//
+//     step      depends on                                 keeps
+//     measure   the picture                                logarithm of luminance
+//     split     radius, smoothness, wrap                   base layer, measures of both layers
+//     map       compression, adaptation                    new luminance
+//     points    white and black clip, points               black and white point
+//     write     exposure, contrast, saturation, hue        nothing: samples go to the target
+//
+// The steps are the engine's, so the same settings give the bytes of its entry.
+
+#include "picture/Picture.h"
+#include "pool/Run.h"
+#include "render/Luminance.h"
+#include "render/cTmRenderer.h"
+#include "write/TargetWriter.h"
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace SelvaneLib
+{
+
+class cKeptRender
+{
+public:
+    /// Borrows the picture. Allocates the renderer, not the planes.
+    explicit cKeptRender(cPicture& pPicture);
+    cKeptRender(const cKeptRender&) = delete;
+    cKeptRender& operator=(const cKeptRender&) = delete;
+
+    /// Renders into the target. @param pSettings complete, with automatic 0
+    /// @param pOwnGrey a flat picture keeps its luminance, instead of what the engine gives: black
+    void Render(const selvane_settings& pSettings, bool pOwnGrey, const selvane_target& pTarget,
+                const sLayout& pLayout, cRun& pRun);
+
+    /// Computes the logarithm and the base layer.
+    void Split(const selvane_settings& pSettings, cRun& pRun);
+
+    /// Copies a row of a plane. Split has to come first.
+    void CopyPlaneRow(int pPlane, int pRow, float* pTo) const;
+
+    /// Fills the layers, the points and the clipped shares of a report.
+    void Report(selvane_report& pReport) const;
+
+    /// Bytes of the planes of a render, with the grid of the filter at its largest.
+    static int64_t BytesFor(int pWidth, int pHeight);
+
+private:
+    struct sSplitKey
+    {
+        float fRadius, fSmoothness;
+        int fWrap;
+        bool operator==(const sSplitKey&) const = default;
+    };
+    struct sMapKey
+    {
+        float fCompression, fAdaptation;
+        bool operator==(const sMapKey&) const = default;
+    };
+    struct sPointsKey
+    {
+        float fWhiteClip, fBlackClip, fBlack, fWhite;
+        int fKind;
+        bool operator==(const sPointsKey&) const = default;
+    };
+    struct sHueKey
+    {
+        selvane_curve fHue, fSaturation, fLightness;
+    };
+
+    void Allocate();
+    void Measure(cRun& pRun);
+    void MeasureVisibleLayers();
+    void Map(const selvane_settings& pSettings, cRun& pRun);
+    void RemapAll(const Vornik::sRemapping& pRemapping, cRun& pRun);
+    void FindPoints(const selvane_settings& pSettings, cRun& pRun);
+    void MeasurePoints(const selvane_settings& pSettings);
+    void CountClipped(cRun& pRun);
+    void PrepareHues(const selvane_settings& pSettings);
+    const unsigned short* Contrast(const selvane_settings& pSettings, bool pOwnGrey);
+    sFinalPass FinalPass(const selvane_settings& pSettings, bool pOwnGrey, const selvane_target& pTarget);
+    template <class tPlane>
+    std::vector<float> VisibleOf(const tPlane* pPlane) const;
+
+    cPicture& fPicture;
+    std::unique_ptr<Vornik::cTmRenderer> fRenderer; ///< parameters, tables, logarithm and base
+    std::unique_ptr<float[]> fLuminance;            ///< new luminance
+    Vornik::sLuminance fExtremes{.fMin = 0.0f};
+    bool fMeasured = false;
+    bool fFlat = true; ///< a layer has no range: there is no new luminance
+    std::optional<sSplitKey> fSplit;
+    std::optional<sMapKey> fMap;
+    std::optional<sPointsKey> fPoints;
+    std::optional<sMapKey> fContrastKey; ///< compression and contrast
+    const unsigned short* fContrastSamples = nullptr;
+    std::vector<unsigned short> fStraight; ///< a contrast table that changes nothing
+    std::optional<sHueKey> fHues;
+    std::vector<float> fLightness;
+    cTargetTables fTables;
+    float fClippedBlack = 0;
+    float fClippedWhite = 0;
+};
+
+} // namespace SelvaneLib
+
+#endif
