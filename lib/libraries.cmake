@@ -23,7 +23,7 @@ function(selvane_public target name)
     LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib ARCHIVE_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
 endfunction()
 
-add_library(selvane_library SHARED $<TARGET_OBJECTS:selvane_engine> $<TARGET_OBJECTS:selvane_objects>)
+add_library(selvane_library SHARED $<TARGET_OBJECTS:selvane_engine> $<TARGET_OBJECTS:selvane_objects> $<TARGET_OBJECTS:selvane_suggest>)
 selvane_public(selvane_library selvane)
 target_link_libraries(selvane_library PRIVATE Threads::Threads)
 selvane_compile(selvane_library)
@@ -46,7 +46,7 @@ selvane_compile(selvane_hidden)
 # The archive holds one object, in which every other name is local. Templates and inline functions stand in groups, of which the linker
 # of a program keeps one; they are dissolved, or a program's own copy would take the place of ours.
 set(whole ${CMAKE_CURRENT_BINARY_DIR}/selvane.o)
-set(parts $<TARGET_OBJECTS:selvane_engine> $<TARGET_OBJECTS:selvane_objects> $<TARGET_OBJECTS:selvane_hidden>)
+set(parts $<TARGET_OBJECTS:selvane_engine> $<TARGET_OBJECTS:selvane_objects> $<TARGET_OBJECTS:selvane_suggest> $<TARGET_OBJECTS:selvane_hidden>)
 add_custom_command(OUTPUT ${whole} DEPENDS ${parts} COMMAND_EXPAND_LISTS VERBATIM
   COMMAND ${CMAKE_LINKER} -r --force-group-allocation -o ${whole} ${parts}
   COMMAND ${CMAKE_OBJCOPY} --wildcard --keep-global-symbol=selvane_* ${whole})

@@ -13,21 +13,22 @@ namespace
 {
 
 constexpr int kSuggestionSize = 512; // pixels of the longer side
+constexpr float kEngineContrast = 20.0f;
 
 /// Settings of a look, complete.
 selvane_settings SettingsOf(const sLook& pLook)
 {
     selvane_settings settings = DefaultSettings();
     settings.automatic = 0;
-    settings.compression = pLook.fCompression;
-    settings.smoothness = pLook.fSmoothness;
-    settings.adaptation = pLook.fAdaptation;
-    settings.white_clip = pLook.fWhiteClip;
-    settings.black_clip = pLook.fBlackClip;
-    settings.radius = pLook.fRadius;
-    settings.exposure = pLook.fExposure;
-    settings.contrast = pLook.fContrast;
-    settings.saturation = pLook.fSaturation;
+    settings.compression = pLook.compression;
+    settings.smoothness = pLook.smoothness;
+    settings.adaptation = pLook.adaptation;
+    settings.white_clip = pLook.white_clip;
+    settings.black_clip = pLook.black_clip;
+    settings.radius = pLook.radius;
+    settings.exposure = pLook.exposure;
+    settings.contrast = pLook.contrast - kEngineContrast;
+    settings.saturation = pLook.saturation;
     return settings;
 }
 
@@ -74,8 +75,7 @@ sSuggestion Look(selvane& pHandle, cRun& pRun)
                        .fWeight = weights.empty() ? nullptr : weights.data(),
                        .fWidth = picture.Width(),
                        .fHeight = picture.Height(),
-                       .fPercentiles = picture.fStatistics.fPercentiles,
-                       .fLogMean = picture.fStatistics.fLogMean};
+                       .fLevels = picture.fStatistics.fLevels};
     pHandle.fSuggestionPreviews = 0;
     sSuggestion suggestion = Suggest(scene, [&](const sLook& pLook, unsigned char* pRGB) {
         pRun.Poll();

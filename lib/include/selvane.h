@@ -237,6 +237,7 @@ SELVANE_FUNCTION int selvane_effective_settings(selvane* handle, selvane_setting
  * @param text  receives the text with its final zero; may be null if size is 0
  * @param size  bytes of text
  * @param needed  receives the bytes of the whole text with its final zero; may be null
+ *
  * SELVANE_ERROR_ARGUMENT if size is too small; text then holds an empty text. With text null and size 0 the function
  * only tells the size: SELVANE_OK.
  */

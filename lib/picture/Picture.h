@@ -6,6 +6,7 @@
 #include "bitmap/cBitmapXYZ32.h"
 #include "picture/Layout.h"
 #include "pool/Run.h"
+#include "suggest/Levels.h"
 
 #include <cstdint>
 #include <memory>
@@ -26,6 +27,7 @@ struct sStatistics
     float fLogMax = 0;
     float fLogMean = 0;
     float fPercentiles[7] = {};
+    sLevels fLevels;
     bool fFlat = false; ///< all visible pixels have the same luminance
 };
 

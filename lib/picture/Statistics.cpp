@@ -67,6 +67,7 @@ void cLuminanceHistogram::Measure(sStatistics& pStatistics) const
 {
     const int64_t count = Count();
     pStatistics.fVisible = count;
+    pStatistics.fLevels = Levels();
     pStatistics.fFlat = count == 0 || fMin == fMax;
     if (count == 0) return;
     pStatistics.fLogMin = LogAbove(static_cast<double>(fMin));
@@ -86,6 +87,14 @@ void cLuminanceHistogram::Measure(sStatistics& pStatistics) const
     for (float& percentile : pStatistics.fPercentiles)
         percentile = std::clamp(percentile, least, most);
     pStatistics.fLogMean = std::clamp(static_cast<float>(sum / static_cast<double>(count)), least, most);
+}
+
+sLevels cLuminanceHistogram::Levels() const
+{
+    cLevelCount levels;
+    for (size_t bin = 0; bin < kBins; bin++)
+        if (fCounters[bin] > 0) levels.Add(EdgeOf(bin), fCounters[bin]);
+    return levels.Levels();
 }
 
 int64_t TameHotPixels(cPicture& pPicture, cLuminanceHistogram& pHistogram, cRun& pRun)

@@ -36,6 +36,9 @@ public:
     /// Upper end of the bin of the pixel that has pAbove pixels above it.
     float Below(int64_t pAbove) const;
 
+    /// The levels that the suggestion looks at.
+    sLevels Levels() const;
+
     /// Fills the measures of the histogram; leaves the counts of samples.
     void Measure(sStatistics& pStatistics) const;
 

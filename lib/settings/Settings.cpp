@@ -24,7 +24,7 @@ constexpr float kMostLuminance = 1e30f;
 } // namespace
 
 // clang-format off
-const std::array<sSetting, kSettingCount> kSettings = {{
+constinit const std::array<sSetting, kSettingCount> kSettings = {{
     //  key              member               least      most  as offset  offset              words
     {"automatic",      &S::automatic,           0.0f,     1.0f,    0.0f, eOffset::kReplaces, kNoWords,
      "add the sliders to those that suit the picture"},

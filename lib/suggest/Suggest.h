@@ -1,6 +1,10 @@
 #ifndef SELVANE_LIB_SUGGEST_SUGGEST_H
 #define SELVANE_LIB_SUGGEST_SUGGEST_H
 
+// Chooses the settings that a photographer would choose for a scene. docs/suggest.md tells the rule.
+
+#include "suggest/Levels.h"
+
 #include <functional>
 #include <string>
 #include <vector>
@@ -8,37 +12,56 @@
 namespace SelvaneLib
 {
 
-/// The settings that a suggestion decides, as in selvane_settings.
+/// The settings of a render.
 struct sLook
 {
-    float fCompression = 0;
-    float fSmoothness = 0;
-    float fAdaptation = 0;
-    float fWhiteClip = 0;
-    float fBlackClip = 0;
-    float fRadius = 0;
-    float fExposure = 0;
-    float fContrast = 0;
-    float fSaturation = 0;
+    float compression = 30.0f; ///< slider, -100 to 100
+    float smoothness = 0.0f;   ///< slider, -10 to 10
+    float adaptation = 0.0f;   ///< slider, 0 to 100
+    float white_clip = 12.0f;  ///< slider, 0 to 100
+    float black_clip = 0.4f;   ///< slider, per cent
+    float radius = 0.0f;       ///< slider, -10 to 10
+    float exposure = 0.0f;     ///< stops on top of the automatic exposure: white - black is divided by 2 to its power
+    float contrast = 20.0f;    ///< contrast key of the renderer, -100 to 100; the sliders alone use 20
+    float saturation = 0.0f;   ///< per cent more colour; 0 leaves it
 };
 
+/// A scene: a reduced picture and the levels of the full one.
 struct sScene
 {
-    const float* fXYZ;
-    const float* fWeight; ///< one per pixel, or null
-    int fWidth;
-    int fHeight;
-    const float* fPercentiles; ///< log10 luminance of the full picture at 0.1, 1, 25, 50, 75, 99, 99.75 per cent
-    float fLogMean;
+    const float* fXYZ = nullptr;    ///< interleaved X, Y, Z (D50, white at 1), row by row; means over areas of the full
+                                    ///< picture, at most 512 pixels on the longer side. Borrowed
+    const float* fWeight = nullptr; ///< one a pixel; a pixel of weight 0 does not count. Null: all count. Borrowed
+    int fWidth = 0;                 ///< pixels
+    int fHeight = 0;                ///< pixels
+    sLevels fLevels;                ///< of the full picture, without pixels of weight 0
 };
 
-using tRenderPreview = std::function<bool(const sLook&, unsigned char* pRGB8)>;
+/// Renders the scene's reduced picture into width * height * 3 bytes of sRGB, red first, row by row. Returns false to
+/// make Suggest return at once.
+using tRenderPreview = std::function<bool(const sLook& pLook, unsigned char* pRGB8)>;
 
+/// A part of the rule that had a say.
+///
+///     fRule               fValue
+///     "no-light"          1: no pixel counts or no luminance is above 0; the look is the default one
+///     "one-tone"          decades between the levels; too few to tone-map, the look is the default one
+///     "stopped"           previews until the callback returned false; the look is the best of those
+///     "dark-place"        0 to 1: mean luminance far below white
+///     "low-key"           0 to 1: most of the scene lies near its darkest parts
+///     "violet-shadows"    0 to 1: the darkest tenth is violet, as the noise of a sensor is
+///     "high-key"          0 to 1: most of the scene lies near its brightest parts, or nothing is dark
+///     "texture"           decades: local contrast of the scene
+///     "brightness"        mean grey level of the preview, 0 to 255
+///     "contrast"          local contrast of the preview, grey levels
+///     "held-back"         stops: exposure below the automatic one
+///     "burnt"             share of white pixels in the preview
+///     "previews"          how many were looked at
 struct sReason
 {
     std::string fRule;
-    std::string fSentence;
-    double fValue;
+    std::string fSentence; ///< English
+    double fValue = 0.0;
 };
 
 struct sSuggestion
@@ -47,6 +70,8 @@ struct sSuggestion
     std::vector<sReason> fReasons;
 };
 
+/// Looks at a few previews, at most 12, and returns the look of the best. The same scene and the same previews give the
+/// same look. Never throws of itself; what pRender throws passes through.
 sSuggestion Suggest(const sScene& pScene, const tRenderPreview& pRender);
 
 } // namespace SelvaneLib

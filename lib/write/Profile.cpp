@@ -38,7 +38,14 @@ void Add16(tBytes& pTo, unsigned pValue)
 
 void AddSignature(tBytes& pTo, const char* pFour)
 {
-    pTo.insert(pTo.end(), pFour, pFour + 4);
+    for (int i = 0; i < 4; i++)
+        pTo.push_back(static_cast<unsigned char>(pFour[i]));
+}
+
+void Append(tBytes& pTo, const tBytes& pFrom)
+{
+    for (const unsigned char byte : pFrom)
+        pTo.push_back(byte);
 }
 
 /// A signed number of 15 bits before and 16 behind the point.
@@ -177,12 +184,12 @@ tBytes ProfileBytes(int pSpace, bool pLinear)
         AddSignature(table, tag.fName);
         Add32(table, static_cast<uint32_t>(first + data.size()));
         Add32(table, static_cast<uint32_t>(tag.fBytes.size()));
-        data.insert(data.end(), tag.fBytes.begin(), tag.fBytes.end());
+        Append(data, tag.fBytes);
         data.resize((data.size() + 3) / 4 * 4);
     }
     tBytes profile = Header(first + data.size());
-    profile.insert(profile.end(), table.begin(), table.end());
-    profile.insert(profile.end(), data.begin(), data.end());
+    Append(profile, table);
+    Append(profile, data);
     return profile;
 }
 

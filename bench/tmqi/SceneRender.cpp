@@ -1,0 +1,155 @@
+#include "SceneRender.h"
+
+#include "bitmap/cBitmapBGR8.h"
+#include "bitmap/cBitmapXYZ32.h"
+#include "color/cColorSpace.h"
+#include "curve/cHermiteSpline.h"
+#include "render/cTmRenderer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <memory>
+
+using namespace Vornik;
+using namespace SelvaneLib;
+
+namespace SelvaneTmqi
+{
+
+namespace
+{
+
+constexpr int kRequestRender = 1;
+constexpr int kRequestMeasure = 9;
+constexpr int kRequestBoth = 0;
+
+/// A line whose slope differs on the two sides of 0.
+float Slider(float pValue, double pBelow, double pAbove, double pOffset)
+{
+    const double slope = pValue < 0.0f ? pBelow : pAbove;
+    return static_cast<float>(std::fma(slope, static_cast<double>(pValue), pOffset));
+}
+
+void SetLook(cTmRenderer& pRenderer, const sLook& pLook, int pRequest, float pBlack, float pWhite)
+{
+    pRenderer.SetToneMappingParams(
+        Slider(pLook.compression, 0.4, 0.26, pLook.compression < 0.0f ? 40.0 : 47.0),
+        static_cast<float>(0.04 * static_cast<double>(pLook.adaptation)), true, pLook.contrast, true, 0.0f,
+        Slider(pLook.radius, -9.0, -7.0, 100.0), Slider(pLook.smoothness, -10.0, -6.0, 60.0), 0.0f, false, false, false,
+        static_cast<float>(0.05 * static_cast<double>(pLook.white_clip)), pLook.black_clip, pRequest, pBlack, pWhite);
+}
+
+void SetSaturation(cTmRenderer& pRenderer, float pSaturation)
+{
+    const float level = 0.5f + 0.005f * pSaturation;
+    const cHermiteSpline neutral(0.0f, 0.5f, 1.0f, 0.5f), saturation(0.0f, level, 1.0f, level);
+    pRenderer.SetHueCurves(&neutral, &saturation, &neutral);
+}
+
+void FillInput(cBitmapXYZ32& pInput, const sPicture& pPicture)
+{
+    const size_t row = 3 * static_cast<size_t>(pPicture.fWidth);
+    for (int y = 0; y < pPicture.fHeight; y++)
+        std::memcpy(pInput.fData + static_cast<ptrdiff_t>(y) * (pInput.fStride / 4),
+                    pPicture.fXYZ.data() + static_cast<size_t>(y) * row, row * sizeof(float));
+}
+
+tRGB8 RedFirst(const cBitmapBGR8& pPicture)
+{
+    tRGB8 rgb;
+    for (int y = 0; y < pPicture.fHeight; y++) {
+        const unsigned char* row = pPicture.fData + static_cast<ptrdiff_t>(y) * pPicture.fStride;
+        for (ptrdiff_t x = 0; x < pPicture.fWidth; x++)
+            rgb.insert(rgb.end(), {row[3 * x + 2], row[3 * x + 1], row[3 * x]});
+    }
+    return rgb;
+}
+
+/// The mean of a square that begins at a pixel; less of it at the edge.
+void MeanOfSquare(const sPicture& pPicture, int pLeft, int pTop, int pSide, float* pXYZ)
+{
+    double sum[3] = {};
+    double count = 0.0;
+    for (int y = pTop; y < std::min(pTop + pSide, pPicture.fHeight); y++)
+        for (int x = pLeft; x < std::min(pLeft + pSide, pPicture.fWidth); x++, count += 1.0) {
+            const size_t at =
+                3 * (static_cast<size_t>(y) * static_cast<size_t>(pPicture.fWidth) + static_cast<size_t>(x));
+            for (size_t c = 0; c < 3; c++)
+                sum[c] += static_cast<double>(pPicture.fXYZ[at + c]);
+        }
+    for (size_t c = 0; c < 3; c++)
+        pXYZ[c] = static_cast<float>(sum[c] / count);
+}
+
+} // namespace
+
+sPicture FromSRGB(int pWidth, int pHeight, const std::vector<float>& pRGB)
+{
+    const cMatrix33 m = cColorSpace_sRGB().GetToPCSTransform();
+    sPicture picture{pWidth, pHeight, std::vector<float>(pRGB.size())};
+    for (size_t i = 0; i < pRGB.size(); i += 3) {
+        const float r = pRGB[i], g = pRGB[i + 1], b = pRGB[i + 2];
+        picture.fXYZ[i] = m.m00 * r + m.m01 * g + m.m02 * b;
+        picture.fXYZ[i + 1] = m.m10 * r + m.m11 * g + m.m12 * b;
+        picture.fXYZ[i + 2] = m.m20 * r + m.m21 * g + m.m22 * b;
+    }
+    return picture;
+}
+
+sPicture Reduced(const sPicture& pPicture, int pMost)
+{
+    const int side = (std::max(pPicture.fWidth, pPicture.fHeight) + pMost - 1) / pMost;
+    sPicture small{(pPicture.fWidth + side - 1) / side, (pPicture.fHeight + side - 1) / side, {}};
+    small.fXYZ.resize(3 * static_cast<size_t>(small.fWidth) * static_cast<size_t>(small.fHeight));
+    float* to = small.fXYZ.data();
+    for (int y = 0; y < small.fHeight; y++)
+        for (int x = 0; x < small.fWidth; x++, to += 3)
+            MeanOfSquare(pPicture, x * side, y * side, side, to);
+    return small;
+}
+
+sLevels LevelsOf(const sPicture& pPicture)
+{
+    cLevelCount count;
+    for (size_t i = 1; i < pPicture.fXYZ.size(); i += 3)
+        count.Add(pPicture.fXYZ[i]);
+    return count.Levels();
+}
+
+sScene SceneOf(const sPicture& pFull, const sPicture& pReduced)
+{
+    return {pReduced.fXYZ.data(), nullptr, pReduced.fWidth, pReduced.fHeight, LevelsOf(pFull)};
+}
+
+tRGB8 Render(const sPicture& pPicture, const sLook& pLook)
+{
+    cBitmapXYZ32 input(pPicture.fWidth, pPicture.fHeight);
+    FillInput(input, pPicture);
+    cBitmapBGR8 output(pPicture.fWidth, pPicture.fHeight, eColorSpace_sRGB);
+    const auto renderer = std::make_unique<cTmRenderer>();
+    renderer->fLogEnabled = 0;
+    renderer->SetInput(&input);
+    renderer->SetOutput(&output);
+    if (pLook.saturation != 0.0f) SetSaturation(*renderer, pLook.saturation);
+    SetLook(*renderer, pLook, pLook.exposure == 0.0f ? kRequestBoth : kRequestMeasure, 0.0f, 0.0f);
+    renderer->Render();
+    if (pLook.exposure == 0.0f) return RedFirst(output);
+    float black = 0.0f, white = 0.0f;
+    renderer->GetRequestedStats(&black, &white);
+    SetLook(*renderer, pLook, kRequestRender, black, black + (white - black) / std::exp2(pLook.exposure));
+    renderer->Render();
+    return RedFirst(output);
+}
+
+sSuggestion SuggestFor(const sPicture& pPicture, int pMost)
+{
+    const sPicture reduced = Reduced(pPicture, pMost);
+    return Suggest(SceneOf(pPicture, reduced), [&](const sLook& pLook, unsigned char* pRGB8) {
+        const tRGB8 preview = Render(reduced, pLook);
+        std::copy(preview.begin(), preview.end(), pRGB8);
+        return true;
+    });
+}
+
+} // namespace SelvaneTmqi

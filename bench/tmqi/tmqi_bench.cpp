@@ -1,0 +1,291 @@
+// How good do the pictures look, in numbers? Prints the quality of Yeganeh and Wang, scene by scene, of plain gamma, the
+// global operator of Reinhard, all sliders at 0 and the suggestion, and what the suggestion cost.
+//
+//     tmqi_bench [PHOTOGRAPHS [PICTURES]]
+//
+// PHOTOGRAPHS is a folder with the panoramas that scripts/tmqi fetches; without it only the made scenes are shown.
+// PICTURES is a folder that takes the suggested pictures.
+
+#include "MadeScenes.h"
+#include "SceneRender.h"
+#include "StructuralFidelity.h"
+
+#include "PictureReader.h"
+#include "PictureWriter.h"
+#include "suggest/Quality.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <functional>
+
+using namespace SelvaneLib;
+using namespace SelvaneTmqi;
+
+namespace
+{
+
+constexpr int kPreview = 512; // pixels on the longer side
+
+/// A part of a panorama that looks like an ordinary photograph.
+struct sCrop
+{
+    const char* fName;
+    const char* fFile;
+    SelvaneHost::sArea fArea; // width, height, left, top
+};
+
+constexpr sCrop kCrops[] = {
+    {"city tower", "city", {420, 280, 430, 60}},
+    {"city left", "city", {400, 270, 0, 90}},
+    {"city panorama", "city", {1024, 512, 0, 0}},
+    {"courtyard", "courtyard", {640, 330, 330, 120}},
+    {"courtyard dog", "courtyard", {420, 290, 20, 150}},
+    {"courtyard shade", "courtyard", {330, 300, 690, 130}},
+    {"forest", "forest", {560, 330, 0, 100}},
+    {"forest right", "forest", {440, 300, 560, 90}},
+    {"forest sky", "forest", {400, 280, 330, 30}},
+    {"interior", "interior", {560, 330, 320, 110}},
+    {"interior bed", "interior", {400, 300, 600, 110}},
+    {"interior desk", "interior", {360, 300, 60, 120}},
+    {"night", "night", {560, 330, 60, 100}},
+    {"night right", "night", {440, 330, 560, 60}},
+    {"night sky", "night", {420, 260, 300, 0}},
+    {"studio", "studio", {480, 330, 60, 130}},
+    {"studio lamp", "studio", {400, 300, 560, 130}},
+    {"sunrise", "sunrise", {560, 330, 360, 90}},
+    {"sunrise tree", "sunrise", {420, 280, 150, 130}},
+    {"sunrise away", "sunrise", {380, 280, 0, 120}},
+    {"sunset", "sunset", {560, 330, 300, 110}},
+    {"sunset house", "sunset", {360, 270, 660, 170}},
+    {"sunset left", "sunset", {400, 280, 0, 150}},
+};
+
+struct sNamedScene
+{
+    std::string fName;
+    sPicture fPicture;
+};
+
+/// Exponent planes to XYZ.
+sPicture FromPlanes(const SelvaneHost::sPicture& pPlanes)
+{
+    std::vector<float> rgb;
+    const auto width = static_cast<size_t>(pPlanes.fWidth);
+    for (size_t y = 0; y < static_cast<size_t>(pPlanes.fHeight); y++) {
+        const unsigned char* row = pPlanes.fPixels.data() + y * RowBytes(pPlanes);
+        for (size_t x = 0; x < width; x++)
+            for (size_t c = 0; c < 3; c++)
+                rgb.push_back(static_cast<float>(std::ldexp(row[c * width + x], row[3 * width + x] - 136)));
+    }
+    return FromSRGB(pPlanes.fWidth, pPlanes.fHeight, rgb);
+}
+
+void AddPhotographs(const std::filesystem::path& pFolder, std::vector<sNamedScene>& pScenes)
+{
+    for (const sCrop& crop : kCrops) {
+        SelvaneHost::sPicture picture = SelvaneHost::ReadPictureFile(pFolder / (std::string(crop.fFile) + ".exr"));
+        SelvaneHost::Crop(picture, crop.fArea);
+        pScenes.push_back({crop.fName, FromPlanes(picture)});
+    }
+}
+
+void AddMade(std::vector<sNamedScene>& pScenes)
+{
+    pScenes.push_back({"made: night town", NightTown()});
+    pScenes.push_back({"made: snow", Snow()});
+    pScenes.push_back({"made: fog", Fog()});
+    pScenes.push_back({"made: white room", WhiteRoom()});
+    pScenes.push_back({"made: sea sunset", SeaSunset()});
+    pScenes.push_back({"made: sunny hills", SunnyHills()});
+    pScenes.push_back({"made: starry field", StarryField()});
+}
+
+sPlane LuminanceOf(const sPicture& pPicture)
+{
+    sPlane plane{pPicture.fWidth, pPicture.fHeight, {}};
+    for (size_t i = 1; i < pPicture.fXYZ.size(); i += 3)
+        plane.fValues.push_back(static_cast<double>(pPicture.fXYZ[i]));
+    return plane;
+}
+
+sPlane GreyOf(const sPicture& pPicture, const tRGB8& pRGB8)
+{
+    sPlane plane{pPicture.fWidth, pPicture.fHeight, {}};
+    for (size_t i = 0; i < pRGB8.size(); i += 3)
+        plane.fValues.push_back(0.2126 * pRGB8[i] + 0.7152 * pRGB8[i + 1] + 0.0722 * pRGB8[i + 2]);
+    return plane;
+}
+
+/// The quality of a picture of a scene.
+double QualityOf(const cStructuralFidelity& pScene, const sPlane& pGrey)
+{
+    const std::vector<float> levels(pGrey.fValues.begin(), pGrey.fValues.end());
+    const sLight light = MeasureLight(levels.data(), nullptr, pGrey.fWidth, pGrey.fHeight, kFineFrequency);
+    return Quality(pScene.Compare(pGrey).fAll, Naturalness(light.fMean, light.fContrast));
+}
+
+/// A picture whose luminance is a function of the scene's, colours kept; encoded with the sRGB curve.
+tRGB8 Global(const sPicture& pPicture, const std::function<double(double)>& pNewLuminance)
+{
+    constexpr double kToSRGB[3][3] = {
+        {3.1338561, -1.6168667, -0.4906146}, {-0.9787684, 1.9161415, 0.0334540}, {0.0719453, -0.2289914, 1.4052427}};
+    tRGB8 rgb;
+    for (size_t i = 0; i < pPicture.fXYZ.size(); i += 3) {
+        const double luminance = std::max(1e-9, static_cast<double>(pPicture.fXYZ[i + 1]));
+        for (const auto& row : kToSRGB) {
+            double sum = 0.0;
+            for (size_t c = 0; c < 3; c++)
+                sum += row[c] * static_cast<double>(pPicture.fXYZ[i + c]);
+            const double v = std::clamp(sum * pNewLuminance(luminance) / luminance, 0.0, 1.0);
+            const double encoded = v <= 0.0031308 ? 12.92 * v : 1.055 * std::pow(v, 1.0 / 2.4) - 0.055;
+            rgb.push_back(static_cast<unsigned char>(std::lround(255.0 * encoded)));
+        }
+    }
+    return rgb;
+}
+
+double Peak(const sPicture& pPicture)
+{
+    double peak = 0.0;
+    for (size_t i = 1; i < pPicture.fXYZ.size(); i += 3)
+        peak = std::max(peak, static_cast<double>(pPicture.fXYZ[i]));
+    return peak;
+}
+
+tRGB8 PlainGamma(const sPicture& pPicture)
+{
+    const double peak = Peak(pPicture);
+    return Global(pPicture, [peak](double pLuminance) { return pLuminance / peak; });
+}
+
+/// E. Reinhard et al., "Photographic Tone Reproduction for Digital Images", SIGGRAPH 2002, equation 4 with key 0.18.
+tRGB8 Reinhard(const sPicture& pPicture)
+{
+    double sum = 0.0;
+    for (size_t i = 1; i < pPicture.fXYZ.size(); i += 3)
+        sum += std::log(1e-6 + static_cast<double>(pPicture.fXYZ[i]));
+    const double factor = 0.18 / std::exp(sum / (static_cast<double>(pPicture.fXYZ.size()) / 3.0));
+    const double white = factor * Peak(pPicture);
+    return Global(pPicture, [=](double pLuminance) {
+        const double scaled = factor * pLuminance;
+        return scaled * (1.0 + scaled / (white * white)) / (1.0 + scaled);
+    });
+}
+
+sLook AllZero()
+{
+    sLook look;
+    look.compression = look.white_clip = look.black_clip = 0.0f;
+    return look;
+}
+
+sLook Fixed()
+{
+    sLook look;
+    look.compression = 100.0f;
+    look.smoothness = -4.9f;
+    look.adaptation = 2.5f;
+    look.white_clip = 12.5f;
+    look.black_clip = 0.6f;
+    look.radius = -10.0f;
+    return look;
+}
+
+void Write(const sPicture& pPicture, const tRGB8& pRGB8, const std::filesystem::path& pPath)
+{
+    SelvaneHost::sPicture picture;
+    AllocatePixels(picture, pPicture.fWidth, pPicture.fHeight, SelvaneHost::eSamples8);
+    picture.fPixels = pRGB8;
+    WritePicture(picture, Vornik::eColorSpace_sRGB, pPath);
+}
+
+double ReasonValue(const sSuggestion& pSuggestion, const std::string& pRule)
+{
+    for (const sReason& reason : pSuggestion.fReasons)
+        if (reason.fRule == pRule) return reason.fValue;
+    return 0.0;
+}
+
+void PrintLook(const sSuggestion& pSuggestion, double pMilliseconds)
+{
+    const sLook& look = pSuggestion.fLook;
+    std::printf(" | %4.0f %4.0f %5.2f %5.2f %4.0f | %2.0f %5.0f ms |", static_cast<double>(look.compression),
+                static_cast<double>(look.white_clip), static_cast<double>(look.black_clip),
+                static_cast<double>(look.exposure), static_cast<double>(look.contrast),
+                ReasonValue(pSuggestion, "previews"), pMilliseconds);
+    for (const char* rule : {"dark-place", "low-key", "violet-shadows", "high-key", "held-back"})
+        if (ReasonValue(pSuggestion, rule) != 0.0) std::printf(" %s %.2f", rule, ReasonValue(pSuggestion, rule));
+}
+
+/// Sum and least of a column.
+struct sColumn
+{
+    double fSum = 0.0;
+    double fLeast = 1.0;
+    double fCount = 0.0;
+
+    void Add(double pValue)
+    {
+        fSum += pValue;
+        fLeast = std::min(fLeast, pValue);
+        fCount += 1.0;
+    }
+};
+
+void PrintScene(const sNamedScene& pScene, const std::filesystem::path& pPictures, std::vector<sColumn>& pColumns)
+{
+    const sPicture& picture = pScene.fPicture;
+    const cStructuralFidelity fidelity(LuminanceOf(picture));
+    const auto begin = std::chrono::steady_clock::now();
+    const sSuggestion suggestion = SuggestFor(picture, kPreview);
+    const double milliseconds = 1e3 * std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    const tRGB8 suggested = Render(picture, suggestion.fLook);
+    if (!pPictures.empty()) Write(picture, suggested, pPictures / (pScene.fName + ".png"));
+    std::printf("%-20s", pScene.fName.c_str());
+    size_t column = 0;
+    for (const tRGB8& rgb :
+         {PlainGamma(picture), Reinhard(picture), Render(picture, AllZero()), Render(picture, Fixed()), suggested}) {
+        const double quality = QualityOf(fidelity, GreyOf(picture, rgb));
+        pColumns[column++].Add(quality);
+        std::printf("  %.3f", quality);
+    }
+    PrintLook(suggestion, milliseconds);
+    std::printf("\n");
+}
+
+void PrintTable(const std::vector<sNamedScene>& pScenes, const std::filesystem::path& pPictures)
+{
+    std::printf("%-20s  gamma  Reinh  zero   fixed  sugg. | comp wclip bclip exp contr | previews | rule\n", "scene");
+    std::vector<sColumn> columns(5);
+    for (const sNamedScene& scene : pScenes)
+        PrintScene(scene, pPictures, columns);
+    std::printf("%-20s", "mean");
+    for (const sColumn& column : columns)
+        std::printf("  %.3f", column.fSum / column.fCount);
+    std::printf("\n%-20s", "least");
+    for (const sColumn& column : columns)
+        std::printf("  %.3f", column.fLeast);
+    std::printf("\n");
+}
+
+} // namespace
+
+int main(int pCount, char** pWords)
+{
+    try {
+        SelvaneHost::StartPictureLibrary();
+        std::vector<sNamedScene> scenes, made;
+        if (pCount > 1) AddPhotographs(pWords[1], scenes);
+        AddMade(made);
+        const std::filesystem::path pictures = pCount > 2 ? pWords[2] : "";
+        if (!scenes.empty()) PrintTable(scenes, pictures);
+        PrintTable(made, pictures);
+        return 0;
+    } catch (const std::exception& failure) {
+        std::fprintf(stderr, "%s\n", failure.what());
+    }
+    return 1;
+}

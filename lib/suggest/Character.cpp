@@ -1,0 +1,115 @@
+#include "suggest/Character.h"
+
+#include "suggest/Quality.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace SelvaneLib
+{
+
+namespace
+{
+
+constexpr double kDarkestShare = 0.1;   // the pixels whose colour is looked at
+constexpr double kSourceDistance = 0.7; // decades above the median: five times as bright
+
+/// 0 at pFrom and beyond, 1 at pTo and beyond, straight between.
+double Ramp(double pValue, double pFrom, double pTo)
+{
+    return std::clamp((pValue - pFrom) / (pTo - pFrom), 0.0, 1.0);
+}
+
+size_t PixelCount(const sScene& pScene)
+{
+    return static_cast<size_t>(pScene.fWidth) * static_cast<size_t>(pScene.fHeight);
+}
+
+double LuminanceAt(const sScene& pScene, size_t pPixel)
+{
+    return static_cast<double>(pScene.fXYZ[3 * pPixel + 1]);
+}
+
+std::vector<size_t> CountedPixels(const sScene& pScene)
+{
+    std::vector<size_t> pixels;
+    for (size_t i = 0; i < PixelCount(pScene); i++)
+        if (Counts(pScene, i)) pixels.push_back(i);
+    return pixels;
+}
+
+/// Local contrast of log10 luminance between the levels, in decades.
+double Texture(const sScene& pScene)
+{
+    std::vector<float> plane(PixelCount(pScene)), weight(plane.size());
+    for (size_t i = 0; i < plane.size(); i++)
+        if (Counts(pScene, i)) {
+            const double level = std::log10(LuminanceAt(pScene, i));
+            plane[i] = static_cast<float>(std::clamp(level, pScene.fLevels.fLow, pScene.fLevels.fHigh));
+            weight[i] = 1.0f;
+        }
+    return MeasureLight(plane.data(), weight.data(), pScene.fWidth, pScene.fHeight, kFineFrequency).fContrast;
+}
+
+/// XYZ of D50 to linear sRGB (IEC 61966-2-1, adapted by the Bradford matrix).
+std::array<double, 3> ToSRGB(const std::array<double, 3>& pXYZ)
+{
+    const auto [x, y, z] = pXYZ;
+    return {3.1338561 * x - 1.6168667 * y - 0.4906146 * z, -0.9787684 * x + 1.9161415 * y + 0.0334540 * z,
+            0.0719453 * x - 0.2289914 * y + 1.4052427 * z};
+}
+
+/// By how much both red and blue exceed green in the darkest tenth, as a share of green. Surfaces in shade are brown, green
+/// or blue; violet comes from noise, since a sensor's red and blue are amplified more than its green.
+double VioletShare(const sScene& pScene, std::vector<size_t> pPixels)
+{
+    const auto count = static_cast<ptrdiff_t>(std::ceil(kDarkestShare * static_cast<double>(pPixels.size())));
+    std::nth_element(pPixels.begin(), pPixels.begin() + count - 1, pPixels.end(), [&](size_t a, size_t b) {
+        const double left = LuminanceAt(pScene, a), right = LuminanceAt(pScene, b);
+        return left != right ? left < right : a < b;
+    });
+    std::sort(pPixels.begin(), pPixels.begin() + count); // one order of summing
+    std::array<double, 3> sum{};
+    for (ptrdiff_t n = 0; n < count; n++)
+        for (size_t c = 0; c < 3; c++)
+            sum[c] += static_cast<double>(pScene.fXYZ[3 * pPixels[static_cast<size_t>(n)] + c]);
+    const auto [red, green, blue] = ToSRGB(sum);
+    return green > 0.0 ? (std::min(red, blue) - green) / green : 0.0;
+}
+
+double SourceShare(const sScene& pScene, const std::vector<size_t>& pPixels)
+{
+    const double least = std::pow(10.0, pScene.fLevels.fMiddle + kSourceDistance);
+    const auto sources =
+        std::count_if(pPixels.begin(), pPixels.end(), [&](size_t i) { return LuminanceAt(pScene, i) > least; });
+    return static_cast<double>(sources) / static_cast<double>(pPixels.size());
+}
+
+} // namespace
+
+bool Counts(const sScene& pScene, size_t pPixel)
+{
+    const double luminance = LuminanceAt(pScene, pPixel);
+    return (pScene.fWeight == nullptr || pScene.fWeight[pPixel] > 0.0f) && luminance > 0.0 && std::isfinite(luminance);
+}
+
+sCharacter CharacterOf(const sScene& pScene)
+{
+    const sLevels& levels = pScene.fLevels;
+    const std::vector<size_t> pixels = CountedPixels(pScene);
+    const double above = levels.fMean - levels.fLow, range = std::max(levels.fHigh - levels.fLow, 1e-3);
+    const double key = above / range;
+    sCharacter character;
+    character.fDarkPlace = Ramp(levels.fMean, -1.0, -1.6);
+    character.fLowKey = Ramp(key, 0.42, 0.28) * Ramp(above, 0.4, 0.7);
+    character.fVioletShadows = Ramp(VioletShare(pScene, pixels), 0.05, 0.3);
+    character.fNight = std::min(1.0, (character.fDarkPlace + character.fLowKey + character.fVioletShadows) / 1.5);
+    character.fHighKey =
+        std::max(Ramp(key, 0.6, 0.8), Ramp(above, 0.6, 0.3) * (1.0 - character.fDarkPlace)) * (1.0 - character.fNight);
+    character.fTexture = Texture(pScene);
+    character.fSources = SourceShare(pScene, pixels);
+    return character;
+}
+
+} // namespace SelvaneLib

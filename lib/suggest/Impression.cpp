@@ -1,0 +1,147 @@
+#include "suggest/Impression.h"
+
+#include "suggest/Quality.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace SelvaneLib
+{
+
+namespace
+{
+
+constexpr int kWhite = 250; // least sample of a white pixel
+constexpr int kBlack = 6;   // grey level above that of a black pixel
+
+struct sGrey
+{
+    int fWidth;
+    int fHeight;
+    std::vector<float> fLevel;
+    std::vector<float> fWeight; // 0 or 1
+};
+
+bool HasWeight(const sScene& pScene, size_t pPixel)
+{
+    return pScene.fWeight == nullptr || pScene.fWeight[pPixel] > 0.0f;
+}
+
+sGrey GreyOf(const sScene& pScene, const unsigned char* pRGB8)
+{
+    const size_t count = static_cast<size_t>(pScene.fWidth) * static_cast<size_t>(pScene.fHeight);
+    sGrey grey{pScene.fWidth, pScene.fHeight, std::vector<float>(count), std::vector<float>(count)};
+    for (size_t i = 0; i < count; i++) {
+        const unsigned char* rgb = pRGB8 + 3 * i;
+        grey.fLevel[i] = 0.2126f * static_cast<float>(rgb[0]) + 0.7152f * static_cast<float>(rgb[1]) +
+                         0.0722f * static_cast<float>(rgb[2]);
+        grey.fWeight[i] = HasWeight(pScene, i) ? 1.0f : 0.0f;
+    }
+    return grey;
+}
+
+/// Means over 4 x 4 pixels, of those that count. An edge that does not fill a square is left out.
+sGrey Quartered(const sGrey& pGrey)
+{
+    sGrey small{pGrey.fWidth / 4, pGrey.fHeight / 4, {}, {}};
+    for (int y = 0; y < small.fHeight; y++)
+        for (int x = 0; x < small.fWidth; x++) {
+            float sum = 0.0f, weight = 0.0f;
+            for (int n = 0; n < 16; n++) {
+                const size_t at = static_cast<size_t>(4 * y + n / 4) * static_cast<size_t>(pGrey.fWidth) +
+                                  static_cast<size_t>(4 * x + n % 4);
+                sum += pGrey.fWeight[at] * pGrey.fLevel[at];
+                weight += pGrey.fWeight[at];
+            }
+            small.fLevel.push_back(weight > 0.0f ? sum / weight : 0.0f);
+            small.fWeight.push_back(weight > 0.0f ? 1.0f : 0.0f);
+        }
+    return small;
+}
+
+sLight LightOf(const sGrey& pGrey, double pFrequency)
+{
+    return MeasureLight(pGrey.fLevel.data(), pGrey.fWeight.data(), pGrey.fWidth, pGrey.fHeight, pFrequency);
+}
+
+/// Structure on a fine and a coarse scale, by the weights that structural fidelity gives to the scales of more than 4
+/// cycles a degree and to the others.
+double Structure(const sGrey& pGrey, const sLight& pLight)
+{
+    const sGrey small = Quartered(pGrey);
+    const double coarse =
+        small.fWidth > 0 && small.fHeight > 0 ? LightOf(small, kFineFrequency / 4.0).fVisible : pLight.fVisible;
+    return std::pow(pLight.fVisible, 0.3304) * std::pow(coarse, 0.6696);
+}
+
+/// The first grey level such that it and those below hold more than the share.
+double LevelAt(const std::array<double, 256>& pHistogram, double pShare, double pCount)
+{
+    double sum = 0.0;
+    for (size_t level = 0; level < pHistogram.size(); level++) {
+        sum += pHistogram[level];
+        if (sum > pShare * pCount) return static_cast<double>(level);
+    }
+    return 0.0;
+}
+
+void CountEnds(const sScene& pScene, const unsigned char* pRGB8, const sGrey& pGrey, sImpression& pImpression)
+{
+    std::array<double, 256> histogram{};
+    double count = 0.0, burnt = 0.0, blocked = 0.0;
+    for (size_t i = 0; i < pGrey.fLevel.size(); i++) {
+        if (!HasWeight(pScene, i)) continue;
+        const unsigned char* rgb = pRGB8 + 3 * i;
+        const int level = static_cast<int>(pGrey.fLevel[i]);
+        histogram[static_cast<size_t>(level)] += 1.0;
+        count += 1.0;
+        burnt += std::min({rgb[0], rgb[1], rgb[2]}) >= kWhite ? 1.0 : 0.0;
+        blocked += level < kBlack ? 1.0 : 0.0;
+    }
+    if (count == 0.0) return;
+    pImpression.fBurnt = burnt / count;
+    pImpression.fBlocked = blocked / count;
+    pImpression.fShadow = LevelAt(histogram, 0.25, count);
+    pImpression.fHighlight = LevelAt(histogram, 0.98, count);
+}
+
+} // namespace
+
+sImpression ImpressionOf(const sScene& pScene, const unsigned char* pRGB8)
+{
+    const sGrey grey = GreyOf(pScene, pRGB8);
+    const sLight light = LightOf(grey, kFineFrequency);
+    sImpression impression;
+    impression.fMean = light.fMean;
+    impression.fContrast = light.fContrast;
+    impression.fStructure = Structure(grey, light);
+    CountEnds(pScene, pRGB8, grey, impression);
+    return impression;
+}
+
+sAim AimFor(const sCharacter& pCharacter)
+{
+    constexpr double kCommonTexture = 0.15; // decades
+    const double night = pCharacter.fNight, high = pCharacter.fHighKey;
+    const double texture = std::max(pCharacter.fTexture, 1e-3) / kCommonTexture;
+    return {
+        .fMean = kCommonMean - 26.0 * night + 54.0 * high,
+        .fContrast = std::clamp(kCommonContrast * std::pow(texture, 0.2), 10.0, 20.0),
+        .fBurnt = 0.01 + high * std::min(pCharacter.fSources, 0.1),
+        .fShadow = 60.0 * (1.0 - night),
+        .fHighlight = 225.0 - 60.0 * night + 10.0 * high,
+    };
+}
+
+double Score(const sImpression& pImpression, const sAim& pAim)
+{
+    const sImpression& seen = pImpression;
+    const double naturalness =
+        Naturalness(seen.fMean + kCommonMean - pAim.fMean, seen.fContrast * kCommonContrast / pAim.fContrast);
+    return Quality(seen.fStructure, naturalness) - 2.0 * std::max(0.0, seen.fBurnt - pAim.fBurnt) -
+           0.5 * std::max(0.0, seen.fBlocked - 0.03) - 0.0015 * std::max(0.0, pAim.fShadow - seen.fShadow) -
+           0.002 * std::max(0.0, pAim.fHighlight - seen.fHighlight);
+}
+
+} // namespace SelvaneLib

@@ -1,0 +1,3 @@
+selvane_lib_test(api
+  EntryBytes_test.cpp
+)
