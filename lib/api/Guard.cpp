@@ -26,8 +26,8 @@ const char* TextOf(const Vornik::cException& pException)
 /// The engine's exceptions share their strings with copies, so the one that ends here frees them.
 void FreeStrings(Vornik::cException& pException)
 {
-    for (char** string : {&pException.fType, &pException.fDescription, &pException.fFuncSig, &pException.fFile,
-                          &pException.fTimeStamp})
+    for (char** string :
+         {&pException.fType, &pException.fDescription, &pException.fFuncSig, &pException.fFile, &pException.fTimeStamp})
         std::free(std::exchange(*string, nullptr));
 }
 

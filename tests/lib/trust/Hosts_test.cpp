@@ -253,7 +253,8 @@ TEST(LibraryHosts, TheOrderAndTheThreadsOfAnExecutorChangeNoBit)
 {
     cScenario expected;
     ASSERT_EQ(RunAll(expected, 1), SELVANE_OK);
-    for (sExecutor executor : {sExecutor{Ascending, false}, sExecutor{Descending, false}, sExecutor{Descending, true}}) {
+    for (sExecutor executor :
+         {sExecutor{Ascending, false}, sExecutor{Descending, false}, sExecutor{Descending, true}}) {
         cScenario scenario;
         selvane* const handle = selvane_new();
         selvane_set_threads(handle, 5);

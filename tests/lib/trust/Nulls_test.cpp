@@ -120,11 +120,17 @@ const sCase kCases[] = {
     {"selvane_set_progress", 0, eRefused, [](sGood&) { return selvane_set_progress(nullptr, nullptr, nullptr); }},
     {"selvane_set_progress", 1, eAllowed, [](sGood& g) { return selvane_set_progress(g.fHandle, nullptr, &g); }},
     {"selvane_set_progress", 2, eAllowed,
-     [](sGood& g) { return selvane_set_progress(g.fHandle, [](void*, int, float) { return 0; }, nullptr); }},
+     [](sGood& g) {
+         return selvane_set_progress(
+             g.fHandle, [](void*, int, float) { return 0; }, nullptr);
+     }},
     {"selvane_set_log", 0, eRefused, [](sGood&) { return selvane_set_log(nullptr, nullptr, nullptr); }},
     {"selvane_set_log", 1, eAllowed, [](sGood& g) { return selvane_set_log(g.fHandle, nullptr, &g); }},
     {"selvane_set_log", 2, eAllowed,
-     [](sGood& g) { return selvane_set_log(g.fHandle, [](void*, const char*) {}, nullptr); }},
+     [](sGood& g) {
+         return selvane_set_log(
+             g.fHandle, [](void*, const char*) {}, nullptr);
+     }},
     {"selvane_set_executor", 0, eRefused, [](sGood&) { return selvane_set_executor(nullptr, nullptr, nullptr); }},
     {"selvane_set_executor", 1, eAllowed, [](sGood& g) { return selvane_set_executor(g.fHandle, nullptr, &g); }},
     {"selvane_set_executor", 2, eAllowed,
