@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <optional>
@@ -82,6 +83,7 @@ void UseExponents(sPhoto& pPhoto, cBytes& pBytes)
 {
     selvane_picture& record = pPhoto.fRecord;
     record.channels = 0;
+    if (record.transfer > SELVANE_TRANSFER_LINEAR) record.transfer = SELVANE_TRANSFER_DEFAULT;
     const bool bottomUp = pBytes.Flag();
     const ptrdiff_t row = ptrdiff_t{4} * record.width + (pBytes.Flag() ? 3 : 0);
     pPhoto.fPlaces = {bottomUp ? row * (record.height - 1) : 0, bottomUp ? -row : row, 0, 0,
@@ -225,11 +227,19 @@ void CheckStatus(const sProgram& pProgram, int pStatus)
     Check(pStatus == SELVANE_OK || selvane_error(pProgram.fHandle.get())[0] != 0);
 }
 
+/// As Check, with the words of the handle for whoever runs a finding again.
+void CheckCall(const sProgram& pProgram, bool pHolds)
+{
+    if (!pHolds) std::fprintf(stderr, "selvane_error: %s\n", selvane_error(pProgram.fHandle.get()));
+    Check(pHolds);
+}
+
 /// Only a limit or a request to stop may spoil a call that keeps the rules.
 void CheckGood(const sProgram& pProgram, int pStatus)
 {
     CheckStatus(pProgram, pStatus);
-    Check(pStatus == SELVANE_OK || pStatus == SELVANE_ERROR_CANCELLED || pStatus == SELVANE_ERROR_LIMIT);
+    CheckCall(pProgram,
+              pStatus == SELVANE_OK || pStatus == SELVANE_ERROR_CANCELLED || pStatus == SELVANE_ERROR_LIMIT);
 }
 
 void Begin(sProgram& pProgram)
@@ -327,7 +337,7 @@ void SetSettings(cBytes& pBytes, sProgram& pProgram)
     if (!isGood && settings.struct_size > sizeof settings) settings.struct_size = 0; // it would be read that far
     const int status = selvane_set_settings(pProgram.fHandle.get(), &settings);
     CheckStatus(pProgram, status);
-    Check(status == SELVANE_OK || !isGood);
+    CheckCall(pProgram, status == SELVANE_OK || !isGood);
     selvane_settings kept;
     selvane_settings_init(&kept);
     Check(selvane_get_settings(pProgram.fHandle.get(), &kept) == SELVANE_OK);
@@ -506,7 +516,7 @@ void Plane(cBytes& pBytes, sProgram& pProgram)
 void Report(cBytes& pBytes, sProgram& pProgram)
 {
     selvane_report report{};
-    report.struct_size = pBytes.Byte() % 8 == 0 ? pBytes.Byte() : sizeof report;
+    report.struct_size = pBytes.Byte() % 8 == 0 ? pBytes.Byte() % sizeof report : sizeof report;
     const int status = selvane_get_report(pProgram.fHandle.get(), &report);
     CheckStatus(pProgram, status);
     Check(status == SELVANE_OK || report.struct_size != sizeof report);
