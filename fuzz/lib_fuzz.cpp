@@ -238,8 +238,7 @@ void CheckCall(const sProgram& pProgram, bool pHolds)
 void CheckGood(const sProgram& pProgram, int pStatus)
 {
     CheckStatus(pProgram, pStatus);
-    CheckCall(pProgram,
-              pStatus == SELVANE_OK || pStatus == SELVANE_ERROR_CANCELLED || pStatus == SELVANE_ERROR_LIMIT);
+    CheckCall(pProgram, pStatus == SELVANE_OK || pStatus == SELVANE_ERROR_CANCELLED || pStatus == SELVANE_ERROR_LIMIT);
 }
 
 void Begin(sProgram& pProgram)
@@ -274,7 +273,7 @@ selvane_settings Settings(cBytes& pBytes)
 {
     selvane_settings settings;
     selvane_settings_init(&settings);
-    settings.automatic = pBytes.Byte() % 4 == 0;
+    settings.automatic = pBytes.Byte() % 16 == 0; // a suggestion takes as long as dozens of renders
     settings.wrap = pBytes.Byte() % 4 == 0;
     settings.compression = 200.0f * pBytes.Unit() - 100.0f;
     settings.smoothness = 20.0f * pBytes.Unit() - 10.0f;
@@ -542,13 +541,14 @@ void AskConstants(cBytes& pBytes, sProgram& /*pProgram*/)
     Check((selvane_preset_name(index) == nullptr) == (selvane_preset_description(index) == nullptr));
 }
 
+/// Begins anew, with settings that need no suggestion.
 void Restart(cBytes& /*pBytes*/, sProgram& pProgram)
 {
-    pProgram.fHandle.reset(selvane_new());
-    pProgram.fPhoto = nullptr;
-    pProgram.fHost = {};
-    pProgram.fLimit = 0;
-    selvane_get_settings(pProgram.fHandle.get(), &pProgram.fSettings);
+    pProgram = {};
+    selvane_settings_init(&pProgram.fSettings);
+    pProgram.fSettings.automatic = 0;
+    Check(selvane_set_settings(pProgram.fHandle.get(), &pProgram.fSettings) == SELVANE_OK);
+    Check(selvane_set_threads(pProgram.fHandle.get(), pProgram.fThreads) == SELVANE_OK);
 }
 
 using tStep = void (*)(cBytes&, sProgram&);
@@ -563,10 +563,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t pSize)
 {
     cBytes bytes(pData, pSize);
     sProgram programs[2];
-    for (sProgram& program : programs) {
-        selvane_settings_init(&program.fSettings);
-        selvane_set_threads(program.fHandle.get(), 1);
-    }
+    for (sProgram& program : programs)
+        Restart(bytes, program);
     for (int steps = 0; steps < kMostSteps && bytes.Left() > 0; steps++) {
         const uint8_t step = bytes.Byte();
         kSteps[step % std::size(kSteps)](bytes, programs[step >> 7]);
