@@ -126,7 +126,7 @@ float cSampleReader::Ordinary(float pSample) const
     const float sample = pSample <= kMostSample ? pSample : fInstead;
     return fCurve.fKind == eCurve::Linear
                ? sample
-               : static_cast<float>(std::min(Decode(fCurve, static_cast<double>(sample)), double{kMostSample}));
+               : static_cast<float>(std::min(Decode(fCurve, static_cast<double>(sample)), static_cast<double>(kMostSample)));
 }
 
 template <class tSample>
