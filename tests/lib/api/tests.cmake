@@ -1,3 +1,5 @@
 selvane_lib_test(api
   EntryBytes_test.cpp
+  Forms_test.cpp
+  Refusals_test.cpp
 )
