@@ -128,7 +128,7 @@ sAim AimFor(const sCharacter& pCharacter)
     return {
         .fMean = kCommonMean - 26.0 * night + 54.0 * high,
         .fContrast = std::clamp(kCommonContrast * std::pow(texture, 0.2), 10.0, 20.0),
-        .fBurnt = 0.01 + high * std::min(pCharacter.fSources, 0.1),
+        .fBurnt = 0.01 + high * std::min(pCharacter.fSources, 0.1) + night * std::min(pCharacter.fSources, 0.03),
         .fShadow = 60.0 * (1.0 - night),
         .fHighlight = 225.0 - 60.0 * night + 10.0 * high,
     };

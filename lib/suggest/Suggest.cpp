@@ -59,10 +59,11 @@ public:
     {
         const sTrial middle = Walk(fFirst, 3);
         const sTrial least = Walk(With(middle.fLook, kLeastClip, +10.0f), 2);
-        if (least.fScore >= middle.fScore && IsTooBright(least))
+        if (IsTooBright(least))
             HoldBack(least);
         else
             TryMore(middle, least, Walk(With(middle.fLook, kMostClip, -12.0f), 2));
+        Balance();
     }
 
     const sTrial& Best() const { return fBest; }
@@ -102,6 +103,22 @@ private:
         look.compression = std::round(0.5f * (look.compression + other.fLook.compression));
         look.contrast = std::round(0.5f * (look.contrast + other.fLook.contrast));
         Walk(look, 1);
+    }
+
+    /// Where the contrast key is at its end and the contrast is not there yet, compression gives up some brightness for it.
+    void Balance()
+    {
+        const sTrial from = fBest;
+        const double ratio = from.fSeen.fContrast / fAim.fContrast;
+        const bool isTooHard = ratio > 1.1 && from.fLook.contrast == kLeastContrast;
+        const bool isTooSoft = ratio < 0.9 && from.fLook.contrast == kMostContrastKey;
+        if (!isTooHard && !isTooSoft) return;
+        for (const float step : {30.0f, 60.0f}) {
+            sLook look = from.fLook;
+            look.compression = std::clamp(look.compression + (isTooHard ? -step : step / 2.0f), -100.0f, 100.0f);
+            const std::optional<sTrial> trial = Try(look);
+            if (!trial || trial->fScore < fBest.fScore) return;
+        }
     }
 
     /// Up to pSteps previews towards the aim. Returns the best of them.
