@@ -26,7 +26,7 @@ constexpr float kMiddleClip = 12.0f;
 constexpr float kLeastClip = 4.0f;
 constexpr float kMostClip = 36.0f;
 constexpr float kLeastExposure = -1.0f; // stops
-constexpr float kLeastContrast = -25.0f;
+constexpr float kLeastContrast = -35.0f;
 constexpr float kMostContrastKey = 60.0f;
 
 struct sTrial
@@ -102,16 +102,17 @@ private:
         look.white_clip = std::round(std::sqrt(look.white_clip * other.fLook.white_clip));
         look.compression = std::round(0.5f * (look.compression + other.fLook.compression));
         look.contrast = std::round(0.5f * (look.contrast + other.fLook.contrast));
-        Walk(look, 1);
+        Walk(look, 2);
     }
 
     /// Where the contrast key is at its end and the contrast is not there yet, compression gives up some brightness for it.
     void Balance()
     {
+        constexpr float kNearEnd = 15.0f;
         const sTrial from = fBest;
         const double ratio = from.fSeen.fContrast / fAim.fContrast;
-        const bool isTooHard = ratio > 1.1 && from.fLook.contrast == kLeastContrast;
-        const bool isTooSoft = ratio < 0.9 && from.fLook.contrast == kMostContrastKey;
+        const bool isTooHard = ratio > 1.1 && from.fLook.contrast <= kLeastContrast + kNearEnd;
+        const bool isTooSoft = ratio < 0.9 && from.fLook.contrast >= kMostContrastKey - kNearEnd;
         if (!isTooHard && !isTooSoft) return;
         for (const float step : {30.0f, 60.0f}) {
             sLook look = from.fLook;
