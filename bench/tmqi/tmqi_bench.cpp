@@ -216,7 +216,7 @@ void PrintLook(const sSuggestion& pSuggestion, double pMilliseconds)
                 static_cast<double>(look.white_clip), static_cast<double>(look.black_clip),
                 static_cast<double>(look.exposure), static_cast<double>(look.contrast),
                 ReasonValue(pSuggestion, "previews"), pMilliseconds);
-    for (const char* rule : {"dark-place", "low-key", "violet-shadows", "high-key", "held-back"})
+    for (const char* rule : {"dark-place", "low-key", "violet-shadows", "high-key", "held-back", "lifted"})
         if (ReasonValue(pSuggestion, rule) != 0.0) std::printf(" %s %.2f", rule, ReasonValue(pSuggestion, rule));
 }
 
