@@ -12,7 +12,7 @@ using namespace SelvaneLib;
 namespace
 {
 
-constexpr double kBin = 0.0024; // decades, half of it either way and a little more
+constexpr double kBin = 0.0034; // decades: half the widest bin
 
 sLevels LevelsOf(const std::vector<float>& pLuminances)
 {
