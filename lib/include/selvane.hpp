@@ -317,7 +317,6 @@ private:
     static int OnProgress(void* pUser, int pStage, float pShare) noexcept
     {
         sCallbacks& callbacks = *static_cast<sCallbacks*>(pUser);
-        if (callbacks.fThrown) return 1;
         try {
             return callbacks.fProgress(static_cast<selvane_stage>(pStage), pShare) ? 0 : 1;
         } catch (...) {
