@@ -111,6 +111,47 @@ def radiance():
     write("file", "old.hdr", head % b"" + old * 8)
 
 
+def library_picture(sample_format, seed, alpha):
+    """A good picture of 6 x 5 pixels without gaps, top down, in the primaries number seed."""
+    width, height = 6, 5
+    head = bytes([width - 1, height - 1, sample_format - 1, seed % 2, 1, seed % 7, 0, 60, 0 if alpha else 1])
+    if sample_format >= 5:
+        return bytes([0]) + head + bytes([0, 0]) + pixels(4 * width * height, seed) + bytes([1])
+    size = {1: 1, 2: 2, 3: 2, 4: 4}[sample_format]
+    count = width * height * (4 if alpha else 3)
+    if sample_format == 4:
+        samples = b"".join(struct.pack("<f", 0.01 * 1.1 ** (i % 90)) for i in range(count))
+    else:
+        samples = pixels(count * size, seed)
+    return bytes([0]) + head + bytes([1, 1, 1, 1]) + samples + bytes([1])
+
+
+def library_settings(automatic, seed):
+    numbers = bytes([(seed * 37 + i * 50) % 256 for i in range(5)])
+    return bytes([2, 0 if automatic else 1, 1]) + numbers + bytes([0, 0, 128, 0, 1, 1, 1, 1])
+
+
+def library_render(sample_format, space, preview):
+    size = bytes([0, 3]) if preview else bytes([1])
+    dither = bytes([0]) if sample_format == 1 else b""
+    return bytes([4]) + size + bytes([sample_format - 1, 0, 0, space, 1]) + dither + bytes([1, 1, 1, 1, 1, 1])
+
+
+def library_calls():
+    for seed in range(12):
+        picture = library_picture(1 + seed % 6, seed, seed % 2 == 0)
+        other = library_picture(1 + (seed + 3) % 4, seed + 5, False)
+        host = bytes([8, seed % 3, seed % 2, seed % 4, seed % 5, 7, 1])
+        renders = library_render(1 + seed % 4, seed % 5, False) + library_render(1, 0, True) + \
+            library_settings(False, seed + 1) + library_render(2, 3, False)
+        asks = bytes([11, 1, 12, 0, 1, 13, 1, 14, 3, 0, 2, 4])
+        write("lib", f"calls{seed:02}", library_settings(seed % 3 == 0, seed) + picture + host + renders + asks)
+        write("lib", f"again{seed:02}", picture + renders + other + host + library_render(1, 1, False) + bytes([15]))
+    for number, text in enumerate((b"exposure = 0.5\nwrap = true\n", b"hue = [[0.1, 0.6], [0.5, 0.4]]\n",
+                                   b"compression = nan\n", b"unknown = 1\n", b"dramatic")):
+        write("lib", f"text{number}", bytes([10, len(text)]) + text + bytes([0 if text == b"dramatic" else 1]))
+
+
 def attribute(name, kind, data):
     return name + b"\0" + kind + b"\0" + struct.pack("<I", len(data)) + data
 
@@ -163,5 +204,6 @@ if __name__ == "__main__":
     spaces()
     filters()
     files()
+    library_calls()
     if len(sys.argv) > 1:
         written_files(sys.argv[1])

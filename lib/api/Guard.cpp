@@ -3,8 +3,10 @@
 #include "api/Handle.h"
 #include "bitmap/cException.h"
 
+#include <cstdlib>
 #include <memory>
 #include <new>
+#include <utility>
 
 namespace SelvaneLib
 {
@@ -19,6 +21,23 @@ const char* TextOf(const Vornik::cException& pException)
 {
     const char* text = pException.GetMessage();
     return text != nullptr ? text : "the engine failed";
+}
+
+/// The engine's exceptions share their strings with copies, so the one that ends here frees them.
+void FreeStrings(Vornik::cException& pException)
+{
+    for (char** string :
+         {&pException.fType, &pException.fDescription, &pException.fFuncSig, &pException.fFile, &pException.fTimeStamp})
+        std::free(std::exchange(*string, nullptr));
+}
+
+int FailedByEngine(const selvane* pHandle, Vornik::cException& pException) noexcept
+{
+    const bool noMemory = dynamic_cast<Vornik::cOutOfMemoryException*>(&pException) != nullptr;
+    const int status = noMemory ? Failed(pHandle, SELVANE_ERROR_MEMORY, kNoMemory)
+                                : Failed(pHandle, SELVANE_ERROR_INTERNAL, TextOf(pException));
+    FreeStrings(pException);
+    return status;
 }
 
 } // namespace
@@ -37,13 +56,11 @@ int FailedByException(const selvane* pHandle) noexcept
         return Failed(pHandle, failure.Status(), failure.what());
     } catch (const std::bad_alloc&) {
         return Failed(pHandle, SELVANE_ERROR_MEMORY, kNoMemory);
-    } catch (const Vornik::cOutOfMemoryException&) {
-        return Failed(pHandle, SELVANE_ERROR_MEMORY, kNoMemory);
-    } catch (const Vornik::cException& exception) {
-        return Failed(pHandle, SELVANE_ERROR_INTERNAL, TextOf(exception));
+    } catch (Vornik::cException& exception) {
+        return FailedByEngine(pHandle, exception);
     } catch (Vornik::cException* exception) {
         const std::unique_ptr<Vornik::cException> owner(exception);
-        return Failed(pHandle, SELVANE_ERROR_INTERNAL, TextOf(*exception));
+        return FailedByEngine(pHandle, *exception);
     } catch (const std::exception& exception) {
         return Failed(pHandle, SELVANE_ERROR_INTERNAL, exception.what());
     } catch (...) {

@@ -25,9 +25,9 @@ TEST_F(Command, VersionAndHelpGoToStandardOutput)
     EXPECT_EQ(version.fOut, "selvane " SELVANE_VERSION "\n");
     const sRun help = Selvane({"--help"});
     ExpectQuietSuccess(help);
-    for (const char* word : {"tonemap", "--exact", "stats", "equalize"})
+    for (const char* word : {"tonemap", "stats", "equalize"})
         EXPECT_THAT(help.fOut, HasSubstr(word));
-    const sRun tonemap = Selvane({"tonemap", "--exact", "--help"});
+    const sRun tonemap = Selvane({"tonemap", "--help"});
     ExpectQuietSuccess(tonemap);
     for (const char* word : {"--wrap", "--color-space", "--depth", "--threads", "--output", "--crop", "--force"})
         EXPECT_THAT(tonemap.fOut, HasSubstr(word));
@@ -35,7 +35,7 @@ TEST_F(Command, VersionAndHelpGoToStandardOutput)
 
 TEST_F(Command, TonemapAndStatsOfferEverySlider)
 {
-    for (const char* subcommand : {"tonemap", "--exact", "stats"}) {
+    for (const char* subcommand : {"tonemap", "stats"}) {
         const std::string help = Selvane({subcommand, "--help"}).fOut;
         for (const SelvaneHost::sSlider& slider : SelvaneHost::kSliders) {
             EXPECT_THAT(help, HasSubstr(std::string(slider.fOption) + " FLOAT")) << subcommand;

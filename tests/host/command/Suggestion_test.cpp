@@ -126,7 +126,7 @@ TEST_F(Command, ALookThatMakesNoSenseHasStatusTwo)
         {{"--exact", "--preset", "soft"}, "--exact"},
         {{"--exact", "--suggest"}, "--exact"},
         {{"--exposure", "21"}, "--exposure"},
-        {{"--contrast", "nan"}, "--contrast"},
+        {{"--contrast", "nan"}, "contrast"},
         {{"--compression", "101"}, "compression"},
         {{"--exposure", "1", "--white-point", "1", "--black-point", "0"}, "--white-point"},
     };

@@ -22,7 +22,7 @@ namespace
 {
 
 std::atomic<int> gTiles{0};
-std::atomic<int> gStrangers{0};    // calls of this program's DivideWork from a thread that did not call the entry
+std::atomic<int> gStrangers{0}; // calls of this program's DivideWork from a thread that did not call the entry
 thread_local bool tInEntry = false;
 
 /// A picture of three decades, and the bytes that the entry makes of it.
@@ -123,9 +123,10 @@ TEST(Neighbours, ThreeCopiesRenderAtOnceAndGiveTheirOwnBytes)
     gTiles = 0;
     gStrangers = 0;
     std::atomic<int> wrong[3] = {};
-    std::thread threads[] = {Repeat(wrong[0], scenes[0], ByTheEntry),
-                             Repeat(wrong[1], scenes[1], [&](const sScene& pScene) { return shared.Develop(pScene); }),
-                             Repeat(wrong[2], scenes[2], [&](const sScene& pScene) { return holding.Develop(pScene); })};
+    std::thread threads[] = {
+        Repeat(wrong[0], scenes[0], ByTheEntry),
+        Repeat(wrong[1], scenes[1], [&](const sScene& pScene) { return shared.Develop(pScene); }),
+        Repeat(wrong[2], scenes[2], [&](const sScene& pScene) { return holding.Develop(pScene); })};
     for (std::thread& thread : threads)
         thread.join();
     EXPECT_EQ(wrong[0], 0) << "Selvane.so.1";
@@ -175,12 +176,13 @@ INSTANTIATE_TEST_SUITE_P(Plugins, Closing, testing::Values(SELVANE_PLUGIN_SHARED
 
 } // namespace
 
-extern "C" __attribute__((visibility("default"))) void DivideWork(int start, int end, int /*threads*/, void* (*fn)(void*),
-                                                                  void* record, size_t recordSize)
+extern "C" __attribute__((visibility("default"))) void DivideWork(int start, int end, int /*threads*/,
+                                                                  void* (*fn)(void*), void* record, size_t recordSize)
 {
     gTiles++;
     if (!tInEntry) gStrangers++;
-    std::vector<unsigned char> copy(static_cast<unsigned char*>(record), static_cast<unsigned char*>(record) + recordSize);
+    std::vector<unsigned char> copy(static_cast<unsigned char*>(record),
+                                    static_cast<unsigned char*>(record) + recordSize);
     const TileRecord tile{0, 0, start, end};
     std::memcpy(copy.data(), &tile, sizeof tile);
     fn(copy.data());
