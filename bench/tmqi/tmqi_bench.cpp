@@ -20,11 +20,13 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iterator>
 #include <stdexcept>
+#include <unistd.h>
 
 using namespace SelvaneLib;
 using namespace SelvaneTmqi;
@@ -330,6 +332,13 @@ void PrintTable(const std::vector<sNamedScene>& pScenes, const std::vector<sName
     std::printf("\n\n");
 }
 
+/// Keeps the library's lines about freed memory from the terminal.
+void SilenceStderr()
+{
+    const int nothing = open("/dev/null", O_WRONLY);
+    if (nothing >= 0) dup2(nothing, STDERR_FILENO);
+}
+
 } // namespace
 
 int main(int pCount, char** pWords)
@@ -341,6 +350,7 @@ int main(int pCount, char** pWords)
         std::vector<sNamedScene> photographs, made;
         if (pCount > 1) AddPhotographs(pWords[1], photographs);
         AddMade(made);
+        SilenceStderr();
         if (!photographs.empty()) PrintTable(photographs, presets, pictures);
         PrintTable(made, presets, pictures);
         return 0;

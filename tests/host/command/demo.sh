@@ -26,12 +26,12 @@ stand_in "$scratch/tree/build/demo/bin/selvane-scene" <<<'echo scene >>"$log"'
 export PATH=$scratch/bin:$PATH
 
 photographs=$scratch/pictures/photographs
-names=(courtyard.exr interior.exr forest.exr)
+names=(courtyard.exr interior.exr forest.exr city.exr night.exr studio.exr sunrise.exr sunset.exr)
 
-# photographs FOLDER TEXT...: makes three files with these texts.
+# photographs FOLDER: a file of bytes of its own for each name.
 photographs() {
   mkdir -p "$1"
-  for i in 0 1 2; do echo "${@:2+i:1}" >"$1/${names[i]}"; done
+  for name in "${names[@]}"; do echo "bytes of $name" >"$1/$name"; done
 }
 
 # run: runs the demo with an empty log. Afterwards $words holds its output and $log its calls.
@@ -58,7 +58,7 @@ made_the_scene && grep -q 'No photographs could be fetched' <<<"$words" || fail 
 
 # The package holds other bytes than the list.
 inside=usr/share/blender/datafiles/studiolights/world
-photographs "$scratch/root/$inside" a b c
+photographs "$scratch/root/$inside"
 tar -C "$scratch/root" -cf "$package" "./$inside"
 run
 made_the_scene && grep -q 'not those that this script knows' <<<"$words" || fail "unknown bytes in the package"
@@ -72,11 +72,11 @@ made_the_scene && grep -q 'not those that this script knows' <<<"$words" || fail
 (cd "$scratch/root/$inside" && sha256sum "${names[@]}") >"$scratch/tree/scripts/photographs.sha256"
 run
 developed_the_photographs || fail "known bytes of an earlier run"
-for i in 0 1 2; do
-  photographs "$photographs" a b c
-  echo changed >"$photographs/${names[i]}"
+for name in "${names[@]}"; do
+  photographs "$photographs"
+  echo changed >"$photographs/$name"
   run
-  made_the_scene || fail "one photograph changed: ${names[i]}"
+  made_the_scene || fail "one photograph changed: $name"
 done
 rm -r "$photographs"
 tar -C "$scratch/root" -cf "$package" "./$inside"
