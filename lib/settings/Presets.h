@@ -22,7 +22,8 @@ inline constexpr size_t kPresetCount = 7;
 extern const std::array<sPreset, kPresetCount> kPresets;
 
 /// Returns the folder of the user's own presets: $XDG_CONFIG_HOME/selvane/presets, else ~/.config/selvane/presets. As the
-/// base directory standard of freedesktop.org has it, a path that does not begin at the root counts for nothing. "" without a home.
+/// base directory standard of freedesktop.org has it, a path that does not begin at the root counts for nothing. ""
+/// without a home.
 std::string UserPresets();
 
 /// Reads a preset.
