@@ -62,8 +62,8 @@ function addText(line) {
 
 BEGIN {
   print ".\\\" Made from selvane.h."
+  print ".nr HY 0" # a name that is cut is hard to search for
   print ".TH SELVANE 3 \"\" \"libselvane " version "\" \"Library Functions\""
-  print ".nh"
   print ".ad l"
   print ".SH NAME"
   print "selvane \\- library that makes pictures of high dynamic range fit for display"
@@ -96,6 +96,13 @@ comment { addText($0); if (/\*\/$/) comment = 0; next }
 
 END {
   flush()
+  print ".SH FILES"
+  print ".TP"
+  print "share/selvane/presets/*.toml"
+  print "The presets of the library, to copy and to change. The library has its own copies inside."
+  print ".TP"
+  print "~/.config/selvane/presets/*.toml"
+  print "The user\\(aqs own presets."
   print ".SH ENVIRONMENT"
   print ".TP"
   print "XDG_CONFIG_HOME, HOME"

@@ -18,8 +18,10 @@ void GiveText(const std::string& pText, char* pTo, size_t pSize, size_t* pNeeded
 {
     const size_t bytes = pText.size() + 1;
     if (pNeeded != nullptr) *pNeeded = bytes;
-    if (pTo == nullptr && pSize == 0 && pNeeded != nullptr) return; // asked for the size alone
-    Require(pTo != nullptr || pSize == 0, "the memory for the text is null");
+    if (pTo == nullptr) {
+        Require(pSize == 0 && pNeeded != nullptr, "the memory for the text is null");
+        return; // asked for the size alone
+    }
     Require(pSize >= bytes, "the memory for the text is too small");
     std::memcpy(pTo, pText.c_str(), bytes);
 }

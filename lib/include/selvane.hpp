@@ -1,8 +1,8 @@
 #ifndef SELVANE_HPP
 #define SELVANE_HPP
 
-// libselvane for C++17: the functions of selvane.h with a handle that frees itself, exceptions, vectors and lambdas. All
-// of it stands in this header; programs link the C library alone.
+// libselvane for C++17: the functions of selvane.h with a handle that frees itself, exceptions, vectors and lambdas.
+// All of it stands in this header; programs link the C library alone.
 //
 //     Selvane::cToneMapper mapper;
 //     mapper.SetPicture(Selvane::Picture(floats, width, height));
@@ -147,7 +147,8 @@ inline uint64_t EstimateMemory(const selvane_picture& pPicture)
     return bytes;
 }
 
-/// A handle that frees itself. It can be moved, but not copied; one that was moved from can only be assigned or deleted.
+/// A handle that frees itself. It can be moved, but not copied; one that was moved from can only be assigned or
+/// deleted.
 ///
 /// Failures throw cError. What a callback throws ends the call, and comes out of it as it was thrown; an executor must
 /// not throw.
@@ -317,7 +318,6 @@ private:
     static int OnProgress(void* pUser, int pStage, float pShare) noexcept
     {
         sCallbacks& callbacks = *static_cast<sCallbacks*>(pUser);
-        if (callbacks.fThrown) return 1;
         try {
             return callbacks.fProgress(static_cast<selvane_stage>(pStage), pShare) ? 0 : 1;
         } catch (...) {

@@ -21,14 +21,15 @@ struct sPreset
 inline constexpr size_t kPresetCount = 7;
 extern const std::array<sPreset, kPresetCount> kPresets;
 
-/// Returns the folder of the user's own presets: $XDG_CONFIG_HOME/selvane/presets, else ~/.config/selvane/presets. As the
-/// base directory standard of freedesktop.org has it, a path that does not begin at the root counts for nothing. "" without a home.
+/// Returns the folder of the user's own presets: $XDG_CONFIG_HOME/selvane/presets, else ~/.config/selvane/presets. As
+/// the base directory standard of freedesktop.org has it, a path that does not begin at the root counts for nothing. ""
+/// without a home.
 std::string UserPresets();
 
 /// Reads a preset.
 /// @param pFolder folder of the user's own, which come first; may be ""
-/// @throws cFailure with SELVANE_ERROR_ARGUMENT for a name that no preset has or that leads out of the folder, and for a
-///         file that cannot be read; with SELVANE_ERROR_TEXT for a text that cannot be read
+/// @throws cFailure with SELVANE_ERROR_ARGUMENT for a name that no preset has or that leads out of the folder, and for
+///         a file that cannot be read; with SELVANE_ERROR_TEXT for a text that cannot be read
 selvane_settings Preset(const std::string& pName, const std::string& pFolder);
 
 /// Returns the description of a preset of the library, which lives as long as the library; null behind the last.

@@ -5,7 +5,8 @@
 #include "settings/Settings.h"
 
 #include <algorithm>
-#include <cstring>
+#include <bit>
+#include <cstdint>
 #include <optional>
 
 // Arrays in arrays in a curve, and no more: each level is read on the stack of the one around it.
@@ -31,7 +32,7 @@ constexpr std::string_view kDescription = "description";
 /// Whether a number is the other one to the bit: -0 is not 0.
 bool Same(float pA, float pB)
 {
-    return std::memcmp(&pA, &pB, sizeof(pA)) == 0;
+    return std::bit_cast<uint32_t>(pA) == std::bit_cast<uint32_t>(pB);
 }
 
 std::string CurveText(const selvane_curve& pCurve)
@@ -191,7 +192,7 @@ std::string DescriptionOf(const toml::node& pNode)
 
 const sSetting* SettingOf(std::string_view pKey)
 {
-    const auto found =
+    const auto* const found =
         std::find_if(kSettings.begin(), kSettings.end(), [&](const sSetting& s) { return s.fKey == pKey; });
     return found == kSettings.end() ? nullptr : found;
 }
