@@ -1,150 +1,115 @@
-// What does each stage of a kept renderer cost, and a render with new curves? Prints nanoseconds a pixel and gigabytes of
-// the picture's own data a second, and what a copy of as many bytes takes in the same run.
-//
-// A kept renderer leaves every field that a host may look at, so its stages write more than those of the entry. All
-// memory is warm: each stage has run before.
+// What does a change cost that a kept renderer answers: new curves, new points, new parameters? The memory is warm.
 
-#include "Report.h"
+#include "Kept.h"
+#include "Measure.h"
 #include "Scene.h"
 
-#include "bitmap/cBitmapBGR8.h"
-#include "bitmap/cBitmapXYZ32.h"
-#include "color/cColorSpace.h"
-#include "curve/cHermiteSpline.h"
-#include "equalizer/cColorEqRenderer.h"
-#include "render/cTmRenderer.h"
-
-#include <benchmark/benchmark.h>
-
 #include <cstring>
-#include <memory>
+#include <string>
+
+namespace SelvaneBench
+{
 
 namespace
 {
 
 using namespace Vornik;
-using namespace SelvaneBench;
 
-constexpr int kHeightPerWidth3 = 2; // thirds of the width
-
-struct sKept
+sKept& KeptOf(const sSize& pSize)
 {
-    cBitmapXYZ32 fInput;
+    static cLatest<sSize, sKept> latest;
+    return latest.Get(pSize, [&] { return std::make_unique<sKept>(pSize); });
+}
+
+/// An equalizer with its pictures, rendered once. Its input is a rendered scene.
+struct sKeptEqualizer
+{
+    cBitmapBGR8 fInput;
     cBitmapBGR8 fOutput;
-    std::unique_ptr<cTmRenderer> fRenderer = std::make_unique<cTmRenderer>();
+    std::unique_ptr<cColorEqRenderer> fEqualizer = std::make_unique<cColorEqRenderer>();
 
-    sKept(int pWidth, int pHeight) : fInput(pWidth, pHeight), fOutput(pWidth, pHeight, eColorSpace_sRGB)
+    explicit sKeptEqualizer(const sSize& pSize)
+        : fInput(pSize.fWidth, pSize.fHeight, eColorSpace_sRGB), fOutput(pSize.fWidth, pSize.fHeight, eColorSpace_sRGB)
     {
-        FillXYZ(fInput);
-        fRenderer->SetInput(&fInput);
-        fRenderer->SetOutput(&fOutput);
-        fRenderer->fLogEnabled = 0;
-        fRenderer->SetToneMappingParams(47.0f, 0.0f, true, 20.0f, true, 0.0f, 100.0f, 60.0f, 0.0f, false, false, false,
-                                        2.0f, 0.1f, 0, 0.0f, 0.0f);
-        fRenderer->Render();
+        const sKept kept(pSize);
+        std::memcpy(fInput.fData, kept.fOutput.fData,
+                    static_cast<size_t>(fInput.fStride) * static_cast<size_t>(pSize.fHeight));
+        fEqualizer->SetInput(&fInput);
+        fEqualizer->SetOutput(&fOutput);
+        fEqualizer->Render();
     }
 };
 
-enum eStage
+sKeptEqualizer& KeptEqualizerOf(const sSize& pSize)
 {
-    ePrepare,
-    ePhase1,
-    ePhase2,
-    eFinal,
-    eWhole
-};
-
-void Mark(cTmRenderer& pRenderer, eStage pStage)
-{
-    pRenderer.fPrepareNeeded = pStage == ePrepare || pStage == eWhole;
-    pRenderer.fPhase1Needed = pStage == ePhase1 || pStage == eWhole;
-    pRenderer.fPhase2Needed = pStage == ePhase2 || pStage == eWhole;
-    pRenderer.fFinalNeeded = pStage == eFinal || pStage == eWhole;
+    static cLatest<sSize, sKeptEqualizer> latest;
+    return latest.Get(pSize, [&] { return std::make_unique<sKeptEqualizer>(pSize); });
 }
 
-/// Bytes a pixel that a stage reads and writes in the end: planes of floats, records of 14 bytes, pixels of 12 and 3.
-double BytesOf(eStage pStage)
+/// Saturation by a new curve; hue and lightness stay neutral.
+template <class tRenderer>
+void SetNewSaturation(tRenderer& pRenderer, cNewCurve& pCurve)
 {
-    constexpr double kBytes[] = {12 + 14 + 12 + 4, 4 + 4 + 8 + 4, 8 + 14 + 14, 14 + 3, 0};
-    return pStage == eWhole ? kBytes[0] + kBytes[1] + kBytes[2] + kBytes[3] : kBytes[pStage];
+    static const cHermiteSpline neutral(0.0f, 0.5f, 1.0f, 0.5f);
+    pRenderer.SetHueCurves(&neutral, &pCurve.Next(), &neutral);
+    pRenderer.Render();
 }
 
-void Stage(benchmark::State& pState, eStage pStage)
+constexpr double kDecodeBytes = 14 + 3;                      // a record of the compact picture, a pixel
+constexpr double kLuminanceBytes = 8 + 14 + 14;              // two layers, the record read and written
+constexpr double kAllBytes = 42 + 20 + kLuminanceBytes + 17; // all stages, see class_stages_bench
+constexpr double kEqualizerBytes = 10 + 3;                   // a record of the equalizer, a pixel
+constexpr double kEqualizerAllBytes = 3 + 10 + kEqualizerBytes;
+
+void AddRenders(const sSize& pSize)
 {
-    const auto width = static_cast<int>(pState.range(0));
-    const int height = width * kHeightPerWidth3 / 3;
-    sKept kept(width, height);
-    kept.fRenderer->fNbProc = static_cast<int>(pState.range(1));
-    for (auto _ : pState) {
-        Mark(*kept.fRenderer, pStage);
-        kept.fRenderer->Render();
-    }
-    Report(pState, static_cast<double>(width) * height, BytesOf(pStage));
+    const std::string size = std::string("/") + pSize.fName;
+    Add("render" + size + "/newHueCurve", [=](benchmark::State& pState) {
+        cTmRenderer& renderer = *KeptOf(pSize).fRenderer;
+        cNewCurve curve;
+        Measure(pState, {pSize.Pixels(), kDecodeBytes}, [&] { SetNewSaturation(renderer, curve); });
+    });
+    Add("render" + size + "/newPoints", [=](benchmark::State& pState) {
+        cTmRenderer& renderer = *KeptOf(pSize).fRenderer;
+        Measure(pState, {pSize.Pixels(), kLuminanceBytes + kDecodeBytes}, [&] {
+            renderer.ToneMapPhase2Needed();
+            renderer.Render();
+        });
+    });
+    Add("render" + size + "/newParameters", [=](benchmark::State& pState) {
+        cTmRenderer& renderer = *KeptOf(pSize).fRenderer;
+        Measure(pState, {pSize.Pixels(), kAllBytes}, [&] {
+            SetMiddleParams(renderer);
+            renderer.Render();
+        });
+    });
 }
 
-BENCHMARK_CAPTURE(Stage, Preparation, ePrepare)
-    ->ArgsProduct({{240, 3000, 6000}, {1, 2}})
-    ->Unit(benchmark::kMillisecond)
-    ->UseRealTime();
-BENCHMARK_CAPTURE(Stage, Phase1, ePhase1)
-    ->ArgsProduct({{240, 3000, 6000}, {1, 2}})
-    ->Unit(benchmark::kMillisecond)
-    ->UseRealTime();
-BENCHMARK_CAPTURE(Stage, Phase2, ePhase2)
-    ->ArgsProduct({{240, 3000, 6000}, {1}})
-    ->Unit(benchmark::kMillisecond)
-    ->UseRealTime();
-BENCHMARK_CAPTURE(Stage, Final, eFinal)
-    ->ArgsProduct({{240, 3000, 6000}, {1}})
-    ->Unit(benchmark::kMillisecond)
-    ->UseRealTime();
-BENCHMARK_CAPTURE(Stage, Whole, eWhole)
-    ->ArgsProduct({{240, 3000, 6000}, {1, 2}})
-    ->Unit(benchmark::kMillisecond)
-    ->UseRealTime();
-
-/// A saturation that alternates, so that each render has a new curve.
-void NewHueCurves(benchmark::State& pState)
+void AddEqualizer(const sSize& pSize)
 {
-    const auto width = static_cast<int>(pState.range(0));
-    const int height = width * kHeightPerWidth3 / 3;
-    sKept kept(width, height);
-    const cHermiteSpline neutral(0.0f, 0.5f, 1.0f, 0.5f);
-    const cHermiteSpline curves[] = {{0.0f, 0.4f, 1.0f, 0.6f}, {0.0f, 0.6f, 1.0f, 0.4f}};
-    int turn = 0;
-    for (auto _ : pState) {
-        kept.fRenderer->SetHueCurves(&neutral, &curves[turn], &neutral);
-        turn ^= 1;
-        kept.fRenderer->Render();
-    }
-    Report(pState, static_cast<double>(width) * height, BytesOf(eFinal));
+    const std::string size = std::string("/") + pSize.fName;
+    Add("equalizer" + size + "/newCurve", [=](benchmark::State& pState) {
+        cColorEqRenderer& equalizer = *KeptEqualizerOf(pSize).fEqualizer;
+        cNewCurve curve;
+        Measure(pState, {pSize.Pixels(), kEqualizerBytes}, [&] { SetNewSaturation(equalizer, curve); });
+    });
+    Add("equalizer" + size + "/newPicture", [=](benchmark::State& pState) {
+        cColorEqRenderer& equalizer = *KeptEqualizerOf(pSize).fEqualizer;
+        Measure(pState, {pSize.Pixels(), kEqualizerAllBytes}, [&] {
+            equalizer.AllRenderingNeeded();
+            equalizer.Render();
+        });
+    });
 }
-BENCHMARK(NewHueCurves)->Arg(240)->Arg(3000)->Arg(6000)->Unit(benchmark::kMillisecond)->UseRealTime();
-
-void EqualizerNewCurve(benchmark::State& pState)
-{
-    const auto width = static_cast<int>(pState.range(0));
-    const int height = width * kHeightPerWidth3 / 3;
-    const sKept kept(width, height);
-    cBitmapBGR8 input(width, height, eColorSpace_sRGB);
-    std::memcpy(input.fData, kept.fOutput.fData, static_cast<size_t>(input.fStride) * static_cast<size_t>(height));
-    cBitmapBGR8 output(width, height, eColorSpace_sRGB);
-    const auto equalizer = std::make_unique<cColorEqRenderer>();
-    equalizer->SetInput(&input);
-    equalizer->SetOutput(&output);
-    equalizer->Render();
-    const cHermiteSpline neutral(0.0f, 0.5f, 1.0f, 0.5f);
-    const cHermiteSpline curves[] = {{0.0f, 0.4f, 1.0f, 0.6f}, {0.0f, 0.6f, 1.0f, 0.4f}};
-    int turn = 0;
-    for (auto _ : pState) {
-        equalizer->SetHueCurves(&neutral, &curves[turn], &neutral);
-        turn ^= 1;
-        equalizer->Render();
-    }
-    Report(pState, static_cast<double>(width) * height, 10 + 3);
-}
-BENCHMARK(EqualizerNewCurve)->Arg(240)->Arg(3000)->Arg(6000)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 } // namespace
 
-BENCHMARK_MAIN();
+void AddCases()
+{
+    for (const sSize& size : {k64x64, k6MP, k24MP})
+        AddRenders(size);
+    for (const sSize& size : {k64x64, k6MP, k24MP})
+        AddEqualizer(size);
+}
+
+} // namespace SelvaneBench

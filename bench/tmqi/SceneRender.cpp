@@ -66,20 +66,42 @@ tRGB8 RedFirst(const cBitmapBGR8& pPicture)
     return rgb;
 }
 
-/// The mean of a square that begins at a pixel; less of it at the edge.
-void MeanOfSquare(const sPicture& pPicture, int pLeft, int pTop, int pSide, float* pXYZ)
+/// The pixels of a row or column that a reduced pixel covers, and by how much.
+struct sSpan
+{
+    int fFirst;
+    std::vector<double> fShares;
+};
+
+std::vector<sSpan> Spans(int pFrom, int pTo)
+{
+    std::vector<sSpan> spans;
+    const double step = static_cast<double>(pFrom) / pTo;
+    for (int i = 0; i < pTo; i++) {
+        const double begin = i * step, end = std::min((i + 1) * step, static_cast<double>(pFrom));
+        sSpan span{static_cast<int>(begin), {}};
+        for (int n = span.fFirst; n < end; n++)
+            span.fShares.push_back(std::min(end, n + 1.0) - std::max(begin, static_cast<double>(n)));
+        spans.push_back(span);
+    }
+    return spans;
+}
+
+void MeanOfArea(const sPicture& pPicture, const sSpan& pAcross, const sSpan& pDown, float* pXYZ)
 {
     double sum[3] = {};
-    double count = 0.0;
-    for (int y = pTop; y < std::min(pTop + pSide, pPicture.fHeight); y++)
-        for (int x = pLeft; x < std::min(pLeft + pSide, pPicture.fWidth); x++, count += 1.0) {
-            const size_t at =
-                3 * (static_cast<size_t>(y) * static_cast<size_t>(pPicture.fWidth) + static_cast<size_t>(x));
+    double area = 0.0;
+    for (size_t y = 0; y < pDown.fShares.size(); y++)
+        for (size_t x = 0; x < pAcross.fShares.size(); x++) {
+            const double share = pDown.fShares[y] * pAcross.fShares[x];
+            const size_t row = static_cast<size_t>(pDown.fFirst) + y, column = static_cast<size_t>(pAcross.fFirst) + x;
+            const float* xyz = &pPicture.fXYZ[3 * (row * static_cast<size_t>(pPicture.fWidth) + column)];
             for (size_t c = 0; c < 3; c++)
-                sum[c] += static_cast<double>(pPicture.fXYZ[at + c]);
+                sum[c] += share * static_cast<double>(xyz[c]);
+            area += share;
         }
     for (size_t c = 0; c < 3; c++)
-        pXYZ[c] = static_cast<float>(sum[c] / count);
+        pXYZ[c] = static_cast<float>(sum[c] / area);
 }
 
 } // namespace
@@ -99,13 +121,19 @@ sPicture FromSRGB(int pWidth, int pHeight, const std::vector<float>& pRGB)
 
 sPicture Reduced(const sPicture& pPicture, int pMost)
 {
-    const int side = (std::max(pPicture.fWidth, pPicture.fHeight) + pMost - 1) / pMost;
-    sPicture small{(pPicture.fWidth + side - 1) / side, (pPicture.fHeight + side - 1) / side, {}};
+    const double scale = std::min(1.0, static_cast<double>(pMost) / std::max(pPicture.fWidth, pPicture.fHeight));
+    sPicture small{std::max(1, static_cast<int>(std::lround(pPicture.fWidth * scale))),
+                   std::max(1, static_cast<int>(std::lround(pPicture.fHeight * scale))),
+                   {}};
     small.fXYZ.resize(3 * static_cast<size_t>(small.fWidth) * static_cast<size_t>(small.fHeight));
+    const std::vector<sSpan> across = Spans(pPicture.fWidth, small.fWidth),
+                             down = Spans(pPicture.fHeight, small.fHeight);
     float* to = small.fXYZ.data();
-    for (int y = 0; y < small.fHeight; y++)
-        for (int x = 0; x < small.fWidth; x++, to += 3)
-            MeanOfSquare(pPicture, x * side, y * side, side, to);
+    for (const sSpan& row : down)
+        for (const sSpan& column : across) {
+            MeanOfArea(pPicture, column, row, to);
+            to += 3;
+        }
     return small;
 }
 

@@ -24,7 +24,7 @@ struct sPicture
 /// From linear sRGB, three floats a pixel.
 sPicture FromSRGB(int pWidth, int pHeight, const std::vector<float>& pRGB);
 
-/// Means over squares of the least whole size that brings the longer side to pMost pixels or less.
+/// Means over areas, so that the longer side has pMost pixels; the picture itself if it has no more.
 sPicture Reduced(const sPicture& pPicture, int pMost);
 
 SelvaneLib::sLevels LevelsOf(const sPicture& pPicture);

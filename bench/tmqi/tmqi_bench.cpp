@@ -1,10 +1,12 @@
 // How good do the pictures look, in numbers? Prints the quality of Yeganeh and Wang, scene by scene, of plain gamma, the
-// global operator of Reinhard, all sliders at 0 and the suggestion, and what the suggestion cost.
+// global operator of Reinhard, all sliders at 0, one fixed setting, the suggestion and the presets, and what the
+// suggestion chose.
 //
-//     tmqi_bench [PHOTOGRAPHS [PICTURES]]
+//     tmqi_bench PRESETS [PHOTOGRAPHS [PICTURES]]
 //
+// PRESETS is the folder lib/presets.
 // PHOTOGRAPHS is a folder with the panoramas that scripts/tmqi fetches; without it only the made scenes are shown.
-// PICTURES is a folder that takes the suggested pictures.
+// PICTURES is a folder that takes the suggested pictures and those of the presets.
 
 #include "MadeScenes.h"
 #include "SceneRender.h"
@@ -12,14 +14,17 @@
 
 #include "PictureReader.h"
 #include "PictureWriter.h"
+#include "selvane.h"
 #include "suggest/Quality.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <functional>
+#include <iterator>
+#include <stdexcept>
 
 using namespace SelvaneLib;
 using namespace SelvaneTmqi;
@@ -94,13 +99,13 @@ void AddPhotographs(const std::filesystem::path& pFolder, std::vector<sNamedScen
 
 void AddMade(std::vector<sNamedScene>& pScenes)
 {
-    pScenes.push_back({"made: night town", NightTown()});
-    pScenes.push_back({"made: snow", Snow()});
-    pScenes.push_back({"made: fog", Fog()});
-    pScenes.push_back({"made: white room", WhiteRoom()});
-    pScenes.push_back({"made: sea sunset", SeaSunset()});
-    pScenes.push_back({"made: sunny hills", SunnyHills()});
-    pScenes.push_back({"made: starry field", StarryField()});
+    pScenes.push_back({"made night town", NightTown()});
+    pScenes.push_back({"made snow", Snow()});
+    pScenes.push_back({"made fog", Fog()});
+    pScenes.push_back({"made white room", WhiteRoom()});
+    pScenes.push_back({"made sea sunset", SeaSunset()});
+    pScenes.push_back({"made sunny hills", SunnyHills()});
+    pScenes.push_back({"made starry field", StarryField()});
 }
 
 sPlane LuminanceOf(const sPicture& pPicture)
@@ -209,14 +214,14 @@ double ReasonValue(const sSuggestion& pSuggestion, const std::string& pRule)
     return 0.0;
 }
 
-void PrintLook(const sSuggestion& pSuggestion, double pMilliseconds)
+void PrintLook(const sSuggestion& pSuggestion)
 {
     const sLook& look = pSuggestion.fLook;
-    std::printf(" | %4.0f %4.0f %5.2f %5.2f %4.0f | %2.0f %5.0f ms |", static_cast<double>(look.compression),
+    std::printf(" | %4.0f %4.0f %5.2f %5.2f %4.0f | %8.0f |", static_cast<double>(look.compression),
                 static_cast<double>(look.white_clip), static_cast<double>(look.black_clip),
                 static_cast<double>(look.exposure), static_cast<double>(look.contrast),
-                ReasonValue(pSuggestion, "previews"), pMilliseconds);
-    for (const char* rule : {"dark-place", "low-key", "violet-shadows", "high-key", "held-back"})
+                ReasonValue(pSuggestion, "previews"));
+    for (const char* rule : {"dark-place", "low-key", "violet-shadows", "high-key", "held-back", "lifted"})
         if (ReasonValue(pSuggestion, rule) != 0.0) std::printf(" %s %.2f", rule, ReasonValue(pSuggestion, rule));
 }
 
@@ -235,40 +240,94 @@ struct sColumn
     }
 };
 
-void PrintScene(const sNamedScene& pScene, const std::filesystem::path& pPictures, std::vector<sColumn>& pColumns)
+struct sNamedPreset
+{
+    const char* fName;
+    selvane_settings fOffsets;
+};
+
+/// The presets of the library but the first, which is the suggestion itself.
+std::vector<sNamedPreset> Presets()
+{
+    std::vector<sNamedPreset> presets;
+    for (int i = 1; selvane_preset_name(i) != nullptr; i++) {
+        sNamedPreset preset{selvane_preset_name(i), {}};
+        selvane_settings_init(&preset.fOffsets);
+        if (selvane_preset(nullptr, preset.fName, &preset.fOffsets) != SELVANE_OK)
+            throw std::runtime_error(std::string(preset.fName) + ": cannot be read");
+        presets.push_back(preset);
+    }
+    return presets;
+}
+
+/// The look with the offsets, each setting kept within its range.
+sLook Moved(sLook pLook, const selvane_settings& pOffsets)
+{
+    const auto move = [](float& pValue, float pOffset, float pLeast, float pMost) {
+        pValue = std::clamp(pValue + pOffset, pLeast, pMost);
+    };
+    move(pLook.compression, pOffsets.compression, -100.0f, 100.0f);
+    move(pLook.smoothness, pOffsets.smoothness, -10.0f, 10.0f);
+    move(pLook.adaptation, pOffsets.adaptation, 0.0f, 100.0f);
+    move(pLook.white_clip, pOffsets.white_clip, 0.0f, 100.0f);
+    move(pLook.black_clip, pOffsets.black_clip, 0.0f, 100.0f);
+    move(pLook.radius, pOffsets.radius, -10.0f, 10.0f);
+    move(pLook.exposure, pOffsets.exposure, -20.0f, 20.0f);
+    move(pLook.contrast, pOffsets.contrast, -100.0f, 100.0f);
+    move(pLook.saturation, pOffsets.saturation, -100.0f, 100.0f);
+    return pLook;
+}
+
+using tResults = std::vector<std::pair<std::string, tRGB8>>;
+
+/// The pictures of the table's columns, in their order. The first four take no suggestion.
+tResults Results(const sPicture& pPicture, const sLook& pSuggested, const std::vector<sNamedPreset>& pPresets)
+{
+    tResults results = {{"gamma", PlainGamma(pPicture)},
+                        {"Reinhard", Reinhard(pPicture)},
+                        {"all zero", Render(pPicture, AllZero())},
+                        {"fixed", Render(pPicture, Fixed())},
+                        {"natural", Render(pPicture, pSuggested)}};
+    for (const sNamedPreset& preset : pPresets)
+        results.emplace_back(preset.fName, Render(pPicture, Moved(pSuggested, preset.fOffsets)));
+    return results;
+}
+
+void PrintScene(const sNamedScene& pScene, const std::vector<sNamedPreset>& pPresets,
+                const std::filesystem::path& pPictures, std::vector<sColumn>& pColumns)
 {
     const sPicture& picture = pScene.fPicture;
     const cStructuralFidelity fidelity(LuminanceOf(picture));
-    const auto begin = std::chrono::steady_clock::now();
     const sSuggestion suggestion = SuggestFor(picture, kPreview);
-    const double milliseconds = 1e3 * std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-    const tRGB8 suggested = Render(picture, suggestion.fLook);
-    if (!pPictures.empty()) Write(picture, suggested, pPictures / (pScene.fName + ".png"));
     std::printf("%-20s", pScene.fName.c_str());
     size_t column = 0;
-    for (const tRGB8& rgb :
-         {PlainGamma(picture), Reinhard(picture), Render(picture, AllZero()), Render(picture, Fixed()), suggested}) {
+    for (const auto& [name, rgb] : Results(picture, suggestion.fLook, pPresets)) {
+        if (!pPictures.empty() && column > 3) Write(picture, rgb, pPictures / (pScene.fName + " " + name + ".png"));
         const double quality = QualityOf(fidelity, GreyOf(picture, rgb));
         pColumns[column++].Add(quality);
-        std::printf("  %.3f", quality);
+        std::printf("  %5.3f", quality);
     }
-    PrintLook(suggestion, milliseconds);
+    PrintLook(suggestion);
     std::printf("\n");
 }
 
-void PrintTable(const std::vector<sNamedScene>& pScenes, const std::filesystem::path& pPictures)
+void PrintTable(const std::vector<sNamedScene>& pScenes, const std::vector<sNamedPreset>& pPresets,
+                const std::filesystem::path& pPictures)
 {
-    std::printf("%-20s  gamma  Reinh  zero   fixed  sugg. | comp wclip bclip exp contr | previews | rule\n", "scene");
-    std::vector<sColumn> columns(5);
+    std::printf("%-20s  gamma  Reinh   zero  fixed  natur", "scene");
+    for (const sNamedPreset& preset : pPresets)
+        std::printf("  %-5.5s", preset.fName);
+    std::printf(" | comp wclip bclip exp contr | previews | rule\n");
+    std::vector<sColumn> columns(5 + pPresets.size());
     for (const sNamedScene& scene : pScenes)
-        PrintScene(scene, pPictures, columns);
+        PrintScene(scene, pPresets, pPictures, columns);
     std::printf("%-20s", "mean");
     for (const sColumn& column : columns)
-        std::printf("  %.3f", column.fSum / column.fCount);
+        std::printf("  %5.3f", column.fSum / column.fCount);
     std::printf("\n%-20s", "least");
     for (const sColumn& column : columns)
-        std::printf("  %.3f", column.fLeast);
-    std::printf("\n");
+        std::printf("  %5.3f", column.fLeast);
+    std::printf("\n\n");
 }
 
 } // namespace
@@ -277,12 +336,13 @@ int main(int pCount, char** pWords)
 {
     try {
         SelvaneHost::StartPictureLibrary();
-        std::vector<sNamedScene> scenes, made;
-        if (pCount > 1) AddPhotographs(pWords[1], scenes);
-        AddMade(made);
+        const std::vector<sNamedPreset> presets = Presets();
         const std::filesystem::path pictures = pCount > 2 ? pWords[2] : "";
-        if (!scenes.empty()) PrintTable(scenes, pictures);
-        PrintTable(made, pictures);
+        std::vector<sNamedScene> photographs, made;
+        if (pCount > 1) AddPhotographs(pWords[1], photographs);
+        AddMade(made);
+        if (!photographs.empty()) PrintTable(photographs, presets, pictures);
+        PrintTable(made, presets, pictures);
         return 0;
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "%s\n", failure.what());

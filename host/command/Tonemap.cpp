@@ -5,6 +5,7 @@
 #include "command/Report.h"
 #include "write/PictureWriter.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstdio>
@@ -94,9 +95,10 @@ void CheckPoints(const sTonemapOptions& pOptions)
         throw cUsageError("--white-point must be above 0 and not below --black-point");
 }
 
-/// Renders the input into a new picture.
+/// Renders through the entry of the engine.
 /// @param pDepth bits per output sample
-sPicture Render(const sPicture& pInput, const sTonemapOptions& pOptions, Vornik::eColorSpaceID pSpace, int pDepth)
+sPicture RenderExactly(const sPicture& pInput, const sTonemapOptions& pOptions, Vornik::eColorSpaceID pSpace,
+                       int pDepth)
 {
     sTmSliders sliders = SlidersOf(pOptions);
     sliders.blackPoint = pOptions.fBlackPoint.value_or(0.0F);
@@ -105,6 +107,94 @@ sPicture Render(const sPicture& pInput, const sTonemapOptions& pOptions, Vornik:
     const sTmRunSettings run{Workers(pOptions.fThreads), 0, request};
     sPicture output = Blank(pInput, pDepth);
     CallEntry(pInput, Describe(pInput, pDepth), run, pSpace, sliders, output.fPixels.data(), pOptions.fVerbose);
+    return output;
+}
+
+/// The options of the look, complete. "--white-clip" is "white_clip" among the settings.
+sLookOptions LookOf(const sTonemapOptions& pOptions)
+{
+    sLookOptions look = pOptions.fLook;
+    look.fWrap = pOptions.fWrap;
+    look.fThreads = pOptions.fThreads;
+    look.fVerbose = pOptions.fVerbose;
+    for (const sSlider& slider : kSliders) {
+        if (std::find(pOptions.fGiven.begin(), pOptions.fGiven.end(), slider.fOption) == pOptions.fGiven.end())
+            continue;
+        std::string key(slider.fOption + 2);
+        std::replace(key.begin(), key.end(), '-', '_');
+        look.fGiven[key] = pOptions.fSliders.*slider.fMember;
+    }
+    return look;
+}
+
+bool IsBeyondTheEntry(const sLookOptions& pLook)
+{
+    return pLook.fExposure || pLook.fContrast || pLook.fSaturation;
+}
+
+/// The shell's way to write a word.
+std::string Quoted(const std::string& pWord)
+{
+    const bool plain = pWord.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789"
+                                               "-_./+:,@%=") == std::string::npos;
+    if (plain && !pWord.empty()) return pWord;
+    std::string quoted(1, '\'');
+    for (const char letter : pWord) {
+        if (letter == '\'') quoted += "'\\'"; // ends the quotes, and puts one of its own between
+        quoted += letter;
+    }
+    quoted += '\'';
+    return quoted;
+}
+
+std::string CropWords(const std::optional<sArea>& pCrop)
+{
+    if (!pCrop) return {};
+    return " --crop " + std::to_string(pCrop->fWidth) + "x" + std::to_string(pCrop->fHeight) + "+" +
+           std::to_string(pCrop->fLeft) + "+" + std::to_string(pCrop->fTop);
+}
+
+/// One line for what was chosen and one for the options that give the same picture again.
+void SayWhatWasChosen(const sTonemapOptions& pOptions, const sDeveloped& pDeveloped)
+{
+    if (pOptions.fLook.fQuiet) return;
+    if (!pDeveloped.fReason.empty()) Report(pOptions.fInput + ": " + pDeveloped.fReason);
+    Report("exactly: selvane tonemap " + Quoted(pOptions.fInput) + " -o " + Quoted(pOptions.fOutput.fPath) + " " +
+           pDeveloped.fWords + CropWords(pOptions.fCrop));
+}
+
+constexpr double kNearly = 0.97; // share of the samples
+
+/// Share of the samples that pTest holds for, of 8 or 16 bits, by their high byte.
+template <class tTest>
+double ShareOf(const sPicture& pPicture, tTest pTest)
+{
+    const size_t step = pPicture.fForm == eSamples8 ? 1 : 2;
+    int64_t count = 0;
+    for (size_t i = step - 1; i < pPicture.fPixels.size(); i += step)
+        count += pTest(pPicture.fPixels[i]) ? 1 : 0;
+    return static_cast<double>(count) / (static_cast<double>(pPicture.fPixels.size()) / static_cast<double>(step));
+}
+
+void WarnOfEmptiness(const sPicture& pOutput, const std::string& pPath)
+{
+    constexpr unsigned char kDark = 8, kBright = 247;
+    if (ShareOf(pOutput, [](unsigned char pByte) { return pByte < kDark; }) > kNearly)
+        Warn(pPath + ": the picture is nearly black; try --exposure 2, or look at the input");
+    if (ShareOf(pOutput, [](unsigned char pByte) { return pByte > kBright; }) > kNearly)
+        Warn(pPath + ": the picture is nearly white; try --exposure -2, or look at the input");
+}
+
+sPicture Render(const sPicture& pInput, const sTonemapOptions& pOptions, Vornik::eColorSpaceID pSpace, int pDepth)
+{
+    const sLookOptions look = LookOf(pOptions);
+    if ((pOptions.fExact && !IsBeyondTheEntry(look)) || pOptions.fWhitePoint)
+        return RenderExactly(pInput, pOptions, pSpace, pDepth);
+    sPicture output = Blank(pInput, pDepth);
+    if (pOptions.fExact)
+        DevelopExactly(pInput, look, pSpace, output);
+    else
+        SayWhatWasChosen(pOptions, Develop(pInput, look, pSpace, output));
     return output;
 }
 
@@ -118,13 +208,41 @@ void Print(const char* pName, float pValue)
 
 } // namespace
 
+namespace
+{
+
+void Suggest(const sTonemapOptions& pOptions)
+{
+    const sPicture input = ReadPart(pOptions);
+    const Vornik::eColorSpaceID space = SpaceOf(input, pOptions.fInput, pOptions.fColorSpace);
+    const std::string text = About(pOptions.fInput, [&] { return SuggestionText(input, LookOf(pOptions), space); });
+    std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
+/// Refuses options that would contradict each other.
+void CheckLook(const sTonemapOptions& pOptions)
+{
+    const sLookOptions& look = pOptions.fLook;
+    if (!look.fPreset.empty() && !look.fSettings.empty())
+        throw cUsageError("--preset and --settings do not go together");
+    if (pOptions.fExact && (!look.fPreset.empty() || !look.fSettings.empty() || pOptions.fSuggest))
+        throw cUsageError("--exact does not go with --preset, --settings and --suggest");
+    if (pOptions.fWhitePoint && IsBeyondTheEntry(look))
+        throw cUsageError("--white-point does not go with --exposure, --contrast and --saturation");
+    if (!pOptions.fSuggest && pOptions.fOutput.fPath.empty()) throw cUsageError("--output is required");
+}
+
+} // namespace
+
 void RunTonemap(const sTonemapOptions& pOptions)
 {
+    CheckLook(pOptions);
+    if (pOptions.fSuggest) return Suggest(pOptions);
     const std::string& path = pOptions.fOutput.fPath;
     const eFileKind kind = KindFor(path);
     CheckDepth(pOptions.fOutput, kind);
     CheckPoints(pOptions);
-    WarnOfSliders(pOptions.fSliders);
+    if (pOptions.fExact || pOptions.fWhitePoint) WarnOfSliders(pOptions.fSliders);
     CheckOutput(pOptions.fInput, pOptions.fOutput);
 
     sPicture input = ReadPart(pOptions);
@@ -132,6 +250,7 @@ void RunTonemap(const sTonemapOptions& pOptions)
     const int depth = DepthFor(pOptions.fOutput, kind, input.fForm);
     const sPicture output = About(pOptions.fInput, [&] { return Render(input, pOptions, space, depth); });
     input.fPixels = {}; // frees memory for the encoded file
+    if (!pOptions.fExact) WarnOfEmptiness(output, path);
     About(path, [&] { WritePicture(output, space, kind, path); });
 }
 

@@ -38,14 +38,16 @@ void AddInput(CLI::App& pCommand, std::string& pInput)
     pCommand.add_option("INPUT", pInput, "picture to read")->required();
 }
 
-void AddOutput(CLI::App& pCommand, sOutput& pOutput)
+CLI::Option* AddOutput(CLI::App& pCommand, sOutput& pOutput)
 {
-    pCommand.add_option("-o,--output", pOutput.fPath, "picture to write: .png, .tif, .tiff, .jpg or .jpeg")->required();
+    CLI::Option* const output =
+        pCommand.add_option("-o,--output", pOutput.fPath, "picture to write: .png, .tif, .tiff, .jpg or .jpeg");
     pCommand.add_flag("--force", pOutput.fForce, "write the output even where it is the input");
     pCommand
         .add_option("--depth", pOutput.fDepth,
                     "bits of an output sample (default: 8 for JPEG and 8-bit input, else 16)")
         ->check(CLI::IsMember({8, 16}));
+    return output;
 }
 
 void AddColorSpace(CLI::App& pCommand, std::optional<Vornik::eColorSpaceID>& pSpace)
@@ -93,10 +95,32 @@ void AddVerbose(CLI::App& pCommand, bool& pVerbose)
 void AddSliders(CLI::App& pCommand, sStatsOptions& pOptions)
 {
     for (const sSlider& slider : kSliders)
-        pCommand.add_option(slider.fOption, pOptions.fSliders.*slider.fMember, HelpOf(slider));
+        pCommand.add_option_function<float>(
+            slider.fOption,
+            [&pOptions, &slider](float pValue) {
+                pOptions.fSliders.*slider.fMember = pValue;
+                pOptions.fGiven.emplace_back(slider.fOption);
+            },
+            HelpOf(slider));
     pCommand.add_flag("--wrap", pOptions.fWrap, "left and right edge meet: a full panorama");
     pCommand.add_option("--threads", pOptions.fThreads, "workers (default 0: one for each processor)")
         ->check(CLI::Range(0, kMostThreads));
+}
+
+void AddLook(CLI::App& pCommand, sTonemapOptions& pOptions)
+{
+    sLookOptions& look = pOptions.fLook;
+    pCommand.add_option("--preset", look.fPreset,
+                        "natural (default), clear, soft, dramatic, interior, night, flat, or one of your own");
+    pCommand.add_option("--settings", look.fSettings, "file of settings, as --suggest prints them");
+    pCommand.add_option("--exposure", look.fExposure, "stops brighter, or darker below 0")->check(CLI::Range(-20.0, 20.0));
+    pCommand.add_option("--contrast", look.fContrast, "more contrast, or less below 0, -100 to 100")
+        ->check(CLI::Range(-100.0, 100.0));
+    pCommand.add_option("--saturation", look.fSaturation, "more colour, or less below 0, -100 grey to 100")
+        ->check(CLI::Range(-100.0, 100.0));
+    pCommand.add_flag("--suggest", pOptions.fSuggest, "print the settings that suit the picture; render nothing");
+    pCommand.add_flag("--exact", pOptions.fExact, "take the sliders as they stand, 0 where they are not given");
+    pCommand.add_flag("-q,--quiet", look.fQuiet, "do not say what was chosen");
 }
 
 void AddTonemap(CLI::App& pApp, sTonemapOptions& pOptions)
@@ -104,6 +128,7 @@ void AddTonemap(CLI::App& pApp, sTonemapOptions& pOptions)
     CLI::App* const command = pApp.add_subcommand("tonemap", "turn a high-dynamic-range picture into one for display");
     AddInput(*command, pOptions.fInput);
     AddOutput(*command, pOptions.fOutput);
+    AddLook(*command, pOptions);
     AddSliders(*command, pOptions);
     AddCrop(*command, pOptions.fCrop);
     command->add_option("--black-point", pOptions.fBlackPoint, "black point of an earlier run (see stats)");
@@ -128,7 +153,7 @@ void AddEqualize(CLI::App& pApp, sEqualizeOptions& pOptions)
 {
     CLI::App* const command = pApp.add_subcommand("equalize", "apply hue curves to a finished picture");
     AddInput(*command, pOptions.fInput);
-    AddOutput(*command, pOptions.fOutput);
+    AddOutput(*command, pOptions.fOutput)->required();
     command->add_option("--hue-shift", pOptions.fHueShift, "points HUE:VALUE,... from 0 to 1; 0.5 changes nothing");
     command->add_option("--saturation", pOptions.fSaturation, "points HUE:VALUE,...");
     command->add_option("--lightness", pOptions.fLightness, "points HUE:VALUE,...");

@@ -89,6 +89,7 @@ void CopyPlane(selvane& pHandle, int pPlane, float* pValues, ptrdiff_t pRowStrid
     Require(pValues != nullptr, "the values are null");
     const auto rowBytes = static_cast<ptrdiff_t>(sizeof(float)) * picture.Width();
     const ptrdiff_t stride = pRowStride == 0 ? rowBytes : pRowStride;
+    CheckStride(stride);
     Require(stride >= rowBytes || stride <= -rowBytes || picture.Height() == 1, "the row stride makes rows overlap");
     Require(stride % static_cast<ptrdiff_t>(sizeof(float)) == 0, "the row stride is no multiple of 4");
     cRun run(pHandle.fCallbacks, kRenderWeight);

@@ -64,11 +64,6 @@ bool Overlaps(const sLayout& pLayout)
     return false;
 }
 
-void CheckStride(ptrdiff_t pStride)
-{
-    Require(pStride >= -kMostStride && pStride <= kMostStride, "a stride is beyond 2^40 bytes");
-}
-
 /// Replaces strides of 0 by those of a picture without gaps.
 template <class tRecord>
 sLayout WithStrides(sLayout pLayout, const tRecord& pRecord)
@@ -80,6 +75,7 @@ sLayout WithStrides(sLayout pLayout, const tRecord& pRecord)
     pLayout.fPixel =
         pRecord.pixel_stride != 0 ? pRecord.pixel_stride : ptrdiff_t{pLayout.fSampleBytes} * pLayout.fChannels;
     pLayout.fRow = pRecord.row_stride != 0 ? pRecord.row_stride : pLayout.fPixel * pLayout.fWidth;
+    CheckStride(pLayout.fRow); // a row of wide pixels can be too long, too
     Require(!Overlaps(pLayout), "the strides make samples overlap");
     return pLayout;
 }
@@ -117,6 +113,11 @@ sLayout ExponentLayout(sLayout pLayout, const selvane_picture& pPicture)
 }
 
 } // namespace
+
+void CheckStride(ptrdiff_t pStride)
+{
+    Require(pStride >= -kMostStride && pStride <= kMostStride, "a stride is beyond 2^40 bytes");
+}
 
 sLayout LayoutOf(const selvane_picture& pPicture)
 {

@@ -32,6 +32,9 @@ struct sLayout
     bool IsPacked() const { return fChannel == fSampleBytes && fPixel == ptrdiff_t{3} * fSampleBytes; }
 };
 
+/// @throws cFailure if an address could leave the memory of any machine
+void CheckStride(ptrdiff_t pStride);
+
 /// @throws cFailure that names the field
 sLayout LayoutOf(const selvane_picture& pPicture);
 sLayout LayoutOf(const selvane_target& pTarget);

@@ -21,14 +21,25 @@ namespace
 constexpr int kStrip = 128; // pixels
 constexpr double kReadWeight = 1.0;
 
-/// pCount colours of red, green, blue times the matrix.
+/// Whether the engine can divide a colour by its luminance. If it cannot, the quotients are infinite, and the pixel comes
+/// out white, however dark it is.
+SELVANE_INLINE bool HasColor(float pX, float pY, float pZ)
+{
+    return pY >= 0x1p-126f && pY * 0x1p100f >= pX && pY * 0x1p100f >= pZ;
+}
+
+/// pCount colours of red, green, blue times the matrix. Without a colour they are black.
 SELVANE_CLONES void Transform(const float* pLinear, int pCount, Vornik::cMatrix33 m, float* pXYZ)
 {
     for (int n = 0; n < pCount; n++) {
         const float red = pLinear[3 * n], green = pLinear[3 * n + 1], blue = pLinear[3 * n + 2];
-        pXYZ[3 * n] = Vornik::FusedRow(m.m00, m.m01, m.m02, red, green, blue);
-        pXYZ[3 * n + 1] = Vornik::FusedRow(m.m10, m.m11, m.m12, red, green, blue);
-        pXYZ[3 * n + 2] = Vornik::FusedRow(m.m20, m.m21, m.m22, red, green, blue);
+        const float x = Vornik::FusedRow(m.m00, m.m01, m.m02, red, green, blue);
+        const float y = Vornik::FusedRow(m.m10, m.m11, m.m12, red, green, blue);
+        const float z = Vornik::FusedRow(m.m20, m.m21, m.m22, red, green, blue);
+        const bool color = HasColor(x, y, z);
+        pXYZ[3 * n] = color ? x : 0.0f;
+        pXYZ[3 * n + 1] = color ? y : 0.0f;
+        pXYZ[3 * n + 2] = color ? z : 0.0f;
     }
 }
 
@@ -79,8 +90,7 @@ void ReadRow(const cSampleReader& pReader, const unsigned char* pRow, const sLay
         pReader.Read(pRow, x, count, linear);
         Transform(linear, count, pMatrix, xyz);
         for (int n = 0; n < count; n++)
-            if (!pTo.HasAlpha() || pTo.IsVisible(int64_t{pY} * pLayout.fWidth + x + n))
-                pHistogram.Add(xyz[3 * n + 1]);
+            if (!pTo.HasAlpha() || pTo.IsVisible(int64_t{pY} * pLayout.fWidth + x + n)) pHistogram.Add(xyz[3 * n + 1]);
     }
 }
 
@@ -167,7 +177,6 @@ void CheckPicture(const selvane_picture& pPicture)
 std::unique_ptr<cPicture> ReadPicture(const selvane_picture& pPicture, const sLayout& pLayout, cRun& pRun)
 {
     auto picture = std::make_unique<cPicture>(pLayout.fWidth, pLayout.fHeight);
-    const bool floats = pLayout.fFormat == SELVANE_F16 || pLayout.fFormat == SELVANE_F32;
     const bool alpha = pPicture.channels == 4;
     picture->fOfIntegers = IsOfIntegers(pLayout.fFormat);
     if (alpha) {
@@ -176,7 +185,7 @@ std::unique_ptr<cPicture> ReadPicture(const selvane_picture& pPicture, const sLa
         picture->fAlpha.resize(static_cast<size_t>(picture->Pixels() * pLayout.fSampleBytes));
     }
     pRun.Begin(SELVANE_STAGE_READ, kReadWeight);
-    const sOddSamples odd = floats ? CountAllOddSamples(pPicture, pLayout, pRun) : sOddSamples{};
+    const sOddSamples odd = picture->fOfIntegers ? sOddSamples{} : CountAllOddSamples(pPicture, pLayout, pRun);
     cLuminanceHistogram histogram = ReadRows(pPicture, pLayout, odd.fLargest, *picture, pRun);
     sStatistics& statistics = picture->fStatistics;
     if (!picture->fOfIntegers && pPicture.keep_hot_samples == 0)

@@ -4,6 +4,7 @@
 #include "picture/Half.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -15,8 +16,6 @@ namespace SelvaneLib
 namespace
 {
 
-constexpr int kExponentBias = 136; // a sample is mantissa * 2^(exponent - 136)
-
 template <class tSample>
 tSample Load(const unsigned char* pAt)
 {
@@ -25,9 +24,27 @@ tSample Load(const unsigned char* pAt)
     return sample;
 }
 
-float Value(const unsigned char* pAt, int pFormat)
+/// 2^(exponent - 136), 0 for exponent 0. The first nine are subnormal numbers.
+constexpr float ScaleOf(unsigned pExponent)
 {
-    return pFormat == SELVANE_F32 ? Load<float>(pAt) : FromHalf(Load<uint16_t>(pAt));
+    if (pExponent == 0) return 0.0f;
+    return std::bit_cast<float>(pExponent < 10 ? 1u << (pExponent + 13) : (pExponent - 9) << 23);
+}
+
+/// A sample of a pixel of floats, halves or exponents: red, green, blue or alpha, 0 to 3.
+float Value(const unsigned char* pPixel, const sLayout& pLayout, int pColor)
+{
+    const unsigned char* at = pPixel + (pColor == 3 ? pLayout.OffsetOfAlpha() : pLayout.OffsetOf(pColor));
+    if (pLayout.fFormat == SELVANE_F32) return Load<float>(at);
+    if (pLayout.fFormat == SELVANE_F16) return FromHalf(Load<uint16_t>(at));
+    return static_cast<float>(*at) * ScaleOf(pPixel[pLayout.OffsetOfAlpha()]);
+}
+
+/// Whether a pixel of floats or halves counts. Exponents have no alpha.
+bool IsVisible(const unsigned char* pPixel, const sLayout& pLayout)
+{
+    const bool hasAlpha = pLayout.fSampleBytes > 1 && pLayout.fChannels == 4;
+    return !hasAlpha || Value(pPixel, pLayout, 3) > 0.0f;
 }
 
 struct sFree
@@ -55,12 +72,24 @@ std::vector<float> IntegerTable(const selvane_picture& pPicture, const sCurve& p
 std::vector<float> ExponentTable()
 {
     std::vector<float> table(256);
-    for (int e = 1; e < 256; e++)
-        table[static_cast<size_t>(e)] = static_cast<float>(std::ldexp(1.0, e - kExponentBias));
+    for (unsigned e = 0; e < 256; e++)
+        table[e] = ScaleOf(e);
     return table;
 }
 
 } // namespace
+
+void sOddSamples::Count(float pSample)
+{
+    if (pSample >= 0.0f && pSample <= kMostSample)
+        fLargest = std::max(fLargest, pSample);
+    else if (std::isnan(pSample))
+        fNaN++;
+    else if (pSample < 0.0f)
+        fNegative++;
+    else
+        fInfinite++;
+}
 
 void sOddSamples::Add(const sOddSamples& pOther)
 {
@@ -73,18 +102,12 @@ void sOddSamples::Add(const sOddSamples& pOther)
 sOddSamples CountOddSamples(const unsigned char* pRow, const sLayout& pLayout)
 {
     sOddSamples odd;
-    for (int x = 0; x < pLayout.fWidth; x++)
-        for (int color = 0; color < 3; color++) {
-            const float value = Value(pRow + x * pLayout.fPixel + pLayout.OffsetOf(color), pLayout.fFormat);
-            if (value >= 0.0f && value <= kMostSample)
-                odd.fLargest = std::max(odd.fLargest, value);
-            else if (std::isnan(value))
-                odd.fNaN++;
-            else if (value < 0.0f)
-                odd.fNegative++;
-            else
-                odd.fInfinite++;
-        }
+    const unsigned char* pixel = pRow;
+    for (int x = 0; x < pLayout.fWidth; x++, pixel += pLayout.fPixel) {
+        if (!IsVisible(pixel, pLayout)) continue;
+        for (int color = 0; color < 3; color++)
+            odd.Count(Value(pixel, pLayout, color));
+    }
     return odd;
 }
 
@@ -153,7 +176,7 @@ void cSampleReader::ReadExponents(const unsigned char* pPixel, int pCount, float
     for (int n = 0; n < pCount; n++, pPixel += fLayout.fPixel, pLinear += 3) {
         const float scale = fTable[pPixel[3 * fLayout.fChannel]];
         for (int color = 0; color < 3; color++)
-            pLinear[color] = static_cast<float>(pPixel[fLayout.OffsetOf(color)]) * scale;
+            pLinear[color] = Ordinary(static_cast<float>(pPixel[fLayout.OffsetOf(color)]) * scale);
     }
 }
 

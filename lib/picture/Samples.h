@@ -12,7 +12,7 @@
 namespace SelvaneLib
 {
 
-/// What floats hold beside ordinary numbers.
+/// What floats, halves and exponents hold beside ordinary numbers.
 struct sOddSamples
 {
     int64_t fNaN = 0;
@@ -20,12 +20,13 @@ struct sOddSamples
     int64_t fInfinite = 0; ///< also finite ones beyond kMostSample
     float fLargest = 0;    ///< the largest ordinary sample
 
+    void Count(float pSample);
     void Add(const sOddSamples& pOther);
 };
 
 constexpr float kMostSample = 1e30f;
 
-/// Counts the odd samples of a row of floats or halves.
+/// Counts the odd samples of the pixels of a row that count. Not for integers.
 sOddSamples CountOddSamples(const unsigned char* pRow, const sLayout& pLayout);
 
 class cSampleReader

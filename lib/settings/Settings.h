@@ -40,8 +40,8 @@ struct sSetting
 inline constexpr size_t kSettingCount = 17;
 extern const std::array<sSetting, kSettingCount> kSettings;
 
-/// Size of the record in the first release, in bytes.
-inline constexpr size_t kFirstSettingsSize = sizeof(selvane_settings);
+/// Size of the record in the first release, in bytes: fields that are added later stand behind.
+inline constexpr size_t kFirstSettingsSize = offsetof(selvane_settings, reserved) + sizeof(int32_t);
 
 /// Returns the defaults: automatic 1, everything else neutral.
 selvane_settings DefaultSettings();

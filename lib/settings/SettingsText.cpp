@@ -5,10 +5,7 @@
 #include "settings/Settings.h"
 
 #include <algorithm>
-#include <cfloat>
-#include <cmath>
 #include <cstring>
-#include <limits>
 #include <optional>
 
 // Arrays in arrays in a curve, and no more: each level is read on the stack of the one around it.
@@ -116,18 +113,11 @@ toml::table Parse(std::string_view pText)
     return std::move(result).table();
 }
 
-/// Returns a float that is infinite beyond the range of floats.
-float Narrow(double pValue)
-{
-    if (std::fabs(pValue) > static_cast<double>(FLT_MAX))
-        return std::copysign(std::numeric_limits<float>::infinity(), pValue < 0.0 ? -1.0f : 1.0f);
-    return static_cast<float>(pValue);
-}
-
+/// Integers and numbers as TOML has them; beyond the range of floats infinite.
 std::optional<float> NumberOf(const toml::node& pNode)
 {
     if (const auto* const whole = pNode.as_integer()) return static_cast<float>(whole->get());
-    if (const auto* const number = pNode.as_floating_point()) return Narrow(number->get());
+    if (const auto* const number = pNode.as_floating_point()) return static_cast<float>(number->get());
     return std::nullopt;
 }
 

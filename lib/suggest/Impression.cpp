@@ -126,11 +126,11 @@ sAim AimFor(const sCharacter& pCharacter)
     const double night = pCharacter.fNight, high = pCharacter.fHighKey;
     const double texture = std::max(pCharacter.fTexture, 1e-3) / kCommonTexture;
     return {
-        .fMean = kCommonMean - 26.0 * night + 54.0 * high,
+        .fMean = kCommonMean - 28.0 * night + 54.0 * high,
         .fContrast = std::clamp(kCommonContrast * std::pow(texture, 0.2), 10.0, 20.0),
-        .fBurnt = 0.01 + high * std::min(pCharacter.fSources, 0.1),
-        .fShadow = 60.0 * (1.0 - night),
-        .fHighlight = 225.0 - 60.0 * night + 10.0 * high,
+        .fBurnt = 0.01 + high * std::min(pCharacter.fSources, 0.1) + night * std::min(pCharacter.fSources, 0.03),
+        .fShadow = 70.0 * (1.0 - night),
+        .fHighlight = 225.0 - 60.0 * night + 15.0 * high,
     };
 }
 

@@ -12,8 +12,8 @@ namespace SelvaneLib
 namespace
 {
 
-// The upper bits of a float above 0 rise with its value: 8 of the exponent, 7 of the mantissa.
-constexpr int kDroppedBits = 16;
+// The upper bits of a float above 0 rise with its value: 8 of the exponent, 6 of the mantissa.
+constexpr int kDroppedBits = 17;
 constexpr uint32_t kInfinityBits = 0x7F800000;
 constexpr size_t kBins = kInfinityBits >> kDroppedBits;
 

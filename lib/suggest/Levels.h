@@ -20,7 +20,8 @@ struct sLevels
     bool fIsEmpty = true; ///< no pixel counts; the others are 0
 };
 
-/// Counts pixels into bins of luminance: 128 bins a doubling, so that a bin is 0.0024 decades wide or less. The order of
+/// Counts pixels into bins of luminance: 64 bins a doubling, so that a bin is 0.007 decades wide at
+/// most. The order of
 /// the pixels does not matter. Parts of a picture can be counted apart and joined.
 class cLevelCount
 {
@@ -37,7 +38,7 @@ private:
     uint64_t Total() const;
     size_t BinAt(double pShare, uint64_t pTotal) const;
 
-    std::vector<uint64_t> fBins;
+    std::vector<uint32_t> fBins; // a picture has less than 2^32 pixels
 };
 
 } // namespace SelvaneLib

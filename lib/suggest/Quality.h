@@ -46,9 +46,9 @@ sLight MeasureLight(const float* pValues, const float* pWeight, int pWidth, int 
 /// @param pContrast as sLight::fContrast, grey levels
 double Naturalness(double pMean, double pContrast);
 
-constexpr double kCommonMean = 115.94;    ///< most common mean grey level of photographs
-constexpr double kMostContrast = 64.29;   ///< local contrast of which the beta distribution takes shares
-constexpr double kCommonContrast = 17.49; ///< most common local contrast: 3.4 / 12.5 of kMostContrast
+constexpr double kCommonMean = 115.94;       ///< most common mean grey level of photographs
+constexpr double kMostContrast = 64.29;      ///< local contrast of which the beta distribution takes shares
+constexpr double kCommonContrast = 17.48688; ///< most common local contrast: 3.4 / 12.5 of kMostContrast
 
 /// Quality in one number, from structural fidelity and naturalness, both 0 to 1.
 double Quality(double pFidelity, double pNaturalness);

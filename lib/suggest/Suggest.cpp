@@ -25,8 +25,8 @@ constexpr size_t kMostPreviews = 12;
 constexpr float kMiddleClip = 12.0f;
 constexpr float kLeastClip = 4.0f;
 constexpr float kMostClip = 36.0f;
-constexpr float kLeastExposure = -1.0f; // stops
-constexpr float kLeastContrast = -25.0f;
+constexpr float kMostExposure = 1.0f; // stops either way
+constexpr float kLeastContrast = -35.0f;
 constexpr float kMostContrastKey = 60.0f;
 
 struct sTrial
@@ -51,6 +51,7 @@ public:
         : fScene(pScene), fRender(pRender), fAim(AimFor(pCharacter)),
           fPixels(3 * static_cast<size_t>(pScene.fWidth) * static_cast<size_t>(pScene.fHeight))
     {
+        fMostCompression = static_cast<float>(100.0 - 60.0 * pCharacter.fHighKey);
         fFirst.white_clip = kMiddleClip;
         fFirst.black_clip = static_cast<float>(std::round(20.0 * (0.4 + 0.6 * pCharacter.fNight)) / 20.0);
     }
@@ -59,10 +60,11 @@ public:
     {
         const sTrial middle = Walk(fFirst, 3);
         const sTrial least = Walk(With(middle.fLook, kLeastClip, +10.0f), 2);
-        if (least.fScore >= middle.fScore && IsTooBright(least))
+        if (IsTooBright(least))
             HoldBack(least);
         else
-            TryMore(middle, least, Walk(With(middle.fLook, kMostClip, -12.0f), 2));
+            Open(middle, least);
+        Balance();
     }
 
     const sTrial& Best() const { return fBest; }
@@ -70,10 +72,12 @@ public:
     size_t Previews() const { return fPreviews; }
 
 private:
-    static sLook With(sLook pLook, float pWhiteClip, float pMoreCompression)
+    float Compression(float pWanted) const { return std::clamp(std::round(pWanted), -100.0f, fMostCompression); }
+
+    sLook With(sLook pLook, float pWhiteClip, float pMoreCompression) const
     {
         pLook.white_clip = pWhiteClip;
-        pLook.compression = std::clamp(pLook.compression + pMoreCompression, -100.0f, 100.0f);
+        pLook.compression = Compression(pLook.compression + pMoreCompression);
         return pLook;
     }
 
@@ -82,14 +86,34 @@ private:
         return pTrial.fSeen.fMean > fAim.fMean + 8.0 || pTrial.fSeen.fBurnt > fAim.fBurnt + 0.005;
     }
 
+    bool IsTooDark(const sTrial& pTrial) const
+    {
+        return pTrial.fSeen.fMean < fAim.fMean - 8.0 && pTrial.fLook.compression > fMostCompression - 5.0f;
+    }
+
     void HoldBack(sTrial pFrom)
     {
-        while (IsTooBright(pFrom) && pFrom.fLook.exposure > kLeastExposure && !fIsStopped) {
-            sLook look = pFrom.fLook;
-            look.exposure -= 0.5f;
-            pFrom = Walk(look, 2);
-            if (pFrom.fScore == sTrial{}.fScore) return;
-        }
+        while (CanGoOn(pFrom) && IsTooBright(pFrom) && pFrom.fLook.exposure > -kMostExposure)
+            pFrom = Exposed(pFrom, -0.5f);
+    }
+
+    /// Tries the largest white clip, and beyond it more exposure if the picture stays too dark.
+    void Open(const sTrial& pMiddle, const sTrial& pLeast)
+    {
+        const sTrial most = Walk(With(pMiddle.fLook, kMostClip, -12.0f), 2);
+        if (!IsTooDark(most)) return TryMore(pMiddle, pLeast, most);
+        sTrial from = most;
+        while (CanGoOn(from) && IsTooDark(from) && from.fLook.exposure < kMostExposure)
+            from = Exposed(from, 0.5f);
+    }
+
+    bool CanGoOn(const sTrial& pFrom) const { return !fIsStopped && pFrom.fScore != sTrial{}.fScore; }
+
+    sTrial Exposed(const sTrial& pFrom, float pStops)
+    {
+        sLook look = pFrom.fLook;
+        look.exposure += pStops;
+        return Walk(look, 2);
     }
 
     /// A look between the best two white clips, if they are neighbours.
@@ -99,9 +123,27 @@ private:
         const sTrial& other = pMost.fScore > pLeast.fScore ? pMost : pLeast;
         sLook look = pMiddle.fLook;
         look.white_clip = std::round(std::sqrt(look.white_clip * other.fLook.white_clip));
-        look.compression = std::round(0.5f * (look.compression + other.fLook.compression));
+        look.compression = Compression(0.5f * (look.compression + other.fLook.compression));
         look.contrast = std::round(0.5f * (look.contrast + other.fLook.contrast));
-        Walk(look, 1);
+        Walk(look, 2);
+    }
+
+    /// Where the contrast key is at its end and the contrast is not there yet, compression gives up some brightness for it.
+    void Balance()
+    {
+        constexpr float kNearEnd = 15.0f;
+        const sTrial from = fBest;
+        const double ratio = from.fSeen.fContrast / fAim.fContrast;
+        const bool isTooHard = ratio > 1.1 && from.fLook.contrast <= kLeastContrast + kNearEnd;
+        const bool isTooSoft = ratio < 0.9 && from.fLook.contrast >= kMostContrastKey - kNearEnd;
+        if (!isTooHard && !isTooSoft) return;
+        for (const float step : {30.0f, 60.0f}) {
+            sLook look = from.fLook;
+            look.compression = Compression(look.compression + (isTooHard ? -step : step / 2.0f));
+            if (look.compression == fBest.fLook.compression) return;
+            const std::optional<sTrial> trial = Try(look);
+            if (!trial || trial->fScore < fBest.fScore) return;
+        }
     }
 
     /// Up to pSteps previews towards the aim. Returns the best of them.
@@ -149,7 +191,7 @@ private:
         const double more = std::clamp((fAim.fMean - pTrial.fSeen.fMean) / fSlope, -60.0, 60.0);
         const double lack = fAim.fContrast / std::max(pTrial.fSeen.fContrast, 1.0) - 1.0;
         sLook look = pTrial.fLook;
-        look.compression = std::clamp(std::round(look.compression + static_cast<float>(more)), -100.0f, 100.0f);
+        look.compression = Compression(look.compression + static_cast<float>(more));
         look.contrast += static_cast<float>(std::clamp(lack / kContrastRate, -40.0, 40.0));
         look.contrast = std::clamp(std::round(look.contrast), kLeastContrast, kMostContrastKey);
         return look;
@@ -167,6 +209,7 @@ private:
     std::vector<unsigned char> fPixels;
     sLook fFirst;
     sTrial fBest;
+    float fMostCompression = 100.0f; // strong compression leaves halos on bright walls and snow
     double fSlope = 0.5;
     size_t fPreviews = 0;
     bool fIsStopped = false;
@@ -202,9 +245,11 @@ void TellResult(const cSearch& pSearch, std::vector<sReason>& pReasons)
     const sImpression& seen = pSearch.Best().fSeen;
     Tell(pReasons, "brightness", seen.fMean, "The mean grey level of the preview is %.0f of 255.");
     Tell(pReasons, "contrast", seen.fContrast, "The local contrast of the preview is %.1f grey levels.");
-    if (pSearch.Best().fLook.exposure < 0.0f)
-        Tell(pReasons, "held-back", static_cast<double>(pSearch.Best().fLook.exposure),
-             "The exposure is held back by %.2f stops, so that bright areas keep their drawing.");
+    const auto exposure = static_cast<double>(pSearch.Best().fLook.exposure);
+    TellIfAny(pReasons, "held-back", -exposure,
+              "The exposure is held back by %.2f stops, so that bright areas keep their drawing.");
+    TellIfAny(pReasons, "lifted", exposure,
+              "The exposure is lifted by %.2f stops: windows and lamps may burn so that walls are white.");
     Tell(pReasons, "burnt", seen.fBurnt, "A share of %.4f of the preview is white.");
 }
 

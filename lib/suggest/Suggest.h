@@ -54,7 +54,8 @@ using tRenderPreview = std::function<bool(const sLook& pLook, unsigned char* pRG
 ///     "texture"           decades: local contrast of the scene
 ///     "brightness"        mean grey level of the preview, 0 to 255
 ///     "contrast"          local contrast of the preview, grey levels
-///     "held-back"         stops: exposure below the automatic one
+///     "held-back"         stops by which the exposure lies below the automatic one
+///     "lifted"            stops by which it lies above
 ///     "burnt"             share of white pixels in the preview
 ///     "previews"          how many were looked at
 struct sReason

@@ -31,19 +31,24 @@ SELVANE_INLINE void ScaleByLightness(sDecodeStrip& pStrip, int pCount, const flo
     }
 }
 
-/// A strip from XYZ to indices into the encode table.
+/// A strip from XYZ to indices into the encode table. Asks for the pixels of a later strip between the steps.
 SELVANE_INLINE void Decode(const float* pXYZ, const float* pLuminance, int pCount, const sFinalPass& pPass,
                            sDecodeStrip& pStrip)
 {
+    const float* ahead = pXYZ + ptrdiff_t{6} * kStrip;
+    PrefetchPart<0>(ahead);
     PackStrip(pXYZ, pLuminance, pCount, pPass.fFromXYZ, pStrip);
+    PrefetchPart<1>(ahead);
     if (pPass.fHueTable != nullptr)
         ColorOfTable(pStrip, pCount, pPass.fHueTable);
     else
         ColorOfHue(pStrip);
     IntensityOfRange(pStrip, pPass.fIntensity);
     if (pPass.fHueTable != nullptr) ScaleByLightness(pStrip, pCount, pPass.fLightness);
+    PrefetchPart<2>(ahead);
     Primaries(pStrip);
     ThroughContrast(pStrip, pPass.fContrast);
+    PrefetchPart<3>(ahead);
     ThroughMatrix(pStrip, pPass.fToTarget);
 }
 
@@ -55,8 +60,6 @@ SELVANE_CLONES void PackedRow(const float* pXYZ, const float* pLuminance, unsign
     sDecodeStrip strip{};
     for (ptrdiff_t x = 0; x < pWidth; x += kStrip) {
         const int count = StripCount(pWidth, x);
-        for (ptrdiff_t i = 0; i < 3 * kStrip; i += 16)
-            __builtin_prefetch(pXYZ + 3 * x + 6 * kStrip + i);
         Decode(pXYZ + 3 * x, pLuminance == nullptr ? nullptr : pLuminance + x, count, pPass, strip);
         StoreSamples<tFirst, tSample>(pTo + 3 * x * ptrdiff_t{sizeof(tSample)}, strip, count, pEncode);
     }

@@ -6,6 +6,8 @@
 
 #include "base/Versions.h"
 
+#include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <new>
 
@@ -45,21 +47,33 @@ SELVANE_INLINE uint32_t TruncateToUInt32(float pValue)
     return pValue >= 0x1p32f ? UINT32_MAX : whole;
 }
 
+/// The larger of pValue and 0; never -0. For any number but NaN. On bits, as an integer maximum: g++ makes masks and
+/// branches of two nested selects of floats, and the order of positive floats is that of their bits.
+SELVANE_INLINE float RaiseTo0(float pValue)
+{
+    return std::bit_cast<float>(std::max(std::bit_cast<int32_t>(pValue), 0));
+}
+
+/// The smaller of pValue and pMost, which is above 0. For any number but NaN.
+SELVANE_INLINE float LowerTo(float pValue, float pMost)
+{
+    return std::bit_cast<float>(std::min(std::bit_cast<int32_t>(pValue), std::bit_cast<int32_t>(pMost)));
+}
+
 /// Index of pValue in a table of 65536 entries on the unit interval. Below 0 gives 0; above 1 or NaN gives 65535. Any
 /// other value is multiplied by 65535 and truncated.
 SELVANE_INLINE int UnitIndex(float pValue)
 {
-    const float scaled = pValue <= 1.0f ? pValue * kToSample16 : kToSample16;
-    return static_cast<int>(scaled < 0.0f ? 0.0f : scaled);
+    const float scaled = pValue * kToSample16;
+    return static_cast<int>(RaiseTo0(scaled < kToSample16 ? scaled : kToSample16));
 }
 
 /// Index of pValue in a table of 65536 entries. Entry 0 stands for pMin; pScale is the number of entries per unit.
 /// Below the range or NaN gives 0, above the range gives 65535.
 SELVANE_INLINE int RangeIndex(float pValue, float pMin, float pScale)
 {
-    const int index = TruncateToInt32((pValue - pMin) * pScale);
-    const int low = index > 0 ? index : 0;
-    return low < kTableSize - 1 ? low : kTableSize - 1;
+    const float scaled = (pValue - pMin) * pScale;
+    return static_cast<int>(LowerTo(scaled > 0.0f ? scaled : 0.0f, kToSample16));
 }
 
 /// pFirst * pSecond as an array length. Throws std::bad_array_new_length if it is negative or does not fit an int.

@@ -21,6 +21,7 @@ namespace
 {
 
 constexpr int kStrip = 128; // pixels
+constexpr int kLine = 16;   // floats in a line of the cache
 constexpr int kExponents = 256;
 constexpr int kExponentBias = 136; // a channel is mantissa * 2^(exponent - 136)
 
@@ -52,6 +53,22 @@ SELVANE_INLINE void Transform(const float* pLinear, int pCount, const cMatrix33&
     }
 }
 
+/// Looks up pCount neighbouring samples. pNext is where the next strip of XYZ goes: its lines are asked for one by one,
+/// since a store that waits for its line holds up all later ones.
+template <class tSample>
+SELVANE_INLINE void LookUp(const unsigned char* pSamples, int pCount, const float* pTable, const float* pNext,
+                           float* pLinear)
+{
+    volatile float* linear = pLinear; // g++ would build vectors of single entries, which takes half as long again
+    for (int line = 0; line < pCount; line += kLine) {
+        __builtin_prefetch(pNext + line, 1);
+        const int end = std::min(line + kLine, pCount);
+#pragma GCC unroll 16
+        for (int n = line; n < end; n++)
+            linear[n] = pTable[Load<tSample>(pSamples, n)];
+    }
+}
+
 /// A row of pixels of three samples each.
 template <class tSample, int tRed>
 SELVANE_CLONES void ReadTriples(const unsigned char* pRow, const float* pDecodeTable, int pWidth, cMatrix33 pMatrix,
@@ -60,9 +77,9 @@ SELVANE_CLONES void ReadTriples(const unsigned char* pRow, const float* pDecodeT
     float linear[3 * kStrip];
     for (int x = 0; x < pWidth; x += kStrip) {
         const int count = std::min(kStrip, pWidth - x);
-#pragma GCC unroll 8
-        for (int n = 0; n < 3 * count; n++)
-            linear[n] = pDecodeTable[Load<tSample>(pRow, int64_t{3} * x + n)];
+        const int64_t first = int64_t{3} * x;
+        LookUp<tSample>(pRow + first * ptrdiff_t{sizeof(tSample)}, 3 * count, pDecodeTable, pXYZ + first + 3 * kStrip,
+                        linear);
         Transform<tRed>(linear, count, pMatrix, pXYZ + ptrdiff_t{3} * x);
     }
 }

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 // Scattering: each sample is added to the cell that is nearest to its place and value.
 
@@ -18,6 +19,7 @@ namespace
 
 constexpr size_t kLanes = 8;   // parts of a row that are scattered side by side
 constexpr int kLaneStrip = 32; // samples of a part that are added in one round
+constexpr int kLine = 16;      // floats in a line of the cache
 
 /// The cell of a place on an axis of the picture.
 int CellAt(int64_t pPlace, const sGridScale& pScale)
@@ -63,11 +65,14 @@ SELVANE_CLONES void FillStrip(const float* pSamples, int pPlace, int pCount, sGr
     }
 }
 
+/// Adds to value sum and weight at once, side by side.
 SELVANE_INLINE void AddToCell(float* pGrid, int64_t pCell, float pValue)
 {
-    float* cell = pGrid + 2 * pCell;
-    cell[0] += pValue;
-    cell[1] += 1.0f;
+    using tCell = float __attribute__((vector_size(8)));
+    tCell cell;
+    std::memcpy(&cell, pGrid + 2 * pCell, sizeof cell);
+    cell += tCell{pValue, 1.0f};
+    std::memcpy(pGrid + 2 * pCell, &cell, sizeof cell);
 }
 
 /// Adds the strips of all lanes, one sample of each lane in turn. The additions of one lane mostly go to the same cell
@@ -159,7 +164,11 @@ private:
         const float* row = fSamples.Row(pRow);
         const int width = fSamples.Width();
         auto inRow = static_cast<int>(PlaceInRow(pPlace));
-        if (pCount <= width - inRow) return row + inRow;
+        if (pCount <= width - inRow) {
+            for (int i = 0; i < kLaneStrip; i += kLine)
+                __builtin_prefetch(row + inRow + width + i); // the same places of the next row
+            return row + inRow;
+        }
         for (int i = 0; i < pCount; i++) {
             pWrapped[i] = row[inRow];
             inRow = inRow + 1 < width ? inRow + 1 : 0;

@@ -20,6 +20,7 @@ namespace
 {
 
 constexpr int kSliceStrip = 128; // pixels of a row that are sliced together
+constexpr int kLine = 16;        // floats in a line of the cache
 
 /// The record of a tile of the slicing step, 72 bytes.
 struct sInterpolateRecord
@@ -121,12 +122,20 @@ SELVANE_INLINE void FetchValues(const float* pAt, ptrdiff_t pStepY, float* pValu
     std::memcpy(pValues, &values, sizeof values);
 }
 
-SELVANE_INLINE void Fetch(const sGridRow& pGrid, int pCount, sSliceStrip& pStrip)
+/// pAheadInput and pAheadOutput are where a later strip is: its lines are asked for one by one, since all at once would
+/// wait for each other.
+SELVANE_INLINE void Fetch(const sGridRow& pGrid, int pCount, const float* pAheadInput, const float* pAheadOutput,
+                          sSliceStrip& pStrip)
 {
-    for (int i = 0; i < pCount; i++) {
-        const float* at = pGrid.fCells + 2 * ptrdiff_t{pStrip.fCell[i]};
-        FetchValues(at, pGrid.fStepY, pStrip.fLower[i]);
-        FetchValues(at + pGrid.fStepZ, pGrid.fStepY, pStrip.fUpper[i]);
+    for (int line = 0; line < pCount; line += kLine) {
+        __builtin_prefetch(pAheadInput + line);
+        __builtin_prefetch(pAheadOutput + line, 1);
+        const int end = std::min(line + kLine, pCount);
+        for (int i = line; i < end; i++) {
+            const float* at = pGrid.fCells + 2 * ptrdiff_t{pStrip.fCell[i]};
+            FetchValues(at, pGrid.fStepY, pStrip.fLower[i]);
+            FetchValues(at + pGrid.fStepZ, pGrid.fStepY, pStrip.fUpper[i]);
+        }
     }
 }
 
@@ -139,15 +148,13 @@ SELVANE_INLINE float MixFour(const float* pValues, float pNearX, float pFarX, fl
 SELVANE_INLINE void Interpolate(const sGridRow& pGrid, float pRangeMin, int pCount, const sSliceStrip& pStrip,
                                 float* pOutput)
 {
-    float values[kSliceStrip];
     for (int i = 0; i < pCount; i++) {
         const float nearX = pStrip.fNearX[i];
         const float farX = pStrip.fFarX[i];
         const float lower = MixFour(pStrip.fLower[i], nearX, farX, pGrid.fNearY, pGrid.fFarY);
         const float upper = MixFour(pStrip.fUpper[i], nearX, farX, pGrid.fNearY, pGrid.fFarY);
-        values[i] = std::fma(pStrip.fFarZ[i], upper, std::fma(pStrip.fNearZ[i], lower, pRangeMin));
+        pOutput[i] = std::fma(pStrip.fFarZ[i], upper, std::fma(pStrip.fNearZ[i], lower, pRangeMin));
     }
-    std::memcpy(pOutput, values, static_cast<size_t>(pCount) * sizeof(float));
 }
 
 /// Slices one row, strip by strip: cells and weights, then the eight values around each pixel, then the interpolation.
@@ -158,7 +165,7 @@ SELVANE_CLONES void SliceRow(const sGridRow& pGrid, sGridScale pScale, int pWidt
     for (int begin = 0; begin < pWidth;) {
         const int count = std::min(pWidth - begin, kSliceStrip);
         Locate(pGrid, pScale, pInput + begin, begin, count, strip);
-        Fetch(pGrid, count, strip);
+        Fetch(pGrid, count, pInput + begin + 2 * kSliceStrip, pOutput + begin + 2 * kSliceStrip, strip);
         Interpolate(pGrid, pScale.fRangeMin, count, strip, pOutput + begin);
         begin += count;
     }

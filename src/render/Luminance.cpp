@@ -50,12 +50,18 @@ SELVANE_INLINE void FetchDetail(const float* pBase, const float* pDetail, const 
         pResult[n] = LoadFloat(pAt + ptrdiff_t{n} * tPixelBytes) - pBase[n];
 }
 
-/// The luminance of a strip; the rest of a short one repeats its first value.
-SELVANE_INLINE void Luminances(const sRemapping& pRemapping, const sIndices& pIndices, int pCount, float* pLuminance)
+/// The luminance of a strip; the rest of a short one repeats its first value. pAhead is where a later strip is replaced.
+template <int tPixelBytes>
+SELVANE_INLINE void Luminances(const sRemapping& pRemapping, const sIndices& pIndices, int pCount,
+                               const unsigned char* pAhead, float* pLuminance)
 {
+    for (int line = 0; line < pCount; line += kLine) {
+        PrefetchRecords<tPixelBytes, true>(pAhead + ptrdiff_t{tPixelBytes} * line);
+        const int end = std::min(line + kLine, pCount);
 #pragma GCC unroll 4
-    for (int n = 0; n < pCount; n++)
-        pLuminance[n] = pRemapping.fDetailTable[pIndices.fDetail[n]] * pRemapping.fGlobalTable[pIndices.fBase[n]];
+        for (int n = line; n < end; n++)
+            pLuminance[n] = pRemapping.fDetailTable[pIndices.fDetail[n]] * pRemapping.fGlobalTable[pIndices.fBase[n]];
+    }
     for (int n = pCount; n < kStrip; n++)
         pLuminance[n] = pLuminance[0];
 }
@@ -112,7 +118,7 @@ SELVANE_CLONES void RemapRow(const sRemapping& pRemapping, const float* pBase, c
             indices.fDetail[n] = RangeIndex(values[n], detail.fMin, detailScale);
         for (int n = 0; n < count; n++)
             indices.fBase[n] = RangeIndex(pBase[x + n], base.fMin, baseScale);
-        Luminances(pRemapping, indices, count, luminance);
+        Luminances<tPixelBytes>(pRemapping, indices, count, pAt + 2 * ptrdiff_t{tPixelBytes} * kStrip, luminance);
         for (int n = 0; n < count; n++)
             StoreFloat(pAt + ptrdiff_t{n} * tPixelBytes, luminance[n]);
         Measure(luminance, count, extremes, *pLanes);

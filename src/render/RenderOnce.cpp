@@ -30,13 +30,16 @@ SELVANE_CLONES void FinalRow(const float* pXYZ, const float* pLuminance, unsigne
     sDecodeStrip strip{};
     for (ptrdiff_t x = 0; x < pWidth; x += kStrip) {
         const int count = StripCount(pWidth, x);
-        for (ptrdiff_t i = 0; i < 3 * kStrip; i += 16)
-            __builtin_prefetch(pXYZ + 3 * x + 6 * kStrip + i);
+        const float* ahead = pXYZ + 3 * (x + 2 * kStrip);
+        PrefetchPart<0>(ahead);
         PackStrip(pXYZ + 3 * x, pLuminance == nullptr ? nullptr : pLuminance + x, count, pPass.fFromPCS, strip);
+        PrefetchPart<1>(ahead);
         ColorOfHue(strip);
         IntensityOfRange(strip, pPass.fIntensity);
+        PrefetchPart<2>(ahead);
         Primaries(strip);
         ThroughContrast(strip, pPass.fContrast);
+        PrefetchPart<3>(ahead);
         ThroughMatrix(strip, pPass.fToOutput);
         StoreSamples<tFirst, tSample>(pTo + 3 * x * ptrdiff_t{sizeof(tSample)}, strip, count, encode);
     }

@@ -20,6 +20,7 @@ namespace
 {
 
 constexpr int kStrip = 128; // pixels
+constexpr int kLine = 16;   // floats in a line of the cache
 constexpr int kLanes = 32;  // running extremes side by side; joined in any order, since no value is a zero or a NaN
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
@@ -86,20 +87,30 @@ SELVANE_INLINE void TakeApart(sStrip& pStrip)
     }
 }
 
-/// Each entry moves as one block of 16 bytes.
-SELVANE_INLINE void LookUp(sStrip& pStrip)
+/// Each entry moves as one block of 16 bytes. The places are read one by one from memory: taking them out of vectors and
+/// putting the entries together there, as g++ would, takes twice as long. pAheadPixels and pAheadLog are where a later
+/// strip is; its lines are asked for one by one, since all at once would wait for each other.
+SELVANE_INLINE void LookUp(const float* pAheadPixels, const float* pAheadLog, sStrip& pStrip)
 {
-#pragma GCC unroll 8
-    for (int n = 0; n < kStrip; n++)
-        std::memcpy(&pStrip.fEntries[n], &kLogTable[pStrip.fEntry[n]], sizeof(sLogEntry));
+    const volatile int* places = pStrip.fEntry;
+    for (int line = 0; line < kStrip; line += kLine) {
+        __builtin_prefetch(pAheadPixels + ptrdiff_t{3} * line);
+        __builtin_prefetch(pAheadPixels + ptrdiff_t{3} * line + kLine);
+        __builtin_prefetch(pAheadPixels + ptrdiff_t{3} * line + 2 * kLine);
+        __builtin_prefetch(pAheadLog + line, 1);
+#pragma GCC unroll 16
+        for (int n = line; n < line + kLine; n++)
+            std::memcpy(&pStrip.fEntries[n], &kLogTable[places[n]], sizeof(sLogEntry));
+    }
 }
 
-SELVANE_INLINE void Join(sStrip& pStrip)
+/// The logarithms of the strip, kStrip of them.
+SELVANE_INLINE void Join(const sStrip& pStrip, float* pLog)
 {
     for (int n = 0; n < kStrip; n++) {
         const float log =
             JoinLog10(pStrip.fMantissa[n], pStrip.fExponent[n], pStrip.fEntries[n].fInverse, pStrip.fEntries[n].fLog);
-        pStrip.fLuminance[n] = pStrip.fLuminance[n] < kInfinity ? log : kInfinity;
+        pLog[n] = pStrip.fLuminance[n] < kInfinity ? log : kInfinity;
     }
 }
 
@@ -110,15 +121,17 @@ SELVANE_CLONES void LogRow(const float* pPixels, float* pLog, int pWidth, float 
     sExtremes extremes = *pExtremes;
     for (ptrdiff_t x = 0; x < pWidth; x += kStrip) {
         const int count = static_cast<int>(std::min<ptrdiff_t>(kStrip, pWidth - x));
-        for (ptrdiff_t i = 0; i < 3 * kStrip; i += 16)
-            __builtin_prefetch(pPixels + 3 * x + 6 * kStrip + i);
         Fetch(pPixels + 3 * x, count, pFloor, strip);
         Extend(extremes, strip);
         TakeApart(strip);
-        LookUp(strip);
-        Join(strip);
-        for (int n = 0; n < count; n++)
-            pLog[x + n] = strip.fLuminance[n];
+        LookUp(pPixels + 3 * (x + 2 * kStrip), pLog + x + 2 * kStrip, strip);
+        if (count == kStrip) {
+            Join(strip, pLog + x);
+        } else {
+            float logs[kStrip];
+            Join(strip, logs);
+            std::copy_n(logs, count, pLog + x);
+        }
     }
     *pExtremes = extremes;
 }

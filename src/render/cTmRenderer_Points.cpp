@@ -4,6 +4,7 @@
 #include "base/Versions.h"
 #include "yhmv/PixelRecord.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -25,15 +26,32 @@ float BinsAUnit(const sLuminance& pExtremes)
     return pExtremes.fMax > pExtremes.fMin ? kToSample16 / (pExtremes.fMax - pExtremes.fMin) : 1.0f;
 }
 
+/// Fetches the luminances of a strip that stand in records, and asks for the records of two strips later.
+SELVANE_INLINE void FetchRecords(const unsigned char* pAt, int pCount, float* pLuminance)
+{
+    volatile float* luminance = pLuminance; // g++ would build vectors of single values, which takes longer
+    for (int first = 0; first < pCount; first += kLine) {
+        PrefetchRecords<kYHMVBytes, false>(pAt + ptrdiff_t{kYHMVBytes} * (first + 2 * kStrip));
+        const int end = std::min(first + kLine, pCount);
+#pragma GCC unroll 4
+        for (int n = first; n < end; n++)
+            luminance[n] = LoadFloat(pAt + ptrdiff_t{n} * kYHMVBytes);
+    }
+}
+
 /// Counts a row of luminances at a distance of tPixelBytes, by strips.
 template <int tPixelBytes>
 SELVANE_CLONES void CountRow(const unsigned char* pAt, int pWidth, float pMin, float pScale, uint32_t* pCounters)
 {
+    float luminance[kStrip] = {};
     int bins[kStrip];
     for (int x = 0; x < pWidth; x += kStrip, pAt += ptrdiff_t{tPixelBytes} * kStrip) {
         const int count = StripCount(pWidth, x);
-        for (int n = 0; n < count; n++)
-            bins[n] = RangeIndex(LoadFloat(pAt + ptrdiff_t{n} * tPixelBytes), pMin, pScale);
+        if (tPixelBytes == kYHMVBytes) FetchRecords(pAt, count, luminance);
+        for (int n = 0; n < count; n++) {
+            const float value = tPixelBytes == kYHMVBytes ? luminance[n] : LoadFloat(pAt + ptrdiff_t{n} * tPixelBytes);
+            bins[n] = RangeIndex(value, pMin, pScale);
+        }
 #pragma GCC unroll 8
         for (int n = 0; n < count; n++)
             pCounters[bins[n]]++;

@@ -40,8 +40,11 @@ SELVANE_INLINE float HueDegrees(float pR, float pG, float pB, float pMin, float 
     const bool redToYellow = red & (pG >= pB);
     const bool magentaToRed = red & (pG < pB);
     const bool green = pG == pMax;
-    const float difference = (redToYellow | magentaToRed) ? pG - pB : (green ? pB - pR : pR - pG);
-    const float start = magentaToRed ? 360.0f : (green ? 120.0f : 240.0f);
+    const float ofRed = pG - pB, ofGreen = pB - pR, ofBlue = pR - pG;
+    const float notRed = green ? ofGreen : ofBlue;
+    const float difference = (redToYellow | magentaToRed) ? ofRed : notRed;
+    const float startNotRed = green ? 120.0f : 240.0f;
+    const float start = magentaToRed ? 360.0f : startNotRed;
     const float degrees = difference * 60.0f / (pMax - pMin);
     return redToYellow ? degrees : degrees + start;
 }
@@ -51,8 +54,7 @@ SELVANE_INLINE float HueDegrees(float pR, float pG, float pB, float pMin, float 
 SELVANE_INLINE int HueSample(float pDegrees)
 {
     const float scaled = pDegrees * kDegreesToSample16;
-    const float positive = scaled > 0.0f ? scaled : 0.0f;
-    return static_cast<int>(positive < kToSample16 ? positive : kToSample16);
+    return static_cast<int>(LowerTo(scaled > 0.0f ? scaled : 0.0f, kToSample16));
 }
 
 struct sHMV
@@ -86,8 +88,9 @@ struct sRecordStrip
 };
 
 /// Encodes one XYZ pixel. A NaN luminance is not dark: it is stored, with the second marker as its colour. The scaled
-/// luminance is exactly 1, so the middle column of the matrix needs no product.
-SELVANE_INLINE void EncodeXYZ(const float* pXYZ, const cMatrix33& m, sRecordStrip& pStrip, int pAt)
+/// luminance is exactly 1, so the middle column of the matrix needs no product. pStrip has the fields of a sRecordStrip.
+template <class tStrip>
+SELVANE_INLINE void EncodeXYZ(const float* pXYZ, const cMatrix33& m, tStrip& pStrip, int pAt)
 {
     const float luminance = pXYZ[1];
     const float scale = 1.0f / luminance;

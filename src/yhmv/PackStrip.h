@@ -12,17 +12,30 @@
 namespace Vornik
 {
 
-/// Packs a strip: hue, smallest and largest primary. The luminance is that of pLuminance, or the pixels' own if null.
+/// Packs a strip: hue, smallest and largest primary. The luminance is that of pLuminance, or the pixels' own if null. A
+/// short strip is filled up first: loops of one length take no time for what would remain.
 SELVANE_INLINE void PackStrip(const float* pXYZ, const float* pLuminance, int pCount, const cMatrix33& pFromPCS,
                               sDecodeStrip& pStrip)
 {
-    sRecordStrip records;
+    float filled[3 * kStrip];
+    if (pCount < kStrip) {
+        std::fill_n(std::copy_n(pXYZ, 3 * pCount, filled), 3 * (kStrip - pCount), 0.0f);
+        pXYZ = filled;
+    }
+    for (int n = 0; n < kStrip; ++n)
+        EncodeXYZ(pXYZ + ptrdiff_t{3} * n, pFromPCS, pStrip, n);
+    if (pLuminance == nullptr) return;
     for (int n = 0; n < pCount; ++n)
-        EncodeXYZ(pXYZ + ptrdiff_t{3} * n, pFromPCS, records, n);
-    std::copy_n(pLuminance != nullptr ? pLuminance : records.fLuminance, pCount, pStrip.fLuminance);
-    std::copy_n(records.fHue, pCount, pStrip.fHue);
-    std::copy_n(records.fSmallest, pCount, pStrip.fSmallest);
-    std::copy_n(records.fLargest, pCount, pStrip.fLargest);
+        pStrip.fLuminance[n] = pLuminance[n];
+}
+
+/// Asks for a quarter of the pixels of a strip that is two strips ahead. All 24 lines at once would wait for each other.
+template <int tQuarter>
+SELVANE_INLINE void PrefetchPart(const float* pStrip)
+{
+    constexpr ptrdiff_t kPart = 3 * kStrip / 4;
+    for (ptrdiff_t i = 0; i < kPart; i += 16)
+        __builtin_prefetch(pStrip + tQuarter * kPart + i);
 }
 
 } // namespace Vornik

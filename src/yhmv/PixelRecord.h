@@ -6,6 +6,7 @@
 
 #include "base/Versions.h"
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -14,6 +15,8 @@ namespace Vornik
 {
 
 constexpr int kStrip = 128; // pixels; the arrays of a strip stay in the first-level cache
+
+constexpr int kLine = 16; // pixels whose floats fill a line of the cache
 
 constexpr int kYHMVBytes = 14;
 constexpr int kYHMVLuminance = 0;
@@ -61,29 +64,71 @@ SELVANE_INLINE void StoreHue(unsigned char* pTo, int pHue)
     std::memcpy(pTo, &hue, sizeof hue);
 }
 
-/// The records of a strip, four numbers of 32 bits each. A record moves as two overlapping blocks of 8 bytes, which stay
-/// inside it and take half as many instructions as field by field: Y and H, then M and V.
-struct sRecordWords
+/// Asks for the lines of kLine records of tBytes bytes. Records are many lines for the processor to foresee, and a store
+/// that waits for its line holds up all later ones.
+/// @tparam tWrite whether they will be written
+template <int tBytes, bool tWrite>
+SELVANE_INLINE void PrefetchRecords(const unsigned char* pRecords)
 {
-    uint32_t fWords[4 * kStrip]; ///< Y, H in the low 16 bits, M, V
-};
-
-SELVANE_INLINE void LoadYHMVWords(const unsigned char* pRecords, int pCount, sRecordWords& pWords)
-{
-#pragma GCC unroll 4
-    for (int n = 0; n < pCount; ++n, pRecords += kYHMVBytes) {
-        std::memcpy(pWords.fWords + ptrdiff_t{4} * n, pRecords + kYHMVLuminance, 8);
-        std::memcpy(pWords.fWords + ptrdiff_t{4} * n + 2, pRecords + kYHMVSmallest, 8);
-    }
+    constexpr ptrdiff_t kLineBytes = 64;
+    for (ptrdiff_t i = 0; i < ptrdiff_t{tBytes} * kLine; i += kLineBytes)
+        __builtin_prefetch(pRecords + i, tWrite ? 1 : 0);
 }
 
-SELVANE_INLINE void StoreYHMVWords(unsigned char* pRecords, int pCount, const sRecordWords& pWords)
+/// The records of a strip as they stand, at a distance of 16 bytes. A record moves as one block of 16 bytes; the last one
+/// takes 14, since the next two bytes need not belong to the picture.
+struct sRawRecords
 {
-#pragma GCC unroll 4
-    for (int n = 0; n < pCount; ++n, pRecords += kYHMVBytes) {
-        std::memcpy(pRecords + kYHMVLuminance, pWords.fWords + ptrdiff_t{4} * n, 8);
-        std::memcpy(pRecords + kYHMVSmallest, pWords.fWords + ptrdiff_t{4} * n + 2, 8);
+    uint32_t fWords[4 * kStrip]; ///< Y; H and half of M; halves of M and V; half of V in the low 16 bits
+
+    SELVANE_INLINE float Luminance(int pAt) const { return std::bit_cast<float>(fWords[4 * pAt]); }
+    SELVANE_INLINE int Hue(int pAt) const { return static_cast<int>(fWords[4 * pAt + 1] & 0xFFFF); }
+    SELVANE_INLINE float Smallest(int pAt) const { return Joined(fWords[4 * pAt + 1], fWords[4 * pAt + 2]); }
+    SELVANE_INLINE float Largest(int pAt) const { return Joined(fWords[4 * pAt + 2], fWords[4 * pAt + 3]); }
+
+    SELVANE_INLINE void Set(int pAt, float pLuminance, int pHue, float pSmallest, float pLargest)
+    {
+        const auto smallest = std::bit_cast<uint32_t>(pSmallest);
+        const auto largest = std::bit_cast<uint32_t>(pLargest);
+        fWords[4 * pAt] = std::bit_cast<uint32_t>(pLuminance);
+        fWords[4 * pAt + 1] = static_cast<uint32_t>(pHue) | smallest << 16;
+        fWords[4 * pAt + 2] = smallest >> 16 | largest << 16;
+        fWords[4 * pAt + 3] = largest >> 16;
     }
+
+private:
+    static SELVANE_INLINE float Joined(uint32_t pLow, uint32_t pHigh)
+    {
+        return std::bit_cast<float>(pLow >> 16 | pHigh << 16);
+    }
+};
+
+/// Moves pCount records, at least 1, from a distance of tFromBytes to one of tToBytes, in this order: each block of 16
+/// bytes may reach into the next record. pAhead is where the records of a later strip stand, and are asked for.
+template <int tFromBytes, int tToBytes>
+SELVANE_INLINE void MoveRecords(const unsigned char* pFrom, unsigned char* pTo, int pCount, const unsigned char* pAhead)
+{
+    for (int first = 0; first < pCount - 1; first += kLine) {
+        PrefetchRecords<kYHMVBytes, tToBytes == kYHMVBytes>(pAhead + ptrdiff_t{kYHMVBytes} * first);
+        const int end = first + kLine < pCount - 1 ? first + kLine : pCount - 1;
+#pragma GCC unroll 4
+        for (int n = first; n < end; ++n)
+            std::memcpy(pTo + ptrdiff_t{tToBytes} * n, pFrom + ptrdiff_t{tFromBytes} * n, 16);
+    }
+    const ptrdiff_t last = pCount - 1;
+    std::memcpy(pTo + tToBytes * last, pFrom + tFromBytes * last, kYHMVBytes);
+}
+
+SELVANE_INLINE void LoadYHMVRecords(const unsigned char* pRecords, int pCount, sRawRecords& pRaw)
+{
+    auto* raw = reinterpret_cast<unsigned char*>(pRaw.fWords);
+    MoveRecords<kYHMVBytes, 16>(pRecords, raw, pCount, pRecords + ptrdiff_t{2} * kStrip * kYHMVBytes);
+}
+
+SELVANE_INLINE void StoreYHMVRecords(unsigned char* pRecords, int pCount, const sRawRecords& pRaw)
+{
+    const auto* raw = reinterpret_cast<const unsigned char*>(pRaw.fWords);
+    MoveRecords<16, kYHMVBytes>(raw, pRecords, pCount, pRecords + ptrdiff_t{2} * kStrip * kYHMVBytes);
 }
 
 /// Number of pixels in the strip that begins at pFirst.

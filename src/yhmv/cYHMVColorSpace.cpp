@@ -11,7 +11,6 @@
 #include "yhmv/EncodeStrip.h"
 #include "yhmv/PixelRecord.h"
 
-#include <bit>
 #include <cmath>
 #include <cstddef>
 #include <memory>
@@ -70,14 +69,10 @@ SELVANE_INLINE void Decode(float pH, float pM, float pV, float& pR, float& pG, f
 
 SELVANE_INLINE void StoreYHMV(const sRecordStrip& pStrip, int pCount, unsigned char* pTo)
 {
-    sRecordWords words;
-    for (int n = 0; n < kStrip; ++n) {
-        words.fWords[4 * n] = std::bit_cast<uint32_t>(pStrip.fLuminance[n]);
-        words.fWords[4 * n + 1] = static_cast<uint32_t>(pStrip.fHue[n]);
-        words.fWords[4 * n + 2] = std::bit_cast<uint32_t>(pStrip.fSmallest[n]);
-        words.fWords[4 * n + 3] = std::bit_cast<uint32_t>(pStrip.fLargest[n]);
-    }
-    StoreYHMVWords(pTo, pCount, words);
+    sRawRecords raw;
+    for (int n = 0; n < kStrip; ++n)
+        raw.Set(n, pStrip.fLuminance[n], pStrip.fHue[n], pStrip.fSmallest[n], pStrip.fLargest[n]);
+    StoreYHMVRecords(pTo, pCount, raw);
 }
 
 SELVANE_CLONES void EncodeRowXYZ(const float* pFrom, unsigned short* pTo, int pWidth, cMatrix33 pMatrix)

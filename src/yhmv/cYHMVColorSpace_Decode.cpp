@@ -26,13 +26,14 @@ namespace
 
 SELVANE_INLINE void LoadYHMV(sDecodeStrip& pStrip, int pCount, const unsigned char* pRow)
 {
-    sRecordWords words{};
-    LoadYHMVWords(pRow, pCount, words);
+    sRawRecords raw;
+    if (pCount < kStrip) raw = {};
+    LoadYHMVRecords(pRow, pCount, raw);
     for (int n = 0; n < kStrip; ++n) {
-        pStrip.fLuminance[n] = std::bit_cast<float>(words.fWords[4 * n]);
-        pStrip.fHue[n] = static_cast<int>(words.fWords[4 * n + 1] & 0xFFFF);
-        pStrip.fSmallest[n] = std::bit_cast<float>(words.fWords[4 * n + 2]);
-        pStrip.fLargest[n] = std::bit_cast<float>(words.fWords[4 * n + 3]);
+        pStrip.fLuminance[n] = raw.Luminance(n);
+        pStrip.fHue[n] = raw.Hue(n);
+        pStrip.fSmallest[n] = raw.Smallest(n);
+        pStrip.fLargest[n] = raw.Largest(n);
     }
 }
 
@@ -133,8 +134,32 @@ SELVANE_INLINE void Store(sTarget& pTarget, const sDecodeStrip& pStrip, int pCou
     pTarget.fAt += ptrdiff_t{pTarget.fBytes ? 3 : 6} * pCount;
 }
 
+// ---- Neutral hues ---------------------------------------------------------------------------------------------------
+
+constexpr int64_t kPixelsToAsk = int64_t{1} << 19; // with fewer, the question takes longer than what it saves
+
+/// Whether the table has the colours of a neutral one, bit for bit.
+SELVANE_CLONES bool IsNeutral(const float (*pTable)[3])
+{
+    sDecodeStrip strip{};
+    for (int first = 0; first < kTableSize; first += kStrip) {
+        for (int n = 0; n < kStrip; ++n)
+            strip.fHue[n] = first + n;
+        ColorOfHue(strip);
+        uint32_t different = 0;
+        for (int n = 0; n < kStrip; ++n)
+            for (int k = 0; k < 3; ++k)
+                different |=
+                    std::bit_cast<uint32_t>(strip.fColor[k][n]) ^ std::bit_cast<uint32_t>(pTable[first + n][k]);
+        if (different != 0) return false;
+    }
+    return true;
+}
+
 // ---- Rows -----------------------------------------------------------------------------------------------------------
 
+/// @tparam tNeutral whether pTable is neutral
+template <bool tNeutral>
 SELVANE_CLONES void DecodeSimple(const unsigned char* pRow, sTarget pTarget, int pWidth, const float (*pTable)[3],
                                  const unsigned short* pEncodeLUT, float pScale, float pInvRange, float pBlack,
                                  cMatrix33 pMatrix, const float* pContrastLUT)
@@ -144,7 +169,10 @@ SELVANE_CLONES void DecodeSimple(const unsigned char* pRow, sTarget pTarget, int
         const int count = StripCount(pWidth, x);
         const unsigned char* records = pRow + kYHMVBytes * x;
         LoadYHMV(strip, count, records);
-        ColorOfTable(strip, count, pTable);
+        if (tNeutral)
+            ColorOfHue(strip);
+        else
+            ColorOfTable(strip, count, pTable);
         IntensityOfRange(strip, {pScale, pInvRange, pBlack});
         Primaries(strip);
         ThroughContrast(strip, count, pContrastLUT);
@@ -212,9 +240,11 @@ void cYHMVColorSpace::YHMVToRGB(const cBitmapU16T* pInput, cBitmapLDR* pOutput, 
 {
     const float invRange = InverseRange(pBlack, pWhite);
     const int bits = pOutput->GetBitsPerChannel();
+    const bool large = int64_t{pInput->fWidth} * pInput->fHeight >= kPixelsToAsk;
+    const auto decode = large && IsNeutral(fHMVToRGBLUT) ? DecodeSimple<true> : DecodeSimple<false>;
     for (int y = 0; y < pInput->fHeight; ++y)
-        YHMVToRGB_RowSimple(pInput->GetScanline(y), OutputRow(pOutput, bits, y), pInput->fWidth, bits, pEncodeLUT,
-                            pScale, invRange, pBlack, pMatrix, pContrastLUT);
+        decode(RecordsOf(pInput->GetScanline(y)), TargetOf(OutputRow(pOutput, bits, y), bits), pInput->fWidth,
+               fHMVToRGBLUT, pEncodeLUT, pScale, invRange, pBlack, pMatrix, pContrastLUT);
 }
 
 void cYHMVColorSpace::HMVToRGB(const cBitmapU16T* pInput, cBitmapLDR* pOutput, unsigned short* pEncodeLUT,
@@ -230,8 +260,8 @@ void cYHMVColorSpace::YHMVToRGB_RowSimple(const unsigned short* pRow, void* pDes
                                           unsigned short* pEncodeLUT, float pScale, float pInvRange, float pBlack,
                                           cMatrix33 pMatrix, float* pContrastLUT)
 {
-    DecodeSimple(RecordsOf(pRow), TargetOf(pDest, pBits), pWidth, fHMVToRGBLUT, pEncodeLUT, pScale, pInvRange, pBlack,
-                 pMatrix, pContrastLUT);
+    DecodeSimple<false>(RecordsOf(pRow), TargetOf(pDest, pBits), pWidth, fHMVToRGBLUT, pEncodeLUT, pScale, pInvRange,
+                        pBlack, pMatrix, pContrastLUT);
 }
 
 void cYHMVColorSpace::YHMVToRGB_RowRef(const unsigned short* pRow, void* pDest, int pWidth, int pBits,

@@ -5,8 +5,7 @@
 //   digests [WORKERS [SEED]]      workers (default 1) and the seed that cuts and orders the tiles (default 0: even,
 //   forward)
 //
-// Names that begin with "libm/" depend on the system's own pow, exp, expf, log10f or cos; the others on arithmetic
-// alone.
+// Names that begin with "libm/" depend on the system's own pow, exp, expf or cos; the others on arithmetic alone.
 
 #include "bitmap/cBitmapBGR16.h"
 #include "bitmap/cBitmapBGR8.h"
@@ -20,6 +19,8 @@
 #include "filter/DivideWork.h"
 #include "filter/cBilateral.h"
 #include "image/cImageUtils.h"
+#include "render/cTmRenderer.h"
+#include "support/ArmLogarithms.h"
 #include "yhmv/cYHMVColorSpace.h"
 
 #include <algorithm>
@@ -232,20 +233,27 @@ sTmSliders Sliders(int pNumber)
     return sliders;
 }
 
+void PrintCall(const std::string& pName, sTmImageDesc pImage, int pSpace, sTmSliders pSliders,
+               const std::vector<unsigned char>& pInput)
+{
+    std::vector<unsigned char> output(static_cast<size_t>(pImage.width * pImage.height * 3 * pImage.outputDepth / 8));
+    sTmRunSettings run{gWorkers, 0, 0};
+    const int32_t result = cpp_tm_selvane(&pImage, &run, pSpace, &pSliders, pInput.data(), output.data());
+    cHash()
+        .Add(&result, sizeof result)
+        .Add(output.data(), output.size())
+        .AddFloats(&pSliders.blackPoint, 2)
+        .Print(pName);
+}
+
 void PrintEntry(const sSubject& pSubject, int pDepth, int pOutputDepth, int pSpace, int pSliders, int pWidth,
                 int pHeight)
 {
-    const std::vector<unsigned char> input =
-        MakeInput(pSubject, pDepth, pWidth, pHeight, static_cast<uint64_t>(pSliders) + 7);
-    std::vector<unsigned char> output(static_cast<size_t>(pWidth * pHeight * 3 * pOutputDepth / 8));
-    sTmImageDesc image{pWidth, pHeight, 3, pDepth, pOutputDepth, 3 * pWidth, 3 * pWidth, pSliders % 2};
-    sTmRunSettings run{gWorkers, 0, 0};
-    sTmSliders sliders = Sliders(pSliders);
-    const int32_t result = cpp_tm_selvane(&image, &run, pSpace, &sliders, input.data(), output.data());
     char name[120];
     std::snprintf(name, sizeof name, "libm/entry/%s/%dx%d/in%d/out%d/space%d/sliders%d", pSubject.fName, pWidth,
                   pHeight, pDepth, pOutputDepth, pSpace, pSliders);
-    cHash().Add(&result, sizeof result).Add(output.data(), output.size()).AddFloats(&sliders.blackPoint, 2).Print(name);
+    PrintCall(name, {pWidth, pHeight, 3, pDepth, pOutputDepth, 3 * pWidth, 3 * pWidth, pSliders % 2}, pSpace,
+              Sliders(pSliders), MakeInput(pSubject, pDepth, pWidth, pHeight, static_cast<uint64_t>(pSliders) + 7));
 }
 
 void PrintEntries()
@@ -260,6 +268,78 @@ void PrintEntries()
     for (int size : {1, 2, 3, 4, 5, 130})
         PrintEntry(kNoise, 32, 16, 0, size, size, 7 - size % 5);
     PrintEntry(kWindow, 32, 16, 0, 0, 400, 300);
+}
+
+// ---- Logarithms ----------------------------------------------------------------------------------------------------
+
+/// A pixel of three samples with a shared exponent.
+struct sSharedPixel
+{
+    unsigned char fSamples[3];
+    unsigned char fExponent;
+};
+
+/// The luminance of each is one of kArmLogarithms, in the colour space of its row.
+constexpr sSharedPixel kArmPixels[3][4] = {
+    {{{8, 155, 252}, 143}, {{187, 114, 85}, 157}, {{122, 124, 193}, 115}, {{113, 128, 174}, 101}},
+    {{{31, 185, 44}, 143}, {{204, 83, 207}, 157}, {{163, 105, 179}, 115}, {{110, 129, 198}, 101}},
+    {{{136, 125, 215}, 143}, {{189, 104, 99}, 157}, {{212, 4, 76}, 116}, {{129, 127, 220}, 101}}};
+
+/// A picture of stripes, one a pixel of the row.
+std::vector<unsigned char> Stripes(const sSharedPixel (&pPixels)[4], int pStripe, int pHeight)
+{
+    std::vector<unsigned char> row;
+    for (int plane = 0; plane < 4; plane++)
+        for (const sSharedPixel& pixel : pPixels)
+            row.insert(row.end(), static_cast<size_t>(pStripe), plane < 3 ? pixel.fSamples[plane] : pixel.fExponent);
+    std::vector<unsigned char> picture;
+    for (int y = 0; y < pHeight; y++)
+        picture.insert(picture.end(), row.begin(), row.end());
+    return picture;
+}
+
+/// The logarithms that the renderer takes of these luminances.
+void PrintLogarithms(const std::string& pName, const std::vector<float>& pLuminances)
+{
+    const int count = static_cast<int>(pLuminances.size());
+    cBitmapXYZ32 picture(count, 1);
+    for (int i = 0; i < count; i++)
+        std::fill_n(picture.fData + 3 * i, 3, pLuminances[static_cast<size_t>(i)]);
+    std::vector<float> logarithms(pLuminances.size());
+    bool cancel = false;
+    bool cancelled = false;
+    float extremes[] = {INFINITY, 0.0f};
+    CalcMinMaxLog_tile(0, 0, 1, &picture, logarithms.data(), count, &cancel, &cancelled, extremes, extremes + 1,
+                       0x1p-149f);
+    cHash().AddFloats(logarithms.data(), logarithms.size()).AddFloats(extremes, 2).Print(pName);
+}
+
+/// A positive float of every 4096 neighbours.
+std::vector<float> StratifiedFloats()
+{
+    std::vector<float> values;
+    cRandom random(41);
+    for (uint32_t first = 0; first < 0x7F800000u; first += 4096) {
+        const uint32_t bits = first + 1 + random.Next() % 4095;
+        std::memcpy(&values.emplace_back(), &bits, sizeof bits);
+    }
+    return values;
+}
+
+void PrintLogarithms()
+{
+    std::vector<float> luminances;
+    for (const SelvaneTest::sArmLogarithm& known : SelvaneTest::kArmLogarithms)
+        std::memcpy(&luminances.emplace_back(), &known.fValue, sizeof known.fValue);
+    PrintLogarithms("log10/arm", luminances);
+    PrintLogarithms("log10/strata", StratifiedFloats());
+    constexpr int kStripe = 5;
+    constexpr int kHeight = 7;
+    for (int space = 0; space < 3; space++)
+        for (int sliders : {0, space + 1})
+            PrintCall("libm/entry/arm/space" + std::to_string(space) + "/sliders" + std::to_string(sliders),
+                      {4 * kStripe, kHeight, 3, 32, 16, 12 * kStripe, 12 * kStripe, 0}, space, Sliders(sliders),
+                      Stripes(kArmPixels[space], kStripe, kHeight));
 }
 
 // ---- The classes ---------------------------------------------------------------------------------------------------
@@ -510,5 +590,6 @@ int main(int pCount, char** pWords)
     PrintCurves();
     PrintColours();
     PrintPictures();
+    PrintLogarithms();
     return std::fflush(stdout) == 0 ? 0 : 1;
 }

@@ -112,11 +112,14 @@ TEST(Reading, EveryCodeOfSixteenBitsDecodesByThePlainGamma)
             const auto sample = static_cast<uint16_t>(s == 1 ? 65535 - code : code);
             std::memcpy(call.fInput.data() + 2 * (3 * code + s), &sample, 2);
         }
-    call.fColorSpace = 2;
-    const std::vector<float> xyz = XYZOf(call);
-    for (int code = 0; code < 65536; code++)
-        ExpectPixel(xyz, static_cast<size_t>(code), 2,
-                    {Decoded16(code, 1.8), Decoded16(65535 - code, 1.8), Decoded16(code, 1.8)});
+    for (int space = 0; space < 3; space++) {
+        call.fColorSpace = space;
+        const std::vector<float> xyz = XYZOf(call);
+        const double gamma = space == 2 ? 1.8 : 2.2;
+        for (int code = 0; code < 65536; code++)
+            ExpectPixel(xyz, static_cast<size_t>(code), space,
+                        {Decoded16(code, gamma), Decoded16(65535 - code, gamma), Decoded16(code, gamma)});
+    }
 }
 
 /// At which end of a buffer a page begins that must not be touched. At the other end is room up to the next such page.

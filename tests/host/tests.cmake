@@ -39,7 +39,7 @@ selvane_test(host
   command/Equalize_test.cpp
   command/Failures_test.cpp
   command/HueCurve_test.cpp
-  command/Tonemap_test.cpp
+  command/Tonemap_test.cpp command/Suggestion_test.cpp
   picture/ExponentPlanes_test.cpp
   picture/PngColor_test.cpp
   picture/ProfileMatch_test.cpp

@@ -394,6 +394,89 @@ TEST(Phase2, TheLogLinesAreThoseOfTheNumbers)
     EXPECT_EQ(log, expected);
 }
 
+/// Pixels whose luminance is an entry of the table of the base, over 18 decades; their sum in picture order is made to end at
+/// pTarget, or the last bit below.
+class cSumAt
+{
+public:
+    cSumAt(const float* pTable, double pTarget, int pFree, unsigned pSeed) : fTable(pTable), fLeft(pTarget)
+    {
+        std::mt19937 random(pSeed);
+        for (int i = 0; i < pFree; i++)
+            Add(static_cast<int>(random() % 60000)); // less than 0.4
+    }
+
+    void Add(int pEntry)
+    {
+        fEntries.push_back(pEntry);
+        fSum += static_cast<double>(fTable[pEntry]);
+    }
+
+    /// The largest entry that does not lead beyond the target; the first, which changes nothing, at the end.
+    void Approach()
+    {
+        const auto* above = std::upper_bound(fTable, fTable + 65536, static_cast<float>(fLeft - fSum));
+        Add(std::max(0, static_cast<int>(above - fTable) - 1));
+    }
+
+    std::vector<int> fEntries;
+    double fSum = 0.0;
+
+private:
+    const float* fTable;
+    double fLeft;
+};
+
+std::string MeanIn(const std::string& pLog)
+{
+    const size_t at = pLog.find("ave: ") + 5;
+    return pLog.substr(at, pLog.find(' ', at) - at);
+}
+
+std::string MeanText(double pSum, int pCount)
+{
+    char text[40];
+    std::snprintf(text, sizeof text, "%1.2f", pSum / pCount);
+    return text;
+}
+
+TEST(Phase2, AMeanOnTheBorderOfTwoTextsIsThatOfTheSumInPictureOrder)
+{
+    constexpr int kPixels = 512;
+    constexpr float kLow = -17.0f;
+    int otherwise = 0; // with the sum of 32 lanes
+    for (unsigned seed = 1; seed <= 60; seed++) {
+        std::vector<float> base(kPixels, kLow);
+        base[1] = 1.0f;
+        sHandMade hand(base, std::vector<float>(kPixels, 0.0f));
+        cTmRenderer& r = *hand.fRenderer;
+        r.fGlobalContrast = 0.0f;
+        r.fDetailMin = 0.0f; // entry 0 is a factor of 1
+        r.fDetailMax = 1.0f;
+        hand.Run();
+        cSumAt sum(r.fGlobalLUT, 0.125 * kPixels, 440, seed);
+        while (sum.fEntries.size() < kPixels)
+            sum.Approach();
+        for (int i = 0; i < kPixels; i++)
+            r.fBase[i] = kLow + (static_cast<float>(sum.fEntries[static_cast<size_t>(i)]) + 0.5f) * (18.0f / 65535.0f);
+        r.fLogEnabled = 1;
+        const std::string log = CaptureStderr([&] { hand.Run(); });
+        double inOrder = 0.0;
+        double lanes[32] = {};
+        for (int i = 0; i < kPixels; i++) {
+            inOrder += static_cast<double>(hand.Luminance(i));
+            lanes[i % 32] += static_cast<double>(hand.Luminance(i));
+        }
+        ASSERT_NEAR(inOrder, 0.125 * kPixels, 1e-6);
+        ASSERT_EQ(MeanIn(log), MeanText(inOrder, kPixels)) << seed;
+        double joined = 0.0;
+        for (const double lane : lanes)
+            joined += lane;
+        otherwise += MeanText(joined, kPixels) != MeanText(inOrder, kPixels) ? 1 : 0;
+    }
+    EXPECT_GT(otherwise, 0) << "lanes would print the same, so nothing is shown";
+}
+
 TEST(Phase2, ARequestIsSeenAfterTheTables)
 {
     sHandMade hand({-1.0f, 1.0f}, {-0.5f, 0.25f});

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <limits>
@@ -552,6 +553,29 @@ TEST(Road, ExposureInsteadOfPoints)
         comparison.Compare(one);
     }
     comparison.Expect({eRuleExposurePath, eRuleExposurePathByRange, eRuleRequestedPoints, eRuleLowQ, eRuleHighQ});
+}
+
+// The library's loops go by strips of 128 pixels and by vectors of up to 32; a row may end anywhere in them. The long form
+// takes many more.
+TEST(Road, RowsThatEndAnywhereInAStrip)
+{
+    const bool isLong = std::getenv("SELVANE_LONG") != nullptr;
+    const std::vector<int> ends = {31,  32,  33,  63,  64,  65,  95,  96,  97,  112,
+                                   127, 128, 129, 159, 160, 161, 255, 256, 257, 384};
+    cComparison comparison("strips", isLong ? 1500 : 90);
+    cRandom random(20260121);
+    while (comparison.Goes()) {
+        sCase one;
+        const int width = random.OneIn(3) ? random.Between(100, 400) : random.Of<int>(ends);
+        ChooseForm(one, random, width, random.Between(1, 9));
+        ChooseHost(one, random);
+        ChooseSliders(one, random);
+        if (random.OneIn(6)) one.fRun.requestType = 9;
+        Paint(one, random, AnyPicture(random));
+        comparison.Compare(one, 2000000);
+    }
+    comparison.Expect({eRuleRangePath, eRuleHistogram, eRuleNewMaximum, eRuleNoNewMaximum, eRuleNoCopy,
+                       eRuleCopySwapped, eRuleCopyRows, eRuleWrap});
 }
 
 TEST(Road, LargerPictures)

@@ -8,11 +8,17 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <functional>
 #include <memory>
 #include <sys/mman.h>
 #include <unistd.h>
+#include <utility>
+
+#if defined(__x86_64__)
+#include <xmmintrin.h>
+#endif
 
 using namespace Vornik;
 using namespace SelvaneTest;
@@ -149,15 +155,25 @@ struct sRow
     std::vector<sTwinRecord> fRecords;
     std::vector<unsigned short> fBytes;
 
-    sRow(cRandom& pRandom, eWorker pWorker, int pWidth)
-        : fRecords(static_cast<size_t>(pWidth)), fBytes(fRecords.size() * RecordBytes(pWorker) / 2)
+    sRow(eWorker pWorker, std::vector<sTwinRecord> pRecords)
+        : fRecords(std::move(pRecords)), fBytes(fRecords.size() * RecordBytes(pWorker) / 2)
     {
         unsigned char* at = reinterpret_cast<unsigned char*>(fBytes.data());
-        for (sTwinRecord& r : fRecords) {
-            r = AnyRecord(pRandom);
+        for (const sTwinRecord& r : fRecords) {
             pWorker == eHMVRowRef ? WriteHMV(at, r) : WriteYHMV(at, r);
             at += RecordBytes(pWorker);
         }
+    }
+
+    sRow(cRandom& pRandom, eWorker pWorker, int pWidth) : sRow(pWorker, AnyRecords(pRandom, pWidth)) {}
+
+private:
+    static std::vector<sTwinRecord> AnyRecords(cRandom& pRandom, int pWidth)
+    {
+        std::vector<sTwinRecord> records(static_cast<size_t>(pWidth));
+        for (sTwinRecord& r : records)
+            r = AnyRecord(pRandom);
+        return records;
     }
 };
 
@@ -427,6 +443,169 @@ TEST(HueLightness, TheHMVDecoderClampsBeforeTheMatrix)
     EXPECT_EQ(DecodeOne(eHMVRowRef, t, p, {0, 0, -1.0f, 4.0f}), (std::vector<int>{32767, 0, 0}));
     EXPECT_EQ(DecodeOne(eHMVRowRef, t, p, {0, 0, kNaN, 1.0f}), (std::vector<int>{32767, 32767, 32767}));
 }
+
+// ---- black pixels ----
+
+// The HMV decoder may replace a black pixel's V, to spare the processor subnormal numbers, only where no sample shows it.
+
+// Without 0, which has no paleness: its intensity is NaN, and the whole strip stays as it is.
+constexpr float kBlackV[] = {0x1p-126f, 0x1p-149f,       0x1.8p-140f, 0x1p-100f,
+                             0x1p-90f,  0x1.fffffep-81f, 0x1p-80f,    0x1.000002p-80f};
+
+// Black records of many hues with pOthers ordinary ones between them. They fill a strip and a half: in a first strip that is
+// not full, what follows the records may keep them as they are.
+std::vector<sTwinRecord> BlackRecords(cRandom& pRandom, int pOthers)
+{
+    std::vector<sTwinRecord> records(200);
+    for (size_t n = 0; n < records.size(); ++n)
+        records[n] = {0.0f, static_cast<uint16_t>(pRandom.Word()), n % 3 == 0 ? -0.0f : 0.0f,
+                      kBlackV[n % std::size(kBlackV)]};
+    for (int i = 0; i < pOthers; ++i)
+        records[static_cast<size_t>(pRandom.Below(200))] = {0.0f, static_cast<uint16_t>(pRandom.Word()),
+                                                            pRandom.Between(-0.2f, 0.4f), pRandom.Between(0.5f, 1.5f)};
+    return records;
+}
+
+// Tables whose entry for index 0 is like no other.
+sTables TablesWithABlackOfTheirOwn()
+{
+    sTables tables;
+    std::replace(tables.fEncode.begin(), tables.fEncode.end(), static_cast<unsigned short>(777),
+                 static_cast<unsigned short>(778));
+    tables.fEncode[0] = 777;
+    return tables;
+}
+
+TEST(BlackPixels, EqualTheFormulaAmongOthersWithNeutralAndWithBentCurves)
+{
+    cRandom random(31);
+    sTables neutral = TablesWithABlackOfTheirOwn();
+    sTables bent(random);
+    for (float& lightness : bent.fLightness)
+        lightness = random.Unit(); // curves give no other
+    bent.fEncode[0] = 777;
+    for (int i = 0; i < 40; ++i)
+        for (sTables* tables : {&neutral, &bent})
+            for (const int bits : {8, 16})
+                ExpectRowLikeTwin(eHMVRowRef, *tables, {}, sRow(eHMVRowRef, BlackRecords(random, i % 4)), bits);
+}
+
+TEST(BlackPixels, WithNoExtentAtAllEqualTheFormula)
+{
+    cRandom random(35);
+    sTables tables = TablesWithABlackOfTheirOwn();
+    std::vector<sTwinRecord> records = BlackRecords(random, 3);
+    for (size_t n = 0; n < records.size(); n += 9)
+        records[n].V = 0.0f;
+    ExpectRowLikeTwin(eHMVRowRef, tables, {}, sRow(eHMVRowRef, std::move(records)), 16);
+}
+
+TEST(BlackPixels, WithCurvesAndMatricesOfAnyUseTheyAreBlack)
+{
+    cRandom random(32);
+    sTables tables = TablesWithABlackOfTheirOwn();
+    for (float& lightness : tables.fLightness)
+        lightness = 0x1p15f;
+    for (auto& color : tables.fSpace->fHMVToRGBLUT)
+        for (float& channel : color)
+            channel = 0x1p16f;
+    sNumbers numbers;
+    numbers.fMatrix = {0x1p16f, 0x1p16f, 0x1p16f, 0x1p16f, 0x1p16f, 0x1p16f, 0x1p16f, 0x1p16f, 0x1p16f};
+    std::vector<sTwinRecord> records;
+    for (int n = 0; n < 256; ++n)
+        records.push_back({0.0f, static_cast<uint16_t>(257 * n), 0.0f, n % 2 == 0 ? 0x1p-126f : 0x1.fffffep-81f});
+    const sRow row(eHMVRowRef, std::move(records));
+    unsigned short dest[768] = {};
+    RunWorker(eHMVRowRef, tables, numbers, row.fBytes.data(), dest, 256, 16);
+    for (const unsigned short sample : dest)
+        EXPECT_EQ(sample, 777);
+    ExpectRowLikeTwin(eHMVRowRef, tables, numbers, sRow(eHMVRowRef, BlackRecords(random, 0)), 16);
+}
+
+// Where a number is huge. A row of one of them is enough for the formula to give light.
+struct sHuge
+{
+    bool fColor;
+    bool fLightness;
+    bool fMatrix;
+};
+
+void MakeHuge(sHuge pHuge, int pExponent, sTables& pTables, sNumbers& pNumbers)
+{
+    const float huge = std::ldexp(1.0f, pExponent);
+    if (pHuge.fColor)
+        for (size_t h = 0; h < 65536; ++h)
+            pTables.fSpace->fHMVToRGBLUT[h][h % 3] = h % 2 == 0 ? huge : -huge;
+    if (pHuge.fLightness)
+        for (size_t h = 0; h < 65536; ++h)
+            pTables.fLightness[h] = h % 5 == 0 ? -huge : huge;
+    if (pHuge.fMatrix)
+        for (int i = 0; i < 9; ++i)
+            (&pNumbers.fMatrix.m00)[i] = i % 4 == 3 ? -huge : huge;
+}
+
+// How many of the formula's samples are not those of index 0.
+int LightSamples(const sTables& pTables, const sNumbers& pNumbers, const std::vector<sTwinRecord>& pRecords)
+{
+    int light = 0;
+    for (const sTwinRecord& record : pRecords) {
+        uint16_t rgb[3];
+        TwinDecode(TwinOf(eHMVRowRef, pTables, pNumbers), record, false, rgb);
+        for (const uint16_t sample : rgb)
+            light += sample != pTables.fEncode[0] ? 1 : 0;
+    }
+    return light;
+}
+
+TEST(BlackPixels, WithHugeCurvesOrMatricesTheyAreAsLightAsTheFormulaSays)
+{
+    cRandom random(33);
+    const std::vector<sTwinRecord> records = BlackRecords(random, 0);
+    for (const sHuge huge :
+         {sHuge{true, false, false}, {false, true, false}, {false, false, true}, {true, true, true}}) {
+        int light = 0;
+        for (int exponent = 10; exponent < 128; ++exponent) {
+            sTables tables = TablesWithABlackOfTheirOwn();
+            sNumbers numbers;
+            MakeHuge(huge, exponent, tables, numbers);
+            ExpectRowLikeTwin(eHMVRowRef, tables, numbers, sRow(eHMVRowRef, records), 16);
+            light += LightSamples(tables, numbers, records);
+        }
+        EXPECT_GT(light, 100) << "no black of these would show a replaced V";
+    }
+}
+
+TEST(BlackPixels, OneHugeNumberInAStripKeepsTheOthersAsTheFormulaSays)
+{
+    cRandom random(34);
+    for (int exponent = 17; exponent < 128; exponent += 5) {
+        sTables tables = TablesWithABlackOfTheirOwn();
+        std::vector<sTwinRecord> records = BlackRecords(random, 0);
+        const uint16_t hue = records[77].H;
+        tables.fSpace->fHMVToRGBLUT[hue][1] = std::ldexp(1.0f, exponent);
+        tables.fLightness[hue] = -std::ldexp(1.0f, exponent / 2);
+        ExpectRowLikeTwin(eHMVRowRef, tables, {}, sRow(eHMVRowRef, std::move(records)), 16);
+    }
+}
+
+#if defined(__x86_64__)
+// A processor sets a flag when it meets a subnormal operand or makes a subnormal result. Two whole strips: what stands in
+// the rest of a short one is computed with too.
+TEST(BlackPixels, TakeNoArithmeticOnSubnormalNumbers)
+{
+    if (!__builtin_cpu_supports("fma")) GTEST_SKIP() << "fused steps are a function of the C library's here";
+    sTables tables;
+    const sRow row(eHMVRowRef, std::vector<sTwinRecord>(256, {0.0f, 12345, 0.0f, 0x1p-126f}));
+    unsigned short dest[768];
+    constexpr unsigned kSubnormalFlags = 0x12; // denormal operand, underflow
+    const unsigned before = _mm_getcsr();
+    _mm_setcsr(before & ~0x3Fu);
+    RunWorker(eHMVRowRef, tables, {}, row.fBytes.data(), dest, 256, 16);
+    const unsigned flags = _mm_getcsr() & kSubnormalFlags;
+    _mm_setcsr(before);
+    EXPECT_EQ(flags, 0u);
+}
+#endif
 
 // ---- whole pictures ----
 

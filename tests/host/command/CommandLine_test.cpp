@@ -50,18 +50,18 @@ TEST_F(Command, AWrongCommandLineHasStatusTwo)
     const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
         {{}, "subcommand"},
         {{"develop"}, "develop"},
-        {{"tonemap"}, "required"},
-        {{"tonemap", Hdr()}, "--output"},
-        {{"tonemap", "-o", out}, "INPUT"},
-        {{"tonemap", Hdr(), "-o", out, "--sharpness", "1"}, "--sharpness"},
-        {{"tonemap", Hdr(), "-o", out, "--compression", "much"}, "--compression"},
-        {{"tonemap", Hdr(), "-o", out, "--compression"}, "--compression"},
-        {{"tonemap", Hdr(), "-o", out, "--threads", "-1"}, "--threads"},
-        {{"tonemap", Hdr(), "-o", out, "--threads", "257"}, "--threads"},
-        {{"tonemap", Hdr(), Png(), "-o", out}, "in.png"},
-        {{"tonemap", Hdr(), "-o", fFolder / "out.gif"}, ".png"},
-        {{"tonemap", Hdr(), "-o", fFolder / "out"}, ".png"},
-        {{"tonemap", Hdr(), "-o", fFolder / "a.png/out"}, ".png"},
+        {{"tonemap"}, "INPUT"},
+        {{"tonemap", "--exact", Hdr()}, "--output"},
+        {{"tonemap", "--exact", "-o", out}, "INPUT"},
+        {{"tonemap", "--exact", Hdr(), "-o", out, "--sharpness", "1"}, "--sharpness"},
+        {{"tonemap", "--exact", Hdr(), "-o", out, "--compression", "much"}, "--compression"},
+        {{"tonemap", "--exact", Hdr(), "-o", out, "--compression"}, "--compression"},
+        {{"tonemap", "--exact", Hdr(), "-o", out, "--threads", "-1"}, "--threads"},
+        {{"tonemap", "--exact", Hdr(), "-o", out, "--threads", "257"}, "--threads"},
+        {{"tonemap", "--exact", Hdr(), Png(), "-o", out}, "in.png"},
+        {{"tonemap", "--exact", Hdr(), "-o", fFolder / "out.gif"}, ".png"},
+        {{"tonemap", "--exact", Hdr(), "-o", fFolder / "out"}, ".png"},
+        {{"tonemap", "--exact", Hdr(), "-o", fFolder / "a.png/out"}, ".png"},
         {{"equalize", Png(), "-o", out, "--hue-shift", "0:2"}, "--hue-shift"},
         {{"equalize", Png(), "-o", out, "--saturation", "x"}, "--saturation"},
         {{"equalize", Png(), "-o", out, "--lightness", "0.1:0.5,0.1:0.6"}, "--lightness"},
@@ -77,7 +77,7 @@ TEST_F(Command, NamesWithBlanksAndOtherLettersWork)
         const std::string input = fFolder / (std::string(name) + ".hdr");
         const std::string output = fFolder / (std::string(name) + ".png");
         std::filesystem::copy_file(Hdr(), input);
-        ExpectQuietSuccess(Selvane({"tonemap", input, "-o", output}));
+        ExpectQuietSuccess(Selvane({"tonemap", "--exact", input, "-o", output}));
         EXPECT_EQ(Look(Out() == output ? Out() : output).fWidth, kWidth) << name;
     }
     ExpectFailure(Selvane({"stats", fFolder / "new\nline.hdr"}), 1, "new line.hdr: cannot be read: No such file");
@@ -96,9 +96,9 @@ TEST_F(Command, APictureMayComeThroughAPipe)
 
 TEST_F(Command, ProgressLinesAreShownOnRequestOnly)
 {
-    const sRun quiet = Selvane({"tonemap", Hdr(), "-o", Out(), "--depth", "8"});
+    const sRun quiet = Selvane({"tonemap", "--exact", Hdr(), "-o", Out(), "--depth", "8"});
     EXPECT_EQ(quiet.fErr, "");
-    const sRun verbose = Selvane({"tonemap", Hdr(), "-o", Out(), "--depth", "8", "--verbose"});
+    const sRun verbose = Selvane({"tonemap", "--exact", Hdr(), "-o", Out(), "--depth", "8", "--verbose"});
     EXPECT_EQ(verbose.fStatus, 0);
     EXPECT_THAT(verbose.fErr, HasSubstr("ToneMappingPhase1 61 x 43"));
     EXPECT_THAT(verbose.fErr, HasSubstr("Freeing via FreeBitmapData"));
@@ -112,10 +112,10 @@ TEST_F(Command, StandardOutputThatTakesNothingIsAFailure)
 
 TEST_F(Command, ClosedStreamsDoNoHarm)
 {
-    ExpectQuietSuccess(Selvane({"tonemap", Hdr(), "-o", Out()}));
+    ExpectQuietSuccess(Selvane({"tonemap", "--exact", Hdr(), "-o", Out()}));
     const tBytes expected = ReadAll(Out());
     for (const std::vector<int>& closed : std::vector<std::vector<int>>{{0}, {1}, {2}, {0, 1, 2}}) {
-        const sRun run = Selvane({"tonemap", Hdr(), "-o", Out(), "--verbose"}, [&] {
+        const sRun run = Selvane({"tonemap", "--exact", Hdr(), "-o", Out(), "--verbose"}, [&] {
             for (const int stream : closed)
                 ::close(stream);
         });

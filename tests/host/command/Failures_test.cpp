@@ -41,7 +41,7 @@ TEST_F(Command, WhatCannotBeReadHasStatusOneAndLeavesNothing)
                                                                     {"cut.png", "damaged or cut short"},
                                                                     {"in.png/x", "Not a directory"}};
     for (const auto& [name, words] : cases) {
-        const sRun run = Selvane({"tonemap", fFolder / name, "-o", Out()});
+        const sRun run = Selvane({"tonemap", "--exact", fFolder / name, "-o", Out()});
         ExpectFailure(run, 1, words);
         EXPECT_THAT(run.fErr, HasSubstr(name)) << "the line names the file";
         ExpectFailure(Selvane({"stats", fFolder / name}), 1, words);
@@ -55,11 +55,11 @@ TEST_F(Command, WhatCannotBeWrittenHasStatusOneAndKeepsTheOldFile)
     WriteAll(Out(), std::string("old"));
     std::filesystem::create_directory(fFolder / "folder.png");
     const std::vector<std::string> before = fFolder.Names();
-    ExpectFailure(Selvane({"tonemap", Hdr(), "-o", fFolder / "missing/out.png"}), 1, "No such file or directory");
-    ExpectFailure(Selvane({"tonemap", Hdr(), "-o", fFolder / "in.png/out.png"}), 1, "Not a directory");
-    ExpectFailure(Selvane({"tonemap", Hdr(), "-o", fFolder / "folder.png"}), 1, "Is a directory");
+    ExpectFailure(Selvane({"tonemap", "--exact", Hdr(), "-o", fFolder / "missing/out.png"}), 1, "No such file or directory");
+    ExpectFailure(Selvane({"tonemap", "--exact", Hdr(), "-o", fFolder / "in.png/out.png"}), 1, "Not a directory");
+    ExpectFailure(Selvane({"tonemap", "--exact", Hdr(), "-o", fFolder / "folder.png"}), 1, "Is a directory");
     // The limit of 2000 bytes for a file acts like a full disk.
-    const sRun full = Selvane({"tonemap", Hdr(), "-o", Out()}, [] {
+    const sRun full = Selvane({"tonemap", "--exact", Hdr(), "-o", Out()}, [] {
         const rlimit limit{2000, 2000};
         ::setrlimit(RLIMIT_FSIZE, &limit);
     });
@@ -142,7 +142,7 @@ TEST_F(Command, ForceReplacesTheInput)
     const tBytes before = ReadAll(Png());
     const tBytes expected = Entry(Png(), {}, 8).fPixels;
     std::filesystem::create_hard_link(Png(), fFolder / "hard.png");
-    ExpectQuietSuccess(Selvane({"tonemap", Png(), "-o", Png(), "--force"}));
+    ExpectQuietSuccess(Selvane({"tonemap", "--exact", Png(), "-o", Png(), "--force"}));
     EXPECT_EQ(Look(Png()).fPixels, expected);
     EXPECT_EQ(ReadAll(fFolder / "hard.png"), before) << "the other name of a hard link";
     std::filesystem::create_symlink("in.png", fFolder / "symbolic.png");
@@ -163,7 +163,7 @@ TEST_F(Command, BrokenFilesEndInAPictureOrInWords)
         for (int round = 0; round < rounds; round++) {
             WriteAll(fFolder / "broken", Broken(whole, random));
             std::filesystem::remove(Out());
-            const sRun run = Selvane({"tonemap", fFolder / "broken", "-o", Out()});
+            const sRun run = Selvane({"tonemap", "--exact", fFolder / "broken", "-o", Out()});
             if (run.fStatus == 0) {
                 EXPECT_GT(Look(Out()).fWidth, 0) << name;
             } else {
@@ -185,13 +185,13 @@ TEST_F(Command, AKilledRunLeavesNoHalfFile)
     constexpr int kSide = 700;
     WriteAll(fFolder / "large.hdr", Radiance(kSide, kSide, ExponentPixels(kSide, kSide)));
     WriteAll(Out(), std::string("old"));
-    ExpectQuietSuccess(Selvane({"tonemap", fFolder / "large.hdr", "-o", fFolder / "whole.png"}));
+    ExpectQuietSuccess(Selvane({"tonemap", "--exact", fFolder / "large.hdr", "-o", fFolder / "whole.png"}));
     const tBytes whole = ReadAll(fFolder / "whole.png");
     for (int round = 0; round < 8; round++) {
         const pid_t child = ::fork();
         ASSERT_GE(child, 0);
         if (child == 0) {
-            ::execl(SELVANE_BINARY, "selvane", "tonemap", (fFolder / "large.hdr").c_str(), "-o", Out().c_str(),
+            ::execl(SELVANE_BINARY, "selvane", "tonemap", "--exact", (fFolder / "large.hdr").c_str(), "-o", Out().c_str(),
                     nullptr);
             ::_exit(127);
         }
@@ -261,13 +261,13 @@ TEST_F(Command, AShortageOfMemoryLeavesNoHalfFile)
     constexpr int kSide = 700;
     const tBytes samples = Samples8(kSide, kSide);
     Store(fFolder / "large.png", samples.data(), kSide, kSide, Rgb8());
-    ExpectQuietSuccess(Selvane({"tonemap", fFolder / "large.png", "-o", fFolder / "whole.png"}));
+    ExpectQuietSuccess(Selvane({"tonemap", "--exact", fFolder / "large.png", "-o", fFolder / "whole.png"}));
     const tBytes whole = ReadAll(fFolder / "whole.png");
     const rlim_t least = LeastMemory();
     int refused = 0, done = 0;
     for (rlim_t more = 0; more < 400 && done < 3; more++) {
         WriteAll(Out(), std::string("old"));
-        const sRun run = Selvane({"tonemap", fFolder / "large.png", "-o", Out(), "--threads", "1"},
+        const sRun run = Selvane({"tonemap", "--exact", fFolder / "large.png", "-o", Out(), "--threads", "1"},
                                  [&] { LimitMemory(least + (more << 20)); });
         EXPECT_THAT(run.fStatus, testing::AnyOf(0, 1, 128 + SIGTRAP, 128 + SIGABRT, 128 + SIGSEGV, 128 + SIGALRM))
             << run.fErr;
@@ -302,13 +302,13 @@ TEST_F(Command, ACrashInALibraryLeavesNoHalfFileAndNoSuccess)
     WriteAll(jpeg, std::string("old"));
     for (const char* function : {"vips_pngload_buffer", "vips_jpegsave_buffer", "fsync"}) {
         for (const int signal : {SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGILL}) {
-            const sRun run = Crashing(function, signal, {"tonemap", Png(), "-o", jpeg});
+            const sRun run = Crashing(function, signal, {"tonemap", "--exact", Png(), "-o", jpeg});
             EXPECT_EQ(run.fStatus, 128 + signal) << function << ": " << run.fErr;
             EXPECT_EQ(ReadAll(jpeg), (tBytes{'o', 'l', 'd'})) << function;
             EXPECT_THAT(fFolder.Names(), ElementsAre("in.hdr", "in.png", "out.jpg")) << function;
         }
     }
-    ExpectQuietSuccess(Selvane({"tonemap", Png(), "-o", jpeg}));
+    ExpectQuietSuccess(Selvane({"tonemap", "--exact", Png(), "-o", jpeg}));
 }
 
 /// Returns every signal that ends a process by default ("Term" and "Core" in signal(7)) and can be caught.
@@ -327,7 +327,7 @@ TEST_F(Command, EverySignalThatEndsTheRunRemovesTheUnfinishedFile)
 {
     WriteAll(Out(), std::string("old"));
     for (const int signal : EndingSignals()) {
-        const sRun run = Crashing("fsync", signal, {"tonemap", Png(), "-o", Out()});
+        const sRun run = Crashing("fsync", signal, {"tonemap", "--exact", Png(), "-o", Out()});
         EXPECT_EQ(run.fStatus, 128 + signal) << run.fErr;
         EXPECT_EQ(ReadAll(Out()), (tBytes{'o', 'l', 'd'})) << signal;
         ASSERT_THAT(fFolder.Names(), ElementsAre("in.hdr", "in.png", "out.png")) << signal;
@@ -339,12 +339,12 @@ TEST_F(Command, EverySignalThatEndsTheRunRemovesTheUnfinishedFile)
 TEST_F(Command, SignalsThatAreIgnoredDoNotStopTheRun)
 {
     for (const int signal : {32, 33}) {
-        ExpectQuietSuccess(Crashing("fsync", signal, {"tonemap", Png(), "-o", Out()}));
+        ExpectQuietSuccess(Crashing("fsync", signal, {"tonemap", "--exact", Png(), "-o", Out()}));
         EXPECT_GT(Look(Out()).fWidth, 0) << signal;
         std::filesystem::remove(Out());
     }
     for (const int signal : {SIGHUP, SIGUSR1}) {
-        ExpectQuietSuccess(Crashing("fsync", signal, {"tonemap", Png(), "-o", Out()}, SIG_IGN));
+        ExpectQuietSuccess(Crashing("fsync", signal, {"tonemap", "--exact", Png(), "-o", Out()}, SIG_IGN));
         EXPECT_GT(Look(Out()).fWidth, 0) << signal;
         std::filesystem::remove(Out());
     }

@@ -145,6 +145,6 @@ TEST(Record, SettingsAreTakenWithTheirChecks)
 
 TEST(Record, SettingsOfTheFirstReleaseHaveTheirSize)
 {
-    EXPECT_EQ(kFirstSettingsSize, sizeof(size_t) == 8 ? size_t{464} : kFirstSettingsSize)
-        << "the first size never changes";
+    if (sizeof(size_t) != 8) GTEST_SKIP() << "the size is that of 64-bit machines";
+    EXPECT_EQ(kFirstSettingsSize, 464u) << "the first size never changes";
 }

@@ -128,6 +128,19 @@ TEST(SettingsApi, ARefusedTextLeavesTheRecordAsItWas)
     }
 }
 
+TEST(SettingsApi, NothingIsPrinted)
+{
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    selvane_settings settings = Defaults();
+    for (const char* const text : {"exposure = 1", "exposure = 21.0", "=", "[[[", "\xFF\xFE", "a.b.c = { d = 1 }"})
+        selvane_settings_from_text(nullptr, text, &settings);
+    selvane_preset(nullptr, "none", &settings);
+    selvane_settings_to_text(nullptr, &settings, nullptr, 7, nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
 TEST(SettingsApi, RecordsWithoutASizeAreNotFilled)
 {
     selvane_settings settings = Marked(), expected = Marked();

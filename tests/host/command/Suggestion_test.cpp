@@ -1,0 +1,151 @@
+// tonemap without --exact: the suggestion, presets, settings, and what the command says of them.
+
+#include "host/command/CommandTest.h"
+
+#include <algorithm>
+#include <sstream>
+
+namespace
+{
+
+using namespace SelvaneTest;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+/// The words behind "exactly: selvane " of a run.
+std::vector<std::string> ExactWords(const sRun& pRun)
+{
+    const std::string mark = "exactly: selvane ";
+    const size_t begin = pRun.fErr.find(mark);
+    EXPECT_NE(begin, std::string::npos) << pRun.fErr;
+    std::istringstream line(pRun.fErr.substr(begin + mark.size(), pRun.fErr.find('\n', begin) - begin - mark.size()));
+    std::vector<std::string> words;
+    for (std::string word; line >> word;)
+        words.push_back(word);
+    return words;
+}
+
+double MeanOf(const std::string& pPath)
+{
+    const tBytes pixels = Look(pPath).fPixels;
+    double sum = 0;
+    for (size_t i = 1; i < pixels.size(); i += 2) // high bytes
+        sum += pixels[i];
+    return sum / (static_cast<double>(pixels.size()) / 2);
+}
+
+TEST_F(Command, TheFirstPictureIsSuggestedAndSaidInTwoLines)
+{
+    const sRun run = Selvane({"tonemap", Hdr(), "-o", Out()});
+    EXPECT_EQ(run.fStatus, 0) << run.fErr;
+    EXPECT_EQ(Lines(run.fErr), 2U) << run.fErr;
+    EXPECT_THAT(run.fErr, HasSubstr("selvane: " + Hdr() + ": "));
+    EXPECT_THAT(run.fOut, IsEmpty());
+    EXPECT_GT(MeanOf(Out()), 40.0); // the scene spans six decades: sliders at 0 leave most of it black
+    ExpectQuietSuccess(Selvane({"tonemap", "--exact", Hdr(), "-o", fFolder / "plain.png"}));
+    EXPECT_LT(MeanOf(fFolder / "plain.png"), MeanOf(Out()));
+}
+
+TEST_F(Command, TheExactLineGivesTheSamePictureAgain)
+{
+    for (const std::string& input : {Hdr(), Png()})
+        for (const std::vector<std::string>& more :
+             {std::vector<std::string>{}, {"--exposure", "0.7"}, {"--preset", "dramatic", "--wrap"}, {"--radius", "3"}}) {
+            std::vector<std::string> words = {"tonemap", input, "-o", Out()};
+            words.insert(words.end(), more.begin(), more.end());
+            const std::vector<std::string> exact = ExactWords(Selvane(words));
+            const tBytes expected = ReadAll(Out());
+            WriteAll(Out(), "gone");
+            ExpectQuietSuccess(Selvane(exact));
+            EXPECT_EQ(ReadAll(Out()), expected) << testing::PrintToString(exact);
+        }
+}
+
+TEST_F(Command, ASliderThatIsGivenStandsAsItIs)
+{
+    const sRun run = Selvane({"tonemap", Hdr(), "-o", Out(), "--compression", "12.5", "--white-clip", "3"});
+    const std::vector<std::string> words = ExactWords(run);
+    const auto after = [&](const char* pOption) {
+        const auto found = std::find(words.begin(), words.end(), pOption);
+        return found == words.end() ? std::string("none") : *(found + 1);
+    };
+    EXPECT_EQ(after("--compression"), "12.5");
+    EXPECT_EQ(after("--white-clip"), "3");
+}
+
+TEST_F(Command, ExposureBrightensAndSaturationColours)
+{
+    const auto mean = [&](const std::vector<std::string>& pMore) {
+        std::vector<std::string> words = {"tonemap", Hdr(), "-o", Out(), "--quiet"};
+        words.insert(words.end(), pMore.begin(), pMore.end());
+        ExpectQuietSuccess(Selvane(words));
+        return MeanOf(Out());
+    };
+    const double plain = mean({});
+    EXPECT_GT(mean({"--exposure", "1"}), plain + 10);
+    EXPECT_LT(mean({"--exposure", "-1"}), plain - 10);
+    mean({"--saturation", "-100"});
+    const tBytes grey = Look(Out()).fPixels;
+    for (size_t i = 0; i + 6 <= grey.size(); i += 6) { // red, green and blue of a grey differ by rounding only
+        EXPECT_NEAR(grey[i + 1], grey[i + 3], 1);
+        EXPECT_NEAR(grey[i + 3], grey[i + 5], 1);
+    }
+}
+
+TEST_F(Command, SuggestPrintsSettingsThatGiveTheSamePicture)
+{
+    const sRun run = Selvane({"tonemap", Hdr(), "--suggest"});
+    EXPECT_EQ(run.fStatus, 0) << run.fErr;
+    EXPECT_THAT(run.fOut, HasSubstr("automatic = false\n"));
+    EXPECT_EQ(run.fOut.back(), '\n');
+    EXPECT_FALSE(Exists(Out()));
+    WriteAll(fFolder / "look.toml", run.fOut);
+    ExpectQuietSuccess(Selvane({"tonemap", Hdr(), "-o", Out(), "--quiet"}));
+    const tBytes expected = ReadAll(Out());
+    ExpectQuietSuccess(Selvane({"tonemap", Hdr(), "-o", Out(), "--quiet", "--settings", fFolder / "look.toml"}));
+    EXPECT_EQ(ReadAll(Out()), expected);
+}
+
+TEST_F(Command, EveryPresetRenders)
+{
+    for (const char* preset : {"natural", "clear", "soft", "dramatic", "interior", "night", "flat"}) {
+        const sRun run = Selvane({"tonemap", Hdr(), "-o", Out(), "--preset", preset});
+        EXPECT_EQ(run.fStatus, 0) << preset << run.fErr;
+    }
+}
+
+TEST_F(Command, ALookThatMakesNoSenseHasStatusTwo)
+{
+    WriteAll(fFolder / "bad.toml", "brilliance = 3\n");
+    const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
+        {{"--preset", "sepia"}, "sepia"},
+        {{"--settings", fFolder / "bad.toml"}, "brilliance"},
+        {{"--settings", fFolder / "bad.toml", "--preset", "soft"}, "--settings"},
+        {{"--exact", "--preset", "soft"}, "--exact"},
+        {{"--exact", "--suggest"}, "--exact"},
+        {{"--exposure", "21"}, "--exposure"},
+        {{"--contrast", "nan"}, "contrast"},
+        {{"--compression", "101"}, "compression"},
+        {{"--exposure", "1", "--white-point", "1", "--black-point", "0"}, "--white-point"},
+    };
+    for (const auto& [more, words] : cases) {
+        std::vector<std::string> line = {"tonemap", Hdr(), "-o", Out()};
+        line.insert(line.end(), more.begin(), more.end());
+        ExpectFailure(Selvane(line), 2, words);
+        EXPECT_FALSE(Exists(Out()));
+    }
+    ExpectFailure(Selvane({"tonemap", Hdr(), "-o", Out(), "--settings", fFolder / "none.toml"}), 1, "none.toml");
+}
+
+TEST_F(Command, ANearlyBlackPictureIsAWarning)
+{
+    const sRun dark = Selvane({"tonemap", Hdr(), "-o", Out(), "--exposure", "-15", "--quiet"});
+    EXPECT_EQ(dark.fStatus, 0);
+    EXPECT_THAT(dark.fErr, AllOf(HasSubstr("warning: "), HasSubstr("nearly black")));
+    const sRun bright = Selvane({"tonemap", Hdr(), "-o", Out(), "--exposure", "15", "--quiet"});
+    EXPECT_THAT(bright.fErr, AllOf(HasSubstr("warning: "), HasSubstr("nearly white"), Not(HasSubstr("black"))));
+}
+
+} // namespace

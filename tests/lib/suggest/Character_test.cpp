@@ -1,0 +1,98 @@
+#include "suggest/Character.h"
+
+#include "MadeScenes.h"
+
+#include <gtest/gtest.h>
+
+using namespace SelvaneLib;
+using namespace SelvaneTmqi;
+
+namespace
+{
+
+sCharacter CharacterOfPicture(const sPicture& pPicture)
+{
+    return CharacterOf(SceneOf(pPicture, pPicture));
+}
+
+/// 10 x 10 pixels of one XYZ, with the levels given.
+sScene Uniform(std::vector<float>& pXYZ, float pX, float pY, float pZ, const sLevels& pLevels)
+{
+    pXYZ.clear();
+    for (int i = 0; i < 100; i++)
+        pXYZ.insert(pXYZ.end(), {pX, pY, pZ});
+    return {pXYZ.data(), nullptr, 10, 10, pLevels};
+}
+
+sLevels Levels(double pLow, double pMean, double pHigh)
+{
+    return {pLow, pMean, pHigh, pMean, false};
+}
+
+TEST(Character, TheTownIsNight)
+{
+    const sCharacter town = CharacterOfPicture(NightTown());
+    EXPECT_GT(town.fLowKey, 0.5);
+    EXPECT_EQ(town.fNight, 1.0);
+    EXPECT_EQ(town.fHighKey, 0.0);
+}
+
+TEST(Character, TheStarryFieldHasVioletShadows)
+{
+    const sCharacter field = CharacterOfPicture(StarryField());
+    EXPECT_EQ(field.fVioletShadows, 1.0);
+    EXPECT_EQ(field.fNight, 1.0);
+}
+
+TEST(Character, SnowFogAndAWhiteRoomAreBright)
+{
+    for (const sPicture& picture : {Snow(), Fog(), WhiteRoom()}) {
+        const sCharacter character = CharacterOfPicture(picture);
+        EXPECT_GT(character.fHighKey, 0.5);
+        EXPECT_EQ(character.fNight, 0.0);
+    }
+}
+
+TEST(Character, ADayIsNeither)
+{
+    for (const sPicture& picture : {SunnyHills(), SeaSunset()}) {
+        EXPECT_LT(CharacterOfPicture(picture).fNight, 0.3);
+        EXPECT_EQ(CharacterOfPicture(picture).fHighKey, 0.0);
+    }
+}
+
+TEST(Character, LowKeyIsTheMeanBelowTwoFifthsOfTheRange)
+{
+    std::vector<float> xyz;
+    EXPECT_EQ(CharacterOf(Uniform(xyz, 0.96f, 1.0f, 0.82f, Levels(-2.0, -0.5, 1.0))).fLowKey, 0.0);          // key 0.5
+    EXPECT_NEAR(CharacterOf(Uniform(xyz, 0.96f, 1.0f, 0.82f, Levels(-1.05, 0.0, 1.95))).fLowKey, 0.5, 1e-9); // 0.35
+    EXPECT_EQ(CharacterOf(Uniform(xyz, 0.96f, 1.0f, 0.82f, Levels(-1.0, 0.0, 4.0))).fLowKey, 1.0);           // 0.2
+}
+
+TEST(Character, WithoutDarkPartsALowKeyIsAWhiteRoom)
+{
+    std::vector<float> xyz;
+    const sCharacter room = CharacterOf(Uniform(xyz, 0.96f, 1.0f, 0.82f, Levels(-0.3, 0.0, 2.0)));
+    EXPECT_EQ(room.fLowKey, 0.0);
+    EXPECT_EQ(room.fHighKey, 1.0);
+}
+
+TEST(Character, ADarkPlaceLiesADecadeOrMoreBelowWhite)
+{
+    std::vector<float> xyz;
+    EXPECT_EQ(CharacterOf(Uniform(xyz, 0.1f, 0.1f, 0.1f, Levels(-2.0, -1.0, 0.0))).fDarkPlace, 0.0);
+    EXPECT_NEAR(CharacterOf(Uniform(xyz, 0.1f, 0.1f, 0.1f, Levels(-2.3, -1.3, -0.3))).fDarkPlace, 0.5, 1e-9);
+    EXPECT_EQ(CharacterOf(Uniform(xyz, 0.1f, 0.1f, 0.1f, Levels(-3.0, -2.0, -1.0))).fDarkPlace, 1.0);
+}
+
+TEST(Character, OnlyRedAndBlueTogetherAboveGreenAreViolet)
+{
+    const sPicture violet = FromSRGB(1, 1, {1.5f, 1.0f, 1.4f}), red = FromSRGB(1, 1, {2.0f, 1.0f, 0.7f}),
+                   blue = FromSRGB(1, 1, {0.8f, 1.0f, 2.0f});
+    for (const auto& [picture, expected] : {std::pair{violet, 1.0}, {red, 0.0}, {blue, 0.0}}) {
+        sScene scene{picture.fXYZ.data(), nullptr, 1, 1, Levels(-1.0, 0.0, 1.0)};
+        EXPECT_NEAR(CharacterOf(scene).fVioletShadows, expected, 1e-9);
+    }
+}
+
+} // namespace
