@@ -42,7 +42,7 @@ void cLevelCount::Add(float pLuminance, uint64_t pPixels)
 {
     uint32_t bits = 0;
     std::memcpy(&bits, &pLuminance, sizeof bits);
-    if (bits - 1 < kInfinityBits - 1) fBins[bits >> kDroppedBits] += pPixels;
+    if (bits - 1 < kInfinityBits - 1) fBins[bits >> kDroppedBits] += static_cast<uint32_t>(pPixels);
 }
 
 void cLevelCount::Join(const cLevelCount& pOther)
