@@ -11,6 +11,8 @@ target_sources(selvane_objects PRIVATE
 find_path(SELVANE_TOMLPLUSPLUS toml++/toml.h REQUIRED)
 target_include_directories(selvane_objects SYSTEM PRIVATE ${SELVANE_TOMLPLUSPLUS})
 
+include(GNUInstallDirs)
+
 # The presets in the order in which selvane_preset_name hands them out.
 set(selvane_presets natural clear soft dramatic interior night flat)
 set(SELVANE_PRESET_ROWS "")
