@@ -12,7 +12,6 @@ using namespace SelvaneLib;
 namespace
 {
 
-constexpr double kReadWeight = 1.0;
 constexpr int kSuggestionSize = 512;
 
 selvane_picture EmptyPicture()
@@ -52,8 +51,8 @@ void SetPicture(selvane& pHandle, const selvane_picture* pPicture)
     pHandle.fPreviews.clear();
     pHandle.fSuggestion.reset();
     pHandle.fSuggestionPreviews = 0;
-    pHandle.fLatest = nullptr;
-    std::copy_n(run.Milliseconds(), SELVANE_STAGES, pHandle.fMilliseconds);
+    pHandle.fLatest = {};
+    KeepTimes(pHandle, run);
     Log(pHandle.fCallbacks, "read %d x %d pixels in %.1f ms", layout.fWidth, layout.fHeight,
         pHandle.fMilliseconds[SELVANE_STAGE_READ]);
 }

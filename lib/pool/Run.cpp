@@ -27,8 +27,8 @@ thread_local cRun* gRun = nullptr;
 
 int ThreadsOf(const sCallbacks& pCallbacks)
 {
-    const int wanted = pCallbacks.fThreads > 0 ? pCallbacks.fThreads
-                                               : static_cast<int>(std::thread::hardware_concurrency());
+    const int wanted =
+        pCallbacks.fThreads > 0 ? pCallbacks.fThreads : static_cast<int>(std::thread::hardware_concurrency());
     return std::clamp(wanted, 1, kMostThreads);
 }
 
@@ -99,10 +99,33 @@ void cRun::Begin(selvane_stage pStage, double pWeight)
     ThrowIfCancelled();
 }
 
+void cRun::Plan(double pWeight)
+{
+    const std::lock_guard lock(fProgressMutex);
+    fWeight = std::max(fDone + fStageWeight + pWeight, 1e-9);
+}
+
+void cRun::Advance(double pShareOfStage)
+{
+    Report(pShareOfStage, true);
+}
+
 const double* cRun::Milliseconds()
 {
     EndStage();
     return fMilliseconds;
+}
+
+void cRun::PauseClock()
+{
+    EndStage();
+    fStarted = false;
+}
+
+void cRun::AddMilliseconds(const double* pMilliseconds)
+{
+    for (int stage = 0; stage < SELVANE_STAGES; stage++)
+        fMilliseconds[stage] += pMilliseconds[stage];
 }
 
 bool cRun::IsCancelled() const
