@@ -147,7 +147,7 @@ void cRun::Report(double pShareOfStage, bool pMayCall)
 {
     if (fCallbacks.fProgress == nullptr || !pMayCall) return;
     const std::unique_lock lock(fProgressMutex, std::try_to_lock);
-    if (!lock.owns_lock()) return;
+    if (!lock.owns_lock() || IsCancelled()) return;
     fShareOfStage = std::max(fShareOfStage, pShareOfStage);
     const auto now = std::chrono::steady_clock::now();
     if (now < fNextCall) return;
@@ -191,6 +191,7 @@ void cRun::Divide(int pBegin, int pEnd, int64_t pCost, const tTile& pTile)
         RunOnPool(task, &tiles, tasks);
     Work(tiles, 0); // what an executor left
     if (tiles.fFailure != nullptr) std::rethrow_exception(tiles.fFailure);
+    Report(1.0, true); // the last tile may have ended on a thread that does not call
 }
 
 void cRun::DivideOrThrow(int pBegin, int pEnd, int64_t pCost, const tTile& pTile)
