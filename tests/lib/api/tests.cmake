@@ -1,5 +1,6 @@
 selvane_lib_test(api
   Alpha_test.cpp
+  Callbacks_test.cpp
   EntryBytes_test.cpp
   Forms_test.cpp
   Incremental_test.cpp
