@@ -33,8 +33,8 @@ int64_t BytesFor(const selvane_picture& pPicture, const sLayout& pLayout)
     ReducedSize(pLayout.fWidth, pLayout.fHeight, kSuggestionSize, width, height);
     const int alpha = AlphaBytesOf(pPicture, pLayout);
     return PictureBytes(pLayout.fWidth, pLayout.fHeight, alpha) +
-           cKeptRender::BytesFor(pLayout.fWidth, pLayout.fHeight) + PictureBytes(width, height, 4) +
-           cKeptRender::BytesFor(width, height);
+           cKeptRender::BytesFor(pLayout.fWidth, pLayout.fHeight, alpha > 0) + PictureBytes(width, height, 4) +
+           cKeptRender::BytesFor(width, height, alpha > 0);
 }
 
 void SetPicture(selvane& pHandle, const selvane_picture* pPicture)
@@ -43,8 +43,9 @@ void SetPicture(selvane& pHandle, const selvane_picture* pPicture)
     const sLayout layout = LayoutOf(picture);
     CheckPicture(picture);
     Require(picture.pixels != nullptr, "pixels of the picture is null");
-    CheckLimit(pHandle, PictureBytes(layout.fWidth, layout.fHeight, AlphaBytesOf(picture, layout)) +
-                            cKeptRender::BytesFor(layout.fWidth, layout.fHeight));
+    const int alpha = AlphaBytesOf(picture, layout);
+    CheckLimit(pHandle, PictureBytes(layout.fWidth, layout.fHeight, alpha) +
+                            cKeptRender::BytesFor(layout.fWidth, layout.fHeight, alpha > 0));
     cRun run(pHandle.fCallbacks, kReadWeight);
     auto kept = std::make_unique<sKept>(ReadPicture(picture, layout, run));
     pHandle.fFull = std::move(kept);

@@ -38,6 +38,7 @@ void CheckSize(const selvane_target& pTarget, int pWidth, int pHeight)
 
 void RenderInto(selvane& pHandle, sKept& pKept, const selvane_target& pTarget, cRun& pRun)
 {
+    CheckLimit(pHandle, 0); // the planes come with the first render, and the limit may have sunk since the picture came
     const selvane_settings settings = EffectiveSettings(pHandle, pRun);
     pRun.Plan(pKept.fRender.WeightFor(settings));
     pKept.fRender.Render(settings, KeepsGrey(pHandle), pTarget, LayoutOf(pTarget), pRun);
@@ -92,6 +93,7 @@ void CopyPlane(selvane& pHandle, int pPlane, float* pValues, ptrdiff_t pRowStrid
     CheckStride(stride);
     Require(stride >= rowBytes || stride <= -rowBytes || picture.Height() == 1, "the row stride makes rows overlap");
     Require(stride % static_cast<ptrdiff_t>(sizeof(float)) == 0, "the row stride is no multiple of 4");
+    CheckLimit(pHandle, 0);
     cRun run(pHandle.fCallbacks, kRenderWeight);
     const selvane_settings settings = EffectiveSettings(pHandle, run);
     run.Plan(kept.fRender.SplitWeightFor(settings));

@@ -109,7 +109,7 @@ int64_t HeldBytes(const selvane& pHandle)
     const auto bytesOf = [](const sKept& pKept) {
         const cPicture& picture = *pKept.fPicture;
         return PictureBytes(picture.Width(), picture.Height(), picture.HasAlpha() ? picture.fAlphaBytes : 0) +
-               cKeptRender::BytesFor(picture.Width(), picture.Height());
+               cKeptRender::BytesFor(picture.Width(), picture.Height(), picture.HasAlpha());
     };
     int64_t bytes = pHandle.fFull == nullptr ? 0 : bytesOf(*pHandle.fFull);
     for (const sPreview& preview : pHandle.fPreviews)
@@ -139,7 +139,7 @@ sKept& PreviewOf(selvane& pHandle, int pLongest, cRun& pRun)
     const int longest = std::max(width, height);
     for (const sPreview& preview : pHandle.fPreviews)
         if (preview.fLongest == longest) return *preview.fKept;
-    CheckLimit(pHandle, PictureBytes(width, height, 4) + cKeptRender::BytesFor(width, height));
+    CheckLimit(pHandle, PictureBytes(width, height, 4) + cKeptRender::BytesFor(width, height, full.HasAlpha()));
     pHandle.fPreviews.reserve(kMostPreviews + 1);
     pRun.Begin(SELVANE_STAGE_READ, kReduceWeight);
     auto kept = std::make_unique<sKept>(Reduced(full, width, height, pRun));

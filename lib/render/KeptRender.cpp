@@ -75,9 +75,9 @@ cKeptRender::cKeptRender(cPicture& pPicture) : fPicture(pPicture), fRenderer(std
     fRenderer->SetInput(&fPicture.fXYZ);
 }
 
-int64_t cKeptRender::BytesFor(int pWidth, int pHeight)
+int64_t cKeptRender::BytesFor(int pWidth, int pHeight, bool pHasAlpha)
 {
-    return int64_t{pWidth} * pHeight * 12 + kMostGridBytes + kTableBytes;
+    return int64_t{pWidth} * pHeight * (pHasAlpha ? 20 : 12) + kMostGridBytes + kTableBytes;
 }
 
 cKeptRender::sSplitKey cKeptRender::SplitKeyOf(const selvane_settings& pSettings)

@@ -53,8 +53,9 @@ public:
     /// Fills the layers, the points and the clipped shares of a report. Render has to come first.
     void Report(selvane_report& pReport) const;
 
-    /// Bytes of the planes of a render, with the grid of the filter at its largest.
-    static int64_t BytesFor(int pWidth, int pHeight);
+    /// Bytes of the planes of a render, with the grid of the filter at its largest. With alpha, two planes of the pixels
+    /// that count are measured on the way.
+    static int64_t BytesFor(int pWidth, int pHeight, bool pHasAlpha);
 
 private:
     struct sSplitKey
