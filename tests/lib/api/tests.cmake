@@ -4,6 +4,7 @@ selvane_lib_test(api
   EntryBytes_test.cpp
   Forms_test.cpp
   Incremental_test.cpp
+  Memory_test.cpp
   OddSamples_test.cpp
   Refusals_test.cpp
 )
