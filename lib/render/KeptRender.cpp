@@ -325,20 +325,29 @@ const unsigned short* cKeptRender::Contrast(const selvane_settings& pSettings, b
     return fContrastSamples;
 }
 
+/// 1 / (white - black). The engine takes exactly 1 for "no points". That stays for measured points without exposure, as
+/// the entry has them; any others get the number next to it.
+float cKeptRender::InverseRange(const selvane_settings& pSettings, float pBlack, float pWhite) const
+{
+    if (fFlat) return 1.0f;
+    const float inverse = Vornik::InverseRange(pBlack, pWhite);
+    const bool isOfEntry = pSettings.points == SELVANE_POINTS_MEASURED && pSettings.exposure == 0.0f;
+    return inverse == 1.0f && pWhite > pBlack && !isOfEntry ? std::nextafter(1.0f, 2.0f) : inverse;
+}
+
 sFinalPass cKeptRender::FinalPass(const selvane_settings& pSettings, bool pOwnGrey, const selvane_target& pTarget)
 {
     cTmRenderer& r = *fRenderer;
     r.fExposureEV = pSettings.exposure;
     const float down = std::exp2(-pSettings.exposure);
     const float black = r.fBlack * down, white = r.fWhite * down;
-    const float invRange = fFlat ? 1.0f : Vornik::InverseRange(black, white);
-    sFinalPass pass{
-        .fFromXYZ = Vornik::ProPhotoFromPCS(),
-        .fToTarget = Vornik::Multiply(FromXYZ(pTarget.space), r.fWorkToPCS),
-        .fIntensity = {pOwnGrey ? std::exp2(pSettings.exposure) : Vornik::ExposureScale(r), invRange, black},
-        .fContrast = Contrast(pSettings, pOwnGrey),
-        .fHueTable = nullptr,
-        .fLightness = nullptr};
+    sFinalPass pass{.fFromXYZ = Vornik::ProPhotoFromPCS(),
+                    .fToTarget = Vornik::Multiply(FromXYZ(pTarget.space), r.fWorkToPCS),
+                    .fIntensity = {pOwnGrey ? std::exp2(pSettings.exposure) : Vornik::ExposureScale(r),
+                                   InverseRange(pSettings, black, white), black},
+                    .fContrast = Contrast(pSettings, pOwnGrey),
+                    .fHueTable = nullptr,
+                    .fLightness = nullptr};
     if (pSettings.saturation != 0.0f)
         pass.fToTarget =
             Vornik::Multiply(pass.fToTarget, SaturationMatrix(r.fWorkToPCS, 1.0f + pSettings.saturation * 0.01f));

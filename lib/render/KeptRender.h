@@ -92,6 +92,7 @@ private:
     void MeasurePoints(const selvane_settings& pSettings);
     void CountClipped(cRun& pRun);
     void PrepareHues(const selvane_settings& pSettings);
+    float InverseRange(const selvane_settings& pSettings, float pBlack, float pWhite) const;
     const unsigned short* Contrast(const selvane_settings& pSettings, bool pOwnGrey);
     sFinalPass FinalPass(const selvane_settings& pSettings, bool pOwnGrey, const selvane_target& pTarget);
     template <class tPlane>
