@@ -6,5 +6,7 @@ selvane_lib_test(api
   Incremental_test.cpp
   Memory_test.cpp
   OddSamples_test.cpp
+  Profiles_test.cpp
   Refusals_test.cpp
+  Targets_test.cpp
 )
