@@ -6,7 +6,9 @@ selvane_lib_test(api
   Incremental_test.cpp
   Memory_test.cpp
   OddSamples_test.cpp
+  Previews_test.cpp
   Profiles_test.cpp
   Refusals_test.cpp
+  Report_test.cpp
   Targets_test.cpp
 )
