@@ -51,7 +51,7 @@ struct selvane
     std::vector<SelvaneLib::sPreview> fPreviews;
     std::optional<SelvaneLib::sSuggestion> fSuggestion;
     int fSuggestionPreviews = 0;
-    const SelvaneLib::cKeptRender* fLatest = nullptr; ///< of the latest render
+    selvane_report fLatest{}; ///< what the latest render saw: layers, points, clipped shares; the rest is 0
     double fMilliseconds[SELVANE_STAGES] = {};
 };
 

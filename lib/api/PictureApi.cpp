@@ -12,7 +12,6 @@ using namespace SelvaneLib;
 namespace
 {
 
-constexpr double kReadWeight = 1.0;
 constexpr int kSuggestionSize = 512;
 
 selvane_picture EmptyPicture()
@@ -34,8 +33,8 @@ int64_t BytesFor(const selvane_picture& pPicture, const sLayout& pLayout)
     ReducedSize(pLayout.fWidth, pLayout.fHeight, kSuggestionSize, width, height);
     const int alpha = AlphaBytesOf(pPicture, pLayout);
     return PictureBytes(pLayout.fWidth, pLayout.fHeight, alpha) +
-           cKeptRender::BytesFor(pLayout.fWidth, pLayout.fHeight) + PictureBytes(width, height, 4) +
-           cKeptRender::BytesFor(width, height);
+           cKeptRender::BytesFor(pLayout.fWidth, pLayout.fHeight, alpha > 0) + PictureBytes(width, height, 4) +
+           cKeptRender::BytesFor(width, height, alpha > 0);
 }
 
 void SetPicture(selvane& pHandle, const selvane_picture* pPicture)
@@ -44,16 +43,17 @@ void SetPicture(selvane& pHandle, const selvane_picture* pPicture)
     const sLayout layout = LayoutOf(picture);
     CheckPicture(picture);
     Require(picture.pixels != nullptr, "pixels of the picture is null");
-    CheckLimit(pHandle, PictureBytes(layout.fWidth, layout.fHeight, AlphaBytesOf(picture, layout)) +
-                            cKeptRender::BytesFor(layout.fWidth, layout.fHeight));
+    const int alpha = AlphaBytesOf(picture, layout);
+    CheckLimit(pHandle, PictureBytes(layout.fWidth, layout.fHeight, alpha) +
+                            cKeptRender::BytesFor(layout.fWidth, layout.fHeight, alpha > 0));
     cRun run(pHandle.fCallbacks, kReadWeight);
     auto kept = std::make_unique<sKept>(ReadPicture(picture, layout, run));
     pHandle.fFull = std::move(kept);
     pHandle.fPreviews.clear();
     pHandle.fSuggestion.reset();
     pHandle.fSuggestionPreviews = 0;
-    pHandle.fLatest = nullptr;
-    std::copy_n(run.Milliseconds(), SELVANE_STAGES, pHandle.fMilliseconds);
+    pHandle.fLatest = {};
+    KeepTimes(pHandle, run);
     Log(pHandle.fCallbacks, "read %d x %d pixels in %.1f ms", layout.fWidth, layout.fHeight,
         pHandle.fMilliseconds[SELVANE_STAGE_READ]);
 }

@@ -14,8 +14,7 @@ using namespace SelvaneLib;
 namespace
 {
 
-constexpr double kSuggestWeight = 2.0; // shares of the time of a call, in nanoseconds a pixel
-constexpr double kRenderWeight = 13.0;
+constexpr double kRenderWeight = 13.0; // of a call, before its stages are planned
 
 selvane_target EmptyTarget()
 {
@@ -39,11 +38,13 @@ void CheckSize(const selvane_target& pTarget, int pWidth, int pHeight)
 
 void RenderInto(selvane& pHandle, sKept& pKept, const selvane_target& pTarget, cRun& pRun)
 {
+    CheckLimit(pHandle, 0); // the planes come with the first render, and the limit may have sunk since the picture came
     const selvane_settings settings = EffectiveSettings(pHandle, pRun);
-    pHandle.fLatest = nullptr;
+    pRun.Plan(pKept.fRender.WeightFor(settings));
     pKept.fRender.Render(settings, KeepsGrey(pHandle), pTarget, LayoutOf(pTarget), pRun);
-    pHandle.fLatest = &pKept.fRender;
-    std::copy_n(pRun.Milliseconds(), SELVANE_STAGES, pHandle.fMilliseconds);
+    pHandle.fLatest = {};
+    pKept.fRender.Report(pHandle.fLatest);
+    KeepTimes(pHandle, pRun);
     const double* ms = pHandle.fMilliseconds;
     Log(pHandle.fCallbacks, "rendered %d x %d pixels: split %.1f, map %.1f, points %.1f, write %.1f ms", pTarget.width,
         pTarget.height, ms[SELVANE_STAGE_SPLIT], ms[SELVANE_STAGE_MAP], ms[SELVANE_STAGE_POINTS],
@@ -64,7 +65,7 @@ void Render(selvane& pHandle, const selvane_target* pTarget)
     const selvane_target target = CheckedTarget(pTarget);
     CheckSize(target, kept.fPicture->Width(), kept.fPicture->Height());
     const bool suggests = pHandle.fSettings.automatic != 0 && !pHandle.fSuggestion;
-    cRun run(pHandle.fCallbacks, kRenderWeight + (suggests ? kSuggestWeight : 0.0));
+    cRun run(pHandle.fCallbacks, kRenderWeight + (suggests ? kReduceWeight + kSuggestWeight : 0.0));
     RenderInto(pHandle, kept, target, run);
 }
 
@@ -76,7 +77,7 @@ void Preview(selvane& pHandle, int pLongest, const selvane_target* pTarget)
     int width = 0, height = 0;
     ReducedSize(full.Width(), full.Height(), pLongest, width, height);
     CheckSize(target, width, height);
-    cRun run(pHandle.fCallbacks, kRenderWeight);
+    cRun run(pHandle.fCallbacks, kReduceWeight + kSuggestWeight + kRenderWeight);
     EffectiveSettings(pHandle, run); // first, since it makes a preview of its own
     RenderInto(pHandle, PreviewOf(pHandle, pLongest, run), target, run);
 }
@@ -92,8 +93,12 @@ void CopyPlane(selvane& pHandle, int pPlane, float* pValues, ptrdiff_t pRowStrid
     CheckStride(stride);
     Require(stride >= rowBytes || stride <= -rowBytes || picture.Height() == 1, "the row stride makes rows overlap");
     Require(stride % static_cast<ptrdiff_t>(sizeof(float)) == 0, "the row stride is no multiple of 4");
+    CheckLimit(pHandle, 0);
     cRun run(pHandle.fCallbacks, kRenderWeight);
-    kept.fRender.Split(EffectiveSettings(pHandle, run), run);
+    const selvane_settings settings = EffectiveSettings(pHandle, run);
+    run.Plan(kept.fRender.SplitWeightFor(settings));
+    kept.fRender.Split(settings, run);
+    KeepTimes(pHandle, run);
     for (int y = 0; y < picture.Height(); y++)
         kept.fRender.CopyPlaneRow(pPlane, y, pValues + y * (stride / static_cast<ptrdiff_t>(sizeof(float))));
 }
@@ -127,8 +132,9 @@ int selvane_suggest(selvane* handle, selvane_settings* settings)
         Require(handle != nullptr, "the handle is null");
         PictureOf(*handle);
         CheckRecord(settings);
-        cRun run(handle->fCallbacks, kSuggestWeight);
+        cRun run(handle->fCallbacks, kReduceWeight + kSuggestWeight);
         GiveRecord(SuggestedSettings(*handle, run), settings);
+        KeepTimes(*handle, run);
     });
 }
 
@@ -138,8 +144,9 @@ int selvane_effective_settings(selvane* handle, selvane_settings* settings)
         Require(handle != nullptr, "the handle is null");
         PictureOf(*handle);
         CheckRecord(settings);
-        cRun run(handle->fCallbacks, kSuggestWeight);
+        cRun run(handle->fCallbacks, kReduceWeight + kSuggestWeight);
         GiveRecord(EffectiveSettings(*handle, run), settings);
+        KeepTimes(*handle, run);
     });
 }
 

@@ -35,10 +35,9 @@ void ReportPicture(const cPicture& pPicture, selvane_report& pReport)
 
 selvane_report ReportOf(const selvane& pHandle)
 {
-    selvane_report report{};
+    selvane_report report = pHandle.fLatest;
     report.struct_size = sizeof report;
     if (pHandle.fFull != nullptr) ReportPicture(*pHandle.fFull->fPicture, report);
-    if (pHandle.fLatest != nullptr) pHandle.fLatest->Report(report);
     report.previews = pHandle.fSuggestionPreviews;
     std::copy_n(pHandle.fMilliseconds, SELVANE_STAGES, report.milliseconds);
     report.bytes = HeldBytes(pHandle);
@@ -60,7 +59,8 @@ const char* selvane_reason(const selvane* handle, int index)
 {
     if (handle == nullptr || !handle->fSuggestion || index < 0) return nullptr;
     const std::vector<sReason>& reasons = handle->fSuggestion->fReasons;
-    return static_cast<size_t>(index) < reasons.size() ? reasons[static_cast<size_t>(index)].fSentence.c_str() : nullptr;
+    return static_cast<size_t>(index) < reasons.size() ? reasons[static_cast<size_t>(index)].fSentence.c_str()
+                                                       : nullptr;
 }
 
 int selvane_set_progress(selvane* handle, selvane_progress progress, void* user)

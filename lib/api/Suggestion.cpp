@@ -14,6 +14,7 @@ namespace
 
 constexpr int kSuggestionSize = 512; // pixels of the longer side
 constexpr float kEngineContrast = 20.0f;
+constexpr int kMostSuggestionPreviews = 12; // of Suggest, for the progress alone
 
 /// Settings of a look, complete.
 selvane_settings SettingsOf(const sLook& pLook)
@@ -69,6 +70,7 @@ sSuggestion Look(selvane& pHandle, cRun& pRun)
     cPicture& picture = *kept.fPicture;
     sCallbacks quiet = pHandle.fCallbacks;
     quiet.fProgress = nullptr;
+    int previews = 0;
     const std::vector<float> xyz = PackedXYZ(picture);
     const std::vector<float> weights = WeightsOf(picture);
     const sScene scene{.fXYZ = xyz.data(),
@@ -76,17 +78,21 @@ sSuggestion Look(selvane& pHandle, cRun& pRun)
                        .fWidth = picture.Width(),
                        .fHeight = picture.Height(),
                        .fLevels = picture.fStatistics.fLevels};
-    pHandle.fSuggestionPreviews = 0;
+    pRun.Begin(SELVANE_STAGE_READ, kSuggestWeight);
+    pRun.PauseClock();
     sSuggestion suggestion = Suggest(scene, [&](const sLook& pLook, unsigned char* pRGB) {
-        pRun.Poll();
+        pRun.Advance(static_cast<double>(previews) / kMostSuggestionPreviews);
         if (pRun.IsCancelled()) return false;
-        pHandle.fSuggestionPreviews++;
+        previews++;
         cRun run(quiet, 1.0);
         const selvane_target target = BytesTarget(picture, pRGB);
         kept.fRender.Render(SettingsOf(pLook), true, target, LayoutOf(target), run);
+        pRun.AddMilliseconds(run.Milliseconds());
         return true;
     });
+    pRun.Advance(1.0);
     pRun.ThrowIfCancelled();
+    pHandle.fSuggestionPreviews = previews;
     return suggestion;
 }
 
@@ -103,7 +109,7 @@ int64_t HeldBytes(const selvane& pHandle)
     const auto bytesOf = [](const sKept& pKept) {
         const cPicture& picture = *pKept.fPicture;
         return PictureBytes(picture.Width(), picture.Height(), picture.HasAlpha() ? picture.fAlphaBytes : 0) +
-               cKeptRender::BytesFor(picture.Width(), picture.Height());
+               cKeptRender::BytesFor(picture.Width(), picture.Height(), picture.HasAlpha());
     };
     int64_t bytes = pHandle.fFull == nullptr ? 0 : bytesOf(*pHandle.fFull);
     for (const sPreview& preview : pHandle.fPreviews)
@@ -119,6 +125,11 @@ void CheckLimit(const selvane& pHandle, int64_t pMore)
                                                 std::to_string(pHandle.fLimit));
 }
 
+void KeepTimes(selvane& pHandle, cRun& pRun)
+{
+    std::copy_n(pRun.Milliseconds(), SELVANE_STAGES, pHandle.fMilliseconds);
+}
+
 sKept& PreviewOf(selvane& pHandle, int pLongest, cRun& pRun)
 {
     const cPicture& full = *PictureOf(pHandle).fPicture;
@@ -128,13 +139,11 @@ sKept& PreviewOf(selvane& pHandle, int pLongest, cRun& pRun)
     const int longest = std::max(width, height);
     for (const sPreview& preview : pHandle.fPreviews)
         if (preview.fLongest == longest) return *preview.fKept;
-    CheckLimit(pHandle, PictureBytes(width, height, 4) + cKeptRender::BytesFor(width, height));
+    CheckLimit(pHandle, PictureBytes(width, height, 4) + cKeptRender::BytesFor(width, height, full.HasAlpha()));
     pHandle.fPreviews.reserve(kMostPreviews + 1);
+    pRun.Begin(SELVANE_STAGE_READ, kReduceWeight);
     auto kept = std::make_unique<sKept>(Reduced(full, width, height, pRun));
-    if (pHandle.fPreviews.size() == kMostPreviews) {
-        if (pHandle.fLatest == &pHandle.fPreviews.front().fKept->fRender) pHandle.fLatest = nullptr;
-        pHandle.fPreviews.erase(pHandle.fPreviews.begin());
-    }
+    if (pHandle.fPreviews.size() == kMostPreviews) pHandle.fPreviews.erase(pHandle.fPreviews.begin());
     pHandle.fPreviews.push_back({longest, std::move(kept)});
     return *pHandle.fPreviews.back().fKept;
 }

@@ -8,6 +8,10 @@
 namespace SelvaneLib
 {
 
+/// Expected time of a suggestion and of a preview's reduction, in the unit of cRun::Begin.
+constexpr double kSuggestWeight = 2.0;
+constexpr double kReduceWeight = 0.5;
+
 /// The handle's picture. @throws cFailure without one
 sKept& PictureOf(selvane& pHandle);
 
@@ -19,6 +23,9 @@ selvane_settings SuggestedSettings(selvane& pHandle, cRun& pRun);
 
 /// The settings that a render uses, with automatic 0.
 selvane_settings EffectiveSettings(selvane& pHandle, cRun& pRun);
+
+/// Keeps the times of a call that is done, for the report.
+void KeepTimes(selvane& pHandle, cRun& pRun);
 
 /// Refuses if the handle would hold more bytes than its limit. @param pMore bytes beyond what it holds
 void CheckLimit(const selvane& pHandle, int64_t pMore);

@@ -18,8 +18,8 @@ namespace SelvaneLib
 namespace
 {
 
-constexpr int kStrip = 128; // pixels
-constexpr double kReadWeight = 1.0;
+constexpr int kStrip = 128;          // pixels
+constexpr double kCountWeight = 0.3; // of kReadWeight: counting odd samples
 
 /// Whether the engine can divide a colour by its luminance. If it cannot, the quotients are infinite, and the pixel comes
 /// out white, however dark it is.
@@ -184,8 +184,9 @@ std::unique_ptr<cPicture> ReadPicture(const selvane_picture& pPicture, const sLa
         picture->fAlphaBytes = pLayout.fSampleBytes;
         picture->fAlpha.resize(static_cast<size_t>(picture->Pixels() * pLayout.fSampleBytes));
     }
-    pRun.Begin(SELVANE_STAGE_READ, kReadWeight);
+    pRun.Begin(SELVANE_STAGE_READ, kCountWeight);
     const sOddSamples odd = picture->fOfIntegers ? sOddSamples{} : CountAllOddSamples(pPicture, pLayout, pRun);
+    pRun.Begin(SELVANE_STAGE_READ, kReadWeight - kCountWeight);
     cLuminanceHistogram histogram = ReadRows(pPicture, pLayout, odd.fLargest, *picture, pRun);
     sStatistics& statistics = picture->fStatistics;
     if (!picture->fOfIntegers && pPicture.keep_hot_samples == 0)

@@ -50,22 +50,22 @@ public:
     float AlphaAt(int64_t pPixel) const;
     /// Whether a pixel counts. Alpha that is NaN or below 0 does not.
     bool IsVisible(int64_t pPixel) const { return AlphaAt(pPixel) > 0.0f; }
-    const unsigned char* AlphaSample(int64_t pPixel) const
-    {
-        return fAlpha.data() + pPixel * fAlphaBytes;
-    }
+    const unsigned char* AlphaSample(int64_t pPixel) const { return fAlpha.data() + pPixel * fAlphaBytes; }
 
     Vornik::cBitmapXYZ32 fXYZ;
     std::vector<unsigned char> fAlpha; ///< samples in their own form; empty without alpha
     int fAlphaFormat = SELVANE_F32;
     int fAlphaBytes = 4;
-    bool fOfIntegers = false;    ///< 8- or 16-bit samples
-    bool fHasInvisible = false;  ///< some pixels do not count
+    bool fOfIntegers = false;   ///< 8- or 16-bit samples
+    bool fHasInvisible = false; ///< some pixels do not count
     sStatistics fStatistics;
 };
 
 /// Bytes of a picture.
 int64_t PictureBytes(int pWidth, int pHeight, int pAlphaBytes);
+
+/// Expected time of ReadPicture, in the unit of cRun::Begin.
+constexpr double kReadWeight = 1.0;
 
 /// Reads the caller's picture. The record has been checked.
 std::unique_ptr<cPicture> ReadPicture(const selvane_picture& pPicture, const sLayout& pLayout, cRun& pRun);

@@ -27,8 +27,8 @@ thread_local cRun* gRun = nullptr;
 
 int ThreadsOf(const sCallbacks& pCallbacks)
 {
-    const int wanted = pCallbacks.fThreads > 0 ? pCallbacks.fThreads
-                                               : static_cast<int>(std::thread::hardware_concurrency());
+    const int wanted =
+        pCallbacks.fThreads > 0 ? pCallbacks.fThreads : static_cast<int>(std::thread::hardware_concurrency());
     return std::clamp(wanted, 1, kMostThreads);
 }
 
@@ -99,10 +99,33 @@ void cRun::Begin(selvane_stage pStage, double pWeight)
     ThrowIfCancelled();
 }
 
+void cRun::Plan(double pWeight)
+{
+    const std::lock_guard lock(fProgressMutex);
+    fWeight = std::max(fDone + fStageWeight + pWeight, 1e-9);
+}
+
+void cRun::Advance(double pShareOfStage)
+{
+    Report(pShareOfStage, true);
+}
+
 const double* cRun::Milliseconds()
 {
     EndStage();
     return fMilliseconds;
+}
+
+void cRun::PauseClock()
+{
+    EndStage();
+    fStarted = false;
+}
+
+void cRun::AddMilliseconds(const double* pMilliseconds)
+{
+    for (int stage = 0; stage < SELVANE_STAGES; stage++)
+        fMilliseconds[stage] += pMilliseconds[stage];
 }
 
 bool cRun::IsCancelled() const
@@ -124,7 +147,7 @@ void cRun::Report(double pShareOfStage, bool pMayCall)
 {
     if (fCallbacks.fProgress == nullptr || !pMayCall) return;
     const std::unique_lock lock(fProgressMutex, std::try_to_lock);
-    if (!lock.owns_lock()) return;
+    if (!lock.owns_lock() || IsCancelled()) return;
     fShareOfStage = std::max(fShareOfStage, pShareOfStage);
     const auto now = std::chrono::steady_clock::now();
     if (now < fNextCall) return;
@@ -168,6 +191,7 @@ void cRun::Divide(int pBegin, int pEnd, int64_t pCost, const tTile& pTile)
         RunOnPool(task, &tiles, tasks);
     Work(tiles, 0); // what an executor left
     if (tiles.fFailure != nullptr) std::rethrow_exception(tiles.fFailure);
+    Report(1.0, true); // the last tile may have ended on a thread that does not call
 }
 
 void cRun::DivideOrThrow(int pBegin, int pEnd, int64_t pCost, const tTile& pTile)

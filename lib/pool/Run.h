@@ -27,17 +27,10 @@ struct sCallbacks
     int fThreads = 0; ///< 0: as many as the machine has
 };
 
-/// One stage of a call, of which some may be left out.
-struct sPlannedStage
-{
-    selvane_stage fStage;
-    double fWeight; ///< expected time, in any unit
-};
-
 class cRun
 {
 public:
-    /// @param pWeight expected time of the whole call, in the unit of Begin
+    /// @param pWeight expected time of the whole call, in the unit of Begin; Plan can replace it
     cRun(const sCallbacks& pCallbacks, double pWeight);
     ~cRun();
     cRun(const cRun&) = delete;
@@ -48,8 +41,18 @@ public:
     /// Begins a stage with its expected time. Progress goes from the end of the stage before to the end of this one.
     void Begin(selvane_stage pStage, double pWeight);
 
+    /// Says how much time the stages need that have not begun.
+    void Plan(double pWeight);
+
+    /// Says how much of the present stage is done, 0 to 1, and asks the progress function, if it is time to.
+    void Advance(double pShareOfStage);
+
     /// Time of each stage until now, in milliseconds.
     const double* Milliseconds();
+
+    /// Leaves the time until the next stage out: calls inside of this one add theirs.
+    void PauseClock();
+    void AddMilliseconds(const double* pMilliseconds);
 
     /// Takes a slot, the first and the last but one index of a tile.
     using tTile = std::function<void(int pSlot, int pBegin, int pEnd)>;
@@ -85,7 +88,7 @@ private:
 
     const sCallbacks& fCallbacks;
     const int fThreads;
-    const double fWeight;
+    double fWeight;
     double fDone = 0;        ///< weight of the finished stages
     double fStageWeight = 0; ///< weight of the present one
     int fStage = SELVANE_STAGE_READ;

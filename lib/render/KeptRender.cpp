@@ -25,7 +25,8 @@ namespace
 using Vornik::cLuminanceRows;
 using Vornik::cTmRenderer;
 
-constexpr double kSplitWeight = 6.0; // nanoseconds a pixel, about
+constexpr double kMeasureWeight = 2.0; // nanoseconds a pixel, about
+constexpr double kSplitWeight = 4.0;
 constexpr double kMapWeight = 2.0;
 constexpr double kPointsWeight = 1.0;
 constexpr double kWriteWeight = 4.0;
@@ -46,10 +47,9 @@ Vornik::cMatrix33 SaturationMatrix(const Vornik::cMatrix33& pWorkToXYZ, float pA
 
 bool SameCurve(const selvane_curve& pA, const selvane_curve& pB)
 {
-    return pA.count == pB.count && std::equal(pA.points, pA.points + pA.count, pB.points,
-                                              [](const selvane_point& a, const selvane_point& b) {
-                                                  return a.x == b.x && a.y == b.y;
-                                              });
+    return pA.count == pB.count &&
+           std::equal(pA.points, pA.points + pA.count, pB.points,
+                      [](const selvane_point& a, const selvane_point& b) { return a.x == b.x && a.y == b.y; });
 }
 
 /// What the bands of the new luminance give, joined in picture order. A value that sets a new maximum is not compared
@@ -75,9 +75,37 @@ cKeptRender::cKeptRender(cPicture& pPicture) : fPicture(pPicture), fRenderer(std
     fRenderer->SetInput(&fPicture.fXYZ);
 }
 
-int64_t cKeptRender::BytesFor(int pWidth, int pHeight)
+int64_t cKeptRender::BytesFor(int pWidth, int pHeight, bool pHasAlpha)
 {
-    return int64_t{pWidth} * pHeight * 12 + kMostGridBytes + kTableBytes;
+    return int64_t{pWidth} * pHeight * (pHasAlpha ? 20 : 12) + kMostGridBytes + kTableBytes;
+}
+
+cKeptRender::sSplitKey cKeptRender::SplitKeyOf(const selvane_settings& pSettings)
+{
+    return {pSettings.radius, pSettings.smoothness, pSettings.wrap};
+}
+
+cKeptRender::sMapKey cKeptRender::MapKeyOf(const selvane_settings& pSettings)
+{
+    return {pSettings.compression, pSettings.adaptation};
+}
+
+cKeptRender::sPointsKey cKeptRender::PointsKeyOf(const selvane_settings& pSettings)
+{
+    return {pSettings.white_clip, pSettings.black_clip, pSettings.black_point, pSettings.white_point, pSettings.points};
+}
+
+double cKeptRender::SplitWeightFor(const selvane_settings& pSettings) const
+{
+    return (fMeasured ? 0.0 : kMeasureWeight) + (fSplit == SplitKeyOf(pSettings) ? 0.0 : kSplitWeight);
+}
+
+double cKeptRender::WeightFor(const selvane_settings& pSettings) const
+{
+    const double split = SplitWeightFor(pSettings);
+    const bool maps = split > 0.0 || fMap != MapKeyOf(pSettings);
+    const bool findsPoints = maps || fPoints != PointsKeyOf(pSettings);
+    return split + (maps ? kMapWeight : 0.0) + (findsPoints ? kPointsWeight : 0.0) + kWriteWeight;
 }
 
 void cKeptRender::Allocate()
@@ -93,6 +121,7 @@ void cKeptRender::Allocate()
 void cKeptRender::Measure(cRun& pRun)
 {
     if (fMeasured) return;
+    pRun.Begin(SELVANE_STAGE_SPLIT, kMeasureWeight);
     Allocate();
     Vornik::MeasureLuminance(*fRenderer, pRun.Cancel(), pRun.Cancelled());
     pRun.ThrowIfCancelled();
@@ -128,15 +157,15 @@ void cKeptRender::MeasureVisibleLayers()
 
 void cKeptRender::Split(const selvane_settings& pSettings, cRun& pRun)
 {
-    const sSplitKey key{pSettings.radius, pSettings.smoothness, pSettings.wrap};
+    const sSplitKey key = SplitKeyOf(pSettings);
     pRun.fRowPixels = fPicture.Width();
     fRenderer->fNbProc = pRun.Threads();
     if (fMeasured && fSplit == key) return;
     fSplit.reset();
     fMap.reset();
     fPoints.reset();
-    pRun.Begin(SELVANE_STAGE_SPLIT, kSplitWeight);
     Measure(pRun);
+    pRun.Begin(SELVANE_STAGE_SPLIT, kSplitWeight);
     cTmRenderer& r = *fRenderer;
     r.fSpatialSize = Vornik::SpatialSize(pSettings.radius);
     r.fRangeSize = Vornik::RangeSize(pSettings.smoothness);
@@ -160,8 +189,8 @@ void cKeptRender::RemapAll(const Vornik::sRemapping& pRemapping, cRun& pRun)
             const int count = std::min(rows, height - band * rows);
             const ptrdiff_t first = ptrdiff_t{band} * rows * width;
             float* const plane = fLuminance.get() + first;
-            std::memcpy(plane, fRenderer->fLogLuminance + first, sizeof(float) * static_cast<size_t>(count) *
-                                                                     static_cast<size_t>(width));
+            std::memcpy(plane, fRenderer->fLogLuminance + first,
+                        sizeof(float) * static_cast<size_t>(count) * static_cast<size_t>(width));
             const cLuminanceRows part(plane, fRenderer->fBase + first, width, count);
             const bool never = false;
             bool stopped = false;
@@ -171,13 +200,14 @@ void cKeptRender::RemapAll(const Vornik::sRemapping& pRemapping, cRun& pRun)
     });
     sJoinedExtremes joined{{.fMin = pRemapping.fDetailMax * pRemapping.fGlobalMax}};
     for (int band = 0; band < bands; band++)
-        joined.Add(extremes[static_cast<size_t>(band)], fLuminance[static_cast<size_t>(ptrdiff_t{band} * rows * width)]);
+        joined.Add(extremes[static_cast<size_t>(band)],
+                   fLuminance[static_cast<size_t>(ptrdiff_t{band} * rows * width)]);
     fExtremes = joined.fExtremes;
 }
 
 void cKeptRender::Map(const selvane_settings& pSettings, cRun& pRun)
 {
-    const sMapKey key{pSettings.compression, pSettings.adaptation};
+    const sMapKey key = MapKeyOf(pSettings);
     if (fMap == key) return;
     fMap.reset();
     fPoints.reset();
@@ -247,8 +277,7 @@ void cKeptRender::CountClipped(cRun& pRun)
 
 void cKeptRender::FindPoints(const selvane_settings& pSettings, cRun& pRun)
 {
-    const sPointsKey key{pSettings.white_clip, pSettings.black_clip, pSettings.black_point, pSettings.white_point,
-                         pSettings.points};
+    const sPointsKey key = PointsKeyOf(pSettings);
     if (fPoints == key) return;
     fPoints.reset();
     pRun.Begin(SELVANE_STAGE_POINTS, kPointsWeight);
@@ -296,22 +325,32 @@ const unsigned short* cKeptRender::Contrast(const selvane_settings& pSettings, b
     return fContrastSamples;
 }
 
+/// 1 / (white - black). The engine takes exactly 1 for "no points". That stays for measured points without exposure, as
+/// the entry has them; any others get the number next to it.
+float cKeptRender::InverseRange(const selvane_settings& pSettings, float pBlack, float pWhite) const
+{
+    if (fFlat) return 1.0f;
+    const float inverse = Vornik::InverseRange(pBlack, pWhite);
+    const bool isOfEntry = pSettings.points == SELVANE_POINTS_MEASURED && pSettings.exposure == 0.0f;
+    return inverse == 1.0f && pWhite > pBlack && !isOfEntry ? std::nextafter(1.0f, 2.0f) : inverse;
+}
+
 sFinalPass cKeptRender::FinalPass(const selvane_settings& pSettings, bool pOwnGrey, const selvane_target& pTarget)
 {
     cTmRenderer& r = *fRenderer;
     r.fExposureEV = pSettings.exposure;
     const float down = std::exp2(-pSettings.exposure);
     const float black = r.fBlack * down, white = r.fWhite * down;
-    const float invRange = fFlat ? 1.0f : Vornik::InverseRange(black, white);
     sFinalPass pass{.fFromXYZ = Vornik::ProPhotoFromPCS(),
                     .fToTarget = Vornik::Multiply(FromXYZ(pTarget.space), r.fWorkToPCS),
-                    .fIntensity = {pOwnGrey ? std::exp2(pSettings.exposure) : Vornik::ExposureScale(r), invRange, black},
+                    .fIntensity = {pOwnGrey ? std::exp2(pSettings.exposure) : Vornik::ExposureScale(r),
+                                   InverseRange(pSettings, black, white), black},
                     .fContrast = Contrast(pSettings, pOwnGrey),
                     .fHueTable = nullptr,
                     .fLightness = nullptr};
     if (pSettings.saturation != 0.0f)
-        pass.fToTarget = Vornik::Multiply(pass.fToTarget,
-                                          SaturationMatrix(r.fWorkToPCS, 1.0f + pSettings.saturation * 0.01f));
+        pass.fToTarget =
+            Vornik::Multiply(pass.fToTarget, SaturationMatrix(r.fWorkToPCS, 1.0f + pSettings.saturation * 0.01f));
     if (HasHueCurves(pSettings)) {
         PrepareHues(pSettings);
         pass.fHueTable = r.fYHMVSpace->fHMVToRGBLUT;
@@ -346,14 +385,11 @@ void cKeptRender::CopyPlaneRow(int pPlane, int pRow, float* pTo) const
     const float* log = fRenderer->fLogLuminance + first;
     const float* base = fRenderer->fBase + first;
     for (int x = 0; x < fPicture.Width(); x++)
-        pTo[x] = pPlane == SELVANE_PLANE_LUMINANCE ? log[x]
-                 : pPlane == SELVANE_PLANE_BASE    ? base[x]
-                                                   : log[x] - base[x];
+        pTo[x] = pPlane == SELVANE_PLANE_LUMINANCE ? log[x] : pPlane == SELVANE_PLANE_BASE ? base[x] : log[x] - base[x];
 }
 
 void cKeptRender::Report(selvane_report& pReport) const
 {
-    if (!fSplit) return;
     const cTmRenderer& r = *fRenderer;
     pReport.base_min = r.fBaseMin;
     pReport.base_max = r.fBaseMax;

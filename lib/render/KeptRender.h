@@ -35,8 +35,14 @@ public:
 
     /// Renders into the target. @param pSettings complete, with automatic 0
     /// @param pOwnGrey a flat picture keeps its luminance, instead of what the engine gives: black
-    void Render(const selvane_settings& pSettings, bool pOwnGrey, const selvane_target& pTarget,
-                const sLayout& pLayout, cRun& pRun);
+    void Render(const selvane_settings& pSettings, bool pOwnGrey, const selvane_target& pTarget, const sLayout& pLayout,
+                cRun& pRun);
+
+    /// Expected time of a render with these settings, for cRun::Plan: only the steps that have to run.
+    double WeightFor(const selvane_settings& pSettings) const;
+
+    /// The same for Split alone.
+    double SplitWeightFor(const selvane_settings& pSettings) const;
 
     /// Computes the logarithm and the base layer.
     void Split(const selvane_settings& pSettings, cRun& pRun);
@@ -44,11 +50,12 @@ public:
     /// Copies a row of a plane. Split has to come first.
     void CopyPlaneRow(int pPlane, int pRow, float* pTo) const;
 
-    /// Fills the layers, the points and the clipped shares of a report.
+    /// Fills the layers, the points and the clipped shares of a report. Render has to come first.
     void Report(selvane_report& pReport) const;
 
-    /// Bytes of the planes of a render, with the grid of the filter at its largest.
-    static int64_t BytesFor(int pWidth, int pHeight);
+    /// Bytes of the planes of a render, with the grid of the filter at its largest. With alpha, two planes of the pixels
+    /// that count are measured on the way.
+    static int64_t BytesFor(int pWidth, int pHeight, bool pHasAlpha);
 
 private:
     struct sSplitKey
@@ -73,6 +80,9 @@ private:
         selvane_curve fHue, fSaturation, fLightness;
     };
 
+    static sSplitKey SplitKeyOf(const selvane_settings& pSettings);
+    static sMapKey MapKeyOf(const selvane_settings& pSettings);
+    static sPointsKey PointsKeyOf(const selvane_settings& pSettings);
     void Allocate();
     void Measure(cRun& pRun);
     void MeasureVisibleLayers();
@@ -82,6 +92,7 @@ private:
     void MeasurePoints(const selvane_settings& pSettings);
     void CountClipped(cRun& pRun);
     void PrepareHues(const selvane_settings& pSettings);
+    float InverseRange(const selvane_settings& pSettings, float pBlack, float pWhite) const;
     const unsigned short* Contrast(const selvane_settings& pSettings, bool pOwnGrey);
     sFinalPass FinalPass(const selvane_settings& pSettings, bool pOwnGrey, const selvane_target& pTarget);
     template <class tPlane>

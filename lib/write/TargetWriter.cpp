@@ -94,11 +94,12 @@ unsigned Bayer(unsigned pX, unsigned pY)
     return value;
 }
 
-/// 16 bits to 8, with a threshold of the pattern: its mean over 8 x 8 pixels is that of exact division by 256.
+/// 16 bits to 8, with a threshold of the pattern, (n + 1/2) / 64: over 8 x 8 pixels, the mean of byte / 255 is
+/// sample / 65535. One byte is 257 samples.
 uint8_t Dithered(uint16_t pSample, int pX, int pY)
 {
-    const unsigned threshold = Bayer(static_cast<unsigned>(pX), static_cast<unsigned>(pY)) * 4 + 2;
-    return static_cast<uint8_t>(std::min(65535u, pSample + threshold) >> 8);
+    const unsigned threshold = 2 * Bayer(static_cast<unsigned>(pX), static_cast<unsigned>(pY)) + 1;
+    return static_cast<uint8_t>((128u * pSample + 257u * threshold) / (128u * 257u));
 }
 
 /// Any layout, sample by sample.

@@ -1,7 +1,14 @@
 selvane_lib_test(api
   Alpha_test.cpp
+  Callbacks_test.cpp
   EntryBytes_test.cpp
   Forms_test.cpp
+  Incremental_test.cpp
+  Memory_test.cpp
   OddSamples_test.cpp
+  Previews_test.cpp
+  Profiles_test.cpp
   Refusals_test.cpp
+  Report_test.cpp
+  Targets_test.cpp
 )
