@@ -446,14 +446,15 @@ TEST(HueLightness, TheHMVDecoderClampsBeforeTheMatrix)
 
 // ---- black pixels ----
 
-// The HMV decoder may replace a black pixel's V, to spare the processor subnormal numbers, only where no sample shows it.
+// The HMV decoder may replace a black pixel's V, to spare the processor subnormal numbers, only where no sample shows
+// it.
 
 // Without 0, which has no paleness: its intensity is NaN, and the whole strip stays as it is.
 constexpr float kBlackV[] = {0x1p-126f, 0x1p-149f,       0x1.8p-140f, 0x1p-100f,
                              0x1p-90f,  0x1.fffffep-81f, 0x1p-80f,    0x1.000002p-80f};
 
-// Black records of many hues with pOthers ordinary ones between them. They fill a strip and a half: in a first strip that is
-// not full, what follows the records may keep them as they are.
+// Black records of many hues with pOthers ordinary ones between them. They fill a strip and a half: in a first strip
+// that is not full, what follows the records may keep them as they are.
 std::vector<sTwinRecord> BlackRecords(cRandom& pRandom, int pOthers)
 {
     std::vector<sTwinRecord> records(200);
@@ -589,8 +590,8 @@ TEST(BlackPixels, OneHugeNumberInAStripKeepsTheOthersAsTheFormulaSays)
 }
 
 #if defined(__x86_64__)
-// A processor sets a flag when it meets a subnormal operand or makes a subnormal result. Two whole strips: what stands in
-// the rest of a short one is computed with too.
+// A processor sets a flag when it meets a subnormal operand or makes a subnormal result. Two whole strips: what stands
+// in the rest of a short one is computed with too.
 TEST(BlackPixels, TakeNoArithmeticOnSubnormalNumbers)
 {
     if (!__builtin_cpu_supports("fma")) GTEST_SKIP() << "fused steps are a function of the C library's here";
