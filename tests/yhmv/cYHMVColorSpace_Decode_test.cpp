@@ -576,17 +576,24 @@ TEST(BlackPixels, WithHugeCurvesOrMatricesTheyAreAsLightAsTheFormulaSays)
     }
 }
 
-TEST(BlackPixels, OneHugeNumberInAStripKeepsTheOthersAsTheFormulaSays)
+// Record 72 has V = 2^-126: with a huge number it is black, and would not be with a larger V.
+TEST(BlackPixels, OneHugeNumberInAStripIsEnoughToKeepThem)
 {
     cRandom random(34);
-    for (int exponent = 17; exponent < 128; exponent += 5) {
-        sTables tables = TablesWithABlackOfTheirOwn();
-        std::vector<sTwinRecord> records = BlackRecords(random, 0);
-        const uint16_t hue = records[77].H;
-        tables.fSpace->fHMVToRGBLUT[hue][1] = std::ldexp(1.0f, exponent);
-        tables.fLightness[hue] = -std::ldexp(1.0f, exponent / 2);
-        ExpectRowLikeTwin(eHMVRowRef, tables, {}, sRow(eHMVRowRef, std::move(records)), 16);
-    }
+    for (int exponent = 64; exponent < 110; exponent += 5)
+        for (int place = 0; place < 4; ++place) { // a channel of the colour, or the lightness
+            sTables tables = TablesWithABlackOfTheirOwn();
+            const std::vector<sTwinRecord> records = BlackRecords(random, 0);
+            const uint16_t hue = records[72].H;
+            const float huge = std::ldexp(1.0f, exponent);
+            if (place < 3)
+                tables.fSpace->fHMVToRGBLUT[hue][place] = huge;
+            else
+                tables.fLightness[hue] = huge;
+            sNumbers numbers;
+            numbers.fMatrix = kIdentity;
+            ExpectRowLikeTwin(eHMVRowRef, tables, numbers, sRow(eHMVRowRef, records), 16);
+        }
 }
 
 #if defined(__x86_64__)
