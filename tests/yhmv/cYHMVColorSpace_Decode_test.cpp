@@ -596,6 +596,18 @@ TEST(BlackPixels, OneHugeNumberInAStripIsEnoughToKeepThem)
         }
 }
 
+TEST(BlackPixels, OneHugeEntryOfTheMatrixIsEnoughToKeepThem)
+{
+    cRandom random(36);
+    sTables tables = TablesWithABlackOfTheirOwn();
+    for (int entry = 0; entry < 9; ++entry) {
+        sNumbers numbers;
+        numbers.fMatrix = kIdentity;
+        (&numbers.fMatrix.m00)[entry] = 0x1p100f;
+        ExpectRowLikeTwin(eHMVRowRef, tables, numbers, sRow(eHMVRowRef, BlackRecords(random, 0)), 16);
+    }
+}
+
 #if defined(__x86_64__)
 // A processor sets a flag when it meets a subnormal operand or makes a subnormal result. Two whole strips: what stands
 // in the rest of a short one is computed with too.
