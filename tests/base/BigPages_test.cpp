@@ -134,7 +134,8 @@ TEST(BigPages, ARefusalHarmsNothing)
     EXPECT_EQ(plane[350 * 700 + 350], 1.5f);
 }
 
-/// How often the library asks with the variable set to pValue. The variable is read once, so each value takes a process.
+/// How often the library asks with the variable set to pValue. The variable is read once, so each value takes a
+/// process.
 void ExitWithRequests(const char* pValue)
 {
     ::setenv("SELVANE_BIG_PAGES", pValue, 1);

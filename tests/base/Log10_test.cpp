@@ -18,8 +18,9 @@
 #include <utility>
 #include <vector>
 
-// The library's logarithm gives, on every machine, what log10f of glibc 2.36 gives on x86-64. The digests below were made
-// of that function's values, by a program of its own. Where the C library is one of those, its values are compared too.
+// The library's logarithm gives, on every machine, what log10f of glibc 2.36 gives on x86-64. The digests below were
+// made of that function's values, by a program of its own. Where the C library is one of those, its values are compared
+// too.
 
 namespace
 {

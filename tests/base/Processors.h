@@ -1,8 +1,8 @@
 #ifndef SELVANE_TESTS_BASE_PROCESSORS_H
 #define SELVANE_TESTS_BASE_PROCESSORS_H
 
-// One loop compiled for each kind of processor that the library has versions for. The library's own versions are chosen by
-// the loader, one a machine; here all that this machine can run are called side by side.
+// One loop compiled for each kind of processor that the library has versions for. The library's own versions are chosen
+// by the loader, one a machine; here all that this machine can run are called side by side.
 
 #include "base/Versions.h"
 

@@ -12,8 +12,9 @@
 #include <utility>
 #include <vector>
 
-// Tables are worked out quickly, and the C library is asked where the bounds of the quick value round to two floats. pow
-// and exp of this program stand before the system's, for the library too, and can give an answer that shows in a table.
+// Tables are worked out quickly, and the C library is asked where the bounds of the quick value round to two floats.
+// pow and exp of this program stand before the system's, for the library too, and can give an answer that shows in a
+// table.
 
 namespace
 {

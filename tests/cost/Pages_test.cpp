@@ -19,8 +19,9 @@
 #include <unistd.h>
 #include <vector>
 
-// How much new memory a call touches, counted by the kernel: each page is a minor fault when it is touched first. Small pages
-// only, so that a fault is a page; each block of 1 MiB and more is new memory from the kernel, and goes back to it.
+// How much new memory a call touches, counted by the kernel: each page is a minor fault when it is touched first. Small
+// pages only, so that a fault is a page; each block of 1 MiB and more is new memory from the kernel, and goes back to
+// it.
 
 namespace
 {
@@ -56,8 +57,8 @@ double Touched(const std::function<void()>& pRun)
     return static_cast<double>(Faults() - before) * static_cast<double>(::sysconf(_SC_PAGESIZE));
 }
 
-/// Bytes of the filter's two grids at the plain radius, rounded up: a cell is 25 pixels of 1000 of the longer side wide and 0.32
-/// decades high, has two floats, and 8 cells stand beside the intervals.
+/// Bytes of the filter's two grids at the plain radius, rounded up: a cell is 25 pixels of 1000 of the longer side wide
+/// and 0.32 decades high, has two floats, and 8 cells stand beside the intervals.
 double Grids(double pDecades)
 {
     const double cell = 0.025 * kWidth;
@@ -144,8 +145,8 @@ TEST_P(PagesOfTheEntry, StayWithinTheirBytesAPixel)
         << "a limit far above what is touched holds nothing, and big pages are not counted";
 }
 
-// XYZ takes 12 bytes a pixel, the logarithm 4 and the base 4. A layout that the final stage cannot write itself takes the picture
-// of samples as well.
+// XYZ takes 12 bytes a pixel, the logarithm 4 and the base 4. A layout that the final stage cannot write itself takes
+// the picture of samples as well.
 INSTANTIATE_TEST_SUITE_P(Forms, PagesOfTheEntry,
                          testing::Values(sForm{8, 8, 0, 0, 0, 20.0}, sForm{16, 8, 0, 0, 0, 20.0},
                                          sForm{16, 16, 0, 0, 0, 20.0}, sForm{32, 16, 0, 0, 0, 20.0},

@@ -394,8 +394,8 @@ TEST(Phase2, TheLogLinesAreThoseOfTheNumbers)
     EXPECT_EQ(log, expected);
 }
 
-/// Pixels whose luminance is an entry of the table of the base, over 18 decades; their sum in picture order is made to end at
-/// pTarget, or the last bit below.
+/// Pixels whose luminance is an entry of the table of the base, over 18 decades; their sum in picture order is made to
+/// end at pTarget, or the last bit below.
 class cSumAt
 {
 public:

@@ -6,7 +6,8 @@
 namespace SelvaneTest
 {
 
-/// Bits of a float, of its logarithm, and of what log10f of glibc 2.36 gives on 64-bit Arm, whose last two steps are fused.
+/// Bits of a float, of its logarithm, and of what log10f of glibc 2.36 gives on 64-bit Arm, whose last two steps are
+/// fused.
 struct sArmLogarithm
 {
     uint32_t fValue;

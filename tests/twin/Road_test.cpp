@@ -555,8 +555,8 @@ TEST(Road, ExposureInsteadOfPoints)
     comparison.Expect({eRuleExposurePath, eRuleExposurePathByRange, eRuleRequestedPoints, eRuleLowQ, eRuleHighQ});
 }
 
-// The library's loops go by strips of 128 pixels and by vectors of up to 32; a row may end anywhere in them. The long form
-// takes many more.
+// The library's loops go by strips of 128 pixels and by vectors of up to 32; a row may end anywhere in them. The long
+// form takes many more.
 TEST(Road, RowsThatEndAnywhereInAStrip)
 {
     const bool isLong = std::getenv("SELVANE_LONG") != nullptr;

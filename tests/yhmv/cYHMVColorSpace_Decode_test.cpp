@@ -446,14 +446,15 @@ TEST(HueLightness, TheHMVDecoderClampsBeforeTheMatrix)
 
 // ---- black pixels ----
 
-// The HMV decoder may replace a black pixel's V, to spare the processor subnormal numbers, only where no sample shows it.
+// The HMV decoder may replace a black pixel's V, to spare the processor subnormal numbers, only where no sample shows
+// it.
 
 // Without 0, which has no paleness: its intensity is NaN, and the whole strip stays as it is.
 constexpr float kBlackV[] = {0x1p-126f, 0x1p-149f,       0x1.8p-140f, 0x1p-100f,
                              0x1p-90f,  0x1.fffffep-81f, 0x1p-80f,    0x1.000002p-80f};
 
-// Black records of many hues with pOthers ordinary ones between them. They fill a strip and a half: in a first strip that is
-// not full, what follows the records may keep them as they are.
+// Black records of many hues with pOthers ordinary ones between them. They fill a strip and a half: in a first strip
+// that is not full, what follows the records may keep them as they are.
 std::vector<sTwinRecord> BlackRecords(cRandom& pRandom, int pOthers)
 {
     std::vector<sTwinRecord> records(200);
@@ -575,22 +576,41 @@ TEST(BlackPixels, WithHugeCurvesOrMatricesTheyAreAsLightAsTheFormulaSays)
     }
 }
 
-TEST(BlackPixels, OneHugeNumberInAStripKeepsTheOthersAsTheFormulaSays)
+// Record 72 has V = 2^-126: with a huge number it is black, and would not be with a larger V.
+TEST(BlackPixels, OneHugeNumberInAStripIsEnoughToKeepThem)
 {
     cRandom random(34);
-    for (int exponent = 17; exponent < 128; exponent += 5) {
-        sTables tables = TablesWithABlackOfTheirOwn();
-        std::vector<sTwinRecord> records = BlackRecords(random, 0);
-        const uint16_t hue = records[77].H;
-        tables.fSpace->fHMVToRGBLUT[hue][1] = std::ldexp(1.0f, exponent);
-        tables.fLightness[hue] = -std::ldexp(1.0f, exponent / 2);
-        ExpectRowLikeTwin(eHMVRowRef, tables, {}, sRow(eHMVRowRef, std::move(records)), 16);
+    for (int exponent = 64; exponent < 110; exponent += 5)
+        for (int place = 0; place < 4; ++place) { // a channel of the colour, or the lightness
+            sTables tables = TablesWithABlackOfTheirOwn();
+            const std::vector<sTwinRecord> records = BlackRecords(random, 0);
+            const uint16_t hue = records[72].H;
+            const float huge = std::ldexp(1.0f, exponent);
+            if (place < 3)
+                tables.fSpace->fHMVToRGBLUT[hue][place] = huge;
+            else
+                tables.fLightness[hue] = huge;
+            sNumbers numbers;
+            numbers.fMatrix = kIdentity;
+            ExpectRowLikeTwin(eHMVRowRef, tables, numbers, sRow(eHMVRowRef, records), 16);
+        }
+}
+
+TEST(BlackPixels, OneHugeEntryOfTheMatrixIsEnoughToKeepThem)
+{
+    cRandom random(36);
+    sTables tables = TablesWithABlackOfTheirOwn();
+    for (int entry = 0; entry < 9; ++entry) {
+        sNumbers numbers;
+        numbers.fMatrix = kIdentity;
+        (&numbers.fMatrix.m00)[entry] = 0x1p100f;
+        ExpectRowLikeTwin(eHMVRowRef, tables, numbers, sRow(eHMVRowRef, BlackRecords(random, 0)), 16);
     }
 }
 
 #if defined(__x86_64__)
-// A processor sets a flag when it meets a subnormal operand or makes a subnormal result. Two whole strips: what stands in
-// the rest of a short one is computed with too.
+// A processor sets a flag when it meets a subnormal operand or makes a subnormal result. Two whole strips: what stands
+// in the rest of a short one is computed with too.
 TEST(BlackPixels, TakeNoArithmeticOnSubnormalNumbers)
 {
     if (!__builtin_cpu_supports("fma")) GTEST_SKIP() << "fused steps are a function of the C library's here";
