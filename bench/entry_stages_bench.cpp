@@ -92,7 +92,7 @@ using tStageTimes = std::array<sTimes, eStages + 1>;
 tStageTimes TimesOf(cCall& pCall, const sSize& pSize, int pWorkers)
 {
     tStageTimes times;
-    const int calls = std::clamp(static_cast<int>(4e8 / pSize.Pixels()), 1, 300);
+    const int calls = std::clamp(static_cast<int>(1.5e8 / pSize.Pixels()), 1, 300);
     for (int i = 0; i < calls; i++) {
         TouchMemory(static_cast<size_t>(pSize.Pixels() * kFreshBytes));
         gWatch.Begin();
