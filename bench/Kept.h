@@ -3,6 +3,7 @@
 
 // Renderers that a host keeps and renders with again and again. All their memory is warm.
 
+#include "Measure.h"
 #include "Scene.h"
 
 #include "bitmap/cBitmapBGR8.h"
@@ -42,6 +43,13 @@ struct sKept
         fRenderer->Render();
     }
 };
+
+/// The renderer of that size. One is kept.
+inline sKept& KeptOf(const sSize& pSize)
+{
+    static cLatest<sSize, sKept> latest;
+    return latest.Get(pSize, [&] { return std::make_unique<sKept>(pSize); });
+}
 
 /// Two curves that take turns, so that each render has a new one.
 class cNewCurve

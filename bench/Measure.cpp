@@ -136,8 +136,9 @@ void Add(const std::string& pName, const std::function<void(benchmark::State&)>&
 void Measure(benchmark::State& pState, const sWork& pWork, const std::function<void()>& pCall)
 {
     sTimes times;
-    times.fWall.reserve(pState.max_iterations);
-    times.fCpu.reserve(pState.max_iterations);
+    const auto calls = static_cast<size_t>(pState.max_iterations);
+    times.fWall.reserve(calls);
+    times.fCpu.reserve(calls);
     if (pWork.fFresh == 0) pCall(); // so that its memory is warm
     for ([[maybe_unused]] auto _ : pState) {
         TouchMemory(pWork.fFresh);

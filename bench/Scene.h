@@ -2,8 +2,8 @@
 #define SELVANE_BENCH_SCENE_H
 
 // The picture of the benchmarks: slow gradients over some decades with hard edges, colours that drift over the picture,
-// and fine noise. Noise alone would put every pixel into a cell of its own and make the filter look slower than it is on
-// photographs; grey alone would make every look-up of a hue a lucky one. It is made outside the timed part.
+// and fine noise. Noise alone would put every pixel into a cell of its own and make the filter look slower than it is
+// on photographs; grey alone would make every look-up of a hue a lucky one. It is made outside the timed part.
 
 #include "bitmap/cBitmapXYZ32.h"
 

@@ -33,12 +33,6 @@ constexpr sStage kStages[] = {{"preparation", 12 + 14 + 12 + 4, &cTmRenderer::fP
                               {"phase2", 8 + 14 + 14, &cTmRenderer::fPhase2Needed},
                               {"final", 14 + 3, &cTmRenderer::fFinalNeeded}};
 
-sKept& KeptOf(const sSize& pSize)
-{
-    static cLatest<sSize, sKept> latest;
-    return latest.Get(pSize, [&] { return std::make_unique<sKept>(pSize); });
-}
-
 void AddStage(const sStage& pStage, const sSize& pSize, int pWorkers)
 {
     Add(std::string("classStage/") + pSize.fName + "/" + pStage.fName + "/" + Workers(pWorkers),

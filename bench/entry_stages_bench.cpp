@@ -1,8 +1,8 @@
 // Where does a call of the entry spend its time? One case a stage.
 //
-// Nothing is put into the library: the call is seen from outside. DivideWork is called for the logarithm and for slicing,
-// and each progress line ends a step, so the time between two such moments belongs to the stages between them. The calls
-// of a size, form and number of workers are made once, and the cases of its stages report their shares.
+// Nothing is put into the library: the call is seen from outside. DivideWork is called for the logarithm and for
+// slicing, and each progress line ends a step, so the time between two such moments belongs to the stages between them.
+// The calls of a size, form and number of workers are made once, and the cases of its stages report their shares.
 
 #include "Call.h"
 #include "DivideWork.h"
@@ -92,7 +92,7 @@ using tStageTimes = std::array<sTimes, eStages + 1>;
 tStageTimes TimesOf(cCall& pCall, const sSize& pSize, int pWorkers)
 {
     tStageTimes times;
-    const int calls = std::clamp(static_cast<int>(4e8 / pSize.Pixels()), 1, 300);
+    const int calls = std::clamp(static_cast<int>(1.5e8 / pSize.Pixels()), 1, 300);
     for (int i = 0; i < calls; i++) {
         TouchMemory(static_cast<size_t>(pSize.Pixels() * kFreshBytes));
         gWatch.Begin();

@@ -1,8 +1,8 @@
 // How much does a pixel cost in the filters?
 //
-// The input is the logarithm of the luminance of a made scene: slow gradients over six decades, hard edges and fine noise,
-// so that samples of a row fall into changing cells as those of a photograph do. The spatial sampling is that of the tone
-// mapper in its middle position, 25 thousandths of the longer side.
+// The input is the logarithm of the luminance of a made scene: slow gradients over six decades, hard edges and fine
+// noise, so that samples of a row fall into changing cells as those of a photograph do. The spatial sampling is that of
+// the tone mapper in its middle position, 25 thousandths of the longer side.
 
 #include "Call.h"
 #include "Measure.h"

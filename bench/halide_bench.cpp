@@ -1,4 +1,4 @@
-// How does the library stand beside a tone mapper of another make? Both take 16-bit samples to 8-bit samples, in one run.
+// How does the library stand beside a tone mapper of another make? Both take 16-bit samples to 8-bit samples.
 //
 // The other one is written here in Halide, a language for fused picture pipelines, from the published idea (J. Chen,
 // S. Paris and F. Durand, "Real-time edge-aware image processing with the bilateral grid", 2007): decode, logarithm of

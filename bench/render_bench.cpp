@@ -15,12 +15,6 @@ namespace
 
 using namespace Vornik;
 
-sKept& KeptOf(const sSize& pSize)
-{
-    static cLatest<sSize, sKept> latest;
-    return latest.Get(pSize, [&] { return std::make_unique<sKept>(pSize); });
-}
-
 /// An equalizer with its pictures, rendered once. Its input is a rendered scene.
 struct sKeptEqualizer
 {
