@@ -4,10 +4,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
+#include <numeric>
 
 // Both layers are measured in one pass, by strips. Extremes run in lanes, which may be joined in any order but for the
-// sign of a zero: the first zero of the picture decides that. The sums run in picture order, from the top left to the
-// bottom right, since the order decides their last bits; base and detail side by side.
+// sign of a zero: the first zero of the picture decides that. The order decides the last bits of the sums. In picture
+// order, from the top left to the bottom right, each addition waits for the one before; base and detail go side by side.
 
 namespace Vornik
 {
@@ -25,6 +27,7 @@ struct sLanes
 {
     float fMin[kLanes];
     float fMax[kLanes];
+    double fSum[kLanes] = {}; ///< of sizes, for the detail
 
     sLanes()
     {
@@ -37,7 +40,7 @@ struct sRunning
 {
     sLanes fBase;
     sLanes fDetail;
-    tSums fSums{};
+    tSums fSums{}; ///< in picture order
 };
 
 /// Widens the extremes by a value. NaN changes neither.
@@ -62,7 +65,17 @@ SELVANE_INLINE tSums Added(tSums pSums, const float* pBase, const float* pDetail
     return pSums;
 }
 
+SELVANE_INLINE void AddToLanes(sRunning& pRunning, const float* pBase, const float* pDetail)
+{
+    for (int n = 0; n < kStrip; n += kLanes)
+        for (int lane = 0; lane < kLanes; lane++) {
+            pRunning.fBase.fSum[lane] += static_cast<double>(pBase[n + lane]);
+            pRunning.fDetail.fSum[lane] += static_cast<double>(std::fabs(pDetail[n + lane]));
+        }
+}
+
 /// Measures pStrips whole strips.
+template <eSum tSum>
 SELVANE_CLONES void MeasureStrips(const float* pLogLuminance, const float* pBase, float* pDetail, int64_t pStrips,
                                   sRunning* pRunning)
 {
@@ -75,7 +88,10 @@ SELVANE_CLONES void MeasureStrips(const float* pLogLuminance, const float* pBase
             detail[n] = log[n] - base[n];
         Extend(running.fBase, base);
         Extend(running.fDetail, detail);
-        running.fSums = Added(running.fSums, base, detail, kStrip);
+        if (tSum == eSum::eInOrder)
+            running.fSums = Added(running.fSums, base, detail, kStrip);
+        else
+            AddToLanes(running, base, detail);
         if (pDetail != nullptr) std::copy_n(detail, kStrip, pDetail + strip * kStrip);
     }
     *pRunning = running;
@@ -94,12 +110,13 @@ void MeasureRest(const float* pLogLuminance, const float* pBase, float* pDetail,
     if (pDetail != nullptr) std::copy_n(detail, pCount, pDetail);
 }
 
-/// Joins the lanes. pValueAt(i) is the value of pixel i; the first zero decides the sign of an extreme of 0.
+/// Joins the lanes. pSum is the sum outside them. pValueAt(i) is the value of pixel i; the first zero decides the sign of
+/// an extreme of 0.
 template <class tValueAt>
-sLayer Joined(const sLanes& pLanes, double pMean, int64_t pCount, tValueAt pValueAt)
+sLayer Joined(const sLanes& pLanes, double pSum, int64_t pCount, tValueAt pValueAt)
 {
     sLayer layer;
-    layer.fMean = pMean;
+    layer.fMean = std::accumulate(std::begin(pLanes.fSum), std::end(pLanes.fSum), pSum) / static_cast<double>(pCount);
     for (int lane = 0; lane < kLanes; lane++) {
         layer.fMin = std::min(layer.fMin, pLanes.fMin[lane]);
         layer.fMax = std::max(layer.fMax, pLanes.fMax[lane]);
@@ -115,20 +132,25 @@ sLayer Joined(const sLanes& pLanes, double pMean, int64_t pCount, tValueAt pValu
 
 } // namespace
 
-sLayers MeasureLayers(const float* pLogLuminance, const float* pBase, float* pDetail, int64_t pCount)
+sLayers MeasureLayers(const float* pLogLuminance, const float* pBase, float* pDetail, int64_t pCount, eSum pSum)
 {
     const int64_t strips = pCount / kStrip;
     const int64_t done = strips * kStrip;
     sRunning running;
-    MeasureStrips(pLogLuminance, pBase, pDetail, strips, &running);
+    const auto measure = pSum == eSum::eInOrder ? MeasureStrips<eSum::eInOrder> : MeasureStrips<eSum::eInLanes>;
+    measure(pLogLuminance, pBase, pDetail, strips, &running);
     MeasureRest(pLogLuminance + done, pBase + done, pDetail == nullptr ? nullptr : pDetail + done,
                 static_cast<int>(pCount - done), running);
-    const auto pixels = static_cast<double>(pCount);
     return {
-        Joined(running.fBase, running.fSums[0] / pixels, pCount, [=](int64_t i) { return pBase[i]; }),
-        Joined(running.fDetail, running.fSums[1] / pixels, pCount,
-               [=](int64_t i) { return pLogLuminance[i] - pBase[i]; }),
+        Joined(running.fBase, running.fSums[0], pCount, [=](int64_t i) { return pBase[i]; }),
+        Joined(running.fDetail, running.fSums[1], pCount, [=](int64_t i) { return pLogLuminance[i] - pBase[i]; }),
     };
+}
+
+double MeanError(const sLayer& pLayer, int64_t pCount)
+{
+    const auto largest = static_cast<double>(std::max(std::fabs(pLayer.fMin), std::fabs(pLayer.fMax)));
+    return static_cast<double>(pCount) * largest * 0x1p-51;
 }
 
 } // namespace Vornik

@@ -37,19 +37,6 @@ struct sIndices
     int fDetail[kStrip];
 };
 
-/// The detail of pCount pixels: from its plane, or the logarithm that stands at pAt minus the base.
-template <int tPixelBytes>
-SELVANE_INLINE void FetchDetail(const float* pBase, const float* pDetail, const unsigned char* pAt, int pCount,
-                                float* pResult)
-{
-    if (tPixelBytes == kYHMVBytes) {
-        std::copy_n(pDetail, pCount, pResult);
-        return;
-    }
-    for (int n = 0; n < pCount; n++)
-        pResult[n] = LoadFloat(pAt + ptrdiff_t{n} * tPixelBytes) - pBase[n];
-}
-
 /// The luminance of a strip; the rest of a short one repeats its first value. pAhead is where a later strip is replaced.
 template <int tPixelBytes>
 SELVANE_INLINE void Luminances(const sRemapping& pRemapping, const sIndices& pIndices, int pCount,
@@ -109,13 +96,14 @@ SELVANE_CLONES void RemapRow(const sRemapping& pRemapping, const float* pBase, c
     const float detailScale = kToSample16 / detail.Range();
     sLuminance extremes = *pExtremes;
     sIndices indices;
-    float values[kStrip] = {};
     float luminance[kStrip];
     for (int x = 0; x < pWidth; x += kStrip, pAt += ptrdiff_t{tPixelBytes} * kStrip) {
         const int count = std::min(kStrip, pWidth - x);
-        FetchDetail<tPixelBytes>(pBase + x, pDetail + x, pAt, count, values);
-        for (int n = 0; n < kStrip; n++)
-            indices.fDetail[n] = RangeIndex(values[n], detail.fMin, detailScale);
+        for (int n = 0; n < count; n++) {
+            const float value =
+                tPixelBytes == kYHMVBytes ? pDetail[x + n] : LoadFloat(pAt + ptrdiff_t{n} * tPixelBytes) - pBase[x + n];
+            indices.fDetail[n] = RangeIndex(value, detail.fMin, detailScale);
+        }
         for (int n = 0; n < count; n++)
             indices.fBase[n] = RangeIndex(pBase[x + n], base.fMin, baseScale);
         Luminances<tPixelBytes>(pRemapping, indices, count, pAt + 2 * ptrdiff_t{tPixelBytes} * kStrip, luminance);

@@ -3,7 +3,9 @@
 #include "base/Cancel.h"
 #include "bitmap/cBitmapXYZ32.h"
 #include "filter/cBilateral.h"
+#include "render/LayerTables.h"
 #include "render/Layers.h"
+#include "render/PrintAlike.h"
 #include "render/Stages.h"
 
 #include <algorithm>
@@ -56,6 +58,28 @@ void LogLayers(const cTmRenderer& pRenderer)
         static_cast<double>(pRenderer.fLogMaxY - pRenderer.fLogMinY));
 }
 
+/// Whether each mean prints as the one in picture order does, in the lines of this stage and of the next.
+bool MeansPrintAlike(const sLayers& pLayers, int64_t pCount)
+{
+    const sLayer& detail = pLayers.fDetail;
+    const double error = MeanError(detail, pCount);
+    const double factor = std::exp(detail.fMean * kLn10);
+    return PrintsAlike(pLayers.fBase.fMean, MeanError(pLayers.fBase, pCount)) && PrintsAlike(detail.fMean, error) &&
+           PrintsAlike(factor, std::exp((detail.fMean + error) * kLn10) - factor + factor * 0x1p-50);
+}
+
+/// Measures both layers. If nobody looks at the fields, only the progress lines and the adaptation show the means.
+sLayers Measure(const cTmRenderer& pRenderer, float* pDetail)
+{
+    const cTmRenderer& r = pRenderer;
+    const int64_t count = int64_t{r.fInput->fWidth} * r.fInput->fHeight;
+    if (pDetail == nullptr && !(r.fAdaptation > 0.0f)) {
+        const sLayers layers = MeasureLayers(r.fLogLuminance, r.fBase, nullptr, count, eSum::eInLanes);
+        if (MeansPrintAlike(layers, count)) return layers;
+    }
+    return MeasureLayers(r.fLogLuminance, r.fBase, pDetail, count, eSum::eInOrder);
+}
+
 } // namespace
 
 void RunPhase1(cTmRenderer& pRenderer, float* pDetail, bool* pCancel, bool* pCancelled)
@@ -70,7 +94,7 @@ void RunPhase1(cTmRenderer& pRenderer, float* pDetail, bool* pCancel, bool* pCan
     Store(pRenderer, {}); // the measures of an empty picture
     if (height > 0) {
         if (StopIfRequested(pCancel, pCancelled)) return;
-        if (width > 0) Store(pRenderer, MeasureLayers(r.fLogLuminance, r.fBase, pDetail, int64_t{width} * height));
+        if (width > 0) Store(pRenderer, Measure(r, pDetail));
     }
     if (r.fLogEnabled != 0) LogLayers(r);
 }

@@ -5,12 +5,12 @@
 #include "bitmap/cBitmapXYZ32.h"
 #include "render/LayerTables.h"
 #include "render/Luminance.h"
+#include "render/PrintAlike.h"
 #include "render/Stages.h"
 #include "render/cTmRenderer_Points.h"
 
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <optional>
 #include <utility>
 
@@ -112,22 +112,12 @@ void LogAcceptedPoints(const sPoints& pPoints)
                  1.0 / static_cast<double>(pPoints.fWhite - pPoints.fBlack));
 }
 
-/// Whether two numbers print alike with two decimals.
-bool PrintAlike(double pFirst, double pSecond)
-{
-    char words[2][400]; // room for any double
-    std::snprintf(words[0], sizeof words[0], "%1.2f", pFirst);
-    std::snprintf(words[1], sizeof words[1], "%1.2f", pSecond);
-    return std::strcmp(words[0], words[1]) == 0;
-}
-
 /// A mean luminance that prints as that of the sum in picture order does.
 double MeanToPrint(const cLuminanceRows& pRows, const sLuminanceSum& pSum)
 {
     const auto count = static_cast<double>(pRows.Width() * pRows.Height());
-    const bool certain =
-        std::isfinite(pSum.fSum) && PrintAlike((pSum.fSum - pSum.fError) / count, (pSum.fSum + pSum.fError) / count);
-    return (certain || pSum.fError == 0.0 ? pSum.fSum : SumInOrder(pRows, pRows.Height())) / count;
+    const bool certain = pSum.fError == 0.0 || PrintsAlike(pSum.fSum / count, pSum.fError / count);
+    return (certain ? pSum.fSum : SumInOrder(pRows, pRows.Height())) / count;
 }
 
 void LogLuminance(const cTmRenderer& pRenderer, const cLuminanceRows& pRows, const sNewLuminance& pLuminance)
