@@ -59,8 +59,11 @@ double ValueNoise(double pX, double pY, int pSeed)
 double Clouds(double pX, double pY, double pSize, int pOctaves, int pSeed)
 {
     double sum = 0.0, height = 1.2;
-    for (int i = 0; i < pOctaves; i++, pSize *= 0.5, height *= 0.6)
-        sum += height * ValueNoise(pX / pSize, pY / pSize, pSeed + i);
+    for (int i = 0; i < pOctaves; i++) {
+        const double size = std::ldexp(pSize, -i);
+        sum += height * ValueNoise(pX / size, pY / size, pSeed + i);
+        height *= 0.6;
+    }
     return sum;
 }
 

@@ -60,10 +60,11 @@ sPlane Halved(const sPlane& pPlane)
 
 std::array<double, kWindow> GaussianTaps()
 {
+    constexpr int kCentre = kWindow / 2;
     std::array<double, kWindow> taps{};
     double sum = 0.0;
     for (int i = 0; i < kWindow; i++) {
-        const double distance = (i - kWindow / 2) / kWindowDeviation;
+        const double distance = (i - kCentre) / kWindowDeviation;
         taps[static_cast<size_t>(i)] = std::exp(-0.5 * distance * distance);
         sum += taps[static_cast<size_t>(i)];
     }

@@ -134,21 +134,27 @@ double QualityOf(const cStructuralFidelity& pScene, const sPlane& pGrey)
     return Quality(pScene.Compare(pGrey).fAll, Naturalness(light.fMean, light.fContrast));
 }
 
+/// The sRGB curve.
+unsigned char Encoded(double pLinear)
+{
+    const double encoded = pLinear <= 0.0031308 ? 12.92 * pLinear : 1.055 * std::pow(pLinear, 1.0 / 2.4) - 0.055;
+    return static_cast<unsigned char>(std::lround(255.0 * encoded));
+}
+
 /// A picture whose luminance is a function of the scene's, colours kept; encoded with the sRGB curve.
 tRGB8 Global(const sPicture& pPicture, const std::function<double(double)>& pNewLuminance)
 {
-    constexpr double kToSRGB[3][3] = {
-        {3.1338561, -1.6168667, -0.4906146}, {-0.9787684, 1.9161415, 0.0334540}, {0.0719453, -0.2289914, 1.4052427}};
+    const Vornik::cMatrix33 m = Vornik::cColorSpace_sRGB().GetFromPCSTransform();
+    const float rows[3][3] = {{m.m00, m.m01, m.m02}, {m.m10, m.m11, m.m12}, {m.m20, m.m21, m.m22}};
     tRGB8 rgb;
     for (size_t i = 0; i < pPicture.fXYZ.size(); i += 3) {
         const double luminance = std::max(1e-9, static_cast<double>(pPicture.fXYZ[i + 1]));
-        for (const auto& row : kToSRGB) {
+        const double factor = pNewLuminance(luminance) / luminance;
+        for (const auto& row : rows) {
             double sum = 0.0;
             for (size_t c = 0; c < 3; c++)
-                sum += row[c] * static_cast<double>(pPicture.fXYZ[i + c]);
-            const double v = std::clamp(sum * pNewLuminance(luminance) / luminance, 0.0, 1.0);
-            const double encoded = v <= 0.0031308 ? 12.92 * v : 1.055 * std::pow(v, 1.0 / 2.4) - 0.055;
-            rgb.push_back(static_cast<unsigned char>(std::lround(255.0 * encoded)));
+                sum += static_cast<double>(row[c]) * static_cast<double>(pPicture.fXYZ[i + c]);
+            rgb.push_back(Encoded(std::clamp(sum * factor, 0.0, 1.0)));
         }
     }
     return rgb;

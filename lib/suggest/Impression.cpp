@@ -126,10 +126,10 @@ sAim AimFor(const sCharacter& pCharacter)
     const double night = pCharacter.fNight, high = pCharacter.fHighKey;
     const double texture = std::max(pCharacter.fTexture, 1e-3) / kCommonTexture;
     return {
-        .fMean = kCommonMean - 28.0 * night + 54.0 * high,
+        .fMean = kCommonMean - 34.0 * night + 54.0 * high,
         .fContrast = std::clamp(kCommonContrast * std::pow(texture, 0.2), 10.0, 20.0),
         .fBurnt = 0.01 + high * std::min(pCharacter.fSources, 0.1) + night * std::min(pCharacter.fSources, 0.03),
-        .fShadow = 70.0 * (1.0 - night),
+        .fShadow = 60.0 * (1.0 - night),
         .fHighlight = 225.0 - 60.0 * night + 15.0 * high,
     };
 }
@@ -140,7 +140,7 @@ double Score(const sImpression& pImpression, const sAim& pAim)
     const double naturalness =
         Naturalness(seen.fMean + kCommonMean - pAim.fMean, seen.fContrast * kCommonContrast / pAim.fContrast);
     return Quality(seen.fStructure, naturalness) - 2.0 * std::max(0.0, seen.fBurnt - pAim.fBurnt) -
-           0.5 * std::max(0.0, seen.fBlocked - 0.03) - 0.0015 * std::max(0.0, pAim.fShadow - seen.fShadow) -
+           0.5 * std::max(0.0, seen.fBlocked - 0.03) - 0.001 * std::max(0.0, pAim.fShadow - seen.fShadow) -
            0.002 * std::max(0.0, pAim.fHighlight - seen.fHighlight);
 }
 
