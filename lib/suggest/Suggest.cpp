@@ -51,7 +51,7 @@ public:
         : fScene(pScene), fRender(pRender), fAim(AimFor(pCharacter)),
           fPixels(3 * static_cast<size_t>(pScene.fWidth) * static_cast<size_t>(pScene.fHeight))
     {
-        fMostCompression = static_cast<float>(100.0 - 60.0 * pCharacter.fHighKey);
+        fMostCompression = static_cast<float>(100.0 - 60.0 * std::max(pCharacter.fHighKey, pCharacter.fVioletShadows));
         fFirst.white_clip = kMiddleClip;
         fFirst.black_clip = static_cast<float>(std::round(20.0 * (0.4 + 0.6 * pCharacter.fNight)) / 20.0);
     }
@@ -209,7 +209,7 @@ private:
     std::vector<unsigned char> fPixels;
     sLook fFirst;
     sTrial fBest;
-    float fMostCompression = 100.0f; // strong compression leaves halos on bright walls and snow
+    float fMostCompression = 100.0f; // less on bright walls and snow, for halos, and on violet noise
     double fSlope = 0.5;
     size_t fPreviews = 0;
     bool fIsStopped = false;
