@@ -140,8 +140,7 @@ sPicture Reduced(const sPicture& pPicture, int pMost)
 sLevels LevelsOf(const sPicture& pPicture)
 {
     cLevelCount count;
-    for (size_t i = 1; i < pPicture.fXYZ.size(); i += 3)
-        count.Add(pPicture.fXYZ[i]);
+    count.AddXYZ(pPicture.fXYZ.data(), pPicture.fXYZ.size() / 3);
     return count.Levels();
 }
 

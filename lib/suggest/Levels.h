@@ -29,16 +29,17 @@ public:
     cLevelCount();
 
     /// Counts pixels of one luminance. One that is not above 0, or not finite, does not count.
-    void Add(float pLuminance, uint64_t pPixels = 1);
+    void Add(float pLuminance, uint32_t pPixels = 1);
+    /// Counts pixels of interleaved X, Y, Z by their Y.
+    void AddXYZ(const float* pXYZ, size_t pPixels);
     /// Adds the pixels that another object has counted.
     void Join(const cLevelCount& pOther);
     sLevels Levels() const;
 
 private:
-    uint64_t Total() const;
-    size_t BinAt(double pShare, uint64_t pTotal) const;
+    std::vector<uint64_t> Sums() const;
 
-    std::vector<uint32_t> fBins; // a picture has less than 2^32 pixels
+    std::vector<uint32_t> fBins; // four tables, which add up; a picture has less than 2^32 pixels
 };
 
 } // namespace SelvaneLib

@@ -90,4 +90,22 @@ TEST(Levels, PartsJoinedAreTheWholeInAnyOrder)
     EXPECT_EQ(joined.fMean, whole.fMean);
 }
 
+TEST(Levels, PixelsAreCountedByTheirY)
+{
+    for (const size_t count : {0u, 1u, 3u, 4u, 7u, 1000u}) {
+        const std::vector<float> tones = ThreeTones();
+        std::vector<float> xyz;
+        cLevelCount single, together;
+        for (size_t i = 0; i < count; i++) {
+            xyz.insert(xyz.end(), {5.0f, tones[i], 7.0f});
+            single.Add(tones[i]);
+        }
+        together.AddXYZ(xyz.data(), count);
+        EXPECT_EQ(together.Levels().fIsEmpty, count == 0);
+        EXPECT_EQ(together.Levels().fLow, single.Levels().fLow);
+        EXPECT_EQ(together.Levels().fHigh, single.Levels().fHigh);
+        EXPECT_EQ(together.Levels().fMean, single.Levels().fMean);
+    }
+}
+
 } // namespace
