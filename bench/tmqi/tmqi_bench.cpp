@@ -6,7 +6,8 @@
 //
 // PRESETS is the folder lib/presets.
 // PHOTOGRAPHS is a folder with the panoramas that scripts/tmqi fetches; without it only the made scenes are shown.
-// PICTURES is a folder that takes the suggested pictures and those of the presets.
+// PICTURES is a folder that takes the suggested pictures, those of the presets, and the three sheets of the manual:
+// photographs.jpg, made.jpg, presets.jpg.
 
 #include "MadeScenes.h"
 #include "SceneRender.h"
@@ -215,6 +216,47 @@ void Write(const sPicture& pPicture, const tRGB8& pRGB8, const std::filesystem::
     WritePicture(picture, Vornik::eColorSpace_sRGB, pPath);
 }
 
+/// Small pictures in rows on white.
+class cSheet
+{
+public:
+    explicit cSheet(int pColumns) : fColumns(pColumns) {}
+
+    /// Adds a picture, reduced to the cell's width and cut to its height.
+    void Add(const sPicture& pPicture, const tRGB8& pRGB8)
+    {
+        const sPicture full{pPicture.fWidth, pPicture.fHeight, {pRGB8.begin(), pRGB8.end()}};
+        const int longer = std::max(pPicture.fWidth, pPicture.fHeight);
+        fCells.push_back(Reduced(full, kCellWidth * longer / pPicture.fWidth));
+    }
+
+    void Write(const std::filesystem::path& pPath) const
+    {
+        const auto rows = (static_cast<int>(fCells.size()) + fColumns - 1) / fColumns;
+        sPicture sheet{fColumns * (kCellWidth + kGap) - kGap, rows * (kCellHeight + kGap) - kGap, {}};
+        tRGB8 rgb(3 * static_cast<size_t>(sheet.fWidth) * static_cast<size_t>(sheet.fHeight), 255);
+        for (int i = 0; i < static_cast<int>(fCells.size()); i++) {
+            const sPicture& cell = fCells[static_cast<size_t>(i)];
+            const int left = i % fColumns * (kCellWidth + kGap), top = i / fColumns * (kCellHeight + kGap);
+            for (int y = 0; y < std::min(cell.fHeight, kCellHeight); y++) {
+                const auto* from = &cell.fXYZ[3 * static_cast<size_t>(y) * static_cast<size_t>(cell.fWidth)];
+                std::transform(from, from + ptrdiff_t{3} * std::min(cell.fWidth, kCellWidth),
+                               rgb.begin() + ptrdiff_t{3} * (ptrdiff_t{top + y} * sheet.fWidth + left),
+                               [](float pSample) { return static_cast<unsigned char>(std::lround(pSample)); });
+            }
+        }
+        ::Write(sheet, rgb, pPath);
+    }
+
+private:
+    static constexpr int kCellWidth = 300;
+    static constexpr int kCellHeight = 200;
+    static constexpr int kGap = 6;
+
+    int fColumns;
+    std::vector<sPicture> fCells; // samples of 0 to 255 for XYZ
+};
+
 double ReasonValue(const sSuggestion& pSuggestion, const std::string& pRule)
 {
     for (const sReason& reason : pSuggestion.fReasons)
@@ -302,7 +344,7 @@ tResults Results(const sPicture& pPicture, const sLook& pSuggested, const std::v
 }
 
 void PrintScene(const sNamedScene& pScene, const std::vector<sNamedPreset>& pPresets,
-                const std::filesystem::path& pPictures, std::vector<sColumn>& pColumns)
+                const std::filesystem::path& pPictures, std::vector<sColumn>& pColumns, cSheet& pSheet)
 {
     const sPicture& picture = pScene.fPicture;
     const cStructuralFidelity fidelity(LuminanceOf(picture));
@@ -311,6 +353,7 @@ void PrintScene(const sNamedScene& pScene, const std::vector<sNamedPreset>& pPre
     size_t column = 0;
     for (const auto& [name, rgb] : Results(picture, suggestion.fLook, pPresets)) {
         if (!pPictures.empty() && column > 3) Write(picture, rgb, pPictures / (pScene.fName + " " + name + ".png"));
+        if (name == "natural") pSheet.Add(picture, rgb);
         const double quality = QualityOf(fidelity, GreyOf(picture, rgb));
         pColumns[column++].Add(quality);
         std::printf("  %5.3f", quality);
@@ -320,15 +363,17 @@ void PrintScene(const sNamedScene& pScene, const std::vector<sNamedPreset>& pPre
 }
 
 void PrintTable(const std::vector<sNamedScene>& pScenes, const std::vector<sNamedPreset>& pPresets,
-                const std::filesystem::path& pPictures)
+                const std::filesystem::path& pPictures, const char* pSheet)
 {
     std::printf("%-20s  gamma  Reinh   zero  fixed  natur", "scene");
     for (const sNamedPreset& preset : pPresets)
         std::printf("  %-5.5s", preset.fName);
     std::printf(" | comp wclip bclip exp contr | previews | rule\n");
     std::vector<sColumn> columns(5 + pPresets.size());
+    cSheet sheet(4);
     for (const sNamedScene& scene : pScenes)
-        PrintScene(scene, pPresets, pPictures, columns);
+        PrintScene(scene, pPresets, pPictures, columns, sheet);
+    if (!pPictures.empty()) sheet.Write(pPictures / pSheet);
     std::printf("%-20s", "mean");
     for (const sColumn& column : columns)
         std::printf("  %5.3f", column.fSum / column.fCount);
@@ -336,6 +381,20 @@ void PrintTable(const std::vector<sNamedScene>& pScenes, const std::vector<sName
     for (const sColumn& column : columns)
         std::printf("  %5.3f", column.fLeast);
     std::printf("\n\n");
+}
+
+/// Every preset of three scenes, a scene a column.
+void WritePresets(const std::vector<sNamedScene>& pScenes, const std::vector<sNamedPreset>& pPresets,
+                  const std::filesystem::path& pPath)
+{
+    std::vector<tResults> results;
+    for (const sNamedScene& scene : pScenes)
+        results.push_back(Results(scene.fPicture, SuggestFor(scene.fPicture, kPreview).fLook, pPresets));
+    cSheet sheet(static_cast<int>(pScenes.size()));
+    for (size_t row = 4; row < results[0].size(); row++)
+        for (size_t column = 0; column < pScenes.size(); column++)
+            sheet.Add(pScenes[column].fPicture, results[column][row].second);
+    sheet.Write(pPath);
 }
 
 /// Keeps the library's lines about freed memory from the terminal.
@@ -357,8 +416,10 @@ int main(int pCount, char** pWords)
         if (pCount > 1) AddPhotographs(pWords[1], photographs);
         AddMade(made);
         SilenceStderr();
-        if (!photographs.empty()) PrintTable(photographs, presets, pictures);
-        PrintTable(made, presets, pictures);
+        if (!photographs.empty()) PrintTable(photographs, presets, pictures, "photographs.jpg");
+        PrintTable(made, presets, pictures, "made.jpg");
+        if (!pictures.empty() && !photographs.empty())
+            WritePresets({photographs[3], photographs[11], photographs[17]}, presets, pictures / "presets.jpg");
         return 0;
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "%s\n", failure.what());
