@@ -10,7 +10,8 @@
 
 // The search. Three white clips are tried. For each, the compression walks until the preview is as bright as it should be,
 // and the contrast until it has the local contrast that it should have. If even the least white clip burns or is too
-// bright, the exposure is held back instead of the third.
+// bright, the exposure is held back instead of the third. That makes 13 previews at most: 3 + 2 + 2 for the white clips,
+// 2 x 2 for the exposure, 2 for the balance in the end.
 
 namespace SelvaneLib
 {
@@ -20,7 +21,6 @@ namespace
 
 constexpr double kLeastRange = 0.02; // decades between the levels
 constexpr double kBetterBy = 5e-4;   // score that a later look must be ahead: equals keep the earlier one
-constexpr size_t kMostPreviews = 12;
 
 constexpr float kMiddleClip = 12.0f;
 constexpr float kLeastClip = 4.0f;
@@ -166,7 +166,7 @@ private:
 
     std::optional<sTrial> Try(const sLook& pLook)
     {
-        if (fIsStopped || fPreviews == kMostPreviews) return std::nullopt;
+        if (fIsStopped) return std::nullopt;
         if (!fRender(pLook, fPixels.data())) {
             fIsStopped = true;
             return std::nullopt;

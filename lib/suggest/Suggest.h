@@ -71,7 +71,7 @@ struct sSuggestion
     std::vector<sReason> fReasons;
 };
 
-/// Looks at a few previews, at most 12, and returns the look of the best. The same scene and the same previews give the
+/// Looks at a few previews, at most 13, and returns the look of the best. The same scene and the same previews give the
 /// same look. Never throws of itself; what pRender throws passes through.
 sSuggestion Suggest(const sScene& pScene, const tRenderPreview& pRender);
 
