@@ -1,6 +1,6 @@
 # The suggestion of settings: its measures, and what it does with made scenes and with callbacks of the tests' own.
 add_executable(selvane_tests_suggest
-  lib/suggest/Character_test.cpp lib/suggest/Levels_test.cpp lib/suggest/Quality_test.cpp lib/suggest/Suggest_test.cpp)
+  lib/suggest/Character_test.cpp lib/suggest/Impression_test.cpp lib/suggest/Levels_test.cpp lib/suggest/Quality_test.cpp lib/suggest/Suggest_test.cpp)
 target_link_libraries(selvane_tests_suggest PRIVATE
   selvane_tmqi -Wl,--whole-archive selvane_test_support -Wl,--no-whole-archive GTest::gtest_main)
 set_target_properties(selvane_tests_suggest PROPERTIES ENABLE_EXPORTS ON)
