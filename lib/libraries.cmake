@@ -45,11 +45,17 @@ selvane_compile(selvane_hidden)
 
 # The archive holds one object, in which every other name is local. Templates and inline functions stand in groups, of which the linker
 # of a program keeps one; they are dissolved, or a program's own copy would take the place of ours.
+# Both steps need the tools of GNU binutils; CMake hands out those of LLVM with clang.
+foreach(tool ld.bfd objcopy)
+  execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-prog-name=${tool} OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE)
+  string(MAKE_C_IDENTIFIER SELVANE_${tool} variable)
+  set(${variable} ${path})
+endforeach()
 set(whole ${CMAKE_CURRENT_BINARY_DIR}/selvane.o)
 set(parts $<TARGET_OBJECTS:selvane_engine> $<TARGET_OBJECTS:selvane_objects> $<TARGET_OBJECTS:selvane_suggest> $<TARGET_OBJECTS:selvane_hidden>)
 add_custom_command(OUTPUT ${whole} DEPENDS ${parts} COMMAND_EXPAND_LISTS VERBATIM
-  COMMAND ${CMAKE_LINKER} -r --force-group-allocation -o ${whole} ${parts}
-  COMMAND ${CMAKE_OBJCOPY} --wildcard --keep-global-symbol=selvane_* ${whole})
+  COMMAND ${SELVANE_ld_bfd} -r --force-group-allocation -o ${whole} ${parts}
+  COMMAND ${SELVANE_objcopy} --wildcard --keep-global-symbol=selvane_* ${whole})
 add_library(selvane_static STATIC ${whole})
 selvane_public(selvane_static selvane_static)
 set_source_files_properties(${whole} PROPERTIES EXTERNAL_OBJECT ON GENERATED ON)

@@ -35,6 +35,7 @@ int RunAll(cScenario& pScenario, int pThreads = 0)
     return status;
 }
 
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // their frames are larger
 struct sSmallThread
 {
     cScenario fScenario;
@@ -49,7 +50,6 @@ void* RunSmall(void* pThread)
     return nullptr;
 }
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // their frames are larger
 TEST(LibraryHosts, AThreadWith128KiBOfStack)
 {
     cScenario expected;
@@ -91,6 +91,7 @@ TEST(LibraryHosts, ManyHandlesOnManyThreadsGiveTheirOwnBytes)
         expected.emplace_back(i + 1, 40 + 3 * static_cast<int>(i), 30);
         ASSERT_EQ(RunAll(expected.back(), 1), SELVANE_OK);
     }
+    std::thread([] {}).join(); // a sanitizer has a thread of its own from the first one on
     const int before = Threads();
     std::atomic<int> wrong{0};
     std::vector<std::thread> threads;
@@ -284,12 +285,12 @@ int StopAt(void* pUser, int /*pStage*/, float pShare)
 
 TEST(LibraryHosts, ACancelledStepLeavesTheHandleAsItWas)
 {
-    cScenario expected(3, 300, 200);
+    cScenario expected(3);
     ASSERT_EQ(RunAll(expected), SELVANE_OK);
     int cancelled = 0;
     for (int step = 0; step < eSteps; step++)
-        for (int at = 0; at < 3; at++) {
-            cScenario scenario(3, 300, 200);
+        for (int at = 0; at < 2; at++) {
+            cScenario scenario(3);
             selvane* const handle = selvane_new();
             for (int before = 0; before < step; before++)
                 ASSERT_EQ(scenario.Make(handle, before), SELVANE_OK);
