@@ -32,8 +32,8 @@ SelvaneLib::sLevels LevelsOf(const sPicture& pPicture);
 /// The scene of a reduced picture, which it borrows, with the levels of the full one.
 SelvaneLib::sScene SceneOf(const sPicture& pFull, const sPicture& pReduced);
 
-/// Renders a picture. Sliders become the renderer's parameters as in the entry; a look with an exposure is rendered twice,
-/// the first time to measure its points.
+/// Renders a picture. Sliders become the renderer's parameters as in the entry; a look with an exposure is rendered
+/// twice, the first time to measure its points.
 tRGB8 Render(const sPicture& pPicture, const SelvaneLib::sLook& pLook);
 
 /// What is suggested for a picture, by previews of pMost pixels on the longer side.

@@ -1,5 +1,5 @@
-// How good do the pictures look, in numbers? Prints the quality of Yeganeh and Wang, scene by scene, of plain gamma, the
-// global operator of Reinhard, all sliders at 0, one fixed setting, the suggestion and the presets, and what the
+// How good do the pictures look, in numbers? Prints the quality of Yeganeh and Wang, scene by scene, of plain gamma,
+// the global operator of Reinhard, all sliders at 0, one fixed setting, the suggestion and the presets, and what the
 // suggestion chose.
 //
 //     tmqi_bench PRESETS [PHOTOGRAPHS [PICTURES]]

@@ -60,8 +60,8 @@ std::array<double, 3> ToSRGB(const std::array<double, 3>& pXYZ)
             0.0719453 * x - 0.2289914 * y + 1.4052427 * z};
 }
 
-/// By how much both red and blue exceed green in the darkest tenth, as a share of green. Surfaces in shade are brown, green
-/// or blue; violet comes from noise, since a sensor's red and blue are amplified more than its green.
+/// By how much both red and blue exceed green in the darkest tenth, as a share of green. Surfaces in shade are brown,
+/// green or blue; violet comes from noise, since a sensor's red and blue are amplified more than its green.
 double VioletShare(const sScene& pScene, std::vector<size_t> pPixels)
 {
     const auto count = static_cast<ptrdiff_t>(std::ceil(kDarkestShare * static_cast<double>(pPixels.size())));

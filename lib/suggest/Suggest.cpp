@@ -8,10 +8,11 @@
 #include <cstdio>
 #include <optional>
 
-// The search. Three white clips are tried. For each, the compression walks until the preview is as bright as it should be,
+// The search. Three white clips are tried. For each, the compression walks until the preview is as bright as it
+// should be,
 // and the contrast until it has the local contrast that it should have. If even the least white clip burns or is too
-// bright, the exposure is held back instead of the third. That makes 13 previews at most: 3 + 2 + 2 for the white clips,
-// 2 x 2 for the exposure, 2 for the balance in the end.
+// bright, the exposure is held back instead of the third. That makes 13 previews at most: 3 + 2 + 2 for the white
+// clips, 2 x 2 for the exposure, 2 for the balance in the end.
 
 namespace SelvaneLib
 {
@@ -128,7 +129,8 @@ private:
         Walk(look, 2);
     }
 
-    /// Where the contrast key is at its end and the contrast is not there yet, compression gives up some brightness for it.
+    /// Where the contrast key is at its end and the contrast is not there yet, compression gives up some brightness
+    /// for it.
     void Balance()
     {
         constexpr float kNearEnd = 15.0f;
