@@ -16,12 +16,13 @@ namespace SelvaneHost
 /// What the command line says of the look.
 struct sLookOptions
 {
-    std::string fPreset;                 ///< name of a preset; empty: natural
-    std::string fSettings;               ///< file of settings (TOML); empty: none. Not with a preset
-    std::map<std::string, float> fGiven; ///< sliders by their name in a settings file, "white_clip"; they stand as given
-    std::optional<float> fExposure;      ///< stops, on top of the suggestion
-    std::optional<float> fContrast;      ///< on top of the suggestion
-    std::optional<float> fSaturation;    ///< on top of the suggestion
+    std::string fPreset;   ///< name of a preset; empty: natural
+    std::string fSettings; ///< file of settings (TOML); empty: none. Not with a preset
+    std::map<std::string, float>
+        fGiven;                       ///< sliders by their name in a settings file, "white_clip"; they stand as given
+    std::optional<float> fExposure;   ///< stops, on top of the suggestion
+    std::optional<float> fContrast;   ///< on top of the suggestion
+    std::optional<float> fSaturation; ///< on top of the suggestion
     bool fWrap = false;
     int fThreads = 0; ///< 0: one for each processor
     bool fVerbose = false;

@@ -21,7 +21,7 @@ struct sStatsOptions
     std::string fInput;
     std::optional<sArea> fCrop; ///< the part of the input to use
     sTmSliders fSliders = DefaultSliders();
-    std::vector<std::string> fGiven; ///< options of the sliders that were given
+    std::vector<std::string> fGiven;                  ///< options of the sliders that were given
     bool fWrap = false;                               ///< the left and the right edge meet
     std::optional<Vornik::eColorSpaceID> fColorSpace; ///< empty: the file decides
     int fThreads = 0;                                 ///< 0: one for each processor
@@ -31,9 +31,9 @@ struct sStatsOptions
 struct sTonemapOptions : sStatsOptions
 {
     sOutput fOutput;
-    bool fExact = false;   ///< sliders as they stand, without a suggestion
-    bool fSuggest = false; ///< print the settings instead of rendering
-    sLookOptions fLook;    ///< without the fields that sStatsOptions has
+    bool fExact = false;              ///< sliders as they stand, without a suggestion
+    bool fSuggest = false;            ///< print the settings instead of rendering
+    sLookOptions fLook;               ///< without the fields that sStatsOptions has
     std::optional<float> fBlackPoint; ///< points of an earlier run; both or none
     std::optional<float> fWhitePoint;
 };

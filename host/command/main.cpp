@@ -113,7 +113,8 @@ void AddLook(CLI::App& pCommand, sTonemapOptions& pOptions)
     pCommand.add_option("--preset", look.fPreset,
                         "natural (default), clear, soft, dramatic, interior, night, flat, or one of your own");
     pCommand.add_option("--settings", look.fSettings, "file of settings, as --suggest prints them");
-    pCommand.add_option("--exposure", look.fExposure, "stops brighter, or darker below 0")->check(CLI::Range(-20.0, 20.0));
+    pCommand.add_option("--exposure", look.fExposure, "stops brighter, or darker below 0")
+        ->check(CLI::Range(-20.0, 20.0));
     pCommand.add_option("--contrast", look.fContrast, "more contrast, or less below 0, -100 to 100")
         ->check(CLI::Range(-100.0, 100.0));
     pCommand.add_option("--saturation", look.fSaturation, "more colour, or less below 0, -100 grey to 100")

@@ -47,7 +47,8 @@ extern "C" {
 /* A tone mapper with its picture, settings and results. */
 typedef struct selvane selvane;
 
-typedef enum selvane_status {
+typedef enum selvane_status
+{
     SELVANE_OK = 0,
     SELVANE_ERROR_ARGUMENT = 1,   /* a value that makes no sense; the text names it */
     SELVANE_ERROR_MEMORY = 2,     /* the system has no memory left */
@@ -80,24 +81,28 @@ SELVANE_FUNCTION const char* selvane_status_text(int status);
 /* ---- Pictures in -------------------------------------------------------------------------------------------------- */
 
 /* Form of the samples. All are in the machine's byte order. */
-typedef enum selvane_format {
-    SELVANE_U8 = 1,           /* 8-bit integers */
-    SELVANE_U16 = 2,          /* 16-bit integers */
-    SELVANE_F16 = 3,          /* half floats (IEEE 754 binary16) */
-    SELVANE_F32 = 4,          /* floats */
-    SELVANE_RGBE = 5,         /* a pixel is four bytes: three mantissas, then their exponent; input only.
-                                 A sample is mantissa * 2^(exponent - 136), 0 for exponent 0 */
-    SELVANE_RGBE_PLANES = 6   /* the same with a row as four runs of width bytes: red, green, blue, exponent; input only */
+typedef enum selvane_format
+{
+    SELVANE_U8 = 1,   /* 8-bit integers */
+    SELVANE_U16 = 2,  /* 16-bit integers */
+    SELVANE_F16 = 3,  /* half floats (IEEE 754 binary16) */
+    SELVANE_F32 = 4,  /* floats */
+    SELVANE_RGBE = 5, /* a pixel is four bytes: three mantissas, then their exponent; input only.
+                                 A sample is mantissa * 2^(exponent - 136), 0 for exponent 0; always linear */
+    SELVANE_RGBE_PLANES =
+        6 /* the same with a row as four runs of width bytes: red, green, blue, exponent; input only */
 } selvane_format;
 
 /* Order of the samples of a pixel. Alpha, if any, comes last. */
-typedef enum selvane_order {
+typedef enum selvane_order
+{
     SELVANE_RGB = 0,
     SELVANE_BGR = 1
 } selvane_order;
 
 /* Primaries and white. */
-typedef enum selvane_primaries {
+typedef enum selvane_primaries
+{
     SELVANE_SRGB = 0,       /* IEC 61966-2-1, also Rec. 709 */
     SELVANE_ADOBE_RGB = 1,  /* Adobe RGB (1998) */
     SELVANE_PROPHOTO = 2,   /* ROMM RGB, white D50 */
@@ -109,7 +114,8 @@ typedef enum selvane_primaries {
 } selvane_primaries;
 
 /* How samples became numbers. */
-typedef enum selvane_transfer {
+typedef enum selvane_transfer
+{
     SELVANE_TRANSFER_DEFAULT = 0, /* linear for floats and exponents; for integers the curve that belongs to the
                                      primaries: sRGB's for sRGB and Display P3, 2.2 for Adobe RGB, 1.8 for ProPhoto,
                                      that of BT.2020 for Rec. 2020, linear for ACES and custom ones */
@@ -130,23 +136,25 @@ typedef enum selvane_transfer {
  *
  * Alpha reaches the output untouched. A pixel with alpha 0 counts in no statistic.
  */
-typedef struct selvane_picture {
+typedef struct selvane_picture
+{
     size_t struct_size;
-    int32_t width;            /* pixels, 1 to 1000000 */
-    int32_t height;           /* rows, 1 to 1000000; at most 2^30 pixels in all */
-    int32_t format;           /* selvane_format */
-    int32_t channels;         /* 3 or 4; 0 is 3. Exponents: 0 or 3 */
-    int32_t order;            /* selvane_order; for exponents too */
-    int32_t primaries;        /* selvane_primaries */
-    int32_t transfer;         /* selvane_transfer */
-    float gamma;              /* of SELVANE_TRANSFER_POWER, above 0 and at most 10 */
-    float chromaticities[8];  /* of SELVANE_CUSTOM: x and y of red, green, blue, white */
-    int32_t keep_hot_samples; /* 0: tame single samples that outshine everything else (see selvane_report), 1: leave them.
+    int32_t width;           /* pixels, 1 to 1000000 */
+    int32_t height;          /* rows, 1 to 1000000; at most 2^30 pixels in all */
+    int32_t format;          /* selvane_format */
+    int32_t channels;        /* 3 or 4; 0 is 3. Exponents: 0 or 3 */
+    int32_t order;           /* selvane_order; for exponents too */
+    int32_t primaries;       /* selvane_primaries */
+    int32_t transfer;        /* selvane_transfer */
+    float gamma;             /* of SELVANE_TRANSFER_POWER, above 0 and at most 10 */
+    float chromaticities[8]; /* of SELVANE_CUSTOM: x and y of red, green, blue, white */
+    int32_t
+        keep_hot_samples;   /* 0: tame single samples that outshine everything else (see selvane_report), 1: leave them.
                                  Floats and exponents only: integers stay as they are */
-    int32_t reserved;         /* 0 */
-    const void* pixels;       /* first sample of the top left pixel */
-    ptrdiff_t row_stride;     /* bytes from a row to the next one below; 0: rows without a gap */
-    ptrdiff_t pixel_stride;   /* bytes from a pixel to the next one on the right; 0: pixels without a gap */
+    int32_t reserved;       /* 0 */
+    const void* pixels;     /* first sample of the top left pixel */
+    ptrdiff_t row_stride;   /* bytes from a row to the next one below; 0: rows without a gap */
+    ptrdiff_t pixel_stride; /* bytes from a pixel to the next one on the right; 0: pixels without a gap */
     ptrdiff_t channel_stride; /* bytes from a sample to the next one of the pixel; 0: size of a sample */
 } selvane_picture;
 
@@ -166,7 +174,8 @@ SELVANE_FUNCTION int selvane_set_picture(selvane* handle, const selvane_picture*
 /* ---- Settings ----------------------------------------------------------------------------------------------------- */
 
 /* A point of a curve over hue. x is the hue: 0 red, 1/3 green, 2/3 blue, 1 red again. y is 0 to 1; 0.5 changes nothing. */
-typedef struct selvane_point {
+typedef struct selvane_point
+{
     float x;
     float y;
 } selvane_point;
@@ -174,12 +183,14 @@ typedef struct selvane_point {
 #define SELVANE_MOST_POINTS 16
 
 /* A closed curve over hue, eased from point to point. Without points it changes nothing. */
-typedef struct selvane_curve {
+typedef struct selvane_curve
+{
     int32_t count; /* points in use, 0 to SELVANE_MOST_POINTS; no hue twice */
     selvane_point points[SELVANE_MOST_POINTS];
 } selvane_curve;
 
-typedef enum selvane_points {
+typedef enum selvane_points
+{
     SELVANE_POINTS_MEASURED = 0, /* black and white point come from the picture and the clips */
     SELVANE_POINTS_GIVEN = 1     /* they are black_point and white_point */
 } selvane_points;
@@ -190,22 +201,23 @@ typedef enum selvane_points {
  * With automatic 1, which is the default, the sliders are added to those that suit the picture (selvane_suggest), and
  * the sums are kept within the ranges: all sliders 0 give the suggested picture. With automatic 0 they stand as they are.
  */
-typedef struct selvane_settings {
+typedef struct selvane_settings
+{
     size_t struct_size;
-    int32_t automatic;      /* 0 or 1 */
-    int32_t wrap;           /* 1: left and right edge touch, as in a panorama of 360 degrees; else 0 */
-    float compression;      /* -100 to 100: strength of the global compression */
-    float smoothness;       /* -10 to 10: edge tolerance of the base layer */
-    float radius;           /* -10 wide to 10 fine: size of what counts as detail */
-    float adaptation;       /* 0 to 100, automatic also below: bends both layers around their means */
-    float white_clip;       /* 0 to 100 for 0 to 5 per cent of the pixels, automatic also below */
-    float black_clip;       /* 0 to 100 per cent of the pixels, automatic also below */
-    float exposure;         /* -20 to 20 stops */
-    float contrast;         /* -100 to 100 */
-    float saturation;       /* -100 grey to 100 */
-    int32_t points;         /* selvane_points */
-    float black_point;      /* luminance that becomes black; of SELVANE_POINTS_GIVEN, as the report gives it */
-    float white_point;      /* luminance that becomes white, above black_point */
+    int32_t automatic;            /* 0 or 1 */
+    int32_t wrap;                 /* 1: left and right edge touch, as in a panorama of 360 degrees; else 0 */
+    float compression;            /* -100 to 100: strength of the global compression */
+    float smoothness;             /* -10 to 10: edge tolerance of the base layer */
+    float radius;                 /* -10 wide to 10 fine: size of what counts as detail */
+    float adaptation;             /* 0 to 100, automatic also below: bends both layers around their means */
+    float white_clip;             /* 0 to 100 for 0 to 5 per cent of the pixels, automatic also below */
+    float black_clip;             /* 0 to 100 per cent of the pixels, automatic also below */
+    float exposure;               /* -20 to 20 stops: a stop doubles the light of the result above black */
+    float contrast;               /* -100 to 100 */
+    float saturation;             /* -100 grey to 100 */
+    int32_t points;               /* selvane_points */
+    float black_point;            /* luminance that becomes black; of SELVANE_POINTS_GIVEN, as the report gives it */
+    float white_point;            /* luminance that becomes white, above black_point */
     selvane_curve hue;            /* hue to shift of hue: 0 half the circle back, 1 half the circle on */
     selvane_curve hue_saturation; /* hue to saturation: 0 grey, 1 double */
     selvane_curve hue_lightness;  /* hue to lightness: 0 dark, 1 double, weaker the paler the colour */
@@ -266,18 +278,19 @@ SELVANE_FUNCTION const char* selvane_preset_description(int index);
  * A picture to fill, in the caller's memory. Rows and pixels may have gaps, which stay as they are. Its rows and pixels
  * must not overlap, and it must not overlap the input picture during selvane_set_picture.
  */
-typedef struct selvane_target {
+typedef struct selvane_target
+{
     size_t struct_size;
-    int32_t width;            /* as the picture, or as selvane_preview_size says */
+    int32_t width; /* as the picture, or as selvane_preview_size says */
     int32_t height;
-    int32_t format;           /* SELVANE_U8, SELVANE_U16, SELVANE_F16 or SELVANE_F32; floats are 0 to 1 */
-    int32_t channels;         /* 3 or 4; 0 is 3. A fourth channel gets the picture's alpha, or the largest value */
-    int32_t order;            /* selvane_order */
-    int32_t space;            /* selvane_primaries: SELVANE_SRGB to SELVANE_REC2020 */
-    int32_t linear;           /* 1: samples stay linear; 0: encoded with the space's curve */
-    int32_t dither;           /* 1: 8-bit samples are dithered by an ordered pattern of 8 x 8 pixels, else 0 */
-    void* pixels;             /* first sample of the top left pixel */
-    ptrdiff_t row_stride;     /* bytes, as in selvane_picture */
+    int32_t format;       /* SELVANE_U8, SELVANE_U16, SELVANE_F16 or SELVANE_F32; floats are 0 to 1 */
+    int32_t channels;     /* 3 or 4; 0 is 3. A fourth channel gets the picture's alpha, or the largest value */
+    int32_t order;        /* selvane_order */
+    int32_t space;        /* selvane_primaries: SELVANE_SRGB to SELVANE_REC2020 */
+    int32_t linear;       /* 1: samples stay linear; 0: encoded with the space's curve */
+    int32_t dither;       /* 1: 8-bit samples are dithered by an ordered pattern of 8 x 8 pixels, else 0 */
+    void* pixels;         /* first sample of the top left pixel */
+    ptrdiff_t row_stride; /* bytes, as in selvane_picture */
     ptrdiff_t pixel_stride;
     ptrdiff_t channel_stride;
 } selvane_target;
@@ -302,7 +315,8 @@ SELVANE_FUNCTION int selvane_profile(int space, int linear, const unsigned char*
 
 /* ---- What was seen ------------------------------------------------------------------------------------------------ */
 
-typedef enum selvane_stage {
+typedef enum selvane_stage
+{
     SELVANE_STAGE_READ = 0,   /* samples to XYZ */
     SELVANE_STAGE_SPLIT = 1,  /* logarithm, base layer, measures */
     SELVANE_STAGE_MAP = 2,    /* tables and new luminance */
@@ -312,31 +326,32 @@ typedef enum selvane_stage {
 } selvane_stage;
 
 /* What the handle knows of its picture and its latest render. Logarithms are to the base 10. */
-typedef struct selvane_report {
+typedef struct selvane_report
+{
     size_t struct_size;
     int32_t width;
     int32_t height;
-    int64_t visible_pixels;       /* pixels whose alpha is not 0 */
-    int64_t replaced_nan;         /* samples that were NaN */
-    int64_t replaced_negative;    /* samples below 0 */
-    int64_t replaced_infinite;    /* samples that were infinite or beyond 1e30 */
-    int64_t hot_pixels;           /* pixels that were lowered: among the brightest 0.001 per cent (at least 4) of the
+    int64_t visible_pixels;    /* pixels whose alpha is not 0 */
+    int64_t replaced_nan;      /* samples that were NaN */
+    int64_t replaced_negative; /* samples below 0 */
+    int64_t replaced_infinite; /* samples that were infinite or beyond 1e30 */
+    int64_t hot_pixels;        /* pixels that were lowered: among the brightest 0.001 per cent (at least 4) of the
                                      pixels, those above twice the luminance of the brightest of all others */
-    float log_luminance_min;      /* extremes and mean of the logarithm of luminance */
+    float log_luminance_min;   /* extremes and mean of the logarithm of luminance */
     float log_luminance_max;
     float log_luminance_mean;
-    float percentiles[7];         /* logarithm of luminance at 0.1, 1, 25, 50, 75, 99 and 99.75 per cent */
-    float dynamic_range_stops;    /* stops from the 0.1 to the 99.75 per cent percentile */
+    float percentiles[7];                      /* logarithm of luminance at 0.1, 1, 25, 50, 75, 99 and 99.75 per cent */
+    float dynamic_range_stops;                 /* stops from the 0.1 to the 99.75 per cent percentile */
     float base_min, base_max, base_mean;       /* decades; 0 before the first render */
     float detail_min, detail_max, detail_mean; /* the mean is that of the absolute value */
-    float black_point;            /* points of the latest render */
+    float black_point;                         /* points of the latest render */
     float white_point;
-    float clipped_black;          /* share of the pixels at or below the black point, 0 to 1 */
-    float clipped_white;          /* share of the pixels at or above the white point */
-    int32_t previews;             /* previews that the suggestion took */
-    int32_t reserved;             /* 0 */
+    float clipped_black;                 /* share of the pixels at or below the black point, 0 to 1 */
+    float clipped_white;                 /* share of the pixels at or above the white point */
+    int32_t previews;                    /* previews that the suggestion took */
+    int32_t reserved;                    /* 0 */
     double milliseconds[SELVANE_STAGES]; /* of the latest call, by selvane_stage; 0: the stage was not needed */
-    int64_t bytes;                /* memory that the handle holds */
+    int64_t bytes;                       /* memory that the handle holds */
 } selvane_report;
 
 /* Copies the report. Set struct_size before. */
@@ -346,7 +361,8 @@ SELVANE_FUNCTION int selvane_get_report(const selvane* handle, selvane_report* r
  * before a suggestion. Valid until the next call that changes the handle. */
 SELVANE_FUNCTION const char* selvane_reason(const selvane* handle, int index);
 
-typedef enum selvane_plane {
+typedef enum selvane_plane
+{
     SELVANE_PLANE_LUMINANCE = 0, /* logarithm of luminance, of the input */
     SELVANE_PLANE_BASE = 1,      /* its smooth part */
     SELVANE_PLANE_DETAIL = 2     /* the difference of the two */
@@ -380,7 +396,7 @@ SELVANE_FUNCTION int selvane_set_executor(selvane* handle, selvane_executor exec
 SELVANE_FUNCTION int selvane_set_threads(selvane* handle, int threads);
 
 /* Sets the most bytes that the handle may hold; 0, the default: no limit. A call that would need more fails with
- * SELVANE_ERROR_LIMIT before it allocates. */
+ * SELVANE_ERROR_LIMIT before it allocates. A new picture is read beside the old one, so both count until it stands. */
 SELVANE_FUNCTION int selvane_set_memory_limit(selvane* handle, uint64_t bytes);
 
 /* Gives the most bytes that a handle needs for selvane_set_picture, selvane_suggest and selvane_render of this picture.

@@ -17,7 +17,6 @@ int EdgeOf(int pAt, int pNew, int pOld)
     return static_cast<int>(int64_t{pAt} * pOld / pNew);
 }
 
-
 void AddRow(const float* pRow, std::vector<float>& pColumns)
 {
     for (size_t i = 0; i < pColumns.size(); i++)

@@ -147,9 +147,9 @@ float cSampleReader::Ordinary(float pSample) const
 {
     if (!(pSample > 0.0f)) return 0.0f; // NaN and negative ones too
     const float sample = pSample <= kMostSample ? pSample : fInstead;
-    return fCurve.fKind == eCurve::Linear
-               ? sample
-               : static_cast<float>(std::min(Decode(fCurve, static_cast<double>(sample)), static_cast<double>(kMostSample)));
+    return fCurve.fKind == eCurve::Linear ? sample
+                                          : static_cast<float>(std::min(Decode(fCurve, static_cast<double>(sample)),
+                                                                        static_cast<double>(kMostSample)));
 }
 
 template <class tSample>

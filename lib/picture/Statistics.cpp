@@ -11,10 +11,10 @@ namespace SelvaneLib
 namespace
 {
 
-constexpr double kLeast = 1e-10;       // luminance that stands for all darker ones
-constexpr int64_t kHotShare = 100000;  // one pixel of so many may be hot
+constexpr double kLeast = 1e-10;      // luminance that stands for all darker ones
+constexpr int64_t kHotShare = 100000; // one pixel of so many may be hot
 constexpr int64_t kLeastHot = 4;
-constexpr int64_t kMostHotShare = 64;  // of a small picture, one pixel of so many at most
+constexpr int64_t kMostHotShare = 64; // of a small picture, one pixel of so many at most
 constexpr float kHotFactor = 2.0f;
 constexpr float kWhiteX = 0.96421202f; // D50
 constexpr float kWhiteZ = 0.82518822f;
@@ -126,8 +126,7 @@ int64_t TameHotPixels(cPicture& pPicture, cLuminanceHistogram& pHistogram, cRun&
 
 void GreyInvisiblePixels(cPicture& pPicture, cRun& pRun)
 {
-    const float mean =
-        pPicture.fStatistics.fVisible == 0 ? 0.0f : std::pow(10.0f, pPicture.fStatistics.fLogMean);
+    const float mean = pPicture.fStatistics.fVisible == 0 ? 0.0f : std::pow(10.0f, pPicture.fStatistics.fLogMean);
     pRun.DivideOrThrow(0, pPicture.Height(), pPicture.Width(), [&](int, int pBegin, int pEnd) {
         for (int y = pBegin; y < pEnd; y++) {
             float* pixel = pPicture.Row(y);

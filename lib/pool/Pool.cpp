@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <csignal>
 #include <cstddef>
 #include <list>
 #include <memory>
@@ -16,6 +17,24 @@ namespace SelvaneLib
 
 namespace
 {
+
+/// Blocks all signals of the calling thread while it lives. A thread inherits this: no handler of the host runs on ours.
+class cNoSignals
+{
+public:
+    cNoSignals()
+    {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &fBefore);
+    }
+    ~cNoSignals() { pthread_sigmask(SIG_SETMASK, &fBefore, nullptr); }
+    cNoSignals(const cNoSignals&) = delete;
+    cNoSignals& operator=(const cNoSignals&) = delete;
+
+private:
+    sigset_t fBefore;
+};
 
 /// A call whose tasks wait for threads. All members are guarded by the pool's mutex.
 struct sJob
@@ -80,6 +99,7 @@ private:
     void StartThreads(size_t pCount)
     {
         fThreads.reserve(pCount);
+        const cNoSignals none;
         try {
             while (fThreads.size() < pCount)
                 fThreads.emplace_back([this] { Loop(); });
@@ -90,8 +110,8 @@ private:
 
     sJob* Waiting() const
     {
-        const auto found = std::find_if(fJobs.begin(), fJobs.end(),
-                                        [](const sJob* pJob) { return pJob->fNext < pJob->fCount; });
+        const auto found =
+            std::find_if(fJobs.begin(), fJobs.end(), [](const sJob* pJob) { return pJob->fNext < pJob->fCount; });
         return found == fJobs.end() ? nullptr : *found;
     }
 

@@ -145,8 +145,8 @@ void cKeptRender::MeasureVisibleLayers()
     cTmRenderer& r = *fRenderer;
     const std::vector<float> log = VisibleOf(r.fLogLuminance);
     const std::vector<float> base = VisibleOf(r.fBase);
-    const Vornik::sLayers layers =
-        Vornik::MeasureLayers(log.data(), base.data(), nullptr, static_cast<int64_t>(log.size()));
+    const Vornik::sLayers layers = Vornik::MeasureLayers(log.data(), base.data(), nullptr,
+                                                         static_cast<int64_t>(log.size()), Vornik::eSum::eInOrder);
     r.fBaseMin = layers.fBase.fMin;
     r.fBaseMax = layers.fBase.fMax;
     r.fBaseAverage = layers.fBase.fMean;
@@ -171,6 +171,7 @@ void cKeptRender::Split(const selvane_settings& pSettings, cRun& pRun)
     r.fRangeSize = Vornik::RangeSize(pSettings.smoothness);
     r.fBaseBlur = 0.0f;
     r.fWrapX = pSettings.wrap == 1;
+    r.fAdaptation = 1.0f; // the means count in picture order, whatever adaptation comes with later settings
     Vornik::RunPhase1(r, nullptr, pRun.Cancel(), pRun.Cancelled());
     pRun.ThrowIfCancelled();
     if (fPicture.fHasInvisible && fPicture.fStatistics.fVisible > 0) MeasureVisibleLayers();
@@ -339,8 +340,8 @@ sFinalPass cKeptRender::FinalPass(const selvane_settings& pSettings, bool pOwnGr
 {
     cTmRenderer& r = *fRenderer;
     r.fExposureEV = pSettings.exposure;
-    const float down = std::exp2(-pSettings.exposure);
-    const float black = r.fBlack * down, white = r.fWhite * down;
+    const float black = r.fBlack;
+    const float white = black + (r.fWhite - black) * std::exp2(-pSettings.exposure);
     sFinalPass pass{.fFromXYZ = Vornik::ProPhotoFromPCS(),
                     .fToTarget = Vornik::Multiply(FromXYZ(pTarget.space), r.fWorkToPCS),
                     .fIntensity = {pOwnGrey ? std::exp2(pSettings.exposure) : Vornik::ExposureScale(r),

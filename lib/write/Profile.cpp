@@ -124,8 +124,8 @@ Vornik::cMatrixD33 Widened(const Vornik::cMatrix33& m)
 tBytes AdaptationTag(int pSpace)
 {
     const float* xy = ChromaticitiesOf(pSpace).fXY;
-    const Vornik::cMatrixD33 back = Widened(Vornik::cColorSpace::XYZToRGBTransform(xy[0], xy[1], xy[2], xy[3], xy[4],
-                                                                                  xy[5], xy[6], xy[7]));
+    const Vornik::cMatrixD33 back =
+        Widened(Vornik::cColorSpace::XYZToRGBTransform(xy[0], xy[1], xy[2], xy[3], xy[4], xy[5], xy[6], xy[7]));
     const Vornik::cMatrixD33 m = Vornik::Multiply(Widened(ToXYZ(pSpace)), back);
     tBytes tag = Tag("sf32");
     for (const double entry : {m.m00, m.m01, m.m02, m.m10, m.m11, m.m12, m.m20, m.m21, m.m22})

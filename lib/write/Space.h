@@ -22,8 +22,8 @@ struct sChromaticities
 enum class eCurve
 {
     Linear,
-    Power, ///< encoded = linear ^ (1 / gamma)
-    Srgb,  ///< IEC 61966-2-1
+    Power,  ///< encoded = linear ^ (1 / gamma)
+    Srgb,   ///< IEC 61966-2-1
     Rec2020 ///< ITU-R BT.2020, with alpha 1.09929682680944 and beta 0.018053968510807
 };
 

@@ -55,7 +55,8 @@ TEST_F(Command, WhatCannotBeWrittenHasStatusOneAndKeepsTheOldFile)
     WriteAll(Out(), std::string("old"));
     std::filesystem::create_directory(fFolder / "folder.png");
     const std::vector<std::string> before = fFolder.Names();
-    ExpectFailure(Selvane({"tonemap", "--exact", Hdr(), "-o", fFolder / "missing/out.png"}), 1, "No such file or directory");
+    ExpectFailure(Selvane({"tonemap", "--exact", Hdr(), "-o", fFolder / "missing/out.png"}), 1,
+                  "No such file or directory");
     ExpectFailure(Selvane({"tonemap", "--exact", Hdr(), "-o", fFolder / "in.png/out.png"}), 1, "Not a directory");
     ExpectFailure(Selvane({"tonemap", "--exact", Hdr(), "-o", fFolder / "folder.png"}), 1, "Is a directory");
     // The limit of 2000 bytes for a file acts like a full disk.
@@ -191,8 +192,8 @@ TEST_F(Command, AKilledRunLeavesNoHalfFile)
         const pid_t child = ::fork();
         ASSERT_GE(child, 0);
         if (child == 0) {
-            ::execl(SELVANE_BINARY, "selvane", "tonemap", "--exact", (fFolder / "large.hdr").c_str(), "-o", Out().c_str(),
-                    nullptr);
+            ::execl(SELVANE_BINARY, "selvane", "tonemap", "--exact", (fFolder / "large.hdr").c_str(), "-o",
+                    Out().c_str(), nullptr);
             ::_exit(127);
         }
         ::usleep(static_cast<useconds_t>(40000 * round));

@@ -51,8 +51,10 @@ TEST_F(Command, TheFirstPictureIsSuggestedAndSaidInTwoLines)
 TEST_F(Command, TheExactLineGivesTheSamePictureAgain)
 {
     for (const std::string& input : {Hdr(), Png()})
-        for (const std::vector<std::string>& more :
-             {std::vector<std::string>{}, {"--exposure", "0.7"}, {"--preset", "dramatic", "--wrap"}, {"--radius", "3"}}) {
+        for (const std::vector<std::string>& more : {std::vector<std::string>{},
+                                                     {"--exposure", "0.7"},
+                                                     {"--preset", "dramatic", "--wrap"},
+                                                     {"--radius", "3"}}) {
             std::vector<std::string> words = {"tonemap", input, "-o", Out()};
             words.insert(words.end(), more.begin(), more.end());
             const std::vector<std::string> exact = ExactWords(Selvane(words));

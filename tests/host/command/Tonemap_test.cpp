@@ -81,7 +81,8 @@ TEST_F(Command, EverySliderReachesTheEntry)
         sliders.*slider.fMember = slider.fShows;
         const tBytes expected = Entry(Hdr(), sliders, 16).fPixels;
         ASSERT_NE(expected, plain) << slider.fOption << " has to show in this picture";
-        ExpectQuietSuccess(Selvane({"tonemap", "--exact", Hdr(), "-o", Out(), slider.fOption, std::to_string(slider.fShows)}));
+        ExpectQuietSuccess(
+            Selvane({"tonemap", "--exact", Hdr(), "-o", Out(), slider.fOption, std::to_string(slider.fShows)}));
         EXPECT_EQ(Look(Out()).fPixels, expected) << slider.fOption;
     }
 }
@@ -216,7 +217,8 @@ TEST_F(Command, PointsOfAnEarlierRunAreUsed)
     sliders.whitePoint = 0.9F;
     const tBytes expected = Entry(Hdr(), sliders, 16, 0, 1).fPixels;
     ASSERT_NE(expected, Entry(Hdr(), {}, 16).fPixels);
-    ExpectQuietSuccess(Selvane({"tonemap", "--exact", Hdr(), "-o", Out(), "--black-point", "0.02", "--white-point", "0.9"}));
+    ExpectQuietSuccess(
+        Selvane({"tonemap", "--exact", Hdr(), "-o", Out(), "--black-point", "0.02", "--white-point", "0.9"}));
     EXPECT_EQ(Look(Out()).fPixels, expected);
     ExpectFailure(Selvane({"tonemap", "--exact", Hdr(), "-o", Out(), "--black-point", "0.02"}), 2, "go together");
     ExpectFailure(Selvane({"tonemap", "--exact", Hdr(), "-o", Out(), "--black-point", "2", "--white-point", "1"}), 2,
@@ -249,7 +251,8 @@ TEST_F(Command, ACropIsAPictureOfItsOwn)
         ExpectFailure(Selvane({"tonemap", "--exact", Hdr(), "-o", Out(), "--crop", outside}), 1,
                       "does not lie inside the picture of 61 x 43");
     for (const char* nonsense : {"10", "10x10", "10x10+1", "10x10+1+1+1", "x10+1+1", "10x10+1+1 ", "1e3x1+0+0"})
-        ExpectFailure(Selvane({"tonemap", "--exact", Hdr(), "-o", Out(), "--crop", nonsense}), 2, "WIDTHxHEIGHT+LEFT+TOP");
+        ExpectFailure(Selvane({"tonemap", "--exact", Hdr(), "-o", Out(), "--crop", nonsense}), 2,
+                      "WIDTHxHEIGHT+LEFT+TOP");
 }
 
 TEST_F(Command, OnePixelIsAPicture)
@@ -304,7 +307,8 @@ TEST_F(Command, TheEmbeddedProfileOrTheOptionChoosesTheColorSpace)
         ExpectColors(Look(Out()), true, id);
         // The option takes precedence over the profile.
         const int other = (space + 1) % 3;
-        ExpectQuietSuccess(Selvane({"tonemap", "--exact", fFolder / "profiled.png", "-o", Out(), "--color-space", names[other]}));
+        ExpectQuietSuccess(
+            Selvane({"tonemap", "--exact", fFolder / "profiled.png", "-o", Out(), "--color-space", names[other]}));
         EXPECT_EQ(Look(Out()).fPixels, Entry(Png(), {}, 8, other).fPixels);
         ExpectColors(Look(Out()), true, static_cast<Vornik::eColorSpaceID>(other));
     }

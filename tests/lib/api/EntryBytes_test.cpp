@@ -116,7 +116,11 @@ std::vector<sCase> Cases()
         for (const int depth : {8, 16, 32})
             for (const int space : {0, 1, 2}) {
                 if (depth == 32 && size[0] * size[1] == 1) continue; // flat, keeps its grey
-                cases.push_back({size[0], size[1], depth, (random() & 1) != 0 ? 8 : 16, space,
+                cases.push_back({size[0],
+                                 size[1],
+                                 depth,
+                                 (random() & 1) != 0 ? 8 : 16,
+                                 space,
                                  {slider(-100, 100), slider(-10, 10), slider(-10, 10), slider(0, 20), slider(0, 100),
                                   slider(0, 10)},
                                  (random() & 1) != 0});
