@@ -45,11 +45,11 @@ TEST(Previews, HaveTheSizeOfTheLongerSide)
     const struct
     {
         int fWidth, fHeight, fLongest, fNewWidth, fNewHeight;
-    } cases[] = {
-        {300, 200, 150, 150, 100}, {200, 300, 150, 100, 150}, {300, 200, 100, 100, 67}, // 66.7
-        {300, 200, 1, 1, 1},       {300, 200, 300, 300, 200}, {300, 200, 301, 300, 200}, {300, 200, INT_MAX, 300, 200},
-        {300, 1, 10, 10, 1},       {1, 300, 7, 1, 7},         {1, 1, 1, 1, 1},           {300, 2, 100, 100, 1},
-        {299, 101, 64, 64, 22}}; // 21.6
+    } cases[] = {{300, 200, 150, 150, 100},     {200, 300, 150, 100, 150}, {300, 200, 100, 100, 67}, // 66.7
+                 {300, 200, 1, 1, 1},           {300, 200, 300, 300, 200}, {300, 200, 301, 300, 200},
+                 {300, 200, INT_MAX, 300, 200}, {300, 1, 10, 10, 1},       {1, 300, 7, 1, 7},
+                 {200, 300, 100, 67, 100},      {1, 1, 1, 1, 1},           {300, 2, 100, 100, 1},
+                 {299, 101, 64, 64, 22}}; // 21.6
     for (const auto& one : cases) {
         const tHandle handle = HandleOf(one.fWidth, one.fHeight, FloatScene(one.fWidth, one.fHeight));
         const sPreview preview = PreviewOf(handle.get(), one.fLongest);
