@@ -22,9 +22,17 @@ namespace SelvaneLib
 /// A picture with its results. Previews have their own.
 struct sKept
 {
-    explicit sKept(std::unique_ptr<cPicture> pPicture) : fPicture(std::move(pPicture)), fRender(*fPicture) {}
+    /// @param pSampled of a preview: has the points of the large picture; null: pPicture is the large one
+    explicit sKept(std::unique_ptr<cPicture> pPicture, std::unique_ptr<cPicture> pSampled = nullptr)
+        : fPicture(std::move(pPicture)), fSampled(std::move(pSampled)),
+          fCounting(fSampled == nullptr ? nullptr : std::make_unique<cKeptRender>(*fSampled)),
+          fRender(*fPicture, fCounting.get())
+    {
+    }
 
     std::unique_ptr<cPicture> fPicture;
+    std::unique_ptr<cPicture> fSampled;
+    std::unique_ptr<cKeptRender> fCounting; ///< render of fSampled, as far as its points
     cKeptRender fRender;
 };
 

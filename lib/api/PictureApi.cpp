@@ -33,8 +33,7 @@ int64_t BytesFor(const selvane_picture& pPicture, const sLayout& pLayout)
     ReducedSize(pLayout.fWidth, pLayout.fHeight, kSuggestionSize, width, height);
     const int alpha = AlphaBytesOf(pPicture, pLayout);
     return PictureBytes(pLayout.fWidth, pLayout.fHeight, alpha) +
-           cKeptRender::BytesFor(pLayout.fWidth, pLayout.fHeight, alpha > 0) + PictureBytes(width, height, 4) +
-           cKeptRender::BytesFor(width, height, alpha > 0);
+           cKeptRender::BytesFor(pLayout.fWidth, pLayout.fHeight, alpha > 0) + PreviewBytes(width, height, alpha > 0);
 }
 
 void SetPicture(selvane& pHandle, const selvane_picture* pPicture)

@@ -77,7 +77,7 @@ void Preview(selvane& pHandle, int pLongest, const selvane_target* pTarget)
     int width = 0, height = 0;
     ReducedSize(full.Width(), full.Height(), pLongest, width, height);
     CheckSize(target, width, height);
-    cRun run(pHandle.fCallbacks, kReduceWeight + kSuggestWeight + kRenderWeight);
+    cRun run(pHandle.fCallbacks, kReduceWeight + kSuggestWeight + 2 * kRenderWeight);
     EffectiveSettings(pHandle, run); // first, since it makes a preview of its own
     RenderInto(pHandle, PreviewOf(pHandle, pLongest, run), target, run);
 }

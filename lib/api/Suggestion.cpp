@@ -104,16 +104,21 @@ sKept& PictureOf(selvane& pHandle)
     return *pHandle.fFull;
 }
 
+int64_t PreviewBytes(int pWidth, int pHeight, bool pHasAlpha)
+{
+    return 2 * PictureBytes(pWidth, pHeight, pHasAlpha ? 4 : 0) + cKeptRender::BytesFor(pWidth, pHeight, pHasAlpha) +
+           cKeptRender::BytesWithoutGrid(pWidth, pHeight, pHasAlpha);
+}
+
 int64_t HeldBytes(const selvane& pHandle)
 {
-    const auto bytesOf = [](const sKept& pKept) {
-        const cPicture& picture = *pKept.fPicture;
-        return PictureBytes(picture.Width(), picture.Height(), picture.HasAlpha() ? picture.fAlphaBytes : 0) +
-               cKeptRender::BytesFor(picture.Width(), picture.Height(), picture.HasAlpha());
-    };
-    int64_t bytes = pHandle.fFull == nullptr ? 0 : bytesOf(*pHandle.fFull);
+    if (pHandle.fFull == nullptr) return 0;
+    const cPicture& full = *pHandle.fFull->fPicture;
+    const bool alpha = full.HasAlpha();
+    int64_t bytes = PictureBytes(full.Width(), full.Height(), alpha ? full.fAlphaBytes : 0) +
+                    cKeptRender::BytesFor(full.Width(), full.Height(), alpha);
     for (const sPreview& preview : pHandle.fPreviews)
-        bytes += bytesOf(*preview.fKept);
+        bytes += PreviewBytes(preview.fKept->fPicture->Width(), preview.fKept->fPicture->Height(), alpha);
     return bytes;
 }
 
@@ -139,10 +144,10 @@ sKept& PreviewOf(selvane& pHandle, int pLongest, cRun& pRun)
     const int longest = std::max(width, height);
     for (const sPreview& preview : pHandle.fPreviews)
         if (preview.fLongest == longest) return *preview.fKept;
-    CheckLimit(pHandle, PictureBytes(width, height, 4) + cKeptRender::BytesFor(width, height, full.HasAlpha()));
+    CheckLimit(pHandle, PreviewBytes(width, height, full.HasAlpha()));
     pHandle.fPreviews.reserve(kMostPreviews + 1);
     pRun.Begin(SELVANE_STAGE_READ, kReduceWeight);
-    auto kept = std::make_unique<sKept>(Reduced(full, width, height, pRun));
+    auto kept = std::make_unique<sKept>(Reduced(full, width, height, pRun), Sampled(full, width, height));
     if (pHandle.fPreviews.size() == kMostPreviews) pHandle.fPreviews.erase(pHandle.fPreviews.begin());
     pHandle.fPreviews.push_back({longest, std::move(kept)});
     return *pHandle.fPreviews.back().fKept;

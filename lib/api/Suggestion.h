@@ -30,6 +30,9 @@ void KeepTimes(selvane& pHandle, cRun& pRun);
 /// Refuses if the handle would hold more bytes than its limit. @param pMore bytes beyond what it holds
 void CheckLimit(const selvane& pHandle, int64_t pMore);
 
+/// Bytes of a preview with its results.
+int64_t PreviewBytes(int pWidth, int pHeight, bool pHasAlpha);
+
 /// Bytes that the handle holds or will hold for the pictures that it has.
 int64_t HeldBytes(const selvane& pHandle);
 

@@ -17,6 +17,23 @@ int EdgeOf(int pAt, int pNew, int pOld)
     return static_cast<int>(int64_t{pAt} * pOld / pNew);
 }
 
+/// A number that looks random, the same for a place at all times.
+uint32_t Scattered(uint32_t pX, uint32_t pY)
+{
+    uint32_t bits = pX * 0x9E3779B1u ^ pY * 0x85EBCA77u;
+    bits = (bits ^ bits >> 15) * 0x2C1B3C6Du;
+    bits = (bits ^ bits >> 12) * 0x297A2D39u;
+    return bits ^ bits >> 15;
+}
+
+/// A place of the box that an old length has for a new place.
+int PlaceIn(int pAt, int pNew, int pOld, uint32_t pScattered)
+{
+    const int begin = EdgeOf(pAt, pNew, pOld);
+    const int length = EdgeOf(pAt + 1, pNew, pOld) - begin;
+    return begin + static_cast<int>(pScattered % static_cast<uint32_t>(length));
+}
+
 void AddRow(const float* pRow, std::vector<float>& pColumns)
 {
     for (size_t i = 0; i < pColumns.size(); i++)
@@ -90,6 +107,26 @@ void ReducedSize(int pWidth, int pHeight, int pLongest, int& pNewWidth, int& pNe
     const double scale = std::min(1.0, static_cast<double>(pLongest) / longest);
     pNewWidth = std::clamp(static_cast<int>(std::lround(pWidth * scale)), 1, pWidth);
     pNewHeight = std::clamp(static_cast<int>(std::lround(pHeight * scale)), 1, pHeight);
+}
+
+std::unique_ptr<cPicture> Sampled(const cPicture& pPicture, int pWidth, int pHeight)
+{
+    auto small = std::make_unique<cPicture>(pWidth, pHeight);
+    small->fHasInvisible = pPicture.fHasInvisible;
+    if (small->fHasInvisible) small->fAlpha.resize(static_cast<size_t>(small->Pixels() * small->fAlphaBytes));
+    for (int y = 0; y < pHeight; y++)
+        for (int x = 0; x < pWidth; x++) {
+            const uint32_t scattered = Scattered(static_cast<uint32_t>(x), static_cast<uint32_t>(y));
+            const int row = PlaceIn(y, pHeight, pPicture.Height(), scattered >> 16);
+            const int column = PlaceIn(x, pWidth, pPicture.Width(), scattered & 0xFFFF);
+            std::copy_n(pPicture.Row(row) + ptrdiff_t{3} * column, 3, small->Row(y) + ptrdiff_t{3} * x);
+            const float counts = pPicture.IsVisible(int64_t{row} * pPicture.Width() + column) ? 1.0f : 0.0f;
+            small->fStatistics.fVisible += counts > 0.0f ? 1 : 0;
+            if (small->fHasInvisible)
+                std::memcpy(small->fAlpha.data() + (int64_t{y} * pWidth + x) * small->fAlphaBytes, &counts,
+                            sizeof counts);
+        }
+    return small;
 }
 
 std::unique_ptr<cPicture> Reduced(const cPicture& pPicture, int pWidth, int pHeight, cRun& pRun)

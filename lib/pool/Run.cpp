@@ -152,8 +152,8 @@ void cRun::Report(double pShareOfStage, bool pMayCall)
     const auto now = std::chrono::steady_clock::now();
     if (now < fNextCall) return;
     fNextCall = now + kBetweenCalls;
-    const double share = std::min(1.0, (fDone + fStageWeight * fShareOfStage) / fWeight);
-    if (fCallbacks.fProgress(fCallbacks.fProgressUser, fStage, static_cast<float>(share)) != 0)
+    fShare = std::clamp((fDone + fStageWeight * fShareOfStage) / fWeight, fShare, 1.0); // never falls
+    if (fCallbacks.fProgress(fCallbacks.fProgressUser, fStage, static_cast<float>(fShare)) != 0)
         Vornik::Acknowledge(&fCancel);
 }
 

@@ -93,6 +93,7 @@ private:
     double fStageWeight = 0; ///< weight of the present one
     int fStage = SELVANE_STAGE_READ;
     double fShareOfStage = 0;
+    double fShare = 0; ///< of the call, as told last
     double fMilliseconds[SELVANE_STAGES] = {};
     std::chrono::steady_clock::time_point fStageBegin;
     std::chrono::steady_clock::time_point fNextCall;

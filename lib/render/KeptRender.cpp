@@ -69,15 +69,21 @@ struct sJoinedExtremes
 
 } // namespace
 
-cKeptRender::cKeptRender(cPicture& pPicture) : fPicture(pPicture), fRenderer(std::make_unique<cTmRenderer>())
+cKeptRender::cKeptRender(cPicture& pPicture, cKeptRender* pCounting)
+    : fPicture(pPicture), fCounting(pCounting), fRenderer(std::make_unique<cTmRenderer>())
 {
     fRenderer->fLogEnabled = 0;
     fRenderer->SetInput(&fPicture.fXYZ);
 }
 
+int64_t cKeptRender::BytesWithoutGrid(int pWidth, int pHeight, bool pHasAlpha)
+{
+    return int64_t{pWidth} * pHeight * (pHasAlpha ? 20 : 12) + kTableBytes;
+}
+
 int64_t cKeptRender::BytesFor(int pWidth, int pHeight, bool pHasAlpha)
 {
-    return int64_t{pWidth} * pHeight * (pHasAlpha ? 20 : 12) + kMostGridBytes + kTableBytes;
+    return BytesWithoutGrid(pWidth, pHeight, pHasAlpha) + kMostGridBytes;
 }
 
 cKeptRender::sSplitKey cKeptRender::SplitKeyOf(const selvane_settings& pSettings)
@@ -105,7 +111,8 @@ double cKeptRender::WeightFor(const selvane_settings& pSettings) const
     const double split = SplitWeightFor(pSettings);
     const bool maps = split > 0.0 || fMap != MapKeyOf(pSettings);
     const bool findsPoints = maps || fPoints != PointsKeyOf(pSettings);
-    return split + (maps ? kMapWeight : 0.0) + (findsPoints ? kPointsWeight : 0.0) + kWriteWeight;
+    const double counting = fCounting == nullptr ? 0.0 : fCounting->WeightFor(pSettings) - kWriteWeight;
+    return counting + split + (maps ? kMapWeight : 0.0) + (findsPoints ? kPointsWeight : 0.0) + kWriteWeight;
 }
 
 void cKeptRender::Allocate()
@@ -286,7 +293,10 @@ void cKeptRender::FindPoints(const selvane_settings& pSettings, cRun& pRun)
     fRenderer->fWhite = 1.0f;
     fClippedBlack = fClippedWhite = 0.0f;
     if (!fFlat) {
-        if (pSettings.points == SELVANE_POINTS_GIVEN) {
+        if (fCounting != nullptr && !fCounting->fFlat) {
+            fRenderer->fBlack = fCounting->fRenderer->fBlack;
+            fRenderer->fWhite = fCounting->fRenderer->fWhite;
+        } else if (pSettings.points == SELVANE_POINTS_GIVEN) {
             fRenderer->fBlack = pSettings.black_point;
             fRenderer->fWhite = pSettings.white_point;
         } else
@@ -360,12 +370,20 @@ sFinalPass cKeptRender::FinalPass(const selvane_settings& pSettings, bool pOwnGr
     return pass;
 }
 
+/// A step of the render that has the points, if there is one, and of this one.
+void cKeptRender::Both(void (cKeptRender::*pStep)(const selvane_settings&, cRun&), const selvane_settings& pSettings,
+                       cRun& pRun)
+{
+    if (fCounting != nullptr) (fCounting->*pStep)(pSettings, pRun);
+    (this->*pStep)(pSettings, pRun);
+}
+
 void cKeptRender::Render(const selvane_settings& pSettings, bool pOwnGrey, const selvane_target& pTarget,
                          const sLayout& pLayout, cRun& pRun)
 {
-    Split(pSettings, pRun);
-    Map(pSettings, pRun);
-    FindPoints(pSettings, pRun);
+    Both(&cKeptRender::Split, pSettings, pRun);
+    Both(&cKeptRender::Map, pSettings, pRun);
+    Both(&cKeptRender::FindPoints, pSettings, pRun);
     pRun.Begin(SELVANE_STAGE_WRITE, kWriteWeight);
     const bool ownGrey = pOwnGrey && (fFlat || fPicture.fStatistics.fFlat);
     const float* luminance = fFlat || ownGrey ? nullptr : fLuminance.get();

@@ -29,7 +29,8 @@ class cKeptRender
 {
 public:
     /// Borrows the picture. Allocates the renderer, not the planes.
-    explicit cKeptRender(cPicture& pPicture);
+    /// @param pCounting a render whose picture has points for this one, borrowed; null: this picture has its own
+    explicit cKeptRender(cPicture& pPicture, cKeptRender* pCounting = nullptr);
     cKeptRender(const cKeptRender&) = delete;
     cKeptRender& operator=(const cKeptRender&) = delete;
 
@@ -57,6 +58,9 @@ public:
     /// that count are measured on the way.
     static int64_t BytesFor(int pWidth, int pHeight, bool pHasAlpha);
 
+    /// The same without the grid, which lives only during Split.
+    static int64_t BytesWithoutGrid(int pWidth, int pHeight, bool pHasAlpha);
+
 private:
     struct sSplitKey
     {
@@ -83,6 +87,8 @@ private:
     static sSplitKey SplitKeyOf(const selvane_settings& pSettings);
     static sMapKey MapKeyOf(const selvane_settings& pSettings);
     static sPointsKey PointsKeyOf(const selvane_settings& pSettings);
+    void Both(void (cKeptRender::*pStep)(const selvane_settings&, cRun&), const selvane_settings& pSettings,
+              cRun& pRun);
     void Allocate();
     void Measure(cRun& pRun);
     void MeasureVisibleLayers();
@@ -99,6 +105,7 @@ private:
     std::vector<float> VisibleOf(const tPlane* pPlane) const;
 
     cPicture& fPicture;
+    cKeptRender* fCounting;
     std::unique_ptr<Vornik::cTmRenderer> fRenderer; ///< parameters, tables, logarithm and base
     std::unique_ptr<float[]> fLuminance;            ///< new luminance
     Vornik::sLuminance fExtremes{.fMin = 0.0f};

@@ -30,7 +30,7 @@ struct sListener
 {
     std::vector<sTold> fTold;
     int fCancelAt = -1; ///< number of the call that cancels; -1: none
-    bool fWaits = true;
+    int fPause = 45;    ///< milliseconds
     std::atomic<int> fInside{0};
     bool fTwiceAtOnce = false;
 
@@ -39,7 +39,7 @@ struct sListener
         auto& self = *static_cast<sListener*>(pUser);
         if (++self.fInside > 1) self.fTwiceAtOnce = true;
         self.fTold.push_back({pStage, pShare, std::this_thread::get_id()});
-        if (self.fWaits) std::this_thread::sleep_for(std::chrono::milliseconds(45));
+        std::this_thread::sleep_for(std::chrono::milliseconds(self.fPause));
         --self.fInside;
         return static_cast<int>(self.fTold.size()) - 1 == self.fCancelAt ? 1 : 0;
     }
@@ -409,21 +409,33 @@ TEST_F(Callbacks, AnyExecutorGivesTheSameBytes)
     EXPECT_EQ(calls, 0);
 }
 
+/// Begins a thread every 60 ms, so that the second has something to tell while the first still tells.
+void OneThreadAfterTheOther(void*, tTask pTask, void* pContext, int pCount)
+{
+    std::vector<std::thread> threads;
+    for (int i = 0; i < pCount; i++) {
+        threads.emplace_back(pTask, pContext, i);
+        std::this_thread::sleep_for(std::chrono::milliseconds(60));
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
 /// On any thread of the executor, but never twice at once.
 TEST_F(Callbacks, ProgressOfAnExecutorIsToldOneAfterTheOther)
 {
-    int calls = 0;
     sListener listener;
-    ASSERT_DONE(fHandle.get(), selvane_set_threads(fHandle.get(), 4));
-    ASSERT_DONE(fHandle.get(), selvane_set_executor(fHandle.get(), OneThreadEach, &calls));
+    listener.fPause = 150;
+    ASSERT_DONE(fHandle.get(), selvane_set_threads(fHandle.get(), 3));
+    ASSERT_DONE(fHandle.get(), selvane_set_executor(fHandle.get(), OneThreadAfterTheOther, nullptr));
     ASSERT_DONE(fHandle.get(), selvane_set_progress(fHandle.get(), sListener::Tell, &listener));
-    SetPicture();
+    Set([](selvane_settings& s) { s.radius = 3; });
     EXPECT_DONE(fHandle.get(), Render());
     EXPECT_FALSE(listener.fTwiceAtOnce);
-    EXPECT_GT(listener.fTold.size(), 5u);
+    EXPECT_GT(listener.fTold.size(), 4u);
     listener.fTold.clear();
     listener.fCancelAt = 1;
-    Set([](selvane_settings& s) { s.radius = 3; });
+    Set([](selvane_settings& s) { s.radius = 4; });
     EXPECT_EQ(Render(), SELVANE_ERROR_CANCELLED);
     EXPECT_FALSE(listener.fTwiceAtOnce);
 }

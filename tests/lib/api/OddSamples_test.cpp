@@ -31,11 +31,12 @@ struct sResult
     selvane_report fReport;
 };
 
-sResult Rendered(const selvane_picture& pPicture, int pAutomatic = 1)
+sResult Rendered(const selvane_picture& pPicture, int pAutomatic = 1, float pWhiteClip = 0.0f)
 {
     const tHandle handle = NewHandle();
     selvane_settings settings = PlainSettings();
     settings.automatic = pAutomatic;
+    settings.white_clip = pWhiteClip;
     EXPECT_DONE(handle.get(), selvane_set_settings(handle.get(), &settings));
     EXPECT_DONE(handle.get(), selvane_set_picture(handle.get(), &pPicture));
     sResult result;
@@ -189,9 +190,9 @@ TEST(HotPixels, DoNotDecideThePicture)
 {
     const std::vector<float> plain = FloatScene(kWidth, kHeight, 3, 3.0), warm = SceneWithHot(1e4f),
                              hot = SceneWithHot(1e9f);
-    const sResult ofPlain = Rendered(PictureOf(kWidth, kHeight, SELVANE_F32, plain.data()));
-    const sResult ofWarm = Rendered(PictureOf(kWidth, kHeight, SELVANE_F32, warm.data()));
-    const sResult ofHot = Rendered(PictureOf(kWidth, kHeight, SELVANE_F32, hot.data()));
+    const sResult ofPlain = Rendered(PictureOf(kWidth, kHeight, SELVANE_F32, plain.data()), 0, 12.0f);
+    const sResult ofWarm = Rendered(PictureOf(kWidth, kHeight, SELVANE_F32, warm.data()), 0, 12.0f);
+    const sResult ofHot = Rendered(PictureOf(kWidth, kHeight, SELVANE_F32, hot.data()), 0, 12.0f);
     EXPECT_EQ(ofPlain.fReport.hot_pixels, 0);
     EXPECT_EQ(ofWarm.fReport.hot_pixels, 3);
     EXPECT_EQ(ofHot.fReport.hot_pixels, 3);

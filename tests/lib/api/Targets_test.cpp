@@ -342,17 +342,16 @@ TEST_F(Looks, MeasuredPointsGivenBackAreTheSameRender)
     EXPECT_EQ(Report().white_point, report.white_point);
 }
 
-/// Exposure of e is white and black point divided by 2^e.
-TEST_F(Looks, ExposureMovesThePoints)
+/// Exposure of e divides the distance from the black to the white point by 2^e.
+TEST_F(Looks, ExposureMovesTheWhitePoint)
 {
     fSettings.points = SELVANE_POINTS_GIVEN;
-    fSettings.black_point = 0.01f;
-    Set(&selvane_settings::white_point, 0.7f);
+    fSettings.black_point = 0.125f;
+    Set(&selvane_settings::white_point, 0.75f);
     Set(&selvane_settings::exposure, 1.0f);
     const auto brighter = Render<uint16_t>(SELVANE_U16, SELVANE_SRGB, 0);
     Set(&selvane_settings::exposure, 0.0f);
-    fSettings.black_point = 0.005f;
-    Set(&selvane_settings::white_point, 0.35f);
+    Set(&selvane_settings::white_point, 0.4375f);
     EXPECT_TRUE(Render<uint16_t>(SELVANE_U16, SELVANE_SRGB, 0) == brighter);
 }
 
