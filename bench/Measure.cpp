@@ -52,9 +52,9 @@ private:
     void* fBlock;
 };
 
-/// Nanoseconds that a copy takes for each byte that it reads or writes, measured here and now. Of both clocks the smaller
-/// counts: the one on the wall runs on while a neighbour has the processor, and asking for the other takes longer than a
-/// small copy.
+/// Nanoseconds that a copy takes for each byte that it reads or writes, measured here and now. Of both clocks the
+/// smaller counts: the one on the wall runs on while a neighbour has the processor, and asking for the other takes
+/// longer than a small copy.
 double CopyNanoseconds(size_t pBytes)
 {
     const cFreshMemory from(pBytes / 2);
