@@ -5,8 +5,8 @@
 //
 //   ns         nanoseconds a pixel, or an entry of a table, in the fastest call
 //   median     the same in the median call
-//   cpu        processor time of all threads, in nanoseconds a pixel, in the call that took least: on a machine that
-//              others use too, it tells more than the clock on the wall
+//   cpu        processor time of all threads, in nanoseconds a pixel, in a cheap call (one in eight took less): on a
+//              machine that others use too, it tells more than the clock on the wall
 //   GB/s       bytes that the fastest call reads and writes in a second
 //   copy       nanoseconds a pixel that a copy of as many bytes takes in the same run
 
