@@ -47,9 +47,9 @@ SELVANE_INLINE void Transform(const float* pLinear, int pCount, const cMatrix33&
         const float red = pLinear[3 * n + tRed];
         const float green = pLinear[3 * n + 1];
         const float blue = pLinear[3 * n + 2 - tRed];
-        pXYZ[3 * n] = FusedRow(m.m00, m.m01, m.m02, red, green, blue);
-        pXYZ[3 * n + 1] = FusedRow(m.m10, m.m11, m.m12, red, green, blue);
-        pXYZ[3 * n + 2] = FusedRow(m.m20, m.m21, m.m22, red, green, blue);
+        pXYZ[ptrdiff_t{3} * n] = FusedRow(m.m00, m.m01, m.m02, red, green, blue);
+        pXYZ[ptrdiff_t{3} * n + 1] = FusedRow(m.m10, m.m11, m.m12, red, green, blue);
+        pXYZ[ptrdiff_t{3} * n + 2] = FusedRow(m.m20, m.m21, m.m22, red, green, blue);
     }
 }
 
@@ -78,8 +78,8 @@ SELVANE_CLONES void ReadTriples(const unsigned char* pRow, const float* pDecodeT
     for (int x = 0; x < pWidth; x += kStrip) {
         const int count = std::min(kStrip, pWidth - x);
         const int64_t first = int64_t{3} * x;
-        LookUp<tSample>(pRow + first * ptrdiff_t{sizeof(tSample)}, 3 * count, pDecodeTable, pXYZ + first + 3 * kStrip,
-                        linear);
+        LookUp<tSample>(pRow + first * ptrdiff_t{sizeof(tSample)}, 3 * count, pDecodeTable,
+                        pXYZ + first + ptrdiff_t{3} * kStrip, linear);
         Transform<tRed>(linear, count, pMatrix, pXYZ + ptrdiff_t{3} * x);
     }
 }
@@ -94,9 +94,9 @@ SELVANE_CLONES void ReadSteps(const unsigned char* pRow, int64_t pStep, sSampleO
         const int count = std::min(kStrip, pWidth - x);
         for (int n = 0; n < count; n++) {
             const int64_t pixel = (x + n) * pStep;
-            linear[3 * n] = pDecodeTable[Load<tSample>(pRow, pixel + pOffsets.fRed)];
-            linear[3 * n + 1] = pDecodeTable[Load<tSample>(pRow, pixel + pOffsets.fGreen)];
-            linear[3 * n + 2] = pDecodeTable[Load<tSample>(pRow, pixel + pOffsets.fBlue)];
+            linear[ptrdiff_t{3} * n] = pDecodeTable[Load<tSample>(pRow, pixel + pOffsets.fRed)];
+            linear[ptrdiff_t{3} * n + 1] = pDecodeTable[Load<tSample>(pRow, pixel + pOffsets.fGreen)];
+            linear[ptrdiff_t{3} * n + 2] = pDecodeTable[Load<tSample>(pRow, pixel + pOffsets.fBlue)];
         }
         Transform<0>(linear, count, pMatrix, pXYZ + ptrdiff_t{3} * x);
     }

@@ -165,7 +165,8 @@ SELVANE_CLONES void SliceRow(const sGridRow& pGrid, sGridScale pScale, int pWidt
     for (int begin = 0; begin < pWidth;) {
         const int count = std::min(pWidth - begin, kSliceStrip);
         Locate(pGrid, pScale, pInput + begin, begin, count, strip);
-        Fetch(pGrid, count, pInput + begin + 2 * kSliceStrip, pOutput + begin + 2 * kSliceStrip, strip);
+        Fetch(pGrid, count, pInput + begin + ptrdiff_t{2} * kSliceStrip, pOutput + begin + ptrdiff_t{2} * kSliceStrip,
+              strip);
         Interpolate(pGrid, pScale.fRangeMin, count, strip, pOutput + begin);
         begin += count;
     }

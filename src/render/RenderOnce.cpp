@@ -30,7 +30,7 @@ SELVANE_CLONES void FinalRow(const float* pXYZ, const float* pLuminance, unsigne
     sDecodeStrip strip{};
     for (ptrdiff_t x = 0; x < pWidth; x += kStrip) {
         const int count = StripCount(pWidth, x);
-        const float* ahead = pXYZ + 3 * (x + 2 * kStrip);
+        const float* ahead = pXYZ + 3 * (x + ptrdiff_t{2} * kStrip);
         PrefetchPart<0>(ahead);
         PackStrip(pXYZ + 3 * x, pLuminance == nullptr ? nullptr : pLuminance + x, count, pPass.fFromPCS, strip);
         PrefetchPart<1>(ahead);

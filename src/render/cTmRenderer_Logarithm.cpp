@@ -96,7 +96,7 @@ SELVANE_INLINE void LookUp(const float* pAheadPixels, const float* pAheadLog, sS
     for (int line = 0; line < kStrip; line += kLine) {
         __builtin_prefetch(pAheadPixels + ptrdiff_t{3} * line);
         __builtin_prefetch(pAheadPixels + ptrdiff_t{3} * line + kLine);
-        __builtin_prefetch(pAheadPixels + ptrdiff_t{3} * line + 2 * kLine);
+        __builtin_prefetch(pAheadPixels + ptrdiff_t{3} * line + ptrdiff_t{2} * kLine);
         __builtin_prefetch(pAheadLog + line, 1);
 #pragma GCC unroll 16
         for (int n = line; n < line + kLine; n++)
@@ -124,7 +124,7 @@ SELVANE_CLONES void LogRow(const float* pPixels, float* pLog, int pWidth, float 
         Fetch(pPixels + 3 * x, count, pFloor, strip);
         Extend(extremes, strip);
         TakeApart(strip);
-        LookUp(pPixels + 3 * (x + 2 * kStrip), pLog + x + 2 * kStrip, strip);
+        LookUp(pPixels + 3 * (x + ptrdiff_t{2} * kStrip), pLog + x + ptrdiff_t{2} * kStrip, strip);
         if (count == kStrip) {
             Join(strip, pLog + x);
         } else {

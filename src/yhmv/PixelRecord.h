@@ -81,19 +81,25 @@ struct sRawRecords
 {
     uint32_t fWords[4 * kStrip]; ///< Y; H and half of M; halves of M and V; half of V in the low 16 bits
 
-    SELVANE_INLINE float Luminance(int pAt) const { return std::bit_cast<float>(fWords[4 * pAt]); }
-    SELVANE_INLINE int Hue(int pAt) const { return static_cast<int>(fWords[4 * pAt + 1] & 0xFFFF); }
-    SELVANE_INLINE float Smallest(int pAt) const { return Joined(fWords[4 * pAt + 1], fWords[4 * pAt + 2]); }
-    SELVANE_INLINE float Largest(int pAt) const { return Joined(fWords[4 * pAt + 2], fWords[4 * pAt + 3]); }
+    SELVANE_INLINE float Luminance(int pAt) const { return std::bit_cast<float>(fWords[ptrdiff_t{4} * pAt]); }
+    SELVANE_INLINE int Hue(int pAt) const { return static_cast<int>(fWords[ptrdiff_t{4} * pAt + 1] & 0xFFFF); }
+    SELVANE_INLINE float Smallest(int pAt) const
+    {
+        return Joined(fWords[ptrdiff_t{4} * pAt + 1], fWords[ptrdiff_t{4} * pAt + 2]);
+    }
+    SELVANE_INLINE float Largest(int pAt) const
+    {
+        return Joined(fWords[ptrdiff_t{4} * pAt + 2], fWords[ptrdiff_t{4} * pAt + 3]);
+    }
 
     SELVANE_INLINE void Set(int pAt, float pLuminance, int pHue, float pSmallest, float pLargest)
     {
         const auto smallest = std::bit_cast<uint32_t>(pSmallest);
         const auto largest = std::bit_cast<uint32_t>(pLargest);
-        fWords[4 * pAt] = std::bit_cast<uint32_t>(pLuminance);
-        fWords[4 * pAt + 1] = static_cast<uint32_t>(pHue) | smallest << 16;
-        fWords[4 * pAt + 2] = smallest >> 16 | largest << 16;
-        fWords[4 * pAt + 3] = largest >> 16;
+        fWords[ptrdiff_t{4} * pAt] = std::bit_cast<uint32_t>(pLuminance);
+        fWords[ptrdiff_t{4} * pAt + 1] = static_cast<uint32_t>(pHue) | smallest << 16;
+        fWords[ptrdiff_t{4} * pAt + 2] = smallest >> 16 | largest << 16;
+        fWords[ptrdiff_t{4} * pAt + 3] = largest >> 16;
     }
 
 private:
