@@ -332,14 +332,14 @@ typedef struct selvane_report
     size_t struct_size;
     int32_t width;
     int32_t height;
-    int64_t visible_pixels;       /* pixels whose alpha is not 0 */
-    int64_t replaced_nan;         /* samples that were NaN */
-    int64_t replaced_negative;    /* samples below 0 */
-    int64_t replaced_infinite;    /* samples that were infinite or beyond 1e30 */
-    int64_t hot_pixels;           /* pixels that were lowered: among the brightest 0.001 per cent (at least 4, and at
+    int64_t visible_pixels;    /* pixels whose alpha is not 0 */
+    int64_t replaced_nan;      /* samples that were NaN */
+    int64_t replaced_negative; /* samples below 0 */
+    int64_t replaced_infinite; /* samples that were infinite or beyond 1e30 */
+    int64_t hot_pixels;        /* pixels that were lowered: among the brightest 0.001 per cent (at least 4, and at
                                      most one of 64) of the pixels, those above twice the luminance of the brightest
                                      of all others */
-    float log_luminance_min;      /* extremes and mean of the logarithm of luminance, which counts as 1e-10 below */
+    float log_luminance_min;   /* extremes and mean of the logarithm of luminance, which counts as 1e-10 below */
     float log_luminance_max;
     float log_luminance_mean;
     float percentiles[7];                      /* logarithm of luminance at 0.1, 1, 25, 50, 75, 99 and 99.75 per cent */
