@@ -21,8 +21,8 @@ namespace
 constexpr int kStrip = 128;          // pixels
 constexpr double kCountWeight = 0.3; // of kReadWeight: counting odd samples
 
-/// Whether the engine can divide a colour by its luminance. If it cannot, the quotients are infinite, and the pixel comes
-/// out white, however dark it is.
+/// Whether the engine can divide a colour by its luminance. If it cannot, the quotients are infinite, and the pixel
+/// comes out white, however dark it is.
 SELVANE_INLINE bool HasColor(float pX, float pY, float pZ)
 {
     return pY >= 0x1p-126f && pY * 0x1p100f >= pX && pY * 0x1p100f >= pZ;

@@ -76,8 +76,8 @@ void CheckPicture(const selvane_picture& pPicture);
 /// The size of a picture whose longer side has at most pLongest pixels; never larger than it was.
 void ReducedSize(int pWidth, int pHeight, int pLongest, int& pNewWidth, int& pNewHeight);
 
-/// A smaller picture of that size: each pixel is one of its box, picked by chance, the same at all times. It has the dark
-/// and bright pixels that means lose, as often as the large picture has them.
+/// A smaller picture of that size: each pixel is one of its box, picked by chance, the same at all times. It has the
+/// dark and bright pixels that means lose, as often as the large picture has them.
 std::unique_ptr<cPicture> Sampled(const cPicture& pPicture, int pWidth, int pHeight);
 
 /// A smaller picture of that size: each pixel is the mean of the visible pixels of its box.

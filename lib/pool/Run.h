@@ -57,8 +57,8 @@ public:
     /// Takes a slot, the first and the last but one index of a tile.
     using tTile = std::function<void(int pSlot, int pBegin, int pEnd)>;
 
-    /// Cuts the range into tiles and runs them on all threads. Two tiles that run at the same time have different slots,
-    /// 0 to Threads() - 1. After a request to stop, the remaining tiles are left out.
+    /// Cuts the range into tiles and runs them on all threads. Two tiles that run at the same time have different
+    /// slots, 0 to Threads() - 1. After a request to stop, the remaining tiles are left out.
     /// @param pCost pixels of an index; decides the size of the tiles
     void Divide(int pBegin, int pEnd, int64_t pCost, const tTile& pTile);
 

@@ -35,8 +35,8 @@ constexpr float kEngineContrast = 20.0f; // the contrast of the entry
 constexpr int64_t kMostGridBytes = int64_t{48} << 20;
 constexpr int64_t kTableBytes = int64_t{8} << 20;
 
-/// Linear ProPhoto RGB with its colours moved away from their luminance, or towards it. pAmount 1 changes nothing, 0 gives
-/// greys.
+/// Linear ProPhoto RGB with its colours moved away from their luminance, or towards it. pAmount 1 changes nothing, 0
+/// gives greys.
 Vornik::cMatrix33 SaturationMatrix(const Vornik::cMatrix33& pWorkToXYZ, float pAmount)
 {
     const float red = pWorkToXYZ.m10 * (1.0f - pAmount);

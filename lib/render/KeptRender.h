@@ -1,7 +1,8 @@
 #ifndef SELVANE_LIB_RENDER_KEPTRENDER_H
 #define SELVANE_LIB_RENDER_KEPTRENDER_H
 
-// A picture with all intermediate results of its render. A change of the settings runs only the steps that depend on it.
+// A picture with all intermediate results of its render. A change of the settings runs only the steps that depend on
+// it.
 //
 //     step      depends on                                 keeps
 //     measure   the picture                                logarithm of luminance
@@ -54,8 +55,8 @@ public:
     /// Fills the layers, the points and the clipped shares of a report. Render has to come first.
     void Report(selvane_report& pReport) const;
 
-    /// Bytes of the planes of a render, with the grid of the filter at its largest. With alpha, two planes of the pixels
-    /// that count are measured on the way.
+    /// Bytes of the planes of a render, with the grid of the filter at its largest. With alpha, two planes of the
+    /// pixels that count are measured on the way.
     static int64_t BytesFor(int pWidth, int pHeight, bool pHasAlpha);
 
     /// The same without the grid, which lives only during Split.

@@ -430,8 +430,9 @@ size_t Reversals(const std::vector<int>& pValues, size_t pWidth)
     return reversals;
 }
 
-/// Ten stops that fall over a row of 8192 pixels: neighbours differ by 0.00085 of their value, and a mantissa of 8 bits by
-/// 0.004 to 0.008. So exponents go in steps of 5 to 10 pixels, and the smooth base layer under them makes a saw of it.
+/// Ten stops that fall over a row of 8192 pixels: neighbours differ by 0.00085 of their value, and a mantissa of 8
+/// bits by 0.004 to 0.008. So exponents go in steps of 5 to 10 pixels, and the smooth base layer under them makes a
+/// saw of it.
 TEST(Forms, FloatsKeepTheirPrecision)
 {
     constexpr int kColumns = 8192, kRows = 4;

@@ -1,4 +1,5 @@
-// The limit of memory, and the estimate. This program counts what malloc hands out; with a sanitizer's own malloc it does not.
+// The limit of memory, and the estimate. This program counts what malloc hands out; with a sanitizer's own malloc it
+// does not.
 
 #include "Pictures.h"
 
@@ -254,8 +255,8 @@ TEST(MemoryOfARun, StaysWithinTheEstimate)
     EXPECT_LE(small.fPeak, small.fEstimate);
 }
 
-/// Pixel by pixel, so that the constants of the estimate hide nothing. Ranges of a scene decide the size of the grid, and
-/// both pictures have the same.
+/// Pixel by pixel, so that the constants of the estimate hide nothing. Ranges of a scene decide the size of the grid,
+/// and both pictures have the same.
 TEST(MemoryOfARun, GrowsNoFasterThanTheEstimate)
 {
     for (const int channels : {3, 4}) {

@@ -183,9 +183,10 @@ std::vector<float> SceneWithHot(float pHot)
     return samples;
 }
 
-/// A hot pixel shines twice as bright as the brightest of the rest, whatever it was. So 1e4 and 1e9 give the same bytes.
-/// Against the scene without them, the top of the range moves by a factor of 2 for three pixels of 16000: less than any
-/// white clip cuts away. The other pixels move by at most 3 of 255, since the base layer near the hot ones bends a little.
+/// A hot pixel shines twice as bright as the brightest of the rest, whatever it was. So 1e4 and 1e9 give the same
+/// bytes. Against the scene without them, the top of the range moves by a factor of 2 for three pixels of 16000: less
+/// than any white clip cuts away. The other pixels move by at most 3 of 255, since the base layer near the hot ones
+/// bends a little.
 TEST(HotPixels, DoNotDecideThePicture)
 {
     const std::vector<float> plain = FloatScene(kWidth, kHeight, 3, 3.0), warm = SceneWithHot(1e4f),

@@ -101,8 +101,8 @@ protected:
 
 // ---- Values ---------------------------------------------------------------------------------------------------------
 
-/// The linear render holds 16-bit steps. Encoded by the exact formula, each gives the 16-bit sample within one step: the
-/// tables are truncated, those of the first three spaces in float.
+/// The linear render holds 16-bit steps. Encoded by the exact formula, each gives the 16-bit sample within one step:
+/// the tables are truncated, those of the first three spaces in float.
 TEST_F(Targets, SixteenBitsAreTheExactCurveOfTheLinearRender)
 {
     for (int space = SELVANE_SRGB; space <= SELVANE_REC2020; space++) {
@@ -156,7 +156,8 @@ TEST_F(Targets, EightBitsAreTheUpperHalfOfSixteen)
         }
 }
 
-/// The linear renders of two spaces are one picture: through the matrices from one to the other, wherever nothing was cut.
+/// The linear renders of two spaces are one picture: through the matrices from one to the other, wherever nothing was
+/// cut.
 TEST_F(Targets, SpacesShowTheSameColours)
 {
     const auto wide = Render<float>(SELVANE_F32, SELVANE_PROPHOTO, 1);
@@ -283,7 +284,8 @@ TEST_F(Targets, NeedNoAlignment)
     EXPECT_EQ(std::memcmp(block.data() + 1, expected.data(), 2 * kSamples), 0);
 }
 
-// ---- Settings that the target shows -----------------------------------------------------------------------------------
+// ---- Settings that the target shows
+// -----------------------------------------------------------------------------------
 
 class Looks : public Targets
 {
