@@ -16,6 +16,7 @@ found=$(objdump -d --no-show-raw-insn "$library" | c++filt | awk '
       version = ($0 ~ /_v4/) ? "AVX-512" : "AVX2"
       wide = (version == "AVX2") ? "%ymm" : "%zmm"
       name = $0; sub(/^[0-9a-f]+ </, "", name); sub(/ \[clone.*$/, "", name); gsub(/Vornik::|Rows::|\(anonymous namespace\)::/, "", name)
+      gsub(/<\([A-Za-z]+\)/, "<", name) # the type of an enumerated template argument
       sub(/\(.*$/, "", name); sub(/^(void|int|bool) /, "", name)
       packed = 0; scalar = 0
     }
