@@ -1,6 +1,6 @@
-// What a slider window feels like: how long libselvane takes for a picture, for each kind of change, for a preview, and to
-// stop. One worker by default; the first argument sets another number. Prints the best of several runs in milliseconds.
-// The picture is a made scene of 24 megapixels, 16-bit integers.
+// What a slider window feels like: how long libselvane takes for a picture, for each kind of change, for a preview, and
+// to stop. One worker by default; the first argument sets another number. Prints the best of several runs in
+// milliseconds. The picture is a made scene of 24 megapixels, 16-bit integers.
 
 #include "Scene.h"
 #include "selvane.h"

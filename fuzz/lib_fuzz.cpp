@@ -1,5 +1,5 @@
-// libselvane's functions in any order, with any pictures, settings, targets, callbacks and limits. Buffers are exactly as
-// large as a call may use. What a call promises is checked after it: its status, the bytes between the samples, the
+// libselvane's functions in any order, with any pictures, settings, targets, callbacks and limits. Buffers are exactly
+// as large as a call may use. What a call promises is checked after it: its status, the bytes between the samples, the
 // memory that it tells, and that a new handle gives the same bytes.
 
 #include "Bytes.h"

@@ -418,8 +418,7 @@ int main(int pCount, char** pWords)
         SilenceStderr();
         if (!photographs.empty()) PrintTable(photographs, presets, pictures, "photographs.jpg");
         PrintTable(made, presets, pictures, "made.jpg");
-        if (!pictures.empty() && !photographs.empty())
-            WritePresets({photographs[3], photographs[11], photographs[17]}, presets, pictures / "presets.jpg");
+        if (!pictures.empty()) WritePresets({made[0], made[4], made[5]}, presets, pictures / "presets.jpg");
         return 0;
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "%s\n", failure.what());

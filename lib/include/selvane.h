@@ -42,7 +42,7 @@
 extern "C" {
 #endif
 
-/* ---- Handle and status -------------------------------------------------------------------------------------------- */
+/* ---- Handle and status -------------------------------------------------------------------------------------- */
 
 /* A tone mapper with its picture, settings and results. */
 typedef struct selvane selvane;
@@ -71,14 +71,14 @@ SELVANE_FUNCTION selvane* selvane_new(void);
 /* Frees a handle with its picture and results. Null is allowed. */
 SELVANE_FUNCTION void selvane_free(selvane* handle);
 
-/* Returns the text of the latest failure of the handle: one English sentence, "" before the first. It is valid until the
- * next call with the handle. Null gives a text too. */
+/* Returns the text of the latest failure of the handle: one English sentence, "" before the first. It is valid until
+ * the next call with the handle. Null gives a text too. */
 SELVANE_FUNCTION const char* selvane_error(const selvane* handle);
 
 /* Returns a short constant text for a status, for example "no picture". */
 SELVANE_FUNCTION const char* selvane_status_text(int status);
 
-/* ---- Pictures in -------------------------------------------------------------------------------------------------- */
+/* ---- Pictures in -------------------------------------------------------------------------------------------- */
 
 /* Form of the samples. All are in the machine's byte order. */
 typedef enum selvane_format
@@ -164,17 +164,17 @@ SELVANE_FUNCTION void selvane_picture_init(selvane_picture* picture);
 /*
  * Copies a picture into the handle, as linear XYZ floats. All earlier results are forgotten; settings stay.
  *
- * Samples that are NaN or negative become 0. Infinite ones, and finite ones beyond 1e30, become the largest other sample
- * of the picture (0 if there is none). Both hold for floats, halves and exponents. The report counts those of pixels
- * that count.
+ * Samples that are NaN or negative become 0. Infinite ones, and finite ones beyond 1e30, become the largest other
+ * sample of the picture (0 if there is none). Both hold for floats, halves and exponents. The report counts those of
+ * pixels that count.
  *
  * If memory or time run out, the handle has the picture that it had before.
  */
 SELVANE_FUNCTION int selvane_set_picture(selvane* handle, const selvane_picture* picture);
 
-/* ---- Settings ----------------------------------------------------------------------------------------------------- */
+/* ---- Settings ----------------------------------------------------------------------------------------------- */
 
-/* A point of a curve over hue. x is the hue: 0 red, 1/3 green, 2/3 blue, 1 red again. y is 0 to 1; 0.5 changes nothing. */
+/* A point of a curve over hue. x is the hue: 0 red, 1/3 green, 2/3 blue, 1 red again. y is 0 to 1; 0.5 is neutral. */
 typedef struct selvane_point
 {
     float x;
@@ -200,7 +200,8 @@ typedef enum selvane_points
  * Everything that decides how a picture looks.
  *
  * With automatic 1, which is the default, the sliders are added to those that suit the picture (selvane_suggest), and
- * the sums are kept within the ranges: all sliders 0 give the suggested picture. With automatic 0 they stand as they are.
+ * the sums are kept within the ranges: all sliders 0 give the suggested picture. With automatic 0 they stand as they
+ * are.
  */
 typedef struct selvane_settings
 {
@@ -241,7 +242,7 @@ SELVANE_FUNCTION int selvane_suggest(selvane* handle, selvane_settings* settings
 /* Copies the settings that a render uses: the suggestion with the offsets, with automatic 0. Set struct_size before. */
 SELVANE_FUNCTION int selvane_effective_settings(selvane* handle, selvane_settings* settings);
 
-/* ---- Settings as text, and presets -------------------------------------------------------------------------------- */
+/* ---- Settings as text, and presets -------------------------------------------------------------------------- */
 
 /*
  * Writes settings as TOML: a line for each value that is not the default, for example "exposure = 0.5". Numbers are
@@ -257,9 +258,9 @@ SELVANE_FUNCTION int selvane_effective_settings(selvane* handle, selvane_setting
 SELVANE_FUNCTION int selvane_settings_to_text(const selvane* handle, const selvane_settings* settings, char* text,
                                               size_t size, size_t* needed);
 
-/* Reads TOML into settings. Values that the text does not name are the defaults. Unknown keys, wrong kinds of value, NaN
- * and values outside of their ranges are refused by name, and settings stay as they were. Set struct_size before. The key
- * "description" may hold any text. A text has at most 65536 bytes. */
+/* Reads TOML into settings. Values that the text does not name are the defaults. Unknown keys, wrong kinds of value,
+ * NaN and values outside of their ranges are refused by name, and settings stay as they were. Set struct_size before.
+ * The key "description" may hold any text. A text has at most 65536 bytes. */
 SELVANE_FUNCTION int selvane_settings_from_text(selvane* handle, const char* text, selvane_settings* settings);
 
 /* Reads a preset: "natural", "clear", "soft", "dramatic", "interior", "night", "flat", or the name of a file NAME.toml
@@ -273,7 +274,7 @@ SELVANE_FUNCTION const char* selvane_preset_name(int index);
 /* Returns a sentence that says what a preset of the library is for; null behind the last. */
 SELVANE_FUNCTION const char* selvane_preset_description(int index);
 
-/* ---- Pictures out ------------------------------------------------------------------------------------------------- */
+/* ---- Pictures out ------------------------------------------------------------------------------------------- */
 
 /*
  * A picture to fill, in the caller's memory. Rows and pixels may have gaps, which stay as they are. Its rows and pixels
@@ -314,7 +315,7 @@ SELVANE_FUNCTION int selvane_preview(selvane* handle, int longest_side, const se
  * selvane_target. */
 SELVANE_FUNCTION int selvane_profile(int space, int linear, const unsigned char** bytes, size_t* size);
 
-/* ---- What was seen ------------------------------------------------------------------------------------------------ */
+/* ---- What was seen ------------------------------------------------------------------------------------------ */
 
 typedef enum selvane_stage
 {
@@ -370,14 +371,14 @@ typedef enum selvane_plane
     SELVANE_PLANE_DETAIL = 2     /* the difference of the two */
 } selvane_plane;
 
-/* Copies a plane of the latest render of the whole picture: width * height floats in decades. row_stride in bytes; 0: no
- * gaps. Computes the plane if no render has. */
+/* Copies a plane of the latest render of the whole picture: width * height floats in decades. row_stride in bytes; 0:
+ * no gaps. Computes the plane if no render has. */
 SELVANE_FUNCTION int selvane_get_plane(selvane* handle, int plane, float* values, ptrdiff_t row_stride);
 
-/* ---- Callbacks and limits ----------------------------------------------------------------------------------------- */
+/* ---- Callbacks and limits ----------------------------------------------------------------------------------- */
 
-/* Is told which stage runs and which share of the whole call is done, 0 to 1, some twenty times a second. Returns 0 to go
- * on; anything else cancels the call. It is never called twice at once: on the calling thread with the library's own
+/* Is told which stage runs and which share of the whole call is done, 0 to 1, some twenty times a second. Returns 0 to
+ * go on; anything else cancels the call. It is never called twice at once: on the calling thread with the library's own
  * threads, on any thread of the executor with an executor. It must not call the library with this handle. */
 typedef int (*selvane_progress)(void* user, int stage, float share);
 

@@ -18,7 +18,8 @@ namespace SelvaneLib
 namespace
 {
 
-/// Blocks all signals of the calling thread while it lives. A thread inherits this: no handler of the host runs on ours.
+/// Blocks all signals of the calling thread while it lives. A thread inherits this: no handler of the host runs on
+/// ours.
 class cNoSignals
 {
 public:

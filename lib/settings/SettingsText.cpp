@@ -13,8 +13,8 @@
 #define TOML_MAX_NESTED_VALUES 4
 #define TOML_HEADER_ONLY 1
 #define TOML_ENABLE_FORMATTERS 0
-// The parser's exception ends the process if its text finds no memory, and its stream takes a lack of memory for a wrong
-// number: errors come back as values, and numbers go through std::from_chars.
+// The parser's exception ends the process if its text finds no memory, and its stream takes a lack of memory for a
+// wrong number: errors come back as values, and numbers go through std::from_chars.
 #define TOML_EXCEPTIONS 0
 #define TOML_FLOAT_CHARCONV 1
 #include <toml++/toml.h>

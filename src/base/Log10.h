@@ -9,8 +9,8 @@
 //
 //     log10(x) = n * log10(2) + log10(e) * ln(m)
 //
-// in float steps, none fused, with log10(2) in two parts. ln(m) is computed in double and rounded to float. It comes from
-// a table of 33 entries, one for each 32nd of [0.5, 2), shifted by 0.2, and a cubic: with c the entry's 1 / m,
+// in float steps, none fused, with log10(2) in two parts. ln(m) is computed in double and rounded to float. It comes
+// from a table of 33 entries, one for each 32nd of [0.5, 2), shifted by 0.2, and a cubic: with c the entry's 1 / m,
 //
 //     r = m * c - 1,   ln(m) = -ln(c) + r + r^2 * (a0 * r^2 + a1 * r + a2)
 //
@@ -101,7 +101,8 @@ SELVANE_INLINE float JoinLog10(float pMantissa, float pExponent, double pInverse
     return low + pExponent * 0x1.3441p-2f;                                    // 0.30102921; the two add up to log10(2)
 }
 
-/// What is not above 0 and finite: -infinity for zeros, NaN below 0, itself for infinity, a quiet form of itself for NaN.
+/// What is not above 0 and finite: -infinity for zeros, NaN below 0, itself for infinity, a quiet form of itself for
+/// NaN.
 SELVANE_INLINE float Log10OfSpecial(float pValue)
 {
     const uint32_t bits = std::bit_cast<uint32_t>(pValue);

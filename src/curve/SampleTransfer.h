@@ -12,8 +12,8 @@ namespace Vornik
 
 constexpr size_t kSamplesAtOnce = 128;
 
-/// Fills pValues with pTransfer.Function(i * pStep) for the kSamplesAtOnce indices i from pFirst on. Powers and the sRGB
-/// curves are computed in vectors; every other transfer is asked for each value.
+/// Fills pValues with pTransfer.Function(i * pStep) for the kSamplesAtOnce indices i from pFirst on. Powers and the
+/// sRGB curves are computed in vectors; every other transfer is asked for each value.
 /// @throws what pTransfer throws
 void SampleTransfer(cTransfer& pTransfer, size_t pFirst, float pStep, float (&pValues)[kSamplesAtOnce]);
 

@@ -1,7 +1,8 @@
 #ifndef SELVANE_CURVE_SRGBCURVE_H
 #define SELVANE_CURVE_SRGBCURVE_H
 
-// The numbers of the sRGB curves, IEC 61966-2-1, internal. The reciprocals are factors: a division would give other bits.
+// The numbers of the sRGB curves, IEC 61966-2-1, internal. The reciprocals are factors: a division would give other
+// bits.
 
 namespace Vornik
 {

@@ -41,8 +41,8 @@ void ReadSamples(const sTmImageDesc& pImage, const unsigned char* pInput, const 
 void ReadExponentPlanes(const sTmImageDesc& pImage, const unsigned char* pInput, const cMatrix33& pMatrix,
                         cBitmapXYZ32& pXYZ);
 
-/// The host's rows, if finished samples can go there at once: three samples a pixel, and either red first or rows without
-/// a gap. Every other layout takes its samples from a picture, by WriteSamples.
+/// The host's rows, if finished samples can go there at once: three samples a pixel, and either red first or rows
+/// without a gap. Every other layout takes its samples from a picture, by WriteSamples.
 std::optional<sSampleRows> HostRows(const sTmImageDesc& pImage, unsigned char* pOutput);
 
 /// The rows of a picture, blue first.

@@ -11,8 +11,8 @@
 #include <cstring>
 #include <new>
 
-// From the host's samples to XYZ, row by row: a table or a power of two makes them linear, and a matrix follows at once,
-// while the row is still in the cache. Rows are processed in strips, since look-ups keep a loop from vectorising.
+// From the host's samples to XYZ, row by row: a table or a power of two makes them linear, and a matrix follows at
+// once, while the row is still in the cache. Rows are processed in strips, since look-ups keep a loop from vectorising.
 
 namespace Vornik
 {

@@ -7,8 +7,8 @@
 #include <cmath>
 #include <cstdlib>
 
-// Powers of ten are exp of the exponent times log(10). An entry is computed quickly, with a bound of its error. Where the
-// bounds round to two floats, the C library's exp and pow decide.
+// Powers of ten are exp of the exponent times log(10). An entry is computed quickly, with a bound of its error. Where
+// the bounds round to two floats, the C library's exp and pow decide.
 
 namespace Vornik
 {
@@ -21,8 +21,8 @@ constexpr double kMostExponent = 700.0; // of the quick exp
 constexpr double kMostPower = 100.0;    // |bend * log(distance)|
 constexpr double kLeastDistance = 0x1p-1000;
 
-/// The natural exponent of each value of a layer: value * compression * log(10). With adaptation it is also multiplied by
-/// (|value| / mean)^bend, but not for 0 and NaN: at 0 the power would be infinite.
+/// The natural exponent of each value of a layer: value * compression * log(10). With adaptation it is also multiplied
+/// by (|value| / mean)^bend, but not for 0 and NaN: at 0 the power would be infinite.
 class cExponents
 {
 public:

@@ -1,8 +1,8 @@
 #ifndef SELVANE_RENDER_LAYERTABLES_H
 #define SELVANE_RENDER_LAYERTABLES_H
 
-// The two tables of phase 2, internal: from a value of a layer, in decades, to its linear factor. Entry 0 stands for the
-// least value of the layer, entry 65535 for the largest.
+// The two tables of phase 2, internal: from a value of a layer, in decades, to its linear factor. Entry 0 stands for
+// the least value of the layer, entry 65535 for the largest.
 
 #include "render/Layers.h"
 

@@ -9,7 +9,8 @@
 
 // Both layers are measured in one pass, by strips. Extremes run in lanes, which may be joined in any order but for the
 // sign of a zero: the first zero of the picture decides that. The order decides the last bits of the sums. In picture
-// order, from the top left to the bottom right, each addition waits for the one before; base and detail go side by side.
+// order, from the top left to the bottom right, each addition waits for the one before; base and detail go side by
+// side.
 
 namespace Vornik
 {
@@ -110,8 +111,8 @@ void MeasureRest(const float* pLogLuminance, const float* pBase, float* pDetail,
     if (pDetail != nullptr) std::copy_n(detail, pCount, pDetail);
 }
 
-/// Joins the lanes. pSum is the sum outside them. pValueAt(i) is the value of pixel i; the first zero decides the sign of
-/// an extreme of 0.
+/// Joins the lanes. pSum is the sum outside them. pValueAt(i) is the value of pixel i; the first zero decides the sign
+/// of an extreme of 0.
 template <class tValueAt>
 sLayer Joined(const sLanes& pLanes, double pSum, int64_t pCount, tValueAt pValueAt)
 {

@@ -8,8 +8,8 @@
 #include <algorithm>
 #include <cstring>
 
-// The new luminance: a pixel of the base and one of the detail lead to an entry of each table, and the product of the two
-// entries is the luminance. A row goes by strips, since look-ups keep a loop from vectorising.
+// The new luminance: a pixel of the base and one of the detail lead to an entry of each table, and the product of the
+// two entries is the luminance. A row goes by strips, since look-ups keep a loop from vectorising.
 //
 // Two measures depend on the picture order. A value that sets a new maximum is not compared with the minimum: only a
 // strip with such a value is measured in order. The last bit of the sum: lanes add up, with a bound of the difference,
@@ -37,7 +37,8 @@ struct sIndices
     int fDetail[kStrip];
 };
 
-/// The luminance of a strip; the rest of a short one repeats its first value. pAhead is where a later strip is replaced.
+/// The luminance of a strip; the rest of a short one repeats its first value. pAhead is where a later strip is
+/// replaced.
 template <int tPixelBytes>
 SELVANE_INLINE void Luminances(const sRemapping& pRemapping, const sIndices& pIndices, int pCount,
                                const unsigned char* pAhead, float* pLuminance)
@@ -124,8 +125,8 @@ double SumRow(const cLuminanceRows& pPicture, int pRow, double pSum)
     return pSum;
 }
 
-/// The joined lanes. All values are 0 or above: any order of n additions is within n * 2^-53 of the exact sum, relative,
-/// so two orders are within n * 2^-52 of each other; half is left for the roundings of this line.
+/// The joined lanes. All values are 0 or above: any order of n additions is within n * 2^-53 of the exact sum,
+/// relative, so two orders are within n * 2^-52 of each other; half is left for the roundings of this line.
 sLuminanceSum Joined(const sLanes& pLanes, const cLuminanceRows& pRows)
 {
     sLuminanceSum sum;

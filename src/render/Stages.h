@@ -33,8 +33,8 @@ void RunPhase1(cTmRenderer& pRenderer, float* pDetail, bool* pCancel, bool* pCan
 /// to stop.
 std::optional<sRemapping> FillTables(cTmRenderer& pRenderer, const bool* pCancel, bool* pCancelled);
 
-/// The third stage, with the new luminance wherever pRows has it. Returns false if the luminance was not replaced, or not
-/// completely: with a flat layer, or when it stopped.
+/// The third stage, with the new luminance wherever pRows has it. Returns false if the luminance was not replaced, or
+/// not completely: with a flat layer, or when it stopped.
 bool RunPhase2(cTmRenderer& pRenderer, const cLuminanceRows& pRows, const bool* pCancel, bool* pCancelled);
 
 // ---- Final stage ----------------------------------------------------------------------------------------------------

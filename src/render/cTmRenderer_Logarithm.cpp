@@ -10,8 +10,8 @@
 #include <cstring>
 #include <limits>
 
-// The parallel pass of the first stage: the logarithm of each pixel's luminance and the extremes of the luminance. A row
-// goes by strips, one step after another over small arrays, since look-ups in a table keep a loop from vectorising.
+// The parallel pass of the first stage: the logarithm of each pixel's luminance and the extremes of the luminance. A
+// row goes by strips, one step after another over small arrays, since look-ups in a table keep a loop from vectorising.
 
 namespace Vornik
 {
@@ -52,8 +52,8 @@ SELVANE_INLINE float Floored(const float* pPixel, float pFloor)
     return pPixel[1] > pFloor ? pPixel[1] : pFloor;
 }
 
-/// Fetches pCount luminances. The rest of the strip repeats the first one, which no extreme notices. A whole strip has a
-/// loop of its own: its stores are as wide as the loads of the next step, which would else have to wait for them.
+/// Fetches pCount luminances. The rest of the strip repeats the first one, which no extreme notices. A whole strip has
+/// a loop of its own: its stores are as wide as the loads of the next step, which would else have to wait for them.
 SELVANE_INLINE void Fetch(const float* pPixels, int pCount, float pFloor, sStrip& pStrip)
 {
     if (pCount == kStrip) {
@@ -87,9 +87,9 @@ SELVANE_INLINE void TakeApart(sStrip& pStrip)
     }
 }
 
-/// Each entry moves as one block of 16 bytes. The places are read one by one from memory: taking them out of vectors and
-/// putting the entries together there, as g++ would, takes twice as long. pAheadPixels and pAheadLog are where a later
-/// strip is; its lines are asked for one by one, since all at once would wait for each other.
+/// Each entry moves as one block of 16 bytes. The places are read one by one from memory: taking them out of vectors
+/// and putting the entries together there, as g++ would, takes twice as long. pAheadPixels and pAheadLog are where a
+/// later strip is; its lines are asked for one by one, since all at once would wait for each other.
 SELVANE_INLINE void LookUp(const float* pAheadPixels, const float* pAheadLog, sStrip& pStrip)
 {
     const volatile int* places = pStrip.fEntry;

@@ -1,8 +1,8 @@
 #ifndef SELVANE_YHMV_DECODESTRIP_H
 #define SELVANE_YHMV_DECODESTRIP_H
 
-// The steps of a decoder, each over one strip of a row, internal. Arithmetic vectorises and look-ups do not, so each step
-// is a loop of its own over small arrays.
+// The steps of a decoder, each over one strip of a row, internal. Arithmetic vectorises and look-ups do not, so each
+// step is a loop of its own over small arrays.
 //
 //     hue, smallest, largest, luminance
 //       1  colour of the hue for M = 0 and V = 1      a table, or for neutral hue curves the formula of its entries
@@ -52,9 +52,9 @@ SELVANE_INLINE void ColorOfTable(sDecodeStrip& pStrip, int pCount, const float (
     }
 }
 
-/// The colours of the neutral table, worked out: the entries themselves, for all 65536 hues. The hue runs from 0 to 6. A
-/// channel rises in one sextant, is 1 in the next two and falls in the fourth. No difference that lies between 0 and 1 is
-/// rounded: green rises where the hue itself may have the most bits, and it is the hue.
+/// The colours of the neutral table, worked out: the entries themselves, for all 65536 hues. The hue runs from 0 to 6.
+/// A channel rises in one sextant, is 1 in the next two and falls in the fourth. No difference that lies between 0 and
+/// 1 is rounded: green rises where the hue itself may have the most bits, and it is the hue.
 SELVANE_INLINE void ColorOfHue(sDecodeStrip& pStrip)
 {
     for (int n = 0; n < kStrip; ++n) {

@@ -1,8 +1,8 @@
 #ifndef SELVANE_YHMV_ENCODESTRIP_H
 #define SELVANE_YHMV_ENCODESTRIP_H
 
-// The formulas that encode one pixel, internal: from primaries to hue, smallest and largest primary, and from XYZ to the
-// fields of a YHMV record. Rows wrap them: cYHMVColorSpace writes records, the entry decodes them at once.
+// The formulas that encode one pixel, internal: from primaries to hue, smallest and largest primary, and from XYZ to
+// the fields of a YHMV record. Rows wrap them: cYHMVColorSpace writes records, the entry decodes them at once.
 
 #include "base/Numeric.h"
 #include "base/Versions.h"
@@ -49,8 +49,8 @@ SELVANE_INLINE float HueDegrees(float pR, float pG, float pB, float pMin, float 
     return redToYellow ? degrees : degrees + start;
 }
 
-/// Degrees to 16 bits, truncated. The difference of two primaries is at most that of the extremes, so the value is below
-/// 65536. If the product with 60 overflowed, it is infinite and saturates. NaN gives 0.
+/// Degrees to 16 bits, truncated. The difference of two primaries is at most that of the extremes, so the value is
+/// below 65536. If the product with 60 overflowed, it is infinite and saturates. NaN gives 0.
 SELVANE_INLINE int HueSample(float pDegrees)
 {
     const float scaled = pDegrees * kDegreesToSample16;
@@ -88,7 +88,8 @@ struct sRecordStrip
 };
 
 /// Encodes one XYZ pixel. A NaN luminance is not dark: it is stored, with the second marker as its colour. The scaled
-/// luminance is exactly 1, so the middle column of the matrix needs no product. pStrip has the fields of a sRecordStrip.
+/// luminance is exactly 1, so the middle column of the matrix needs no product. pStrip has the fields of a
+/// sRecordStrip.
 template <class tStrip>
 SELVANE_INLINE void EncodeXYZ(const float* pXYZ, const cMatrix33& m, tStrip& pStrip, int pAt)
 {

@@ -29,7 +29,8 @@ SELVANE_INLINE void PackStrip(const float* pXYZ, const float* pLuminance, int pC
         pStrip.fLuminance[n] = pLuminance[n];
 }
 
-/// Asks for a quarter of the pixels of a strip that is two strips ahead. All 24 lines at once would wait for each other.
+/// Asks for a quarter of the pixels of a strip that is two strips ahead. All 24 lines at once would wait for each
+/// other.
 template <int tQuarter>
 SELVANE_INLINE void PrefetchPart(const float* pStrip)
 {

@@ -64,8 +64,8 @@ SELVANE_INLINE void StoreHue(unsigned char* pTo, int pHue)
     std::memcpy(pTo, &hue, sizeof hue);
 }
 
-/// Asks for the lines of kLine records of tBytes bytes. Records are many lines for the processor to foresee, and a store
-/// that waits for its line holds up all later ones.
+/// Asks for the lines of kLine records of tBytes bytes. Records are many lines for the processor to foresee, and a
+/// store that waits for its line holds up all later ones.
 /// @tparam tWrite whether they will be written
 template <int tBytes, bool tWrite>
 SELVANE_INLINE void PrefetchRecords(const unsigned char* pRecords)
@@ -75,8 +75,8 @@ SELVANE_INLINE void PrefetchRecords(const unsigned char* pRecords)
         __builtin_prefetch(pRecords + i, tWrite ? 1 : 0);
 }
 
-/// The records of a strip as they stand, at a distance of 16 bytes. A record moves as one block of 16 bytes; the last one
-/// takes 14, since the next two bytes need not belong to the picture.
+/// The records of a strip as they stand, at a distance of 16 bytes. A record moves as one block of 16 bytes; the last
+/// one takes 14, since the next two bytes need not belong to the picture.
 struct sRawRecords
 {
     uint32_t fWords[4 * kStrip]; ///< Y; H and half of M; halves of M and V; half of V in the low 16 bits

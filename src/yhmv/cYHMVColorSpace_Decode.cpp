@@ -91,8 +91,8 @@ SELVANE_INLINE bool IsOrdinary(const sDecodeStrip& pStrip)
 }
 
 // Black is M = 0 with the smallest normal float as V. Its products are subnormal, and arithmetic on those takes a
-// hundred times as long. V = 2^-80 gives black too: with intensity, colour and matrix at 2^16 or below, no channel exceeds
-// 2^-30, and index 0 ends at 2^-16. A strip with any larger number keeps its V.
+// hundred times as long. V = 2^-80 gives black too: with intensity, colour and matrix at 2^16 or below, no channel
+// exceeds 2^-30, and index 0 ends at 2^-16. A strip with any larger number keeps its V.
 SELVANE_INLINE void RaiseBlack(sDecodeStrip& pStrip)
 {
     if (!IsOrdinary(pStrip)) return;

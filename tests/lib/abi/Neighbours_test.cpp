@@ -1,5 +1,6 @@
-// Three copies of the engine in one process: this program links Selvane.so.1 and lends it a DivideWork, which every library
-// could see; two plug-ins that know nothing of each other hold libselvane, one shared, one in itself. Each keeps to its own.
+// Three copies of the engine in one process: this program links Selvane.so.1 and lends it a DivideWork, which every
+// library could see; two plug-ins that know nothing of each other hold libselvane, one shared, one in itself. Each
+// keeps to its own.
 
 #include "Plugin.h"
 

@@ -11,7 +11,8 @@
 #define PLUGIN_WHITE_CLIP 2.0f
 #define PLUGIN_BLACK_CLIP 0.5f
 
-/* Renders width * height pixels of three 16-bit samples, sRGB as the entry decodes it, to 8 bits. Gives a selvane_status. */
+/* Renders width * height pixels of three 16-bit samples, sRGB as the entry decodes it, to 8 bits. Gives a
+ * selvane_status. */
 typedef int (*plugin_develop)(int width, int height, const uint16_t* photo, uint8_t* picture);
 
 #endif

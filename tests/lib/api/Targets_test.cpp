@@ -284,8 +284,7 @@ TEST_F(Targets, NeedNoAlignment)
     EXPECT_EQ(std::memcmp(block.data() + 1, expected.data(), 2 * kSamples), 0);
 }
 
-// ---- Settings that the target shows
-// -----------------------------------------------------------------------------------
+// ---- Settings that the target shows ---------------------------------------------------------------------------------
 
 class Looks : public Targets
 {

@@ -8,7 +8,8 @@
 namespace SelvaneTest
 {
 
-/// Runs a call and returns its failure as "STATUS TEXT", for example "1 exposure is not a number (NaN)"; "" without one.
+/// Runs a call and returns its failure as "STATUS TEXT", for example "1 exposure is not a number (NaN)"; "" without
+/// one.
 template <typename tCall>
 std::string FailureOf(tCall pCall)
 {

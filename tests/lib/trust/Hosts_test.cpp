@@ -1,5 +1,5 @@
-// What programs do around libselvane: small stacks, many handles on many threads, forks, streams that belong to somebody
-// else, executors of every kind.
+// What programs do around libselvane: small stacks, many handles on many threads, forks, streams that belong to
+// somebody else, executors of every kind.
 
 #include "Scenario.h"
 

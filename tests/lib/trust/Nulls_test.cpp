@@ -1,5 +1,5 @@
-// Null for every pointer of every function. Handles, records and places for results are refused with a status and a text;
-// what may be null says so in selvane.h.
+// Null for every pointer of every function. Handles, records and places for results are refused with a status and a
+// text; what may be null says so in selvane.h.
 
 #include "selvane.h"
 
