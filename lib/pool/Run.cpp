@@ -6,8 +6,6 @@
 #include "pool/Pool.h"
 
 #include <algorithm>
-#include <cstdarg>
-#include <cstdio>
 #include <cstring>
 #include <thread>
 
@@ -198,17 +196,6 @@ void cRun::DivideOrThrow(int pBegin, int pEnd, int64_t pCost, const tTile& pTile
 {
     Divide(pBegin, pEnd, pCost, pTile);
     ThrowIfCancelled();
-}
-
-void Log(const sCallbacks& pCallbacks, const char* pFormat, ...)
-{
-    if (pCallbacks.fLog == nullptr) return;
-    char line[400];
-    va_list arguments;
-    va_start(arguments, pFormat);
-    std::vsnprintf(line, sizeof line, pFormat, arguments);
-    va_end(arguments);
-    pCallbacks.fLog(pCallbacks.fLogUser, line);
 }
 
 } // namespace SelvaneLib

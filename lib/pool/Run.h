@@ -8,6 +8,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <cstdio>
 #include <exception>
 #include <functional>
 #include <mutex>
@@ -104,8 +105,15 @@ private:
     cRun* fOuter; ///< the run of this thread before
 };
 
-/// Writes a line to the log function, if there is one.
-void Log(const sCallbacks& pCallbacks, const char* pFormat, ...) __attribute__((format(printf, 2, 3)));
+/// Writes a line to the log function, if there is one. pFormat as for std::printf.
+template <class... tArguments>
+void Log(const sCallbacks& pCallbacks, const char* pFormat, tArguments... pArguments)
+{
+    if (pCallbacks.fLog == nullptr) return;
+    char line[400];
+    std::snprintf(line, sizeof line, pFormat, pArguments...);
+    pCallbacks.fLog(pCallbacks.fLogUser, line);
+}
 
 } // namespace SelvaneLib
 
