@@ -31,7 +31,7 @@ SELVANE_INLINE bool HasColor(float pX, float pY, float pZ)
 /// pCount colours of red, green, blue times the matrix. Without a colour they are black.
 SELVANE_CLONES void Transform(const float* pLinear, int pCount, Vornik::cMatrix33 m, float* pXYZ)
 {
-    for (int n = 0; n < pCount; n++) {
+    for (ptrdiff_t n = 0; n < pCount; n++) {
         const float red = pLinear[3 * n], green = pLinear[3 * n + 1], blue = pLinear[3 * n + 2];
         const float x = Vornik::FusedRow(m.m00, m.m01, m.m02, red, green, blue);
         const float y = Vornik::FusedRow(m.m10, m.m11, m.m12, red, green, blue);
@@ -85,7 +85,7 @@ void ReadRow(const cSampleReader& pReader, const unsigned char* pRow, const sLay
     float linear[3 * kStrip];
     float* xyz = pTo.Row(pY);
     CopyAlpha(pRow, pLayout, pY, pTo);
-    for (int x = 0; x < pLayout.fWidth; x += kStrip, xyz += 3 * kStrip) {
+    for (int x = 0; x < pLayout.fWidth; x += kStrip, xyz += ptrdiff_t{3} * kStrip) {
         const int count = std::min(kStrip, pLayout.fWidth - x);
         pReader.Read(pRow, x, count, linear);
         Transform(linear, count, pMatrix, xyz);

@@ -6,6 +6,7 @@
 #include "yhmv/PackStrip.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 namespace SelvaneLib
@@ -140,9 +141,9 @@ void StoreAlpha(unsigned char* pTo, int pFormat, float pAlpha)
 {
     const float alpha = pAlpha > 0.0f ? std::min(pAlpha, 1.0f) : 0.0f;
     if (pFormat == SELVANE_U8)
-        Store(pTo, static_cast<uint8_t>(alpha * 255.0f + 0.5f));
+        Store(pTo, static_cast<uint8_t>(std::lround(alpha * 255.0f)));
     else if (pFormat == SELVANE_U16)
-        Store(pTo, static_cast<uint16_t>(alpha * 65535.0f + 0.5f));
+        Store(pTo, static_cast<uint16_t>(std::lround(alpha * 65535.0f)));
     else if (pFormat == SELVANE_F16)
         Store(pTo, ToHalf(alpha));
     else
