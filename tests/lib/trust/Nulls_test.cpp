@@ -8,8 +8,8 @@
 #include <cstring>
 #include <fstream>
 #include <functional>
-#include <regex>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -195,21 +195,34 @@ TEST(Nulls, PixelsOfARecord)
 }
 
 /// Which arguments of which functions are pointers, by the header: "selvane_render 1".
+std::string WithoutComments(std::string pText)
+{
+    for (size_t begin = pText.find("/*"); begin != std::string::npos; begin = pText.find("/*", begin))
+        pText.erase(begin, pText.find("*/", begin) + 2 - begin);
+    return pText;
+}
+
+/// Whether an argument is a pointer to data or to a function.
+bool IsPointer(const std::string& pArgument)
+{
+    for (const char* mark : {"*", "selvane_progress ", "selvane_log ", "selvane_executor "})
+        if (pArgument.find(mark) != std::string::npos) return true;
+    return false;
+}
+
 std::set<std::string> PointersOfTheHeader()
 {
     std::ifstream file(SELVANE_HEADER);
-    std::string header((std::istreambuf_iterator<char>(file)), {});
-    header = std::regex_replace(header, std::regex("/\\*[^*]*\\*+(?:[^/*][^*]*\\*+)*/"), "");
+    const std::string header = WithoutComments({std::istreambuf_iterator<char>(file), {}});
+    const std::string mark = "\nSELVANE_FUNCTION ";
     std::set<std::string> pointers;
-    const std::regex function("SELVANE_FUNCTION [^(;]*[ *](selvane_\\w+)\\(([^;]*)\\);");
-    for (std::sregex_iterator found(header.begin(), header.end(), function), end; found != end; ++found) {
-        const std::string arguments = (*found)[2];
-        const std::regex argument("[^,]+");
-        int number = 0;
-        for (std::sregex_iterator one(arguments.begin(), arguments.end(), argument); one != end; ++one, number++) {
-            const bool isPointer = std::regex_search(one->str(), std::regex("\\*|selvane_(progress|log|executor) "));
-            if (isPointer) pointers.insert((*found)[1].str() + " " + std::to_string(number));
-        }
+    for (size_t at = header.find(mark); at != std::string::npos; at = header.find(mark, at + 1)) {
+        const size_t open = header.find('(', at), close = header.find(");", open);
+        const size_t name = header.find_last_of(" *", open) + 1;
+        std::istringstream arguments(header.substr(open + 1, close - open - 1));
+        std::string argument;
+        for (int number = 0; std::getline(arguments, argument, ','); number++)
+            if (IsPointer(argument)) pointers.insert(header.substr(name, open - name) + " " + std::to_string(number));
     }
     return pointers;
 }
