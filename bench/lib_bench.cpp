@@ -16,8 +16,8 @@
 namespace
 {
 
-constexpr int kWidth = 6000;
-constexpr int kHeight = 4000;
+constexpr int kWidth = SelvaneBench::k24MP.fWidth;
+constexpr int kHeight = SelvaneBench::k24MP.fHeight;
 constexpr int kPreview = 1024;
 constexpr int kRuns = 5;
 
@@ -85,7 +85,7 @@ int main(int argc, char** argv)
 {
     selvane* const h = selvane_new();
     Must(selvane_set_threads(h, argc > 1 ? std::atoi(argv[1]) : 1), h);
-    const std::vector<unsigned char> samples = SelvaneBench::Scene(16, kWidth, kHeight);
+    const std::vector<unsigned char> samples = SelvaneBench::Scene(16, SelvaneBench::k24MP);
     selvane_picture picture;
     selvane_picture_init(&picture);
     picture.width = kWidth;
