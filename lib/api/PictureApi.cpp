@@ -12,8 +12,6 @@ using namespace SelvaneLib;
 namespace
 {
 
-constexpr int kSuggestionSize = 512;
-
 selvane_picture EmptyPicture()
 {
     selvane_picture picture{};

@@ -12,9 +12,7 @@ namespace SelvaneLib
 namespace
 {
 
-constexpr int kSuggestionSize = 512; // pixels of the longer side
-constexpr float kEngineContrast = 20.0f;
-constexpr int kMostSuggestionPreviews = 12; // of Suggest, for the progress alone
+constexpr int kMostSuggestionPreviews = 13; // of Suggest, for the progress alone
 
 /// Settings of a look, complete.
 selvane_settings SettingsOf(const sLook& pLook)
@@ -28,7 +26,7 @@ selvane_settings SettingsOf(const sLook& pLook)
     settings.black_clip = pLook.black_clip;
     settings.radius = pLook.radius;
     settings.exposure = pLook.exposure;
-    settings.contrast = pLook.contrast - kEngineContrast;
+    settings.contrast = std::clamp(pLook.contrast - kEngineContrast, -100.0f, 100.0f);
     settings.saturation = pLook.saturation;
     return settings;
 }

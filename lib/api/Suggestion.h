@@ -12,6 +12,8 @@ namespace SelvaneLib
 constexpr double kSuggestWeight = 2.0;
 constexpr double kReduceWeight = 0.5;
 
+constexpr int kSuggestionSize = 512; ///< pixels of the longer side of the picture that the suggestion looks at
+
 /// The handle's picture. @throws cFailure without one
 sKept& PictureOf(selvane& pHandle);
 

@@ -31,7 +31,6 @@ constexpr double kMapWeight = 2.0;
 constexpr double kPointsWeight = 1.0;
 constexpr double kWriteWeight = 4.0;
 constexpr int64_t kBandPixels = int64_t{1} << 16;
-constexpr float kEngineContrast = 20.0f; // the contrast of the entry
 constexpr int64_t kMostGridBytes = int64_t{48} << 20;
 constexpr int64_t kTableBytes = int64_t{8} << 20;
 
