@@ -4,6 +4,7 @@
 #include "bitmap/cBitmapXYZ32.h"
 #include "color/cColorSpace.h"
 #include "curve/cHermiteSpline.h"
+#include "entry/SliderScales.h"
 #include "render/cTmRenderer.h"
 
 #include <algorithm>
@@ -24,20 +25,12 @@ constexpr int kRequestRender = 1;
 constexpr int kRequestMeasure = 9;
 constexpr int kRequestBoth = 0;
 
-/// A line whose slope differs on the two sides of 0.
-float Slider(float pValue, double pBelow, double pAbove, double pOffset)
-{
-    const double slope = pValue < 0.0f ? pBelow : pAbove;
-    return static_cast<float>(std::fma(slope, static_cast<double>(pValue), pOffset));
-}
-
 void SetLook(cTmRenderer& pRenderer, const sLook& pLook, int pRequest, float pBlack, float pWhite)
 {
-    pRenderer.SetToneMappingParams(
-        Slider(pLook.compression, 0.4, 0.26, pLook.compression < 0.0f ? 40.0 : 47.0),
-        static_cast<float>(0.04 * static_cast<double>(pLook.adaptation)), true, pLook.contrast, true, 0.0f,
-        Slider(pLook.radius, -9.0, -7.0, 100.0), Slider(pLook.smoothness, -10.0, -6.0, 60.0), 0.0f, false, false, false,
-        static_cast<float>(0.05 * static_cast<double>(pLook.white_clip)), pLook.black_clip, pRequest, pBlack, pWhite);
+    pRenderer.SetToneMappingParams(GlobalContrast(pLook.compression), Share(0.04, pLook.adaptation), true,
+                                   pLook.contrast, true, 0.0f, SpatialSize(pLook.radius), RangeSize(pLook.smoothness),
+                                   0.0f, false, false, false, Share(0.05, pLook.white_clip), pLook.black_clip, pRequest,
+                                   pBlack, pWhite);
 }
 
 void SetSaturation(cTmRenderer& pRenderer, float pSaturation)
