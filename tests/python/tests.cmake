@@ -2,6 +2,10 @@
 # have to come before Python's own memory.
 
 if(SELVANE_HAS_PYTHON AND NOT SELVANE_SANITIZE)
+  add_executable(selvane_python_reference python/reference.c)
+  target_link_libraries(selvane_python_reference PRIVATE selvane_library)
+  target_compile_options(selvane_python_reference PRIVATE -Wall -Wextra -Wno-missing-field-initializers)
+
   # selvane_python_test(NAME): tests/python/test_NAME.py
   function(selvane_python_test name)
     add_test(NAME python.${name} COMMAND ${SELVANE_PYTHON_EXECUTABLE} -m pytest -q -p no:cacheprovider --rootdir ${CMAKE_CURRENT_SOURCE_DIR}/python
