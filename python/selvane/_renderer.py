@@ -18,6 +18,7 @@ from ._report import Report, to_report
 from ._settings import Settings, _from_record, _to_record
 from ._work import Owner, Progress, Steps
 
+_NO_PICTURE: tuple[int, ...] = (1, 1, 3)  # room for a call that fails
 _PLANES = ("luminance", "base", "detail")
 _NEARLY = 0.97  # share of the samples
 _DARK, _BRIGHT = 8 / 256, 247 / 255  # of full scale
@@ -70,7 +71,7 @@ class Renderer:
         with self._owner.alone() as handle:
             handle.call("selvane_set_threads", threads)
             handle.call("selvane_set_memory_limit", memory_limit)
-        self._shape: tuple[int, ...] = (0, 0, 3)
+        self._shape = _NO_PICTURE
         self._order = "rgb"
         if array is not None:
             self._read(Steps(progress), array, space, transfer, order, keep_hot_samples)
@@ -79,6 +80,8 @@ class Renderer:
         raise TypeError("a Renderer cannot be copied or pickled")
 
     def __repr__(self) -> str:
+        if self._shape is _NO_PICTURE:
+            return "<selvane.Renderer without a picture>"
         rows, columns, channels = self._shape
         return f"<selvane.Renderer of {columns} x {rows} pixels, {channels} channels>"
 

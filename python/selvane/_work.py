@@ -8,11 +8,14 @@ thread: the handler of Control-C and the progress function. What they raise canc
 from __future__ import annotations
 
 import _thread
+import atexit
+import os
 import threading
+import time
 from collections.abc import Callable, Iterator
 from contextlib import contextmanager
 from queue import Empty, SimpleQueue
-from typing import Generic, Optional, TypeVar
+from typing import Any, Generic, Optional, TypeVar
 
 from ._library import NO_PROGRESS, PROGRESS, Handle, library
 
@@ -59,7 +62,7 @@ class _Call(Generic[Result]):
         self._shares: SimpleQueue[float] = SimpleQueue()
         self._results: list[Result] = []
         self._failure: BaseException | None = None
-        self._begun = self._ended = self._cancelled = False
+        self._begun = self._ended = self.cancelled = False
 
     def wait(self, steps: Steps) -> Result:
         try:
@@ -82,7 +85,7 @@ class _Call(Generic[Result]):
 
     def _cancel(self) -> None:
         """Returns when the library is through. A thread that has not begun yet will see the mark and do nothing."""
-        self._cancelled = True
+        self.cancelled = True
         while self._begun and not self._ended:
             try:
                 self._next_share()
@@ -91,17 +94,20 @@ class _Call(Generic[Result]):
 
     def _work(self) -> None:
         self._begun = True
+        _running.calls.add(self)
         try:
             if self._enter():
                 self._call()
         except BaseException as failure:
             self._failure = failure
-        finally:
-            self._ended = True
-            self._shares.put(0.0)  # wakes the caller
+        if _running.closed:
+            self._failure = SystemExit()  # which ends a thread without a word
+        self._ended = True
+        _running.calls.discard(self)
+        self._shares.put(0.0)  # wakes the caller
 
     def _enter(self) -> bool:
-        while not self._cancelled:
+        while not (self.cancelled or _running.closed):
             if self._owner.lock.acquire(timeout=_PATIENCE):
                 return True
         return False
@@ -118,7 +124,27 @@ class _Call(Generic[Result]):
 
     def _on_progress(self, user: object, stage: int, share: float) -> int:
         self._shares.put(share)
-        return int(self._cancelled)
+        return int(self.cancelled)
+
+
+class _Running:
+    """The calls that run. None may outlast Python: it would stop their thread in the callback, amid the library."""
+
+    def __init__(self) -> None:
+        self.calls: set[_Call[Any]] = set()
+        self.closed = False
+        os.register_at_fork(after_in_child=self.calls.clear)
+        atexit.register(self._close)
+
+    def _close(self) -> None:
+        self.closed = True
+        while self.calls:
+            for call in list(self.calls):
+                call.cancelled = True
+            time.sleep(0.01)
+
+
+_running = _Running()
 
 
 class Steps:
