@@ -3,7 +3,7 @@
 import subprocess
 from pathlib import Path
 
-from setuptools import setup
+from setuptools import Distribution, setup
 from setuptools.command.build_py import build_py
 from wheel.bdist_wheel import bdist_wheel
 
@@ -21,15 +21,20 @@ class WithLibrary(build_py):
         self.copy_file(str(library), str(Path(self.build_lib) / "selvane"))
 
 
-class ForOneMachine(bdist_wheel):
-    """Any Python 3, since nothing is compiled against it; but one system and processor."""
+class HoldsMachineCode(Distribution):
+    def has_ext_modules(self) -> bool:
+        return True
 
-    def finalize_options(self) -> None:
-        super().finalize_options()
-        self.root_is_pure = False
+
+class ForAnyPython(bdist_wheel):
+    """One system and processor, but any Python 3, since nothing is compiled against it."""
 
     def get_tag(self) -> "tuple[str, str, str]":
         return ("py3", "none", super().get_tag()[2])
 
 
-setup(version=pkg_config("--modversion"), cmdclass={"build_py": WithLibrary, "bdist_wheel": ForOneMachine})
+setup(
+    version=pkg_config("--modversion"),
+    distclass=HoldsMachineCode,
+    cmdclass={"build_py": WithLibrary, "bdist_wheel": ForAnyPython},
+)

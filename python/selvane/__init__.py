@@ -39,10 +39,10 @@ OpenCV's arrays have blue first: `selvane.tonemap(cv2.imread(name, cv2.IMREAD_UN
 See also: help(selvane.tonemap), help(selvane.Renderer), help(selvane.Settings).
 """
 
-from ._library import library as _library
+from . import _library
 from ._renderer import PictureWarning, Renderer, profile, tonemap
 from ._report import Report
 from ._settings import Settings, presets
 
-__version__: str = _library.selvane_version_text().decode()
+__version__: str = _library.library.selvane_version_text().decode()
 __all__ = ["PictureWarning", "Renderer", "Report", "Settings", "presets", "profile", "tonemap"]

@@ -41,42 +41,43 @@ class Settings:
     >>> no_green = Settings(hue_saturation=[(0.2, 0.5), (1 / 3, 0.0), (0.5, 0.5)])
 
     Values are stored as 32-bit floats. Their ranges are checked where a Renderer takes them: ValueError names the value.
+
+    automatic       Add the sliders to the suggestion.
+    wrap            Left and right edge touch, as in a panorama of 360 degrees.
+    compression     -100 to 100: strength of the global compression.
+    smoothness      -10 to 10: edge tolerance of the base layer.
+    radius          -10 wide to 10 fine: size of what counts as detail.
+    adaptation      0 to 100, automatic also below: bends both layers around their means.
+    white_clip      0 to 100 for 0 to 5 per cent of the pixels, automatic also below.
+    black_clip      0 to 100 per cent of the pixels, automatic also below.
+    exposure        -20 to 20 stops.
+    contrast        -100 to 100.
+    saturation      -100 grey to 100.
+    points          "measured": black and white point come from the picture and the clips; "given": from black_point, white_point.
+    black_point     Luminance that becomes black, as the report gives it.
+    white_point     Luminance that becomes white, above black_point.
+    hue             Shift of hue: 0 half the circle back, 1 half the circle on.
+    hue_saturation  Saturation: 0 grey, 1 double.
+    hue_lightness   Lightness: 0 dark, 1 double; weaker the paler the colour.
     """
 
     automatic: bool = True
-    """Add the sliders to the suggestion."""
     wrap: bool = False
-    """Left and right edge touch, as in a panorama of 360 degrees."""
     compression: float = 0.0
-    """-100 to 100: strength of the global compression."""
     smoothness: float = 0.0
-    """-10 to 10: edge tolerance of the base layer."""
     radius: float = 0.0
-    """-10 wide to 10 fine: size of what counts as detail."""
     adaptation: float = 0.0
-    """0 to 100, automatic also below: bends both layers around their means."""
     white_clip: float = 0.0
-    """0 to 100 for 0 to 5 per cent of the pixels, automatic also below."""
     black_clip: float = 0.0
-    """0 to 100 per cent of the pixels, automatic also below."""
     exposure: float = 0.0
-    """-20 to 20 stops."""
     contrast: float = 0.0
-    """-100 to 100."""
     saturation: float = 0.0
-    """-100 grey to 100."""
     points: str = "measured"
-    """"measured": black and white point come from the picture and the clips; "given": from black_point, white_point."""
     black_point: float = 0.0
-    """Luminance that becomes black, as the report gives it."""
     white_point: float = 0.0
-    """Luminance that becomes white, above black_point."""
     hue: Points = ()
-    """Shift of hue: 0 half the circle back, 1 half the circle on."""
     hue_saturation: Points = ()
-    """Saturation: 0 grey, 1 double."""
     hue_lightness: Points = ()
-    """Lightness: 0 dark, 1 double; weaker the paler the colour."""
 
     def __post_init__(self) -> None:
         if self.points not in _POINTS:

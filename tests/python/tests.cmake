@@ -14,7 +14,7 @@ if(SELVANE_HAS_PYTHON AND NOT SELVANE_SANITIZE)
       "PYTHONPATH=${PROJECT_SOURCE_DIR}/python;LD_LIBRARY_PATH=$<TARGET_FILE_DIR:selvane_library>;PYTHONDONTWRITEBYTECODE=1;SELVANE_BUILD=${PROJECT_BINARY_DIR};SELVANE_SOURCE=${PROJECT_SOURCE_DIR}")
   endfunction()
 
-  foreach(name pixels renderer settings interrupt threads interface examples install docs)
+  foreach(name pixels renderer settings interrupt threads interface install examples docs)
     selvane_python_test(${name})
   endforeach()
 endif()
