@@ -40,9 +40,10 @@ See also: help(selvane.tonemap), help(selvane.Renderer), help(selvane.Settings).
 """
 
 from . import _library
+from ._frames import Frame, smooth
 from ._renderer import PictureWarning, Renderer, profile, tonemap
 from ._report import Report
 from ._settings import Settings, presets
 
 __version__: str = _library.library.selvane_version_text().decode()
-__all__ = ["PictureWarning", "Renderer", "Report", "Settings", "presets", "profile", "tonemap"]
+__all__ = ["Frame", "PictureWarning", "Renderer", "Report", "Settings", "presets", "profile", "smooth", "tonemap"]

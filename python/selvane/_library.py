@@ -15,6 +15,7 @@ from typing import Any, TypeVar
 
 SONAME = "libselvane.so.0"
 MOST_POINTS = 16
+FRAME_CELLS = 64
 STAGES = ("read", "split", "map", "points", "write")
 
 PROGRESS = ctypes.CFUNCTYPE(c_int, c_void_p, c_int, c_float)
@@ -142,6 +143,27 @@ class ReportRecord(_Record):
     ]
 
 
+class FrameRecord(_Record):
+    _fields_ = [
+        ("struct_size", c_size_t),
+        ("compression", c_float),
+        ("smoothness", c_float),
+        ("radius", c_float),
+        ("adaptation", c_float),
+        ("white_clip", c_float),
+        ("black_clip", c_float),
+        ("exposure", c_float),
+        ("contrast", c_float),
+        ("saturation", c_float),
+        ("black_point", c_float),
+        ("white_point", c_float),
+        ("cells", c_float * FRAME_CELLS),
+        ("cut", c_int32),
+        ("odd", c_int32),
+        ("reserved", c_int32),
+    ]
+
+
 _FUNCTIONS: dict[str, tuple[Any, tuple[Any, ...]]] = {
     "selvane_version_text": (c_char_p, ()),
     "selvane_new": (c_void_p, ()),
@@ -164,6 +186,9 @@ _FUNCTIONS: dict[str, tuple[Any, tuple[Any, ...]]] = {
     "selvane_get_report": (c_int, (c_void_p, POINTER(ReportRecord))),
     "selvane_reason": (c_char_p, (c_void_p, c_int)),
     "selvane_get_plane": (c_int, (c_void_p, c_int, c_void_p, c_ssize_t)),
+    "selvane_measure": (c_int, (c_void_p, POINTER(FrameRecord))),
+    "selvane_smooth": (c_int, (c_void_p, POINTER(FrameRecord), POINTER(FrameRecord), c_size_t, c_int)),
+    "selvane_frame_to_settings": (c_int, (c_void_p, POINTER(FrameRecord), POINTER(SettingsRecord))),
     "selvane_set_progress": (c_int, (c_void_p, PROGRESS, c_void_p)),
     "selvane_set_threads": (c_int, (c_void_p, c_int)),
     "selvane_set_memory_limit": (c_int, (c_void_p, ctypes.c_uint64)),

@@ -12,7 +12,8 @@ from typing import Any, NoReturn
 import numpy as np
 import numpy.typing as npt
 
-from ._library import Handle, ReportRecord, SettingsRecord, library
+from ._frames import Frame, to_frame
+from ._library import FrameRecord, Handle, ReportRecord, SettingsRecord, library
 from ._pixels import SPACES, Array, Space, choice, picture_record, share_within, target_record
 from ._report import Report, to_report
 from ._settings import Settings, _from_record, _to_record
@@ -259,6 +260,11 @@ class Renderer:
         """What the Renderer knows of its picture and its latest render: a dict, which a notebook shows as a table."""
         with self._owner.alone() as handle:
             return to_report(handle.record("selvane_get_report", ReportRecord()))
+
+    def measure(self, progress: Progress = None) -> Frame:
+        """Measures the picture as a frame of a film, with the present settings. `selvane.smooth` takes all frames, and
+        `Frame.to_settings` gives the settings of each. A render that follows takes the results."""
+        return to_frame(self._owner.run(Steps(progress), lambda handle: handle.record("selvane_measure", FrameRecord())))
 
     @property
     def luminance(self) -> npt.NDArray[np.float32]:

@@ -118,6 +118,27 @@ static void PrintReport(void)
     FIELD(report, bytes);
 }
 
+static void PrintFrame(void)
+{
+    SIZE(frame);
+    FIELD(frame, struct_size);
+    FIELD(frame, compression);
+    FIELD(frame, smoothness);
+    FIELD(frame, radius);
+    FIELD(frame, adaptation);
+    FIELD(frame, white_clip);
+    FIELD(frame, black_clip);
+    FIELD(frame, exposure);
+    FIELD(frame, contrast);
+    FIELD(frame, saturation);
+    FIELD(frame, black_point);
+    FIELD(frame, white_point);
+    FIELD(frame, cells);
+    FIELD(frame, cut);
+    FIELD(frame, odd);
+    FIELD(frame, reserved);
+}
+
 struct sCall
 {
     selvane_picture picture;
@@ -218,6 +239,7 @@ int main(int count, char** words)
         PrintSettings();
         PrintTarget();
         PrintReport();
+        PrintFrame();
         return 0;
     }
     struct sCall call = {.settings = ""};

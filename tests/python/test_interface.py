@@ -21,6 +21,7 @@ RECORDS = {
     "settings": _library.SettingsRecord,
     "target": _library.TargetRecord,
     "report": _library.ReportRecord,
+    "frame": _library.FrameRecord,
 }
 
 
@@ -40,12 +41,13 @@ def test_the_numbers_of_the_header_are_ours():
     number = lambda name: int(re.search(rf"\b{name}\b\s*=?\s*(\d+)", header)[1])
     assert _library.SONAME == f"libselvane.so.{number('SELVANE_VERSION_MAJOR')}"
     assert _library.MOST_POINTS == number("SELVANE_MOST_POINTS")
+    assert _library.FRAME_CELLS == number("SELVANE_FRAME_CELLS")
     assert len(_library.STAGES) == number("SELVANE_STAGES")
     assert [number(f"SELVANE_STAGE_{name.upper()}") for name in _library.STAGES] == [0, 1, 2, 3, 4]
     assert selvane.__version__ == ".".join(str(number(f"SELVANE_VERSION_{part}")) for part in ("MAJOR", "MINOR", "PATCH"))
 
 
-@pytest.mark.parametrize("name", ["selvane", "selvane._renderer", "selvane._settings"])
+@pytest.mark.parametrize("name", ["selvane", "selvane._renderer", "selvane._settings", "selvane._frames"])
 def test_the_examples_of_the_help_are_true(name):
     result = doctest.testmod(importlib.import_module(name))
     assert result.failed == 0 < result.attempted
