@@ -55,7 +55,7 @@ selvane_test(host
   write/OutputFile_test.cpp)
 target_link_libraries(selvane_tests_host PRIVATE selvane_host selvane_shell PkgConfig::VIPS OpenEXR::OpenEXR PNG::PNG ZLIB::ZLIB)
 target_compile_definitions(selvane_tests_host PRIVATE
-  SELVANE_BINARY="$<TARGET_FILE:selvane>" SELVANE_SCENE="$<TARGET_FILE:selvane-scene>" SELVANE_VERSION="${PROJECT_VERSION}"
+  SELVANE_BINARY="$<TARGET_FILE:selvane>" SELVANE_SCENE="$<TARGET_FILE:selvane-scene>" SELVANE_COMMAND_VERSION="${PROJECT_VERSION}"
   SELVANE_COMMAND_PAGE="${PROJECT_SOURCE_DIR}/docs/command.md")
 add_dependencies(selvane_tests_host selvane selvane-scene)
 if(NOT SELVANE_SANITIZE) # a sanitizer must be the first library that is loaded
