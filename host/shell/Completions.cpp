@@ -119,8 +119,9 @@ std::string ZshOption(const CLI::Option& pOption, const tValueWords& pWords)
 {
     std::string text;
     for (const std::string& name : DashedNames(pOption))
-        text += " \\\n                " + Quoted("*" + name + "[" + ZshEscaped(pOption.get_description()) + "]" +
-                                                      ZshValue(pOption, pWords), "'\\''");
+        text +=
+            " \\\n                " +
+            Quoted("*" + name + "[" + ZshEscaped(pOption.get_description()) + "]" + ZshValue(pOption, pWords), "'\\''");
     return text;
 }
 
@@ -128,7 +129,8 @@ std::string ZshScript(const CLI::App& pApp, const tValueWords& pWords)
 {
     std::string commands, cases;
     for (const CLI::App* command : ListedCommands(pApp)) {
-        commands += "        " + Quoted(command->get_name() + ":" + ZshEscaped(command->get_description()), "'\\''") + "\n";
+        commands +=
+            "        " + Quoted(command->get_name() + ":" + ZshEscaped(command->get_description()), "'\\''") + "\n";
         cases += "        " + command->get_name() + ")\n            _arguments -S";
         for (const CLI::Option* option : ListedOptions(*command))
             cases += ZshOption(*option, pWords);

@@ -11,7 +11,7 @@ namespace SelvaneHost
 namespace
 {
 
-constexpr size_t kColumn = 32;  // where explanations begin
+constexpr size_t kColumn = 32;   // where explanations begin
 constexpr size_t kColumns = 100; // of a line
 
 /// Appends a text with line breaks between words. The first line goes on behind pUsed columns.
@@ -35,8 +35,10 @@ void AppendWrapped(std::string& pTo, const std::string& pText, size_t pUsed)
 std::string Entry(const std::string& pName, const std::string& pWhat)
 {
     std::string text = "  " + pName;
-    if (text.size() + 2 > kColumn) text += "\n" + std::string(kColumn, ' ');
-    else text.resize(kColumn, ' ');
+    if (text.size() + 2 > kColumn)
+        text += "\n" + std::string(kColumn, ' ');
+    else
+        text.resize(kColumn, ' ');
     AppendWrapped(text, pWhat, kColumn);
     return text;
 }

@@ -81,7 +81,8 @@ std::string ManualPage(const CLI::App& pCommand, const std::string& pVersion)
     for (const CLI::Option* positional : Positionals(pCommand))
         text += Entry(positional->get_name(true), positional->get_description());
     text += Options(pCommand);
-    text += ".SH EXIT STATUS\n0: done. 1: a picture could not be read, computed or written. 2: the command line is wrong.\n";
+    text += ".SH EXIT STATUS\n0: done. 1: a picture could not be read, computed or written. 2: the command line is "
+            "wrong.\n";
     return text + ".SH SEE ALSO\n.BR selvane (1)\n";
 }
 

@@ -53,7 +53,8 @@ std::vector<const CLI::App*> ListedCommands(const CLI::App& pApp)
 
 std::vector<const CLI::Option*> ListedOptions(const CLI::App& pCommand)
 {
-    return pCommand.get_options([](const CLI::Option* pOption) { return pOption->nonpositional() && !pOption->get_group().empty(); });
+    return pCommand.get_options(
+        [](const CLI::Option* pOption) { return pOption->nonpositional() && !pOption->get_group().empty(); });
 }
 
 std::vector<const CLI::Option*> Positionals(const CLI::App& pCommand)

@@ -33,15 +33,16 @@ void RunConfig(const CLI::App& pApp, const sShellOptions& pOptions)
 void AddConfig(CLI::App& pApp, sShellOptions& pOptions)
 {
     CLI::App* const command = pApp.add_subcommand("config", "show and change your own defaults");
-    command->footer("Examples:\n"
-                    "  selvane config                            shows the file and what stands in it\n"
-                    "  selvane config tonemap.preset clear       tonemap takes --preset clear from now on\n"
-                    "  selvane config tonemap.preset             shows that default\n"
-                    "  selvane config --unset tonemap.preset     takes it away\n"
-                    "\n"
-                    "The file has a table for each subcommand and a line for each of its long options, without dashes.\n"
-                    "A flag is true or false. The command line comes after it, so it wins. --exact ignores the file.\n"
-                    "SELVANE_CONFIG=FILE chooses another file, SELVANE_CONFIG= none.");
+    command->footer(
+        "Examples:\n"
+        "  selvane config                            shows the file and what stands in it\n"
+        "  selvane config tonemap.preset clear       tonemap takes --preset clear from now on\n"
+        "  selvane config tonemap.preset             shows that default\n"
+        "  selvane config --unset tonemap.preset     takes it away\n"
+        "\n"
+        "The file has a table for each subcommand and a line for each of its long options, without dashes.\n"
+        "A flag is true or false. The command line comes after it, so it wins. --exact ignores the file.\n"
+        "SELVANE_CONFIG=FILE chooses another file, SELVANE_CONFIG= none.");
     CLI::Option* const name = command->add_option("NAME", pOptions.fName, "SUBCOMMAND.OPTION");
     command->add_option("VALUE", pOptions.fValue, "its new default")->needs(name);
     command->add_option("--unset", pOptions.fUnset, "take the default of SUBCOMMAND.OPTION away")
@@ -146,8 +147,8 @@ std::string WordsFor(const CLI::App& pApp, const CLI::ParseError& pError, const 
     if (dynamic_cast<const CLI::ExtrasError*>(&pError) != nullptr) {
         const std::string unknown = UnknownOption(*command, pWords);
         if (!unknown.empty())
-            return command->get_name() + " has no option --" + unknown + DidYouMean(unknown, LongNames(*command), "--") +
-                   Hint(command->get_name());
+            return command->get_name() + " has no option --" + unknown +
+                   DidYouMean(unknown, LongNames(*command), "--") + Hint(command->get_name());
     }
     return pError.what() + Hint(command->get_name());
 }

@@ -13,11 +13,11 @@ namespace SelvaneHost
 struct sShellOptions
 {
     std::string fVersion; ///< of the command
-    std::string fName;  ///< of a default: "tonemap.quality"
-    std::string fValue; ///< of a default
-    std::string fUnset; ///< name of a default to take away
-    std::string fShell; ///< whose completions to print
-    std::string fPage;  ///< subcommand whose manual page to print
+    std::string fName;    ///< of a default: "tonemap.quality"
+    std::string fValue;   ///< of a default
+    std::string fUnset;   ///< name of a default to take away
+    std::string fShell;   ///< whose completions to print
+    std::string fPage;    ///< subcommand whose manual page to print
 };
 
 /// Declares the subcommands. Call it behind all others: they look at them.

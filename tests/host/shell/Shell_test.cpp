@@ -62,8 +62,9 @@ TEST_F(Shell, EachSubcommandHasAHelpThatBeginsWithExamples)
 
 TEST_F(Shell, AMistypedOptionGetsTheNearestOneAndThePageOfItsSubcommand)
 {
-    ExpectFailure(Selvane({"tonemap", Hdr(), "-o", Out(), "--exposre", "1"}), 2,
-                  "tonemap has no option --exposre; did you mean --exposure? (selvane tonemap --help lists what there is)");
+    ExpectFailure(
+        Selvane({"tonemap", Hdr(), "-o", Out(), "--exposre", "1"}), 2,
+        "tonemap has no option --exposre; did you mean --exposure? (selvane tonemap --help lists what there is)");
     ExpectFailure(Selvane({"stats", Hdr(), "--white-clp=1"}), 2, "did you mean --white-clip?");
     const sRun other = Selvane({"tonemap", Hdr(), "-o", Out(), "--sharpness", "1"});
     ExpectFailure(other, 2, "tonemap has no option --sharpness (selvane tonemap --help");
@@ -85,8 +86,8 @@ TEST_F(Shell, ANameThatBeginsWithADashStandsBehindTwo)
 {
     const std::string folder = fFolder.Path();
     std::filesystem::copy_file(Hdr(), fFolder / "-o.hdr");
-    const sRun run = Selvane({"tonemap", "--exact", "-o", "-x.png", "--", "-o.hdr"},
-                             [&] { std::filesystem::current_path(folder); });
+    const sRun run =
+        Selvane({"tonemap", "--exact", "-o", "-x.png", "--", "-o.hdr"}, [&] { std::filesystem::current_path(folder); });
     ExpectQuietSuccess(run);
     EXPECT_TRUE(Exists(fFolder / "-x.png"));
 }
@@ -276,11 +277,14 @@ TEST_F(Completions, ZshCompletesSubcommandsOptionsAndValues)
         const std::string program = fFolder / "ask.zsh";
         WriteAll(program, "zmodload zsh/zpty\n"
                           "zpty asked zsh -f -i\n"
-                          "zpty -w asked 'stty -echo; PS1=; autoload -Uz compinit; compinit -u -D; . " + script +
+                          "zpty -w asked 'stty -echo; PS1=; autoload -Uz compinit; compinit -u -D; . " +
+                              script +
                               "; say() { zle complete-word; print -r -- \"<$BUFFER>\" }; zle -N say; bindkey ^G say; "
                               "echo rea''dy'\n"
                               "zpty -r asked text '*ready*'\n"
-                              "zpty -n -w asked $'" + pLine + "\\a'\n"
+                              "zpty -n -w asked $'" +
+                              pLine +
+                              "\\a'\n"
                               "zpty -r asked text '*<*>*'\n"
                               "print -r -- ${${text##*<}%%>*}\n"
                               "zpty -d asked\n");
@@ -304,7 +308,8 @@ TEST_F(Shell, TheManualPageOfASubcommandHasAllOfItsHelp)
         for (const std::string& line : LinesOf(Selvane({name, "--help"}).fOut)) {
             const size_t dashes = line.find("--");
             if (!line.starts_with("  -") || dashes == std::string::npos) continue;
-            EXPECT_THAT(words, testing::Contains(line.substr(dashes, line.find_first_of(" ", dashes) - dashes))) << name;
+            EXPECT_THAT(words, testing::Contains(line.substr(dashes, line.find_first_of(" ", dashes) - dashes)))
+                << name;
         }
         EXPECT_THAT(words, testing::Contains("EXAMPLES"));
     }
@@ -320,7 +325,8 @@ TEST_F(Shell, TheManualPageHasEachSliderWithItsRange)
         return text;
     };
     for (const SelvaneHost::sSlider& slider : SelvaneHost::kSliders)
-        EXPECT_THAT(page, HasSubstr(".B " + escaped(slider.fOption) + " N\n" + escaped(SelvaneHost::HelpOf(slider)) + "\n"));
+        EXPECT_THAT(page,
+                    HasSubstr(".B " + escaped(slider.fOption) + " N\n" + escaped(SelvaneHost::HelpOf(slider)) + "\n"));
 }
 
 } // namespace
