@@ -1,6 +1,6 @@
 #include "host/Workshop.h"
 
-#include "picture/ProfileMatch.h"
+#include "picture/Color.h"
 
 #include <ImfChannelList.h>
 #include <ImfChromaticities.h>
@@ -163,6 +163,7 @@ sRun Selvane(const std::vector<std::string>& pWords, const std::function<void()>
     if (child == 0) {
         ::dup2(out.Descriptor(), STDOUT_FILENO);
         ::dup2(err.Descriptor(), STDERR_FILENO);
+        ::setenv("SELVANE_CONFIG", "", 1); // the defaults of the person who tests are none of the tests'
         if (pPrepare) pPrepare();
         ::execv(words[0], words.data());
         ::_exit(127);
@@ -206,7 +207,7 @@ std::vector<std::pair<std::string, tBytes>> OneOfEachKind(const cFolder& pFolder
     const std::vector<uint16_t> sixteen = Samples16(24, 20);
     const std::vector<float> plane(24 * 20, 3.0F);
     sStored profiled = Rgb8();
-    profiled.fProfile = SelvaneHost::StoredProfile(Vornik::eColorSpace_AdobeRGB98);
+    profiled.fProfile = SelvaneHost::StoredProfile(SELVANE_ADOBE_RGB);
     Store(pFolder / "8.png", eight.data(), 24, 20, profiled);
     Store(pFolder / "16.png", sixteen.data(), 24, 20, Rgb16());
     Store(pFolder / "8.tif", eight.data(), 24, 20, profiled);
