@@ -4,6 +4,11 @@ SELVANE_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libcli11-dev libvips-de
 SELVANE_TEST_PACKAGES=(libgtest-dev libgmock-dev libpng-dev clang binutils doxygen valgrind libfltk1.3-dev man-db xauth xvfb zsh fish bsdextrautils)
 SELVANE_DESKTOP_PACKAGES=() # of scripts/test --desktop
 
+# The Python package and its tests.
+SELVANE_TEST_PACKAGES+=(python3-numpy python3-dask python3-opencv python3-imageio libfreeimage3 python3-tqdm python3-pytest python3-pip
+  python3-venv python3-setuptools python3-wheel mypy)
+SELVANE_DESKTOP_PACKAGES+=(python3-distributed)
+
 # selvane_need PACKAGE...: makes sure that the packages are installed.
 selvane_need() {
   local missing=() package

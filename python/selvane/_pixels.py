@@ -51,7 +51,8 @@ def _check_form(array: Array, what: str) -> int:
         raise ValueError(f"the shape of {what} is {array.shape}, not (rows, columns, 3 or 4)")
     kind = FORMATS.get(array.dtype.newbyteorder("="))
     if kind is None:
-        raise ValueError(f"{what} has samples of {array.dtype}, not of uint8, uint16, float16 or float32")
+        text = f"{what} has samples of {array.dtype}, not of uint8, uint16, float16 or float32"
+        raise ValueError(text + '; astype("float32") converts them' * (array.dtype.kind == "f"))
     return kind
 
 

@@ -342,7 +342,7 @@ def profile(space: str, linear: bool = False) -> bytes:
 def _warn(text: str) -> None:
     """Names the line that called this package."""
     level, frame = 1, sys._getframe()
-    while frame.f_back is not None and frame.f_globals["__name__"].partition(".")[0] == __package__:
+    while frame.f_back is not None and frame.f_globals.get("__name__", "").partition(".")[0] == __package__:
         level, frame = level + 1, frame.f_back
     warnings.warn(text, PictureWarning, level)
 

@@ -13,7 +13,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-#define FIELD(record, field) \
+#define FIELD(record, field)                                                                                           \
     printf(#record " " #field " %zu %zu\n", offsetof(selvane_##record, field), sizeof(((selvane_##record*)0)->field))
 #define SIZE(record) printf(#record " - 0 %zu\n", sizeof(selvane_##record))
 
@@ -159,20 +159,13 @@ static int SetNumber(struct sCall* call, const char* name, int value)
     {
         const char* name;
         int32_t* field;
-    } fields[] = {{"width", &call->picture.width},
-                  {"height", &call->picture.height},
-                  {"format", &call->picture.format},
-                  {"channels", &call->picture.channels},
-                  {"order", &call->picture.order},
-                  {"primaries", &call->picture.primaries},
-                  {"transfer", &call->picture.transfer},
-                  {"keep_hot_samples", &call->picture.keep_hot_samples},
-                  {"out_format", &call->target.format},
-                  {"out_channels", &call->target.channels},
-                  {"out_order", &call->target.order},
-                  {"out_space", &call->target.space},
-                  {"linear", &call->target.linear},
-                  {"dither", &call->target.dither}};
+    } fields[] = {{"width", &call->picture.width},       {"height", &call->picture.height},
+                  {"format", &call->picture.format},     {"channels", &call->picture.channels},
+                  {"order", &call->picture.order},       {"primaries", &call->picture.primaries},
+                  {"transfer", &call->picture.transfer}, {"keep_hot_samples", &call->picture.keep_hot_samples},
+                  {"out_format", &call->target.format},  {"out_channels", &call->target.channels},
+                  {"out_order", &call->target.order},    {"out_space", &call->target.space},
+                  {"linear", &call->target.linear},      {"dither", &call->target.dither}};
     for (size_t i = 0; i < sizeof(fields) / sizeof(fields[0]); i++)
         if (strcmp(fields[i].name, name) == 0) {
             *fields[i].field = value;
