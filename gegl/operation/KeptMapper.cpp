@@ -13,6 +13,12 @@ namespace SelvaneGegl
 namespace
 {
 
+/// Shown with G_MESSAGES_DEBUG=GEGL.
+void LogLine(void*, const char* pLine)
+{
+    g_log("GEGL", G_LOG_LEVEL_DEBUG, "selvane:tone-map: %s", pLine);
+}
+
 constexpr double kReadShare = 0.1; // of a render that reads its picture
 
 /// GEGL's block of pixels, aligned for its conversions.
@@ -72,8 +78,8 @@ private:
     static int Tell(void* pThis, int, float pShare)
     {
         const auto* part = static_cast<const cProgressPart*>(pThis);
-        const double share = part->fFrom + static_cast<double>(pShare) * (part->fTo - part->fFrom);
-        return part->fProgress(share) ? 0 : 1;
+        part->fProgress(part->fFrom + static_cast<double>(pShare) * (part->fTo - part->fFrom));
+        return 0;
     }
 
     selvane* fHandle;
@@ -85,13 +91,13 @@ private:
 
 void Check(const selvane* pHandle, int pStatus)
 {
-    if (pStatus == SELVANE_ERROR_CANCELLED) throw sCancelled();
     if (pStatus != SELVANE_OK) throw std::runtime_error(selvane_error(pHandle));
 }
 
 cKeptMapper::cKeptMapper() : fHandle(selvane_new())
 {
     if (fHandle == nullptr) throw std::bad_alloc();
+    Check(Handle(), selvane_set_log(Handle(), LogLine, nullptr));
 }
 
 /// GEGL's preferences may change at any time.

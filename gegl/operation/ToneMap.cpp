@@ -147,9 +147,6 @@ using namespace SelvaneGegl;
 namespace
 {
 
-/// A program that shows the progress of the node sets this on it to cancel, from its handler of the signal.
-constexpr const char* kCancelKey = "selvane-cancel";
-
 GeglRectangle WholeInput(GeglOperation* pOperation)
 {
     const GeglRectangle* const input = gegl_operation_source_get_bounding_box(pOperation, "input");
@@ -198,12 +195,29 @@ void SetSettings(selvane* pHandle, const GeglProperties& o)
     Check(pHandle, selvane_set_settings(pHandle, &settings));
 }
 
-bool TellProgress(GeglOperation* pOperation, double pShare)
+/// Shows the progress of a render. Programs open their bar at exactly 0 and close it at exactly 1.
+class cShownProgress
 {
-    char message[] = "Tone mapping";
-    gegl_operation_progress(pOperation, pShare, message);
-    return g_object_get_data(G_OBJECT(pOperation->node), kCancelKey) == nullptr;
-}
+public:
+    explicit cShownProgress(GeglOperation* pOperation) : fOperation(pOperation) { Tell(0.0); }
+    ~cShownProgress() { Tell(1.0); }
+    cShownProgress(const cShownProgress&) = delete;
+    cShownProgress& operator=(const cShownProgress&) = delete;
+
+    void Show(double pShare) const
+    {
+        if (pShare > 0.0 && pShare < 1.0) Tell(pShare);
+    }
+
+private:
+    void Tell(double pShare) const
+    {
+        char message[] = "Tone mapping";
+        gegl_operation_progress(fOperation, pShare, message);
+    }
+
+    GeglOperation* fOperation;
+};
 
 /// The mapper of an operation, made with its first picture.
 cKeptMapper& MapperOf(GeglProperties& o)
@@ -247,13 +261,13 @@ gboolean Render(GeglOperation* pOperation, GeglBuffer* pInput, GeglBuffer* pOutp
 {
     try {
         GeglProperties& properties = *GEGL_PROPERTIES(pOperation);
+        const cShownProgress progress(pOperation);
         cKeptMapper& mapper = MapperOf(properties);
         SetSettings(mapper.Handle(), properties);
         mapper.Render(
             {pInput, pOutput, WholeInput(pOperation), pLevel, gegl_operation_get_format(pOperation, "output")},
-            [pOperation](double pShare) { return TellProgress(pOperation, pShare); });
+            [&progress](double pShare) { progress.Show(pShare); });
         return TRUE;
-    } catch (const sCancelled&) {
     } catch (const std::exception& failure) {
         g_log("GEGL", G_LOG_LEVEL_WARNING, "selvane:tone-map: %s", failure.what());
     }
