@@ -213,14 +213,42 @@ TEST_F(Operation, EncodedIntegersAreWorkedOnAsLinearFloats)
                          Expected(PixelsOf(input.get(), Floats(3)), kWidth, kHeight, kSrgb)));
 }
 
+/// An ICC profile (ICC.1:2001-04) of linear greys: header, white point D50, curve of one value, gamma 1.
+std::string GreyProfile()
+{
+    const auto number = [](uint32_t pValue) {
+        return std::string{static_cast<char>(pValue >> 24), static_cast<char>(pValue >> 16),
+                           static_cast<char>(pValue >> 8), static_cast<char>(pValue)};
+    };
+    const std::string d50 = number(0xF6D6) + number(0x10000) + number(0xD32D);
+    std::string profile =
+        number(192) + number(0) + number(0x02400000) + "mntrGRAYXYZ " + std::string(12, '\0') + "acsp";
+    profile += std::string(28, '\0') + d50;
+    profile.resize(128);
+    profile += number(2) + "wtpt" + number(156) + number(20) + "kTRC" + number(176) + number(14);
+    profile += "XYZ " + number(0) + d50 + "curv" + number(0) + number(1) + std::string("\x01\0\0\0", 4);
+    return profile;
+}
+
 TEST_F(Operation, GreysAreWorkedOnAsSrgb)
 {
-    const Babl* const grey = babl_format("Y float");
-    const tBuffer input(gegl_buffer_new(&kWhole, grey));
-    const std::vector<float> scene = Scene(3);
-    gegl_buffer_set(input.get(), &kWhole, 0, Floats(3), scene.data(), GEGL_AUTO_ROWSTRIDE);
-    EXPECT_TRUE(SameBits(cGraph(input.get()).Pixels(Floats(3)),
-                         Expected(PixelsOf(input.get(), Floats(3)), kWidth, kHeight, kSrgb)));
+    const std::string profile = GreyProfile();
+    const char* error = nullptr;
+    const Babl* const space = babl_space_from_icc(profile.data(), static_cast<int>(profile.size()),
+                                                  BABL_ICC_INTENT_RELATIVE_COLORIMETRIC, &error);
+    ASSERT_NE(space, nullptr) << error;
+    ASSERT_TRUE(babl_space_is_gray(space));
+    for (const Babl* const grey : {babl_format("Y float"), babl_format_with_space("Y float", space)}) {
+        const tBuffer input(gegl_buffer_new(&kWhole, grey));
+        std::vector<float> light;
+        for (const std::vector<float> scene = Scene(3); light.size() < scene.size() / 3;)
+            light.push_back(scene[3 * light.size()]);
+        gegl_buffer_set(input.get(), &kWhole, 0, grey, light.data(), GEGL_AUTO_ROWSTRIDE);
+        const tBuffer result = cGraph(input.get()).Result();
+        EXPECT_EQ(gegl_buffer_get_format(result.get()), Floats(3));
+        EXPECT_TRUE(SameBits(PixelsOf(result.get(), Floats(3)),
+                             Expected(PixelsOf(input.get(), Floats(3)), kWidth, kHeight, kSrgb)));
+    }
 }
 
 // ---- Properties -----------------------------------------------------------------------------------------------------
@@ -381,6 +409,21 @@ TEST_F(Operation, AChangedPixelIsNeverMissed)
                          Expected(scene, kWidth, kHeight, {SELVANE_REC2020, {}})));
 }
 
+TEST_F(Operation, AnotherSpaceForTheSamePixelsIsAnotherPicture)
+{
+    const tBuffer input = BufferOf(Scene(3), Floats(3));
+    const tBuffer output(gegl_buffer_new(&kWhole, Floats(3)));
+    const Babl* const wide = Floats(3, babl_space("Rec2020"));
+    selvane_settings settings;
+    selvane_settings_init(&settings);
+    cKeptMapper mapper;
+    mapper.Render({input.get(), output.get(), kWhole, 0, Floats(3)}, [](double) {});
+    const tBuffer second(gegl_buffer_new(&kWhole, wide));
+    mapper.Render({input.get(), second.get(), kWhole, 0, wide}, [](double) {});
+    EXPECT_TRUE(SameBits(PixelsOf(second.get(), wide),
+                         Expected(PixelsOf(input.get(), wide), kWidth, kHeight, {SELVANE_REC2020, {}}, settings)));
+}
+
 TEST_F(Operation, TheSamePixelsInAnotherBufferAreTheSamePicture)
 {
     const tBuffer input = BufferOf(Scene(3), Floats(3));
@@ -416,31 +459,24 @@ TEST_F(Operation, RememberedPixelsShareTheTilesOfTheOriginal)
 
 // ---- The whole picture ----------------------------------------------------------------------------------------------
 
-TEST_F(Operation, APartOfTheResultIsThatOfTheWhole)
+/// The input is computed no further than the operation asks for. A product with 1 leaves every bit.
+TEST_F(Operation, APartOfTheResultIsThatOfTheWholeAndRenderedOnce)
 {
     const std::vector<float> scene = Scene(3);
     const tBuffer input = BufferOf(scene, Floats(3));
     const std::vector<float> whole = Expected(scene, kWidth, kHeight, kSrgb);
     cGraph graph(input.get());
+    GeglNode* const product = gegl_node_new_child(graph.fRoot, "operation", "gegl:multiply", "value", 1.0, nullptr);
+    gegl_node_link_many(graph.fSource, product, graph.fToneMap, nullptr);
     for (const GeglRectangle& part : {GeglRectangle{10, 20, 30, 40}, GeglRectangle{100, 90, 50, 50}}) {
         std::vector<float> seen(static_cast<size_t>(3 * part.width * part.height));
-        gegl_node_blit(graph.fToneMap, 1.0, &part, Floats(3), seen.data(), GEGL_AUTO_ROWSTRIDE, GEGL_BLIT_DEFAULT);
+        gegl_node_blit(graph.fToneMap, 1.0, &part, Floats(3), seen.data(), GEGL_AUTO_ROWSTRIDE, GEGL_BLIT_CACHE);
         for (int y = 0; y < part.height; y++)
-            ASSERT_EQ(std::memcmp(seen.data() + 3 * y * part.width, whole.data() + 3 * ((part.y + y) * kWidth + part.x),
+            ASSERT_EQ(std::memcmp(seen.data() + ptrdiff_t{3} * y * part.width,
+                                  whole.data() + ptrdiff_t{3} * ((part.y + y) * kWidth + part.x),
                                   static_cast<size_t>(part.width) * 3 * sizeof(float)),
                       0);
     }
-}
-
-TEST_F(Operation, IsRenderedOnceHoweverItIsAskedFor)
-{
-    const tBuffer input = BufferOf(Scene(3), Floats(3));
-    cGraph graph(input.get());
-    int chunk = 0;
-    g_object_get(gegl_config(), "chunk-size", &chunk, nullptr);
-    g_object_set(gegl_config(), "chunk-size", 1000, nullptr); // pixels
-    graph.Result();
-    g_object_set(gegl_config(), "chunk-size", chunk, nullptr);
     EXPECT_EQ(gLog.fRenders, 1);
 }
 
