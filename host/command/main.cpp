@@ -12,6 +12,7 @@
 #include "command/Tonemap.h"
 #include "picture/Errors.h"
 #include "picture/Sliders.h"
+#include "write/OutputOptions.h"
 #include "write/UnfinishedFile.h"
 
 #include <CLI/CLI.hpp>
@@ -29,18 +30,6 @@ constexpr int kMostThreads = 256;
 void AddInput(CLI::App& pCommand, std::string& pInput)
 {
     pCommand.add_option("INPUT", pInput, "picture to read")->required();
-}
-
-CLI::Option* AddOutput(CLI::App& pCommand, sOutput& pOutput)
-{
-    CLI::Option* const output =
-        pCommand.add_option("-o,--output", pOutput.fPath, "picture to write: .png, .tif, .tiff, .jpg or .jpeg");
-    pCommand.add_flag("--force", pOutput.fForce, "write the output even where it is the input");
-    pCommand
-        .add_option("--depth", pOutput.fDepth,
-                    "bits of an output sample (default: 8 for JPEG and 8-bit input, else 16)")
-        ->check(CLI::IsMember({8, 16}));
-    return output;
 }
 
 void AddColorSpace(CLI::App& pCommand, std::optional<int>& pSpace)
@@ -126,7 +115,8 @@ void AddTonemap(CLI::App& pApp, sTonemapOptions& pOptions)
 {
     CLI::App* const command = pApp.add_subcommand("tonemap", "turn a high-dynamic-range picture into one for display");
     AddInput(*command, pOptions.fJob.fInput);
-    AddOutput(*command, pOptions.fJob.fOutput);
+    AddOutputOptions(*command, pOptions.fJob.fOutput);
+    AddResizeOptions(*command, pOptions.fJob.fOutput);
     AddLook(*command, pOptions);
     AddSliders(*command, pOptions.fJob);
     AddCrop(*command, pOptions.fJob.fCrop);
@@ -150,7 +140,7 @@ void AddEqualize(CLI::App& pApp, sEqualizeOptions& pOptions)
 {
     CLI::App* const command = pApp.add_subcommand("equalize", "apply hue curves to a finished picture");
     AddInput(*command, pOptions.fInput);
-    AddOutput(*command, pOptions.fOutput)->required();
+    AddOutputOptions(*command, pOptions.fOutput)->required();
     command->add_option("--hue-shift", pOptions.fHueShift, "points HUE:VALUE,... from 0 to 1; 0.5 changes nothing");
     command->add_option("--saturation", pOptions.fSaturation, "points HUE:VALUE,...");
     command->add_option("--lightness", pOptions.fLightness, "points HUE:VALUE,...");

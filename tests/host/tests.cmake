@@ -40,6 +40,9 @@ selvane_test(host
   command/Failures_test.cpp
   command/HueCurve_test.cpp
   command/Tonemap_test.cpp command/Suggestion_test.cpp
+  metadata/MetadataReader_test.cpp
+  metadata/OutputMetadata_test.cpp
+  metadata/Sample.cpp
   picture/ExponentPlanes_test.cpp
   picture/PngColor_test.cpp
   picture/ProfileMatch_test.cpp
@@ -50,8 +53,9 @@ selvane_test(host
   read/RadianceReader_test.cpp
   read/VipsReader_test.cpp
   scene/Scene_test.cpp
-  write/OutputFile_test.cpp)
-target_link_libraries(selvane_tests_host PRIVATE selvane_host PkgConfig::VIPS OpenEXR::OpenEXR PNG::PNG ZLIB::ZLIB)
+  write/OutputFile_test.cpp
+  write/PictureWriter_test.cpp)
+target_link_libraries(selvane_tests_host PRIVATE selvane_host PkgConfig::VIPS OpenEXR::OpenEXR PNG::PNG ZLIB::ZLIB PkgConfig::EXIV2 PkgConfig::JXL)
 target_compile_definitions(selvane_tests_host PRIVATE
   SELVANE_BINARY="$<TARGET_FILE:selvane>" SELVANE_SCENE="$<TARGET_FILE:selvane-scene>" SELVANE_COMMAND_VERSION="${PROJECT_VERSION}"
   SELVANE_COMMAND_PAGE="${PROJECT_SOURCE_DIR}/docs/command.md"
