@@ -2,7 +2,8 @@
 
 SELVANE_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libcli11-dev libvips-dev libopenexr-dev zlib1g-dev libtomlplusplus-dev
   libexiv2-dev libheif-dev libavif-dev libjxl-dev liblcms2-dev)
-SELVANE_TEST_PACKAGES=(libgtest-dev libgmock-dev libpng-dev clang binutils doxygen valgrind libfltk1.3-dev man-db xauth xvfb libimage-exiftool-perl)
+SELVANE_TEST_PACKAGES=(libgtest-dev libgmock-dev libpng-dev clang binutils doxygen valgrind libfltk1.3-dev man-db xauth xvfb zsh fish bsdextrautils
+  libimage-exiftool-perl)
 SELVANE_DESKTOP_PACKAGES=() # of scripts/test --desktop
 
 # selvane_need PACKAGE...: makes sure that the packages are installed.

@@ -95,7 +95,8 @@ tBytes XmpPacket(const Exiv2::XmpData& pXmp)
     if (pXmp.empty()) return {};
     std::string packet;
     constexpr uint32_t kPadding = 1; // bytes; 0 would stand for the usual two thousand
-    if (Exiv2::XmpParser::encode(packet, pXmp, Exiv2::XmpParser::useCompactFormat, kPadding) != 0) throw Exiv2::Error(Exiv2::kerErrorMessage, "XMP cannot be encoded");
+    if (Exiv2::XmpParser::encode(packet, pXmp, Exiv2::XmpParser::useCompactFormat, kPadding) != 0)
+        throw Exiv2::Error(Exiv2::kerErrorMessage, "XMP cannot be encoded");
     return {packet.begin(), packet.end()};
 }
 

@@ -67,9 +67,8 @@ void SetColors(JxlEncoder* pEncoder, const sEncoding& pEncoding)
 {
     const JxlColorEncoding colors = ColorsOf(pEncoding.fSpace);
     const JxlEncoderStatus status =
-        IsLossless(pEncoding)
-            ? JxlEncoderSetICCProfile(pEncoder, pEncoding.fProfile.data(), pEncoding.fProfile.size())
-            : JxlEncoderSetColorEncoding(pEncoder, &colors);
+        IsLossless(pEncoding) ? JxlEncoderSetICCProfile(pEncoder, pEncoding.fProfile.data(), pEncoding.fProfile.size())
+                              : JxlEncoderSetColorEncoding(pEncoder, &colors);
     Must(status == JXL_ENC_SUCCESS, "the colour space");
 }
 
@@ -117,8 +116,7 @@ void AddPixels(JxlEncoder* pEncoder, const sEncoding& pEncoding)
         JxlEncoderSetFrameDistance(settings, DistanceOf(pEncoding.fQuality));
     const JxlPixelFormat format{static_cast<uint32_t>(picture.fChannels),
                                 picture.fForm == eSamples8 ? JXL_TYPE_UINT8 : JXL_TYPE_UINT16, JXL_NATIVE_ENDIAN, 0};
-    Must(JxlEncoderAddImageFrame(settings, &format, picture.fPixels.data(), picture.fPixels.size()) ==
-             JXL_ENC_SUCCESS,
+    Must(JxlEncoderAddImageFrame(settings, &format, picture.fPixels.data(), picture.fPixels.size()) == JXL_ENC_SUCCESS,
          "the pixels");
 }
 

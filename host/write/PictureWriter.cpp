@@ -42,8 +42,7 @@ bool HoldsIptc(eFileKind pKind)
 
 sOutputFacts FactsOf(const sPicture& pPicture, const sStorage& pStorage)
 {
-    sOutputFacts facts{pPicture.fWidth, pPicture.fHeight,   pStorage.fSpace,
-                       {},              pStorage.fSettings, pStorage.fVersion};
+    sOutputFacts facts{pPicture.fWidth, pPicture.fHeight, pStorage.fSpace, {}, pStorage.fSettings, pStorage.fVersion};
     if (HoldsThumbnail(pStorage.fKind) && !pStorage.fMetadata.fNone && HasThumbnail(pPicture.fMetadata))
         facts.fThumbnail = EncodeThumbnail(pPicture);
     return facts;
@@ -51,8 +50,7 @@ sOutputFacts FactsOf(const sPicture& pPicture, const sStorage& pStorage)
 
 sMetadata MetadataFor(const sPicture& pPicture, const sStorage& pStorage, tWarnings& pWarnings)
 {
-    sMetadata metadata =
-        OutputMetadata(pPicture.fMetadata, FactsOf(pPicture, pStorage), pStorage.fMetadata, pWarnings);
+    sMetadata metadata = OutputMetadata(pPicture.fMetadata, FactsOf(pPicture, pStorage), pStorage.fMetadata, pWarnings);
     if (!HoldsIptc(pStorage.fKind)) MoveIptcIntoXmp(metadata, pWarnings);
     return metadata;
 }

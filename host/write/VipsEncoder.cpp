@@ -23,9 +23,9 @@ tVipsImage Wrap(const sPicture& pPicture, double pPixelsPerMillimetre)
                                                  pPicture.fHeight, pPicture.fChannels,
                                                  deep ? VIPS_FORMAT_USHORT : VIPS_FORMAT_UCHAR));
     VipsImage* image = nullptr;
-    if (!pixels || vips_copy(pixels.get(), &image, "interpretation",
-                             deep ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB, "xres",
-                             pPixelsPerMillimetre, "yres", pPixelsPerMillimetre, nullptr) != 0)
+    if (!pixels ||
+        vips_copy(pixels.get(), &image, "interpretation", deep ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB,
+                  "xres", pPixelsPerMillimetre, "yres", pPixelsPerMillimetre, nullptr) != 0)
         FailedInVips();
     return tVipsImage(image);
 }
@@ -62,8 +62,8 @@ int Save(VipsImage* pImage, const sEncoding& pEncoding, eFileKind pKind, sBuffer
                                     VIPS_FOREIGN_TIFF_PREDICTOR_HORIZONTAL, nullptr);
     case eJpeg:
         return vips_jpegsave_buffer(pImage, &pTo.fBytes, &pTo.fSize, "Q", pEncoding.fQuality, "optimize_coding", TRUE,
-                                    "subsample_mode",
-                                    full ? VIPS_FOREIGN_SUBSAMPLE_OFF : VIPS_FOREIGN_SUBSAMPLE_ON, nullptr);
+                                    "subsample_mode", full ? VIPS_FOREIGN_SUBSAMPLE_OFF : VIPS_FOREIGN_SUBSAMPLE_ON,
+                                    nullptr);
     case eWebp:
         return vips_webpsave_buffer(pImage, &pTo.fBytes, &pTo.fSize, "Q", pEncoding.fQuality, "smart_subsample",
                                     full ? TRUE : FALSE, nullptr);
@@ -80,8 +80,7 @@ tBytes EncodeThroughVips(const sEncoding& pEncoding, eFileKind pKind)
     if (pKind == eJpeg) image = WithoutAlpha(std::move(image));
     vips_image_set_int(image.get(), VIPS_META_ORIENTATION, 1); // the pixels are upright
     if (pKind != ePng)
-        vips_image_set_blob_copy(image.get(), VIPS_META_ICC_NAME, pEncoding.fProfile.data(),
-                                 pEncoding.fProfile.size());
+        vips_image_set_blob_copy(image.get(), VIPS_META_ICC_NAME, pEncoding.fProfile.data(), pEncoding.fProfile.size());
     sBuffer file;
     if (Save(image.get(), pEncoding, pKind, file) != 0) FailedInVips();
     return file.Copy();

@@ -45,11 +45,12 @@ protected:
 };
 
 class MetadataOfAFormat : public MetadataReader, public testing::WithParamInterface<const char*>
-{};
+{
+};
 
 TEST_P(MetadataOfAFormat, ExifAndXmpAreReadWhole)
 {
-    const std::string path = fFolder / ("in" + std::string(GetParam()));
+    const std::string path = fFolder / std::string("in").append(GetParam());
     StoreWithMetadata(path);
     const sMetadata metadata = Read(path);
     EXPECT_THAT(fWarnings, IsEmpty());
@@ -63,7 +64,7 @@ TEST_P(MetadataOfAFormat, ExifAndXmpAreReadWhole)
 
 TEST_P(MetadataOfAFormat, AFileWithoutMetadataHasNone)
 {
-    const std::string path = fFolder / ("plain" + std::string(GetParam()));
+    const std::string path = fFolder / std::string("plain").append(GetParam());
     StorePlain(path);
     const sMetadata metadata = Read(path);
     EXPECT_THAT(fWarnings, IsEmpty());
@@ -75,7 +76,7 @@ TEST_P(MetadataOfAFormat, AFileWithoutMetadataHasNone)
 // A cut file may have lost its metadata, a changed one may have others: neither may do more than warn.
 TEST_P(MetadataOfAFormat, CutAndChangedFilesDoNoHarm)
 {
-    const std::string path = fFolder / ("in" + std::string(GetParam()));
+    const std::string path = fFolder / std::string("in").append(GetParam());
     StoreWithMetadata(path);
     const tBytes whole = ReadAll(path);
     for (size_t size = 0; size < whole.size(); size += 1 + whole.size() / 150)

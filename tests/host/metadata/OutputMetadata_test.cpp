@@ -88,9 +88,10 @@ struct sSpaceCase
 
 TEST_F(OutputMetadata_, TheColorSpaceTagIsThatOfTheProfile)
 {
-    for (const sSpaceCase& space : {sSpaceCase{SELVANE_SRGB, "1", "R98"}, sSpaceCase{SELVANE_ADOBE_RGB, "65535", "R03"},
-                                    sSpaceCase{SELVANE_PROPHOTO, "65535", ""}, sSpaceCase{SELVANE_DISPLAY_P3, "65535", ""},
-                                    sSpaceCase{SELVANE_REC2020, "65535", ""}}) {
+    for (const sSpaceCase& space :
+         {sSpaceCase{SELVANE_SRGB, "1", "R98"}, sSpaceCase{SELVANE_ADOBE_RGB, "65535", "R03"},
+          sSpaceCase{SELVANE_PROPHOTO, "65535", ""}, sSpaceCase{SELVANE_DISPLAY_P3, "65535", ""},
+          sSpaceCase{SELVANE_REC2020, "65535", ""}}) {
         fFacts.fSpace = space.fSpace;
         sExivData data = Result(With({{"Exif.Photo.ColorSpace", "2"}, {"Exif.Iop.InteroperabilityIndex", "R03"}}));
         EXPECT_EQ(data.fExif["Exif.Photo.ColorSpace"].toString(), space.fColorSpace) << space.fSpace;
@@ -184,7 +185,8 @@ TEST_F(OutputMetadata_, ExifBeyond64KilobytesLosesItsLargestEntriesWithAWarning)
     data.fExif["Exif.Image.ImageDescription"] = text;
     const sMetadata block = Encoded(data, fWarnings);
     EXPECT_THAT(fWarnings, Contains(HasSubstr("larger than 64 kB")));
-    EXPECT_THAT(Keys(Result(block)), AllOf(Contains("Exif.Image.Copyright"), Not(Contains("Exif.Image.ImageDescription"))));
+    EXPECT_THAT(Keys(Result(block)),
+                AllOf(Contains("Exif.Image.Copyright"), Not(Contains("Exif.Image.ImageDescription"))));
 }
 
 TEST_F(OutputMetadata_, ResolutionIsThatOfTheExifData)

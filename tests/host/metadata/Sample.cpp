@@ -1,8 +1,8 @@
 #include "host/metadata/Sample.h"
 
+#include <ImfChannelList.h>
 #include <ImfFloatAttribute.h>
 #include <ImfFrameBuffer.h>
-#include <ImfChannelList.h>
 #include <ImfHeader.h>
 #include <ImfOutputFile.h>
 #include <ImfStandardAttributes.h>
@@ -95,8 +95,8 @@ VipsImage* Made(int pFailed, VipsImage* pImage)
 VipsImage* Plain(int pWidth, int pHeight)
 {
     const tBytes samples = Samples8(pWidth, pHeight);
-    VipsImage* const pixels = vips_image_new_from_memory_copy(samples.data(), samples.size(), pWidth, pHeight, 3,
-                                                              VIPS_FORMAT_UCHAR);
+    VipsImage* const pixels =
+        vips_image_new_from_memory_copy(samples.data(), samples.size(), pWidth, pHeight, 3, VIPS_FORMAT_UCHAR);
     VipsImage* image = nullptr;
     Made(vips_copy(pixels, &image, "interpretation", VIPS_INTERPRETATION_sRGB, nullptr), image);
     g_object_unref(pixels);
@@ -146,16 +146,40 @@ void StoreSource(const cFolder& pFolder)
     StorePlain(pFolder / "thumbnail.jpg", 16, 12);
     WriteAll(pFolder / "note.exif", ExifWithNote());
     Exiftool({"-q", "-overwrite_original", "-exif<=" + (pFolder / "note.exif"), pFolder / "source.jpg"});
-    Exiftool({"-q", "-overwrite_original", "-n", "-IFD0:Copyright=(c) A. Painter", "-IFD0:Model=Model 1",
-              "-IFD0:XResolution=300", "-IFD0:YResolution=300", "-IFD0:ResolutionUnit=2", "-IFD0:Orientation=1",
-              "-ExifIFD:DateTimeOriginal=2021:03:04 05:06:07", "-ExifIFD:OffsetTimeOriginal=+02:00",
-              "-ExifIFD:ExposureTime=0.008", "-ExifIFD:FNumber=5.6", "-ExifIFD:ISO=400", "-ExifIFD:ColorSpace=65535",
-              "-ExifIFD:ExifImageWidth=9999", "-ExifIFD:ExifImageHeight=8888", "-ExifIFD:LensModel=Lens 50 mm",
-              "-GPS:GPSLatitude=33.5", "-GPS:GPSLatitudeRef=S", "-GPS:GPSLongitude=151.25", "-GPS:GPSLongitudeRef=E",
-              "-GPS:GPSAltitude=35", "-IPTC:City=Sydney", "-IPTC:Keywords=harbour", "-IPTC:Keywords=dusk",
-              "-XMP-dc:Title=A harbour", "-XMP-dc:Rights=(c) A. Painter", "-XMP-photoshop:State=New South Wales",
-              "-XMP-iptcExt:LocationShownCity=Sydney", "-XMP-exif:GPSLatitude=-33.5", "-XMP-tiff:Orientation=6",
-              "-ThumbnailImage<=" + (pFolder / "thumbnail.jpg"), pFolder / "source.jpg"});
+    Exiftool({"-q",
+              "-overwrite_original",
+              "-n",
+              "-IFD0:Copyright=(c) A. Painter",
+              "-IFD0:Model=Model 1",
+              "-IFD0:XResolution=300",
+              "-IFD0:YResolution=300",
+              "-IFD0:ResolutionUnit=2",
+              "-IFD0:Orientation=1",
+              "-ExifIFD:DateTimeOriginal=2021:03:04 05:06:07",
+              "-ExifIFD:OffsetTimeOriginal=+02:00",
+              "-ExifIFD:ExposureTime=0.008",
+              "-ExifIFD:FNumber=5.6",
+              "-ExifIFD:ISO=400",
+              "-ExifIFD:ColorSpace=65535",
+              "-ExifIFD:ExifImageWidth=9999",
+              "-ExifIFD:ExifImageHeight=8888",
+              "-ExifIFD:LensModel=Lens 50 mm",
+              "-GPS:GPSLatitude=33.5",
+              "-GPS:GPSLatitudeRef=S",
+              "-GPS:GPSLongitude=151.25",
+              "-GPS:GPSLongitudeRef=E",
+              "-GPS:GPSAltitude=35",
+              "-IPTC:City=Sydney",
+              "-IPTC:Keywords=harbour",
+              "-IPTC:Keywords=dusk",
+              "-XMP-dc:Title=A harbour",
+              "-XMP-dc:Rights=(c) A. Painter",
+              "-XMP-photoshop:State=New South Wales",
+              "-XMP-iptcExt:LocationShownCity=Sydney",
+              "-XMP-exif:GPSLatitude=-33.5",
+              "-XMP-tiff:Orientation=6",
+              "-ThumbnailImage<=" + (pFolder / "thumbnail.jpg"),
+              pFolder / "source.jpg"});
 }
 
 } // namespace
