@@ -92,7 +92,7 @@ std::map<std::string, std::vector<std::string>> RowsOfThePage()
         std::vector<std::string> cells;
         for (size_t at = 2, end = 0; (end = line.find(" |", at)) != std::string::npos; at = end + 3)
             cells.push_back(line.substr(at, end - at));
-        rows[cells.front()] = {cells.begin() + 1, cells.end()};
+        rows.emplace(cells.front(), std::vector<std::string>(cells.begin() + 1, cells.end())); // the first table
     }
     return rows;
 }

@@ -227,8 +227,8 @@ void StorePlain(const std::string& pPath, int pWidth, int pHeight)
 void StoreWithMetadata(const std::string& pPath)
 {
     if (pPath.ends_with(".exr")) return StoreExrWithAttributes(pPath);
-    const cFolder folder;
-    StoreSource(folder);
+    static const cFolder folder; // the source is made once
+    if (!Exists(folder / "source.jpg")) StoreSource(folder);
     StorePlain(pPath);
     Exiftool({"-q", "-m", "-overwrite_original", "-tagsFromFile", folder / "source.jpg", "-exif:all", "-makernotes",
               "-iptc:all", "-xmp:all", "-thumbnailimage", pPath});

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <unistd.h>
+#include <vips/vips.h>
 
 namespace SelvaneTest
 {
@@ -14,20 +15,9 @@ namespace SelvaneTest
 namespace
 {
 
+using testing::Each;
+using testing::ElementsAre;
 using testing::HasSubstr;
-
-class OutputCommand : public Command
-{
-protected:
-    /// Runs tonemap on in.hdr with further words.
-    sRun Tonemap(std::vector<std::string> pWords) const
-    {
-        pWords.insert(pWords.begin(), {"tonemap", Hdr(), "--quiet"});
-        return Selvane(pWords);
-    }
-
-    std::string Path(const std::string& pExtension) const { return fFolder / std::string("out").append(pExtension); }
-};
 
 struct sKindCase
 {
@@ -40,21 +30,64 @@ constexpr sKindCase kKindCases[] = {
     {".png", "png", "PNG"},    {".TIF", "tiff", "TIFF"},           {".tiff", "tiff", "TIFF"}, {".jpg", "jpeg", "JPEG"},
     {".jpeg", "jpeg", "JPEG"}, {".webp", "webp", "Extended WEBP"}, {".avif", "avif", "AVIF"}, {".jxl", "jxl", "JXL"}};
 
+/// "61 43", as libvips reads it.
+std::string SizeOf(const std::string& pPath)
+{
+    vips_operation_block_set("VipsForeignLoadJxl", FALSE); // libvips calls it untrusted
+    VipsImage* const image = vips_image_new_from_file(pPath.c_str(), nullptr);
+    if (image == nullptr) return vips_error_buffer();
+    const int width = vips_image_get_width(image), height = vips_image_get_height(image);
+    g_object_unref(image);
+    return std::to_string(width).append(" ").append(std::to_string(height));
+}
+
+class OutputCommand : public Command
+{
+protected:
+    /// Runs tonemap on in.hdr with further words.
+    sRun Tonemap(std::vector<std::string> pWords) const
+    {
+        pWords.insert(pWords.begin(), {"tonemap", Hdr(), "--quiet"});
+        return Selvane(pWords);
+    }
+
+    std::vector<std::string> PathsOfAll() const
+    {
+        std::vector<std::string> paths;
+        for (const sKindCase& kind : kKindCases)
+            paths.push_back(Path(kind.fExtension));
+        return paths;
+    }
+
+    /// What exiftool says of those files.
+    static std::vector<std::vector<std::string>> FileTypes()
+    {
+        std::vector<std::vector<std::string>> types;
+        for (const sKindCase& kind : kKindCases)
+            types.push_back({kind.fFileType});
+        return types;
+    }
+
+    std::string Path(const std::string& pExtension) const { return fFolder / std::string("out").append(pExtension); }
+};
+
 TEST_F(OutputCommand, TheExtensionDecidesTheKind)
 {
     for (const sKindCase& kind : kKindCases) {
         ExpectQuietSuccess(Tonemap({"-o", Path(kind.fExtension)}));
-        EXPECT_EQ(TagOf(Path(kind.fExtension), "File:FileType"), kind.fFileType);
-        EXPECT_EQ(TagOf(Path(kind.fExtension), "ImageSize"), "61 43") << kind.fExtension;
+        EXPECT_EQ(SizeOf(Path(kind.fExtension)), "61 43") << kind.fExtension;
     }
+    EXPECT_EQ(TagsOf(PathsOfAll(), {"File:FileType"}), FileTypes());
 }
 
 TEST_F(OutputCommand, TheFormatIsChosenByHand)
 {
+    std::vector<std::string> paths;
     for (const sKindCase& kind : kKindCases) {
-        ExpectQuietSuccess(Tonemap({"-o", Path(".any"), "--format", kind.fFormat}));
-        EXPECT_EQ(TagOf(Path(".any"), "File:FileType"), kind.fFileType);
+        paths.push_back(Path(std::string(kind.fExtension).append("-any")));
+        ExpectQuietSuccess(Tonemap({"-o", paths.back(), "--format", kind.fFormat}));
     }
+    EXPECT_EQ(TagsOf(paths, {"File:FileType"}), FileTypes());
     ExpectFailure(Tonemap({"-o", Path(".any")}), 2, ".webp, .avif or .jxl, or --format names its kind");
     ExpectFailure(Tonemap({"-o", Path(".png"), "--format", "gif"}), 2, "--format");
 }
@@ -133,7 +166,7 @@ TEST_F(OutputCommand, ResizedPicturesHaveTheirSize)
     const auto size = [&](std::vector<std::string> pWords) {
         pWords.insert(pWords.end(), {"-o", Out()});
         ExpectQuietSuccess(Tonemap(pWords));
-        return TagOf(Out(), "ImageSize");
+        return SizeOf(Out());
     };
     EXPECT_EQ(size({"--resize", "30"}), "30 21"); // 30 * 43 / 61 = 21.1
     EXPECT_EQ(size({"--resize", "x20"}), "28 20");
@@ -182,28 +215,25 @@ TEST_F(OutputCommand, MetadataTravelThroughTheCommand)
 {
     for (const char* input : {"in.jpg", "in.tif", "in.exr"}) {
         StoreWithMetadata(fFolder / input);
-        for (const sKindCase& kind : kKindCases) {
-            const std::string out = Path(kind.fExtension);
+        for (const std::string& out : PathsOfAll())
             EXPECT_EQ(Selvane({"tonemap", "-q", fFolder / input, "-o", out}).fStatus, 0);
-            const auto row = TagsOf({out}, {"IFD0:Copyright", "ExifIFD:ExposureTime", "GPS:GPSLatitude"}).at(0);
-            EXPECT_THAT(row, testing::ElementsAre("(c) A. Painter", "0.008", "33.5")) << input << kind.fExtension;
-        }
+        EXPECT_THAT(TagsOf(PathsOfAll(), {"IFD0:Copyright", "ExifIFD:ExposureTime", "GPS:GPSLatitude"}),
+                    Each(ElementsAre("(c) A. Painter", "0.008", "33.5")))
+            << input;
     }
 }
 
 TEST_F(OutputCommand, MetadataAreLeftOutOnRequest)
 {
     StoreWithMetadata(fFolder / "in.jpg");
-    for (const sKindCase& kind : kKindCases) {
-        const std::string out = Path(kind.fExtension);
-        const std::vector<std::string> tags = {"IFD0:Copyright", "GPS:GPSLatitude", "XMP-selvane:Version",
-                                               "XMP-photoshop:State"};
-        ExpectQuietSuccess(Selvane({"tonemap", "-q", fFolder / "in.jpg", "-o", out, "--no-metadata"}));
-        EXPECT_THAT(TagsOf({out}, tags).at(0), testing::ElementsAre("-", "-", "-", "-")) << kind.fExtension;
-        ExpectQuietSuccess(Selvane({"tonemap", "-q", fFolder / "in.jpg", "-o", out, "--strip-location"}));
-        EXPECT_THAT(TagsOf({out}, tags).at(0), testing::ElementsAre("(c) A. Painter", "-", testing::Ne("-"), "-"))
-            << kind.fExtension;
-    }
+    const auto found = [&](const char* pOption) {
+        for (const std::string& out : PathsOfAll())
+            ExpectQuietSuccess(Selvane({"tonemap", "-q", fFolder / "in.jpg", "-o", out, pOption}));
+        return TagsOf(PathsOfAll(),
+                      {"IFD0:Copyright", "GPS:GPSLatitude", "XMP-selvane:Version", "XMP-photoshop:State"});
+    };
+    EXPECT_THAT(found("--no-metadata"), Each(ElementsAre("-", "-", "-", "-")));
+    EXPECT_THAT(found("--strip-location"), Each(ElementsAre("(c) A. Painter", "-", testing::Ne("-"), "-")));
 }
 
 // A turn that the file asks for is carried out once: the pixels are upright, and no mark asks again.
@@ -212,13 +242,12 @@ TEST_F(OutputCommand, OrientationIsAppliedOnce)
     for (const char* input : {"in.jpg", "in.tif"}) {
         StoreWithMetadata(fFolder / input);
         Exiftool({"-q", "-n", "-overwrite_original", "-IFD0:Orientation=6", fFolder / input});
-        for (const sKindCase& kind : kKindCases) {
-            const std::string out = Path(kind.fExtension);
+        for (const std::string& out : PathsOfAll()) {
             EXPECT_EQ(Selvane({"tonemap", "-q", fFolder / input, "-o", out}).fStatus, 0);
-            EXPECT_THAT(TagsOf({out}, {"ImageSize", "IFD0:Orientation", "XMP-tiff:Orientation"}).at(0),
-                        testing::ElementsAre("48 64", "1", "1"))
-                << input << kind.fExtension;
+            EXPECT_EQ(SizeOf(out), "48 64") << input << out;
         }
+        EXPECT_THAT(TagsOf(PathsOfAll(), {"IFD0:Orientation", "XMP-tiff:Orientation"}), Each(ElementsAre("1", "1")))
+            << input;
     }
 }
 
