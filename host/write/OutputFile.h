@@ -20,8 +20,12 @@ void CheckWritable(const std::string& pPath);
 /// The new file gets the permissions of the file that it replaces, without set-user-ID, set-group-ID and sticky bits.
 /// It also gets that file's owner and group if this user may give files to them. If the group cannot be given, the
 /// group's permissions are dropped.
+///
+/// Several threads may write files at once.
+/// @param pMustBeNew a file of that name is never replaced, also not one that another program made a moment before
 /// @throws cHostError with the system's text
-void WriteFile(const std::string& pPath, const std::vector<std::span<const unsigned char>>& pPieces);
+void WriteFile(const std::string& pPath, const std::vector<std::span<const unsigned char>>& pPieces,
+               bool pMustBeNew = false);
 
 } // namespace SelvaneHost
 
