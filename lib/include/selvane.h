@@ -311,6 +311,17 @@ SELVANE_FUNCTION int selvane_preview_size(const selvane* handle, int longest_sid
  * reduced one is kept with results of its own. target has the size that selvane_preview_size gives. */
 SELVANE_FUNCTION int selvane_preview(selvane* handle, int longest_side, const selvane_target* target);
 
+/*
+ * Applies the three curves over hue of settings to a finished picture: hue, hue_saturation and hue_lightness. Nothing
+ * else of the settings counts. Needs no picture in the handle, and leaves picture and settings of the handle alone.
+ *
+ * @param picture  8- or 16-bit integers; transfer is any but SELVANE_TRANSFER_ENGINE. keep_hot_samples is not used
+ * @param target  of the same size, 8- or 16-bit integers encoded with the space's curve (linear and dither 0). Alpha is
+ *     that of the picture, or the largest value. Its pixels may be those of the picture if both have the same layout
+ */
+SELVANE_FUNCTION int selvane_equalize(selvane* handle, const selvane_picture* picture, const selvane_settings* settings,
+                                      const selvane_target* target);
+
 /* Gives the ICC profile of a space, SELVANE_SRGB to SELVANE_REC2020: constant bytes of the library. linear as in
  * selvane_target. */
 SELVANE_FUNCTION int selvane_profile(int space, int linear, const unsigned char** bytes, size_t* size);
