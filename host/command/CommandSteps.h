@@ -39,6 +39,7 @@ struct sOutput
 {
     std::string fPath;
     bool fForce = false;       ///< the output may be the input
+    bool fMustBeNew = false;   ///< no file is replaced, also none that another program makes meanwhile
     std::optional<int> fDepth; ///< bits per sample, 8 or 16; empty: see DepthFor
 };
 

@@ -224,6 +224,16 @@ std::string WordsOf(const selvane_settings& pSettings, const sLook& pLook)
     return words;
 }
 
+std::string TextOf(const selvane* pHandle, const selvane_settings& pSettings)
+{
+    size_t needed = 0;
+    selvane_settings_to_text(pHandle, &pSettings, nullptr, 0, &needed);
+    std::string text(needed, '\0');
+    Must(selvane_settings_to_text(pHandle, &pSettings, text.data(), text.size(), nullptr), pHandle);
+    text.pop_back(); // the final zero
+    return text;
+}
+
 std::string ReasonOf(const selvane* pHandle)
 {
     std::string reasons;
@@ -269,12 +279,42 @@ std::string SuggestionText(const sPicture& pInput, const sLook& pLook, const sRu
     const cRender render(pRunning);
     SetPicture(render.Handle(), pInput, TakesEntryForm(pLook));
     const selvane_settings settings = SetSettings(render.Handle(), pLook);
-    size_t needed = 0;
-    selvane_settings_to_text(render.Handle(), &settings, nullptr, 0, &needed);
-    std::string text(needed, '\0');
-    Must(selvane_settings_to_text(render.Handle(), &settings, text.data(), text.size(), nullptr), render.Handle());
-    text.pop_back(); // the final zero
-    return text;
+    return TextOf(render.Handle(), settings);
+}
+
+selvane_frame MeasureFrame(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning)
+{
+    const cRender render(pRunning);
+    SetPicture(render.Handle(), pInput, TakesEntryForm(pLook));
+    SetSettings(render.Handle(), pLook);
+    selvane_frame frame;
+    selvane_frame_init(&frame);
+    Must(selvane_measure(render.Handle(), &frame), render.Handle());
+    return frame;
+}
+
+std::string BaseText(const sLook& pLook)
+{
+    const cRender render({});
+    return TextOf(render.Handle(), BaseSettings(render.Handle(), pLook));
+}
+
+selvane_settings SettingsOf(const selvane_frame& pFrame, const std::string& pBaseText)
+{
+    const cRender render({});
+    selvane_settings settings;
+    selvane_settings_init(&settings);
+    Must(selvane_settings_from_text(render.Handle(), pBaseText.c_str(), &settings), render.Handle());
+    Must(selvane_frame_to_settings(render.Handle(), &pFrame, &settings), render.Handle());
+    return settings;
+}
+
+std::vector<selvane_frame> SmoothFrames(const std::vector<selvane_frame>& pFrames, int pWindow)
+{
+    const cRender render({});
+    std::vector<selvane_frame> smooth = pFrames;
+    Must(selvane_smooth(render.Handle(), pFrames.data(), smooth.data(), smooth.size(), pWindow), render.Handle());
+    return smooth;
 }
 
 void Equalize(const sPicture& pInput, const selvane_settings& pSettings, int pSpace, const sRunning& pRunning,

@@ -12,14 +12,14 @@ namespace SelvaneHost
 namespace
 {
 
-sJobHooks HooksOf(const sTonemapOptions& pOptions)
+sTelling TellingOf(const sTonemapOptions& pOptions)
 {
-    return {.fLine = Report, .fLog = pOptions.fVerbose ? tLine(Report) : tLine()};
+    return {.fQuiet = pOptions.fQuiet, .fVerbose = pOptions.fVerbose};
 }
 
 sRunning RunningOf(const sTonemapOptions& pOptions)
 {
-    return {.fThreads = pOptions.fJob.fThreads, .fLog = HooksOf(pOptions).fLog};
+    return {.fThreads = pOptions.fJob.fThreads, .fLog = pOptions.fVerbose ? tLine(Report) : tLine()};
 }
 
 /// One line for what was chosen and one for the options that give the same picture again.
@@ -58,13 +58,38 @@ void Print(const char* pName, float pValue)
     std::printf("%s %.*s\n", pName, static_cast<int>(end.ptr - digits.data()), digits.data());
 }
 
+void TonemapOne(const sTonemapOptions& pOptions)
+{
+    if (pOptions.fJob.fOutput.fPath.empty()) throw cUsageError("--output is required");
+    if (pOptions.fBatch.fResume || pOptions.fBatch.fOverwrite)
+        throw cUsageError("--resume and --overwrite go with --out-dir; a single --output is replaced");
+    const sTelling telling = TellingOf(pOptions);
+    std::optional<cProgressShow> show;
+    show.emplace(ShowFor(telling.fQuiet), 1);
+    const sDone done = RunJob(pOptions.fJob, HooksOf(*show, telling));
+    show.reset(); // takes the bar away
+    SayWhatWasChosen(pOptions, done);
+}
+
+void TonemapSeveral(const sTonemapOptions& pOptions)
+{
+    if (pOptions.fSuggest) throw cUsageError("--suggest takes one picture");
+    const std::string& settings = pOptions.fJob.fLook.fSettings;
+    const std::vector<std::string> files = settings.empty() ? std::vector<std::string>() : std::vector{settings};
+    RunPlan(PlanBatch(pOptions.fJob, pOptions.fBatch, files), pOptions.fBatch, TellingOf(pOptions));
+}
+
 } // namespace
 
 void RunTonemap(const sTonemapOptions& pOptions)
 {
-    if (pOptions.fSuggest) return Suggest(pOptions);
-    if (pOptions.fJob.fOutput.fPath.empty()) throw cUsageError("--output is required");
-    SayWhatWasChosen(pOptions, RunJob(pOptions.fJob, HooksOf(pOptions)));
+    const sBatchOptions& batch = pOptions.fBatch;
+    const bool isSingle = batch.fInputs.size() == 1 && batch.fFolder.empty();
+    if (!isSingle) return TonemapSeveral(pOptions);
+    sTonemapOptions options = pOptions;
+    options.fJob.fInput = batch.fInputs[0];
+    if (pOptions.fSuggest) return Suggest(options);
+    TonemapOne(options);
 }
 
 void RunStats(const sTonemapOptions& pOptions)

@@ -6,6 +6,7 @@
 //   2  the command line is wrong
 // Each failure is one line on the standard error stream.
 
+#include "batch/BatchOptions.h"
 #include "command/Equalize.h"
 #include "command/Report.h"
 #include "command/Streams.h"
@@ -125,14 +126,18 @@ void AddLook(CLI::App& pCommand, sTonemapOptions& pOptions)
 void AddTonemap(CLI::App& pApp, sTonemapOptions& pOptions)
 {
     CLI::App* const command = pApp.add_subcommand("tonemap", "turn a high-dynamic-range picture into one for display");
-    AddInput(*command, pOptions.fJob.fInput);
+    AddInputs(*command, pOptions.fBatch);
+    AddOutputs(*command, pOptions.fBatch);
     AddOutput(*command, pOptions.fJob.fOutput);
     AddLook(*command, pOptions);
     AddSliders(*command, pOptions.fJob);
     AddCrop(*command, pOptions.fJob.fCrop);
     AddColorSpace(*command, pOptions.fJob.fColorSpace);
     AddVerbose(*command, pOptions.fVerbose);
-    command->callback([&pOptions] { RunTonemap(pOptions); });
+    command->callback([&pOptions] {
+        pOptions.fBatch.fShares.fThreads = pOptions.fJob.fThreads;
+        RunTonemap(pOptions);
+    });
 }
 
 void AddStats(CLI::App& pApp, sTonemapOptions& pOptions)

@@ -72,12 +72,12 @@ tBytes PngColorChunks(int pSpace)
 }
 
 /// Writes the encoded picture. A PNG file gets its colour chunks here, see picture/PngColor.h.
-void Write(const sEncoded& pEncoded, eFileKind pKind, int pSpace, const std::string& pPath)
+void Write(const sEncoded& pEncoded, eFileKind pKind, int pSpace, const std::string& pPath, bool pMustBeNew)
 {
     const std::span file(static_cast<const unsigned char*>(pEncoded.fBytes), pEncoded.fSize);
-    if (pKind != ePng) return WriteFile(pPath, {file});
+    if (pKind != ePng) return WriteFile(pPath, {file}, pMustBeNew);
     const tBytes color = PngColorChunks(pSpace);
-    WriteFile(pPath, {file.first(kPngColorPlace), color, file.subspan(kPngColorPlace)});
+    WriteFile(pPath, {file.first(kPngColorPlace), color, file.subspan(kPngColorPlace)}, pMustBeNew);
 }
 
 int Encode(VipsImage* pImage, eFileKind pKind, sEncoded& pTo)
@@ -97,7 +97,7 @@ int Encode(VipsImage* pImage, eFileKind pKind, sEncoded& pTo)
 
 } // namespace
 
-void WritePicture(const sPicture& pPicture, int pSpace, eFileKind pKind, const std::string& pPath)
+void WritePicture(const sPicture& pPicture, int pSpace, eFileKind pKind, const std::string& pPath, bool pMustBeNew)
 {
     if (pKind == eJpeg && std::max(pPicture.fWidth, pPicture.fHeight) > kMostJpegSide)
         throw cHostError("cannot be written: a JPEG file holds at most " + std::to_string(kMostJpegSide) +
@@ -107,7 +107,7 @@ void WritePicture(const sPicture& pPicture, int pSpace, eFileKind pKind, const s
     if (pKind != ePng) AttachProfile(image.get(), pSpace);
     sEncoded encoded;
     if (Encode(image.get(), pKind, encoded) != 0) FailedInVips();
-    Write(encoded, pKind, pSpace, pPath);
+    Write(encoded, pKind, pSpace, pPath, pMustBeNew);
 }
 
 } // namespace SelvaneHost

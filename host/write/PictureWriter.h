@@ -16,8 +16,10 @@ namespace SelvaneHost
 /// picture and libselvane's ICC profile of the space. A PNG in sRGB gets chunk sRGB instead, see picture/PngColor.h.
 /// @param pPicture 8 or 16-bit samples; 8-bit ones without alpha for a JPEG
 /// @param pSpace SELVANE_SRGB to SELVANE_REC2020
+/// @param pMustBeNew as in WriteFile
 /// @throws cHostError
-void WritePicture(const sPicture& pPicture, int pSpace, eFileKind pKind, const std::string& pPath);
+void WritePicture(const sPicture& pPicture, int pSpace, eFileKind pKind, const std::string& pPath,
+                  bool pMustBeNew = false);
 
 } // namespace SelvaneHost
 
