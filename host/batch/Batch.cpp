@@ -114,14 +114,14 @@ uint64_t MemoryOf(const sBatchOptions& pOptions)
     return pOptions.fMemory > 0 ? pOptions.fMemory : UsualMemory();
 }
 
-void RunPlan(const std::vector<sPlanned>& pPlan, const sBatchOptions& pOptions, const sTelling& pTelling)
+void RunPlan(const std::vector<sPlanned>& pPlan, const sShares& pShares, uint64_t pMemory, const sTelling& pTelling)
 {
-    cMemoryGate gate(MemoryOf(pOptions));
+    cMemoryGate gate(pMemory);
     std::string summary;
     size_t failed = 0;
     {
         cProgressShow show(ShowFor(pTelling.fQuiet), pPlan.size());
-        failed = RunTasks(TasksOf(pPlan, pTelling), pOptions.fShares, gate, show).size();
+        failed = RunTasks(TasksOf(pPlan, pTelling), pShares, gate, show).size();
         const auto before = std::count_if(pPlan.begin(), pPlan.end(), [](const sPlanned& p) { return p.fIsDone; });
         summary = Summary(show.Now(), static_cast<size_t>(before), failed);
     }

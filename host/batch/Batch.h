@@ -23,8 +23,9 @@ sJobHooks HooksOf(const cTaskRun& pRun, const sJob& pJob, const sTelling& pTelli
 std::vector<tTask> TasksOf(const std::vector<sPlanned>& pPlan, const sTelling& pTelling);
 
 /// Runs all jobs of a plan, and says at the end what was done.
+/// @param pMemory bytes for all pictures at once
 /// @throws cHostError with the summary, when a picture failed
-void RunPlan(const std::vector<sPlanned>& pPlan, const sBatchOptions& pOptions, const sTelling& pTelling);
+void RunPlan(const std::vector<sPlanned>& pPlan, const sShares& pShares, uint64_t pMemory, const sTelling& pTelling);
 
 /// The hooks of the only job of a run. @param pShow stays until the job is done
 sJobHooks HooksOf(cProgressShow& pShow, const sTelling& pTelling);

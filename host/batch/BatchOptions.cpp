@@ -12,7 +12,9 @@ constexpr int kMostJobs = 256;
 
 void AddInputs(CLI::App& pCommand, sBatchOptions& pOptions)
 {
-    pCommand.add_option("INPUT", pOptions.fInputs, "pictures to read")->required();
+    pCommand.add_option("INPUT", pOptions.fInputs, "pictures to read")
+        ->required()
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     pCommand
         .add_option("--jobs", pOptions.fShares.fJobs,
                     "pictures at once (default 0: as many as keep the processors busy)")

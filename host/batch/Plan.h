@@ -18,8 +18,8 @@ struct sBatchOptions
     std::string fName = kUsualName; ///< template of their names, see OutputName
     bool fOverwrite = false;        ///< outputs that exist are replaced
     bool fResume = false;           ///< outputs that are done are kept
-    sShares fShares;
-    uint64_t fMemory = 0; ///< bytes; 0: see UsualMemory
+    sShares fShares;                ///< its workers are those of the job
+    uint64_t fMemory = 0;           ///< bytes; 0: see UsualMemory
 };
 
 /// A picture of the run.

@@ -1,6 +1,7 @@
 #include "command/Tonemap.h"
 
 #include "command/Report.h"
+#include "sequence/Sequence.h"
 
 #include <array>
 #include <charconv>
@@ -71,25 +72,52 @@ void TonemapOne(const sTonemapOptions& pOptions)
     SayWhatWasChosen(pOptions, done);
 }
 
+/// The files that decide how the outputs look.
+std::vector<std::string> SettingsFiles(const sTonemapOptions& pOptions)
+{
+    std::vector<std::string> files;
+    for (const std::string& file : {pOptions.fJob.fLook.fSettings, pOptions.fPoints})
+        if (!file.empty()) files.push_back(file);
+    return files;
+}
+
 void TonemapSeveral(const sTonemapOptions& pOptions)
 {
     if (pOptions.fSuggest) throw cUsageError("--suggest takes one picture");
-    const std::string& settings = pOptions.fJob.fLook.fSettings;
-    const std::vector<std::string> files = settings.empty() ? std::vector<std::string>() : std::vector{settings};
-    RunPlan(PlanBatch(pOptions.fJob, pOptions.fBatch, files), pOptions.fBatch, TellingOf(pOptions));
+    std::vector<sPlanned> plan = PlanBatch(pOptions.fJob, pOptions.fBatch, SettingsFiles(pOptions));
+    if (!pOptions.fPoints.empty()) UsePoints(ReadPoints(pOptions.fPoints), plan);
+    RunPlan(plan, SharesOf(pOptions), MemoryOf(pOptions.fBatch), TellingOf(pOptions));
+}
+
+/// Refuses a look beside that of the points.
+void CheckPointsOption(const sTonemapOptions& pOptions)
+{
+    if (pOptions.fPoints.empty()) return;
+    const sLook& look = pOptions.fJob.fLook;
+    const bool hasLook = !look.fPreset.empty() || !look.fSettings.empty() || !look.fGiven.empty() || look.fExposure ||
+                         look.fContrast || look.fSaturation || look.fWrap || look.fManual || pOptions.fSuggest;
+    if (hasLook) throw cUsageError("--points has the look of each frame; give the look to selvane points");
+    CheckWithPoints(look);
 }
 
 } // namespace
 
 void RunTonemap(const sTonemapOptions& pOptions)
 {
+    CheckPointsOption(pOptions);
     const sBatchOptions& batch = pOptions.fBatch;
     const bool isSingle = batch.fInputs.size() == 1 && batch.fFolder.empty();
     if (!isSingle) return TonemapSeveral(pOptions);
     sTonemapOptions options = pOptions;
     options.fJob.fInput = batch.fInputs[0];
     if (pOptions.fSuggest) return Suggest(options);
+    if (!pOptions.fPoints.empty()) UsePoints(ReadPoints(pOptions.fPoints), options.fJob);
     TonemapOne(options);
+}
+
+sShares SharesOf(const sTonemapOptions& pOptions)
+{
+    return {.fJobs = pOptions.fBatch.fShares.fJobs, .fThreads = pOptions.fJob.fThreads};
 }
 
 void RunStats(const sTonemapOptions& pOptions)

@@ -14,6 +14,7 @@ struct sTonemapOptions
 {
     sJob fJob;             ///< of tonemap: all but the input
     sBatchOptions fBatch;  ///< of tonemap: the inputs, and what concerns several
+    std::string fPoints;   ///< of tonemap: file of the points of a sequence; empty: none
     bool fSuggest = false; ///< print the settings instead of rendering
     bool fQuiet = false;   ///< do not say what was chosen
     bool fVerbose = false; ///< show the lines of libselvane's log
@@ -23,6 +24,9 @@ struct sTonemapOptions
 /// it again.
 /// @throws cHostError
 void RunTonemap(const sTonemapOptions& pOptions);
+
+/// How many pictures and workers run at once.
+sShares SharesOf(const sTonemapOptions& pOptions);
 
 /// Measures a picture and prints its black and white point.
 /// @throws cHostError

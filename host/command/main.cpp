@@ -13,6 +13,10 @@
 #include "command/Tonemap.h"
 #include "picture/Errors.h"
 #include "picture/Sliders.h"
+#include "sequence/SequenceOptions.h"
+#include "shell/Defaults.h"
+#include "shell/HelpText.h"
+#include "shell/ShellOptions.h"
 #include "write/UnfinishedFile.h"
 
 #include <CLI/CLI.hpp>
@@ -32,15 +36,20 @@ void AddInput(CLI::App& pCommand, std::string& pInput)
     pCommand.add_option("INPUT", pInput, "picture to read")->required();
 }
 
+void AddDepth(CLI::App& pCommand, sOutput& pOutput)
+{
+    pCommand
+        .add_option("--depth", pOutput.fDepth,
+                    "bits of an output sample (default: 8 for JPEG and 8-bit input, else 16)")
+        ->check(CLI::IsMember({8, 16}));
+}
+
 CLI::Option* AddOutput(CLI::App& pCommand, sOutput& pOutput)
 {
     CLI::Option* const output =
         pCommand.add_option("-o,--output", pOutput.fPath, "picture to write: .png, .tif, .tiff, .jpg or .jpeg");
     pCommand.add_flag("--force", pOutput.fForce, "write the output even where it is the input");
-    pCommand
-        .add_option("--depth", pOutput.fDepth,
-                    "bits of an output sample (default: 8 for JPEG and 8-bit input, else 16)")
-        ->check(CLI::IsMember({8, 16}));
+    AddDepth(pCommand, pOutput);
     return output;
 }
 
@@ -115,34 +124,80 @@ void AddLook(CLI::App& pCommand, sTonemapOptions& pOptions)
         ->check(CLI::Range(-100.0, 100.0));
     pCommand.add_option("--saturation", look.fSaturation, "more colour, or less below 0, -100 grey to 100")
         ->check(CLI::Range(-100.0, 100.0));
-    pCommand.add_flag("--suggest", pOptions.fSuggest, "print the settings that suit the picture; render nothing");
     pCommand.add_flag("--manual", look.fManual, "take the sliders as they stand, 0 where they are not given");
-    pCommand.add_flag("--exact", look.fExact, "the same with the numbers of the engine's entry, for scripts");
-    pCommand.add_option("--black-point", look.fBlackPoint, "black point of an earlier run (see stats)");
-    pCommand.add_option("--white-point", look.fWhitePoint, "white point of an earlier run");
-    pCommand.add_flag("-q,--quiet", pOptions.fQuiet, "do not say what was chosen");
+    pCommand.add_flag("-q,--quiet", pOptions.fQuiet, "show no progress, and do not say what was chosen");
+}
+
+/// What all subcommands share that look at pictures and render them.
+void AddPictures(CLI::App& pCommand, sTonemapOptions& pOptions)
+{
+    AddLook(pCommand, pOptions);
+    AddSliders(pCommand, pOptions.fJob);
+    AddCrop(pCommand, pOptions.fJob.fCrop);
+    AddColorSpace(pCommand, pOptions.fJob.fColorSpace);
+    AddVerbose(pCommand, pOptions.fVerbose);
 }
 
 void AddTonemap(CLI::App& pApp, sTonemapOptions& pOptions)
 {
     CLI::App* const command = pApp.add_subcommand("tonemap", "turn a high-dynamic-range picture into one for display");
+    command->footer("Examples:\n"
+                    "  selvane tonemap photo.exr -o photo.jpg                   looks at the picture and chooses\n"
+                    "  selvane tonemap photo.exr -o photo.jpg --exposure 0.5    the same, half a stop brighter\n"
+                    "  selvane tonemap photo.exr -o photo.jpg --preset soft     another character\n"
+                    "  selvane tonemap photo.exr --suggest > photo.toml         the chosen settings as a file\n"
+                    "  selvane tonemap other.exr -o other.jpg --settings photo.toml\n"
+                    "  selvane tonemap *.exr --out-dir done --name '{stem}.jpg'  several pictures at once");
     AddInputs(*command, pOptions.fBatch);
     AddOutputs(*command, pOptions.fBatch);
     AddOutput(*command, pOptions.fJob.fOutput);
-    AddLook(*command, pOptions);
-    AddSliders(*command, pOptions.fJob);
-    AddCrop(*command, pOptions.fJob.fCrop);
-    AddColorSpace(*command, pOptions.fJob.fColorSpace);
-    AddVerbose(*command, pOptions.fVerbose);
-    command->callback([&pOptions] {
-        pOptions.fBatch.fShares.fThreads = pOptions.fJob.fThreads;
-        RunTonemap(pOptions);
-    });
+    command->add_flag("--suggest", pOptions.fSuggest, "print the settings that suit the picture; render nothing");
+    command->add_option("--black-point", pOptions.fJob.fLook.fBlackPoint, "black point of an earlier run (see stats)");
+    command->add_option("--white-point", pOptions.fJob.fLook.fWhitePoint, "white point of an earlier run");
+    command->add_option("--points", pOptions.fPoints, "settings and points of a sequence's frames (see points)");
+    command->add_flag("--exact", pOptions.fJob.fLook.fExact,
+                      "as --manual, with the numbers of the engine's entry, for scripts");
+    AddPictures(*command, pOptions);
+    command->callback([&pOptions] { RunTonemap(pOptions); });
+}
+
+void AddSequence(CLI::App& pApp, sSequenceOptions& pOptions)
+{
+    CLI::App* const command =
+        pApp.add_subcommand("sequence", "turn the frames of a film or a time-lapse, without flicker");
+    command->footer("Examples:\n"
+                    "  selvane sequence frame*.exr --out-dir graded --name '{stem}.png'\n"
+                    "  selvane sequence frame*.exr --out-dir graded --window 49 --plot points.svg");
+    AddInputs(*command, pOptions.fBatch);
+    AddOutputs(*command, pOptions.fBatch);
+    AddDepth(*command, pOptions.fJob.fOutput);
+    AddSmoothing(*command, pOptions);
+    AddPictures(*command, pOptions);
+    command->callback([&pOptions] { RunSequence(pOptions); });
+}
+
+void AddPoints(CLI::App& pApp, sPointsOptions& pOptions)
+{
+    CLI::App* const command = pApp.add_subcommand("points", "measure the frames of a sequence, and join such measures");
+    command->footer("Examples:\n"
+                    "  selvane points frame*.exr -o points.json                 measures and smooths\n"
+                    "  selvane points frame0001.exr -o parts/frame0001.json     measures one, on any machine\n"
+                    "  selvane points --join parts/*.json -o points.json        puts them together and smooths\n"
+                    "  selvane tonemap --points points.json frame*.exr --out-dir graded");
+    AddInputs(*command, pOptions.fBatch);
+    command->add_option("-o,--output", pOptions.fFile, "file of points to write (.json)")->required();
+    command->add_flag("--join", pOptions.fJoin, "the inputs are files of points");
+    AddSmoothing(*command, pOptions);
+    AddPictures(*command, pOptions);
+    command->callback([&pOptions] { RunPoints(pOptions); });
 }
 
 void AddStats(CLI::App& pApp, sTonemapOptions& pOptions)
 {
     CLI::App* const command = pApp.add_subcommand("stats", "print the black and white point that tonemap --exact uses");
+    command->footer("Examples:\n"
+                    "  selvane stats photo.exr\n"
+                    "  selvane stats photo.exr --white-clip 20 --black-clip 0.5");
     AddInput(*command, pOptions.fJob.fInput);
     AddSliders(*command, pOptions.fJob);
     AddCrop(*command, pOptions.fJob.fCrop);
@@ -154,6 +209,9 @@ void AddStats(CLI::App& pApp, sTonemapOptions& pOptions)
 void AddEqualize(CLI::App& pApp, sEqualizeOptions& pOptions)
 {
     CLI::App* const command = pApp.add_subcommand("equalize", "apply hue curves to a finished picture");
+    command->footer("Examples:\n"
+                    "  selvane equalize photo.png -o cooler.png --hue-shift 0:0.5,0.33:0.6,1:0.5\n"
+                    "  selvane equalize photo.png -o vivid.png --saturation 0:0.6");
     AddInput(*command, pOptions.fInput);
     AddOutput(*command, pOptions.fOutput)->required();
     command->add_option("--hue-shift", pOptions.fHueShift, "points HUE:VALUE,... from 0 to 1; 0.5 changes nothing");
@@ -166,37 +224,46 @@ void AddEqualize(CLI::App& pApp, sEqualizeOptions& pOptions)
 
 /// Prints help and version on standard output and returns 0. Any other parse error is one line and a wrong command
 /// line.
-int ReportParse(const CLI::App& pApp, const CLI::ParseError& pError)
+int ReportParse(const CLI::App& pApp, const CLI::ParseError& pError, const std::vector<std::string>& pWords)
 {
     if (pError.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return pApp.exit(pError);
-    Report(std::string(pError.what()) + " (selvane --help lists what there is)");
+    Report(WordsFor(pApp, pError, pWords));
     return kWrongCommandLine;
 }
 
-/// Refuses a first word that is no subcommand, by name. The parser would only say that the subcommand is missing.
-void CheckSubcommand(const CLI::App& pApp, const std::string& pWord)
+/// CLI11 takes the words from the last to the first, without the name of the program.
+void Parse(CLI::App& pApp, const std::vector<std::string>& pWords)
 {
-    const auto named = [&](const CLI::App* pCommand) { return pCommand->check_name(pWord); };
-    if (!pWord.starts_with('-') && pApp.get_subcommands(named).empty())
-        throw cUsageError(pWord + " is no subcommand (selvane --help lists what there is)");
+    const std::vector<std::string> words = WithDefaults(pApp, pWords);
+    pApp.parse(std::vector<std::string>(words.rbegin(), words.rend() - 1));
 }
 
-int Run(int pCount, char** pWords)
+int Run(const std::vector<std::string>& pWords)
 {
     CLI::App app("Selvane, a local tone mapper for high-dynamic-range photographs", "selvane");
     app.set_version_flag("--version", "selvane " SELVANE_COMMAND_VERSION);
+    app.set_help_flag("-h,--help", "print this page");
+    app.formatter(std::make_shared<cHelpText>());
+    app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     app.require_subcommand(1);
     sTonemapOptions tonemap;
     sTonemapOptions stats;
     sEqualizeOptions equalize;
+    sSequenceOptions sequence;
+    sPointsOptions points;
+    sShellOptions shell{
+        .fVersion = SELVANE_COMMAND_VERSION, .fName = {}, .fValue = {}, .fUnset = {}, .fShell = {}, .fPage = {}};
     AddTonemap(app, tonemap);
     AddStats(app, stats);
     AddEqualize(app, equalize);
-    if (pCount > 1) CheckSubcommand(app, pWords[1]);
+    AddSequence(app, sequence);
+    AddPoints(app, points);
+    AddShell(app, shell);
+    CheckSubcommand(app, pWords);
     try {
-        app.parse(pCount, pWords);
+        Parse(app, pWords);
     } catch (const CLI::ParseError& error) {
-        return ReportParse(app, error);
+        return ReportParse(app, error, pWords);
     }
     return 0;
 }
@@ -208,7 +275,7 @@ int main(int pCount, char** pWords)
     OpenStandardStreams();
     CatchSignals();
     try {
-        const int status = Run(pCount, pWords);
+        const int status = Run({pWords, pWords + pCount});
         FlushStandardOutput();
         return status;
     } catch (const cUsageError& failure) {
