@@ -135,8 +135,15 @@ void cProgressShow::Finish(size_t pPicture, const std::string& pText)
     fMegapixels += fRunning[pPicture].fMegapixels;
     fRunning.erase(pPicture);
     fFinished++;
-    if (fShow == eShow::kLines && !pText.empty())
-        Report(std::to_string(fFinished) + "/" + std::to_string(fPictures) + " " + pText);
+    if (fShow == eShow::kLines) Report(std::to_string(fFinished) + "/" + std::to_string(fPictures) + " " + pText);
+    Draw(false);
+}
+
+void cProgressShow::Fail(size_t pPicture)
+{
+    const std::lock_guard lock(fMutex);
+    fRunning.erase(pPicture);
+    fFinished++;
     Draw(false);
 }
 

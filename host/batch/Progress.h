@@ -56,8 +56,10 @@ public:
     void SetSize(size_t pPicture, double pMegapixels);
     /// @param pShare of the picture that is done, 0 to 1
     void SetShare(size_t pPicture, double pShare);
-    /// @param pText for the line of the picture; empty: none
+    /// @param pText for the line of the picture
     void Finish(size_t pPicture, const std::string& pText);
+    /// The picture is not done: its pixels do not count, and it has no line.
+    void Fail(size_t pPicture);
 
     /// How far the run is.
     sProgress Now();

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <atomic>
 #include <sched.h>
+#include <system_error>
 #include <thread>
 
 namespace SelvaneHost
@@ -29,8 +30,12 @@ public:
         const size_t jobs = std::min(fTasks.size(), static_cast<size_t>(JobsFor(fShares, fProcessors)));
         fJobs = jobs;
         std::vector<std::thread> threads;
-        for (size_t i = 1; i < jobs; i++)
-            threads.emplace_back([this] { Work(); });
+        try {
+            while (threads.size() + 1 < jobs)
+                threads.emplace_back([this] { Work(); });
+        } catch (const std::system_error&) {
+            // The run goes on with fewer pictures at once.
+        }
         Work();
         for (std::thread& thread : threads)
             thread.join();
@@ -58,16 +63,14 @@ private:
             if (pTurn.owns_lock()) pTurn.unlock();
             return ThreadsFor(fShares, fProcessors, AtOnce(pBytes));
         };
-        std::string text;
         try {
-            text = fTasks[pTask](cTaskRun(fShow, pTask, admit));
+            fShow.Finish(pTask, fTasks[pTask](cTaskRun(fShow, pTask, admit)));
         } catch (const std::bad_alloc&) {
             Fail(pTask, "not enough memory");
         } catch (const std::exception& failure) {
             Fail(pTask, failure.what());
         }
         fEnded++;
-        fShow.Finish(pTask, text);
     }
 
     /// The pictures that can be worked on at once, while there are so many left and each takes so much memory.
@@ -81,6 +84,7 @@ private:
     void Fail(size_t pTask, const std::string& pText)
     {
         fShow.Say(pText);
+        fShow.Fail(pTask);
         const std::lock_guard lock(fFailedMutex);
         fFailed.push_back(pTask);
     }

@@ -79,7 +79,8 @@ add_executable(selvane_tests_host_many host/Workshop.cpp
   host/batch/Progress_test.cpp
   host/batch/Tasks_test.cpp
   host/sequence/Sequence_test.cpp)
-target_link_libraries(selvane_tests_host_many PRIVATE selvane_host selvane_test_support PkgConfig::VIPS OpenEXR::OpenEXR PNG::PNG ZLIB::ZLIB
+target_link_libraries(selvane_tests_host_many PRIVATE selvane_host
+  -Wl,--whole-archive selvane_test_support -Wl,--no-whole-archive PkgConfig::VIPS OpenEXR::OpenEXR PNG::PNG ZLIB::ZLIB
   GTest::gmock GTest::gtest_main)
 get_target_property(definitions selvane_tests_host COMPILE_DEFINITIONS)
 target_compile_definitions(selvane_tests_host_many PRIVATE ${definitions})

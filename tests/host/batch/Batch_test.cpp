@@ -204,15 +204,16 @@ TEST_F(Batch, CommandLinesThatMakeNoSenseHaveStatusTwo)
 
 TEST_F(Batch, APictureThatIsTooLargeIsRefusedByName)
 {
-    Make(In("b"), 1000, 900); // some 90 MiB
-    const sRun run = Run({"--memory", "80M"});
+    Make(In("b"), 1600, 1250); // with its share of the suggestion some 190 MiB, and 120 for the small ones
+    const sRun run = Run({"--memory", "150M"});
     EXPECT_EQ(run.fStatus, 1);
     EXPECT_THAT(run.fErr, HasSubstr(In("b") + ": the picture needs "));
-    EXPECT_THAT(run.fErr, HasSubstr("--memory allows 80 MiB"));
+    EXPECT_THAT(run.fErr, HasSubstr("--memory allows 150 MiB"));
     EXPECT_THAT(Outputs(), ElementsAre("a-tm.jpg", "c-tm.jpg"));
 }
 
-/// Eight pictures of 2 megapixels, which take some 110 MB each: with room for one, the peak stays at that of a run of one.
+/// Eight pictures of 2 megapixels, each of which may need 190 MiB: with room for one, the peak stays at that of a run of
+/// one.
 TEST_F(Batch, TheMemoryIsBounded)
 {
     std::vector<std::string> words = {"tonemap", "--out-dir", fFolder / "out", "--overwrite", "-q", "--jobs", "8"};
@@ -223,7 +224,7 @@ TEST_F(Batch, TheMemoryIsBounded)
     const sRun alone = Selvane({"tonemap", words[7], "-q", "-o", fFolder / "alone.jpg"});
     ASSERT_EQ(alone.fStatus, 0) << alone.fErr;
     std::vector<std::string> narrow = words;
-    narrow.insert(narrow.end(), {"--memory", "150M"});
+    narrow.insert(narrow.end(), {"--memory", "250M"});
     const sRun bounded = Selvane(narrow);
     ASSERT_EQ(bounded.fStatus, 0) << bounded.fErr;
     const sRun wide = Selvane(words);

@@ -15,8 +15,8 @@ TEST(Progress, TheBarTellsPicturesAndMegapixels)
     const sProgress progress{.fPictures = 50, .fFinished = 12, .fShare = 0.5, .fMegapixels = 75.0, .fSeconds = 10.0};
     EXPECT_EQ(BarText(progress, 100, false),
               "[##########..............................] 12/50 pictures  7.5 megapixels/s  0:30 left");
-    EXPECT_EQ(BarText(progress, 70, false), "[####............] 12/50 pictures  7.5 megapixels/s  0:30 left");
-    EXPECT_EQ(BarText(progress, 40, false), "12/50 pictures  7.5 megapixels/s  0:30 l") << "no room for a bar";
+    EXPECT_EQ(BarText(progress, 70, false), "[#####..................] 12/50 pictures  7.5 megapixels/s  0:30 left");
+    EXPECT_EQ(BarText(progress, 40, false), "12/50 pictures  7.5 megapixels/s  0:30 ") << "no room for a bar";
 }
 
 TEST(Progress, TheBarOfOnePictureTellsItsShare)
@@ -29,7 +29,8 @@ TEST(Progress, TheBarOfOnePictureTellsItsShare)
 TEST(Progress, ColoursDoNotCountAsColumns)
 {
     const sProgress progress{.fPictures = 2, .fFinished = 1, .fShare = 0.0, .fMegapixels = 6.0, .fSeconds = 2.0};
-    EXPECT_EQ(BarText(progress, 60, true), "[\x1b[32m#####\x1b[0m......] 1/2 pictures  3.0 megapixels/s  0:02 left");
+    EXPECT_EQ(BarText(progress, 60, true),
+              "[\x1b[32m#######\x1b[0m........] 1/2 pictures  3.0 megapixels/s  0:02 left");
 }
 
 TEST(Progress, NoColorIsHonoured)
@@ -48,7 +49,7 @@ TEST(Progress, LinesCountThePictures)
         cProgressShow show(eShow::kLines, 3);
         show.SetSize(0, 6.0);
         show.Finish(0, "a.jpg");
-        show.Finish(1, "");
+        show.Fail(1);
         show.Say("b.hdr: is damaged");
         show.Finish(2, "c.jpg");
     });
@@ -73,8 +74,10 @@ TEST(Progress, RunningPicturesCountByTheirShare)
     show.SetShare(0, 0.5);
     show.SetSize(1, 4.0);
     show.Finish(1, "");
+    show.SetSize(2, 100.0);
+    show.Fail(2); // its pixels were not worked on
     const sProgress now = show.Now();
-    EXPECT_EQ(now.fFinished, 1u);
+    EXPECT_EQ(now.fFinished, 2u);
     EXPECT_EQ(now.fShare, 0.5);
     EXPECT_EQ(now.fMegapixels, 9.0);
 }
