@@ -506,10 +506,10 @@ void Plane(cBytes& pBytes, sProgram& pProgram)
     const ptrdiff_t gap = pBytes.Int(0, 2);
     const cBlock values(static_cast<size_t>(4 * ((photo.width + gap) * (photo.height - 1) + photo.width)), kUntouched);
     Begin(pProgram);
-    const int plane = pBytes.Int(-1, 3);
+    const int plane = pBytes.Int(-1, 4);
     const int status = selvane_get_plane(pProgram.fHandle.get(), plane, values.As<float>(), 4 * (photo.width + gap));
     CheckStatus(pProgram, status);
-    Check(status != SELVANE_OK || (plane >= SELVANE_PLANE_LUMINANCE && plane <= SELVANE_PLANE_DETAIL));
+    Check(status != SELVANE_OK || (plane >= SELVANE_PLANE_LUMINANCE && plane <= SELVANE_PLANE_MAPPED));
 }
 
 void Report(cBytes& pBytes, sProgram& pProgram)

@@ -86,7 +86,7 @@ void CopyPlane(selvane& pHandle, int pPlane, float* pValues, ptrdiff_t pRowStrid
 {
     sKept& kept = PictureOf(pHandle);
     const cPicture& picture = *kept.fPicture;
-    Require(pPlane >= SELVANE_PLANE_LUMINANCE && pPlane <= SELVANE_PLANE_DETAIL, "the plane is unknown");
+    Require(pPlane >= SELVANE_PLANE_LUMINANCE && pPlane <= SELVANE_PLANE_MAPPED, "the plane is unknown");
     Require(pValues != nullptr, "the values are null");
     const auto rowBytes = static_cast<ptrdiff_t>(sizeof(float)) * picture.Width();
     const ptrdiff_t stride = pRowStride == 0 ? rowBytes : pRowStride;
@@ -96,8 +96,10 @@ void CopyPlane(selvane& pHandle, int pPlane, float* pValues, ptrdiff_t pRowStrid
     CheckLimit(pHandle, 0);
     cRun run(pHandle.fCallbacks, kRenderWeight);
     const selvane_settings settings = EffectiveSettings(pHandle, run);
-    run.Plan(kept.fRender.SplitWeightFor(settings));
+    const bool maps = pPlane == SELVANE_PLANE_MAPPED;
+    run.Plan(maps ? kept.fRender.MapWeightFor(settings) : kept.fRender.SplitWeightFor(settings));
     kept.fRender.Split(settings, run);
+    if (maps) kept.fRender.Map(settings, run);
     KeepTimes(pHandle, run);
     for (int y = 0; y < picture.Height(); y++)
         kept.fRender.CopyPlaneRow(pPlane, y, pValues + y * (stride / static_cast<ptrdiff_t>(sizeof(float))));

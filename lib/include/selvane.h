@@ -368,7 +368,9 @@ typedef enum selvane_plane
 {
     SELVANE_PLANE_LUMINANCE = 0, /* logarithm of luminance, of the input */
     SELVANE_PLANE_BASE = 1,      /* its smooth part */
-    SELVANE_PLANE_DETAIL = 2     /* the difference of the two */
+    SELVANE_PLANE_DETAIL = 2,    /* the difference of the two */
+    SELVANE_PLANE_MAPPED = 3     /* logarithm of the new luminance, before the black and the white point, which stand on
+                                    its scale; at least -10. That of the input for a picture of one tone */
 } selvane_plane;
 
 /* Copies a plane of the latest render of the whole picture: width * height floats in decades. row_stride in bytes; 0:

@@ -490,7 +490,7 @@ TEST_F(Refusals, PlanesThatDoNotExistOrOverlap)
     const auto plane = [&](int pPlane, ptrdiff_t pStride) {
         return selvane_get_plane(fHandle.get(), pPlane, values.data() + kWidth * kHeight, pStride);
     };
-    for (const int number : {-1, 3, INT_MAX, INT_MIN})
+    for (const int number : {-1, 4, INT_MAX, INT_MIN})
         ExpectRefused(plane(number, 0), "plane");
     for (const ptrdiff_t stride : {ptrdiff_t{4}, ptrdiff_t{4 * kWidth - 4}, ptrdiff_t{-4 * kWidth + 4}})
         ExpectRefused(plane(SELVANE_PLANE_BASE, stride), "overlap");
