@@ -311,6 +311,13 @@ SELVANE_FUNCTION int selvane_preview_size(const selvane* handle, int longest_sid
  * reduced one is kept with results of its own. target has the size that selvane_preview_size gives. */
 SELVANE_FUNCTION int selvane_preview(selvane* handle, int longest_side, const selvane_target* target);
 
+/* Writes the picture as it is, without tone mapping, as a camera would expose it: linear samples times 2^stops, each cut
+ * off at 0 and 1. Settings, report and results of the handle stay.
+ *
+ * @param stops  -100 to 100
+ * @param longest_side  as in selvane_preview; 0: the whole picture */
+SELVANE_FUNCTION int selvane_plain(selvane* handle, float stops, int longest_side, const selvane_target* target);
+
 /* Gives the ICC profile of a space, SELVANE_SRGB to SELVANE_REC2020: constant bytes of the library. linear as in
  * selvane_target. */
 SELVANE_FUNCTION int selvane_profile(int space, int linear, const unsigned char** bytes, size_t* size);
