@@ -6,6 +6,7 @@
 // its samples, its colours, the sliders and the failures.
 
 #include "color/cColorSpace.h"
+#include "picture/Bytes.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -27,8 +28,6 @@ enum eSampleForm : int
 
 /// The most pixels of a picture. The library counts the bytes of its float picture, 12 a pixel, in 31 bits.
 constexpr int64_t kMostPixels = 0x7FFFFFFF / 12;
-
-using tBytes = std::vector<unsigned char>;
 
 /// A picture. It is upright, and its rows follow each other without padding.
 struct sPicture
