@@ -20,9 +20,9 @@ constexpr size_t kMostBytes = 16 << 20;
 void CheckPicture(const sPicture& pPicture)
 {
     Check(pPicture.fWidth > 0 && pPicture.fHeight > 0);
-    Check(pPicture.fForm == eSamples8 || pPicture.fForm == eSamples16 || pPicture.fForm == eExponentPlanes);
+    Check(pPicture.fForm >= eSamples8 && pPicture.fForm <= eFloats);
+    Check(pPicture.fChannels == 3 || (pPicture.fChannels == 4 && pPicture.fForm != eExponentPlanes));
     Check(pPicture.fPixels.size() == AllBytes(pPicture));
-    Check(!pPicture.fColorSpace || Vornik::cColorSpace::IsColorSpaceIDValid(*pPicture.fColorSpace));
 }
 
 /// Reads every byte, as a renderer does. The sanitizer reports bytes outside the memory of the picture.

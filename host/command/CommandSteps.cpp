@@ -1,25 +1,17 @@
 #include "command/CommandSteps.h"
 
-#include "command/Report.h"
 #include "picture/PictureLibrary.h"
 #include "read/PictureReader.h"
+#include "read/ReaderSteps.h"
 #include "write/OutputFile.h"
+
+#include <selvane.h>
 
 #include <filesystem>
 #include <system_error>
 
 namespace SelvaneHost
 {
-
-namespace
-{
-
-void WarnAbout(const std::string& pPath, const std::string& pWarning)
-{
-    Warn(pPath + ": " + pWarning);
-}
-
-} // namespace
 
 void CheckDepth(const sOutput& pOutput, eFileKind pKind)
 {
@@ -42,27 +34,29 @@ int DepthFor(const sOutput& pOutput, eFileKind pKind, eSampleForm pInput)
     return pKind == eJpeg || pInput == eSamples8 ? 8 : 16;
 }
 
-sPicture Read(const std::string& pPath)
+sPicture Read(const std::string& pPath, const tLine& pLine)
 {
     StartPictureLibrary();
     sPicture picture = About(pPath, [&] { return ReadPictureFile(pPath); });
     for (const std::string& warning : picture.fWarnings)
-        WarnAbout(pPath, warning);
+        pLine("warning: " + pPath + ": " + warning);
     return picture;
 }
 
-Vornik::eColorSpaceID SpaceOf(const sPicture& pPicture, const std::string& pPath,
-                              std::optional<Vornik::eColorSpaceID> pChosen)
+int SpaceOf(sPicture& pPicture, const std::string& pPath, std::optional<int> pChosen, const tLine& pLine)
 {
-    if (pChosen) return *pChosen;
-    if (!pPicture.fColorSpaceWarning.empty()) WarnAbout(pPath, pPicture.fColorSpaceWarning);
-    return pPicture.fColorSpace.value_or(Vornik::eColorSpace_sRGB);
+    if (pChosen)
+        SetSpace(pPicture, pChosen);
+    else if (!pPicture.fColorSpaceWarning.empty())
+        pLine("warning: " + pPath + ": " + pPicture.fColorSpaceWarning);
+    return pPicture.fColor.fPrimaries;
 }
 
-sPicture Blank(const sPicture& pInput, int pDepth)
+sPicture Blank(const sPicture& pInput, eFileKind pKind, int pDepth)
 {
     sPicture output;
-    AllocatePixels(output, pInput.fWidth, pInput.fHeight, pDepth == 8 ? eSamples8 : eSamples16);
+    AllocatePixels(output, pInput.fWidth, pInput.fHeight, pDepth == 8 ? eSamples8 : eSamples16,
+                   pKind == eJpeg ? 3 : pInput.fChannels);
     output.fMetadata = pInput.fMetadata;
     return output;
 }

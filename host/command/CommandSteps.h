@@ -7,6 +7,7 @@
 #include "picture/Picture.h"
 #include "write/FileKind.h"
 
+#include <functional>
 #include <new>
 #include <optional>
 #include <string>
@@ -30,6 +31,9 @@ auto About(const std::string& pPath, tAction pAction)
     }
 }
 
+/// Takes a line for the standard error stream, without "selvane: ". A warning begins with "warning: ".
+using tLine = std::function<void(const std::string&)>;
+
 /// The output of a subcommand, as the command line gives it.
 struct sOutput
 {
@@ -51,17 +55,16 @@ void CheckOutput(const std::string& pInput, const sOutput& pOutput);
 /// 8 bits, and 16 for all other files.
 int DepthFor(const sOutput& pOutput, eFileKind pKind, eSampleForm pInput);
 
-/// Starts libvips and reads a file. Prints all warnings except the one about the colour space.
-sPicture Read(const std::string& pPath);
+/// Starts libvips and reads a file. Tells all warnings except the one about the colour space.
+sPicture Read(const std::string& pPath, const tLine& pLine);
 
-/// Returns the chosen space, or else that of the file. If there is neither, returns sRGB and prints the picture's
-/// warning about the colour space.
-Vornik::eColorSpaceID SpaceOf(const sPicture& pPicture, const std::string& pPath,
-                              std::optional<Vornik::eColorSpaceID> pChosen);
+/// Returns the space of the output: the chosen one, or else that of the file. A chosen one is that of the input too. If
+/// there is neither, returns sRGB and tells the picture's warning about the colour space.
+int SpaceOf(sPicture& pPicture, const std::string& pPath, std::optional<int> pChosen, const tLine& pLine);
 
-/// Returns a black picture with the size and the metadata of the input.
+/// Returns a black picture with the size, the alpha channel and the metadata of the input.
 /// @param pDepth bits per sample, 8 or 16
-sPicture Blank(const sPicture& pInput, int pDepth);
+sPicture Blank(const sPicture& pInput, eFileKind pKind, int pDepth);
 
 } // namespace SelvaneHost
 

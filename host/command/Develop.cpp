@@ -1,10 +1,8 @@
 #include "command/Develop.h"
 
-#include "command/Report.h"
 #include "picture/Errors.h"
 
-#include <selvane.h>
-
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <fstream>
@@ -47,47 +45,91 @@ constexpr sOption kOptions[] = {
     {"--saturation", "saturation", &selvane_settings::saturation},
 };
 
-void ShowLine(void* /*pUser*/, const char* pLine)
-{
-    Report(pLine);
-}
-
 /// Turns a status into a failure with the handle's text. A wrong value is a wrong command line.
 void Must(int pStatus, const selvane* pHandle)
 {
     if (pStatus == SELVANE_OK) return;
     const std::string text = selvane_error(pHandle);
     if (pStatus == SELVANE_ERROR_ARGUMENT || pStatus == SELVANE_ERROR_TEXT) throw cUsageError(text);
-    throw cHostError("cannot be tone-mapped: " + text);
+    throw cHostError("cannot be rendered: " + text);
 }
 
-tHandle NewHandle(const sLookOptions& pOptions)
+/// A handle with its callbacks, which point to the object: it stays where it is.
+class cRender
 {
-    tHandle handle(selvane_new());
-    if (handle == nullptr) throw cHostError("not enough memory for this picture");
-    Must(selvane_set_threads(handle.get(), pOptions.fThreads), handle.get());
-    if (pOptions.fVerbose) Must(selvane_set_log(handle.get(), ShowLine, nullptr), handle.get());
-    return handle;
-}
+public:
+    explicit cRender(const sRunning& pRunning) : fRunning(pRunning), fHandle(selvane_new())
+    {
+        if (fHandle == nullptr) throw cHostError("not enough memory for this picture");
+        auto* const user = const_cast<sRunning*>(&fRunning); // the callbacks only read it
+        Must(selvane_set_threads(Handle(), fRunning.fThreads), Handle());
+        if (fRunning.fLog) Must(selvane_set_log(Handle(), TakeLine, user), Handle());
+        if (fRunning.fProgress) Must(selvane_set_progress(Handle(), TakeProgress, user), Handle());
+    }
+    cRender(const cRender&) = delete;
+    cRender& operator=(const cRender&) = delete;
+
+    selvane* Handle() const { return fHandle.get(); }
+
+private:
+    static void TakeLine(void* pUser, const char* pLine) { static_cast<const sRunning*>(pUser)->fLog(pLine); }
+    static int TakeProgress(void* pUser, int pStage, float pShare)
+    {
+        return static_cast<const sRunning*>(pUser)->fProgress(pStage, pShare) ? 0 : 1;
+    }
+
+    const sRunning fRunning;
+    const tHandle fHandle;
+};
 
 int FormatOf(eSampleForm pForm)
 {
-    if (pForm == eSamples8) return SELVANE_U8;
-    return pForm == eSamples16 ? SELVANE_U16 : SELVANE_RGBE_PLANES;
+    switch (pForm) {
+    case eSamples8:
+        return SELVANE_U8;
+    case eSamples16:
+        return SELVANE_U16;
+    case eExponentPlanes:
+        return SELVANE_RGBE_PLANES;
+    default:
+        return SELVANE_F32;
+    }
 }
 
-/// Samples are decoded as the engine's entry does, so that --exact gives the same picture.
-void SetPicture(selvane* pHandle, const sPicture& pInput, Vornik::eColorSpaceID pSpace)
+selvane_picture Describe(const sPicture& pInput)
 {
     selvane_picture picture;
     selvane_picture_init(&picture);
     picture.width = pInput.fWidth;
     picture.height = pInput.fHeight;
     picture.format = FormatOf(pInput.fForm);
-    picture.primaries = pSpace;
-    picture.transfer = pInput.fForm == eExponentPlanes ? SELVANE_TRANSFER_LINEAR : SELVANE_TRANSFER_ENGINE;
-    picture.keep_hot_samples = 1;
+    picture.channels = pInput.fChannels;
+    picture.primaries = pInput.fColor.fPrimaries;
+    picture.transfer = pInput.fColor.fTransfer;
+    picture.gamma = pInput.fColor.fGamma;
+    std::copy(pInput.fColor.fChromaticities.begin(), pInput.fColor.fChromaticities.end(), picture.chromaticities);
     picture.pixels = pInput.fPixels.data();
+    return picture;
+}
+
+selvane_target Describe(sPicture& pOutput, int pSpace)
+{
+    selvane_target target;
+    selvane_target_init(&target);
+    target.width = pOutput.fWidth;
+    target.height = pOutput.fHeight;
+    target.format = FormatOf(pOutput.fForm);
+    target.channels = pOutput.fChannels;
+    target.space = pSpace;
+    target.pixels = pOutput.fPixels.data();
+    return target;
+}
+
+/// @param pAsTheyAre single samples that outshine everything else stay, as the engine's entry leaves them
+void SetPicture(selvane* pHandle, const sPicture& pInput, bool pAsTheyAre)
+{
+    selvane_picture picture = Describe(pInput);
+    picture.keep_hot_samples = pAsTheyAre ? 1 : 0;
     Must(selvane_set_picture(pHandle, &picture), pHandle);
 }
 
@@ -100,55 +142,68 @@ std::string TextOf(const std::string& pPath)
 }
 
 /// The settings of the preset or the file. Natural without either.
-selvane_settings BaseSettings(selvane* pHandle, const sLookOptions& pOptions)
+selvane_settings BaseSettings(selvane* pHandle, const sLook& pLook)
 {
     selvane_settings settings;
     selvane_settings_init(&settings);
-    if (!pOptions.fPreset.empty()) Must(selvane_preset(pHandle, pOptions.fPreset.c_str(), &settings), pHandle);
-    if (!pOptions.fSettings.empty()) {
-        const std::string text = TextOf(pOptions.fSettings);
+    if (!pLook.fPreset.empty()) Must(selvane_preset(pHandle, pLook.fPreset.c_str(), &settings), pHandle);
+    if (!pLook.fSettings.empty()) {
+        const std::string text = TextOf(pLook.fSettings);
         const int status = selvane_settings_from_text(pHandle, text.c_str(), &settings);
-        if (status != SELVANE_OK) throw cUsageError(pOptions.fSettings + ": " + selvane_error(pHandle));
+        if (status != SELVANE_OK) throw cUsageError(pLook.fSettings + ": " + selvane_error(pHandle));
     }
-    settings.exposure += pOptions.fExposure.value_or(0.0F);
-    settings.contrast += pOptions.fContrast.value_or(0.0F);
-    settings.saturation += pOptions.fSaturation.value_or(0.0F);
-    if (pOptions.fWrap) settings.wrap = 1;
+    settings.exposure += pLook.fExposure.value_or(0.0F);
+    settings.contrast += pLook.fContrast.value_or(0.0F);
+    settings.saturation += pLook.fSaturation.value_or(0.0F);
+    if (pLook.fWrap) settings.wrap = 1;
     return settings;
 }
 
-void SetGiven(const sLookOptions& pOptions, selvane_settings& pSettings)
+void SetGiven(const sLook& pLook, selvane_settings& pSettings)
 {
     for (const sOption& option : kOptions) {
-        const auto given = pOptions.fGiven.find(option.fKey);
-        if (given != pOptions.fGiven.end()) pSettings.*option.fMember = given->second;
+        const auto given = pLook.fGiven.find(option.fKey);
+        if (given != pLook.fGiven.end()) pSettings.*option.fMember = given->second;
     }
 }
 
-/// Sets the settings of the command line: those of the base, and the sliders that were given as they stand.
-selvane_settings SetSettings(selvane* pHandle, const sLookOptions& pOptions)
+/// The settings as they stand, with the points of the command line.
+selvane_settings ManualSettings(selvane* pHandle, const sLook& pLook)
 {
-    const selvane_settings base = BaseSettings(pHandle, pOptions);
+    selvane_settings settings = BaseSettings(pHandle, pLook);
+    settings.automatic = 0;
+    SetGiven(pLook, settings);
+    if (pLook.fWhitePoint) {
+        settings.points = SELVANE_POINTS_GIVEN;
+        settings.black_point = pLook.fBlackPoint.value_or(0.0F);
+        settings.white_point = *pLook.fWhitePoint;
+    }
+    return settings;
+}
+
+/// The suggested settings with those of the base, and the sliders that were given as they stand.
+selvane_settings SuggestedSettings(selvane* pHandle, const sLook& pLook)
+{
+    const selvane_settings base = BaseSettings(pHandle, pLook);
     Must(selvane_set_settings(pHandle, &base), pHandle);
     selvane_settings settings{};
     settings.struct_size = sizeof settings;
     Must(selvane_effective_settings(pHandle, &settings), pHandle);
-    if (pOptions.fGiven.empty()) return settings;
-    SetGiven(pOptions, settings);
-    Must(selvane_set_settings(pHandle, &settings), pHandle);
+    SetGiven(pLook, settings);
     return settings;
 }
 
-void Render(selvane* pHandle, Vornik::eColorSpaceID pSpace, sPicture& pOutput)
+/// Sets the settings of the look. Returns them complete, with automatic 0.
+selvane_settings SetSettings(selvane* pHandle, const sLook& pLook)
 {
-    selvane_target target;
-    selvane_target_init(&target);
-    target.width = pOutput.fWidth;
-    target.height = pOutput.fHeight;
-    target.format = pOutput.fForm == eSamples8 ? SELVANE_U8 : SELVANE_U16;
-    target.space = pSpace;
-    target.pixels = pOutput.fPixels.data();
-    Must(selvane_render(pHandle, &target), pHandle);
+    if (pLook.fSettled) {
+        Must(selvane_set_settings(pHandle, &*pLook.fSettled), pHandle);
+        return *pLook.fSettled;
+    }
+    const bool alone = StandsAlone(pLook);
+    const selvane_settings settings = alone ? ManualSettings(pHandle, pLook) : SuggestedSettings(pHandle, pLook);
+    if (alone || !pLook.fGiven.empty()) Must(selvane_set_settings(pHandle, &settings), pHandle);
+    return settings;
 }
 
 /// The fewest digits from which the same float can be read.
@@ -159,9 +214,9 @@ std::string Digits(float pValue)
     return {digits.data(), end.ptr};
 }
 
-std::string WordsOf(const selvane_settings& pSettings)
+std::string WordsOf(const selvane_settings& pSettings, const sLook& pLook)
 {
-    std::string words = "--exact";
+    std::string words = TakesEntryForm(pLook) ? "--exact" : "--manual";
     for (const sOption& option : kOptions)
         if (pSettings.*option.fMember != 0.0F)
             words += std::string(" ") + option.fOption + " " + Digits(pSettings.*option.fMember);
@@ -179,41 +234,58 @@ std::string ReasonOf(const selvane* pHandle)
     return reasons;
 }
 
-} // namespace
-
-sDeveloped Develop(const sPicture& pInput, const sLookOptions& pOptions, Vornik::eColorSpaceID pSpace,
-                   sPicture& pOutput)
+selvane_report ReportOf(const selvane* pHandle)
 {
-    const tHandle handle = NewHandle(pOptions);
-    SetPicture(handle.get(), pInput, pSpace);
-    const selvane_settings settings = SetSettings(handle.get(), pOptions);
-    Render(handle.get(), pSpace, pOutput);
-    return {ReasonOf(handle.get()), WordsOf(settings)};
+    selvane_report report{};
+    report.struct_size = sizeof report;
+    Must(selvane_get_report(pHandle, &report), pHandle);
+    return report;
 }
 
-std::string SuggestionText(const sPicture& pInput, const sLookOptions& pOptions, Vornik::eColorSpaceID pSpace)
+} // namespace
+
+bool TakesEntryForm(const sLook& pLook)
 {
-    const tHandle handle = NewHandle(pOptions);
-    SetPicture(handle.get(), pInput, pSpace);
-    const selvane_settings settings = SetSettings(handle.get(), pOptions);
+    return pLook.fExact || pLook.fWhitePoint.has_value();
+}
+
+bool StandsAlone(const sLook& pLook)
+{
+    return pLook.fManual || TakesEntryForm(pLook) || pLook.fSettled.has_value();
+}
+
+sDeveloped Develop(const sPicture& pInput, const sLook& pLook, int pSpace, const sRunning& pRunning, sPicture& pOutput)
+{
+    const cRender render(pRunning);
+    SetPicture(render.Handle(), pInput, TakesEntryForm(pLook));
+    const selvane_settings settings = SetSettings(render.Handle(), pLook);
+    const selvane_target target = Describe(pOutput, pSpace);
+    Must(selvane_render(render.Handle(), &target), render.Handle());
+    return {ReasonOf(render.Handle()), WordsOf(settings, pLook), settings, ReportOf(render.Handle())};
+}
+
+std::string SuggestionText(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning)
+{
+    const cRender render(pRunning);
+    SetPicture(render.Handle(), pInput, TakesEntryForm(pLook));
+    const selvane_settings settings = SetSettings(render.Handle(), pLook);
     size_t needed = 0;
-    selvane_settings_to_text(handle.get(), &settings, nullptr, 0, &needed);
+    selvane_settings_to_text(render.Handle(), &settings, nullptr, 0, &needed);
     std::string text(needed, '\0');
-    Must(selvane_settings_to_text(handle.get(), &settings, text.data(), text.size(), nullptr), handle.get());
+    Must(selvane_settings_to_text(render.Handle(), &settings, text.data(), text.size(), nullptr), render.Handle());
     text.pop_back(); // the final zero
     return text;
 }
 
-void DevelopExactly(const sPicture& pInput, const sLookOptions& pOptions, Vornik::eColorSpaceID pSpace,
-                    sPicture& pOutput)
+void Equalize(const sPicture& pInput, const selvane_settings& pSettings, int pSpace, const sRunning& pRunning,
+              sPicture& pOutput)
 {
-    const tHandle handle = NewHandle(pOptions);
-    SetPicture(handle.get(), pInput, pSpace);
-    selvane_settings settings = BaseSettings(handle.get(), pOptions);
-    settings.automatic = 0;
-    SetGiven(pOptions, settings);
-    Must(selvane_set_settings(handle.get(), &settings), handle.get());
-    Render(handle.get(), pSpace, pOutput);
+    const cRender render(pRunning);
+    selvane_picture picture = Describe(pInput);
+    if (picture.transfer == SELVANE_TRANSFER_ENGINE)
+        picture.transfer = SELVANE_TRANSFER_DEFAULT; // of finished pictures
+    const selvane_target target = Describe(pOutput, pSpace);
+    Must(selvane_equalize(render.Handle(), &picture, &pSettings, &target), render.Handle());
 }
 
 } // namespace SelvaneHost

@@ -1,20 +1,23 @@
 #ifndef SELVANE_HOST_COMMAND_DEVELOP_H
 #define SELVANE_HOST_COMMAND_DEVELOP_H
 
-// The render of `selvane tonemap` without --exact: libselvane looks at the picture and suggests the settings.
+// The render of a picture by libselvane, with the look of the command line.
 
+#include "command/CommandSteps.h"
 #include "picture/Picture.h"
 
+#include <selvane.h>
+
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace SelvaneHost
 {
 
 /// What the command line says of the look.
-struct sLookOptions
+struct sLook
 {
     std::string fPreset;   ///< name of a preset; empty: natural
     std::string fSettings; ///< file of settings (TOML); empty: none. Not with a preset
@@ -24,29 +27,49 @@ struct sLookOptions
     std::optional<float> fContrast;   ///< on top of the suggestion
     std::optional<float> fSaturation; ///< on top of the suggestion
     bool fWrap = false;
-    int fThreads = 0; ///< 0: one for each processor
-    bool fVerbose = false;
-    bool fQuiet = false;
+    bool fManual = false;                     ///< sliders as they stand, 0 where they are not given
+    bool fExact = false;                      ///< the same, on the samples that the engine's entry takes
+    std::optional<float> fBlackPoint;         ///< points of an earlier run; both or none. As fExact
+    std::optional<float> fWhitePoint;         ///< above the black point
+    std::optional<selvane_settings> fSettled; ///< complete settings with automatic 0; nothing else counts
+};
+
+/// Returns whether the picture has to have the form of the engine's entry, see MakeEntryForm.
+bool TakesEntryForm(const sLook& pLook);
+
+/// Returns whether the sliders stand as they are, without a suggestion.
+bool StandsAlone(const sLook& pLook);
+
+/// How to run.
+struct sRunning
+{
+    int fThreads = 0;                               ///< 0: one for each processor
+    tLine fLog = {};                                ///< takes the lines of libselvane's log; empty: none
+    std::function<bool(int, float)> fProgress = {}; ///< takes selvane_stage and the share of the render that is done,
+                                                    ///< 0 to 1; false cancels. Empty: not asked
 };
 
 /// How a picture was developed.
 struct sDeveloped
 {
-    std::string fReason; ///< what decided the suggestion, in one line; empty if the settings need none
-    std::string fWords;  ///< options that give the same picture again, "--exact --compression 40 ..."
+    std::string fReason;          ///< what decided the suggestion, in one line; empty if the settings need none
+    std::string fWords;           ///< options that give the same picture again, "--manual --compression 40 ..."
+    selvane_settings fSettings{}; ///< complete, with automatic 0
+    selvane_report fReport{};
 };
 
 /// Renders the input into the output, which has its size and 8 or 16 bits.
+/// @param pSpace SELVANE_SRGB to SELVANE_REC2020
 /// @throws cHostError, cUsageError
-sDeveloped Develop(const sPicture& pInput, const sLookOptions& pOptions, Vornik::eColorSpaceID pSpace,
-                   sPicture& pOutput);
+sDeveloped Develop(const sPicture& pInput, const sLook& pLook, int pSpace, const sRunning& pRunning, sPicture& pOutput);
 
 /// Returns the settings that Develop would use, as text (TOML).
-std::string SuggestionText(const sPicture& pInput, const sLookOptions& pOptions, Vornik::eColorSpaceID pSpace);
+std::string SuggestionText(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning);
 
-/// Renders with the sliders as they stand, and with exposure, contrast and saturation.
-void DevelopExactly(const sPicture& pInput, const sLookOptions& pOptions, Vornik::eColorSpaceID pSpace,
-                    sPicture& pOutput);
+/// Applies the three curves over hue of the settings to a finished picture of 8 or 16 bits.
+/// @param pOutput has the size of the input and 8 or 16 bits
+void Equalize(const sPicture& pInput, const selvane_settings& pSettings, int pSpace, const sRunning& pRunning,
+              sPicture& pOutput);
 
 } // namespace SelvaneHost
 

@@ -1,7 +1,7 @@
 #ifndef SELVANE_HOST_COMMAND_EQUALIZE_H
 #define SELVANE_HOST_COMMAND_EQUALIZE_H
 
-// The subcommand equalize. It drives the library's colour equalizer through the classes and not through the entry.
+// The subcommand equalize.
 
 #include "command/CommandSteps.h"
 
@@ -18,8 +18,8 @@ struct sEqualizeOptions
     std::string fHueShift; ///< lists of HUE:VALUE; empty: the curve changes nothing
     std::string fSaturation;
     std::string fLightness;
-    std::optional<Vornik::eColorSpaceID> fColorSpace; ///< empty: the file decides
-    bool fVerbose = false;                            ///< show the library's progress lines
+    std::optional<int> fColorSpace; ///< SELVANE_SRGB to SELVANE_REC2020; empty: the file decides
+    bool fVerbose = false;          ///< show the lines of libselvane's log
 };
 
 /// Applies the three hue curves to a finished picture.

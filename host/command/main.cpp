@@ -16,7 +16,6 @@
 
 #include <CLI/CLI.hpp>
 #include <charconv>
-#include <map>
 
 namespace
 {
@@ -26,12 +25,6 @@ using namespace SelvaneHost;
 constexpr int kFailed = 1;
 constexpr int kWrongCommandLine = 2;
 constexpr int kMostThreads = 256;
-
-const std::map<std::string, Vornik::eColorSpaceID> kSpaceNames = {
-    {"srgb", Vornik::eColorSpace_sRGB},
-    {"adobe", Vornik::eColorSpace_AdobeRGB98},
-    {"prophoto", Vornik::eColorSpace_ProPhotoRGB},
-};
 
 void AddInput(CLI::App& pCommand, std::string& pInput)
 {
@@ -50,11 +43,11 @@ CLI::Option* AddOutput(CLI::App& pCommand, sOutput& pOutput)
     return output;
 }
 
-void AddColorSpace(CLI::App& pCommand, std::optional<Vornik::eColorSpaceID>& pSpace)
+void AddColorSpace(CLI::App& pCommand, std::optional<int>& pSpace)
 {
     pCommand
         .add_option_function<std::string>(
-            "--color-space", [&pSpace](const std::string& pName) { pSpace = kSpaceNames.at(pName); },
+            "--color-space", [&pSpace](const std::string& pName) { pSpace = SpaceOfWord(pName); },
             "colours of input and output (default: what the file says, else srgb)")
         ->check(CLI::IsMember({"srgb", "adobe", "prophoto"}));
 }
@@ -89,27 +82,29 @@ void AddCrop(CLI::App& pCommand, std::optional<sArea>& pCrop)
 
 void AddVerbose(CLI::App& pCommand, bool& pVerbose)
 {
-    pCommand.add_flag("-v,--verbose", pVerbose, "show the library's progress lines");
+    pCommand.add_flag("-v,--verbose", pVerbose, "show the lines of libselvane's log");
 }
 
-void AddSliders(CLI::App& pCommand, sStatsOptions& pOptions)
+void SetSlider(const sSlider& pSlider, float pValue, sJob& pJob)
+{
+    if (!(pValue >= pSlider.fLowest && pValue <= pSlider.fHighest)) // NaN too
+        throw CLI::ValidationError(pSlider.fOption, RangeOf(pSlider));
+    pJob.fLook.fGiven[KeyOf(pSlider)] = pValue;
+}
+
+void AddSliders(CLI::App& pCommand, sJob& pJob)
 {
     for (const sSlider& slider : kSliders)
         pCommand.add_option_function<float>(
-            slider.fOption,
-            [&pOptions, &slider](float pValue) {
-                pOptions.fSliders.*slider.fMember = pValue;
-                pOptions.fGiven.emplace_back(slider.fOption);
-            },
-            HelpOf(slider));
-    pCommand.add_flag("--wrap", pOptions.fWrap, "left and right edge meet: a full panorama");
-    pCommand.add_option("--threads", pOptions.fThreads, "workers (default 0: one for each processor)")
+            slider.fOption, [&pJob, &slider](float pValue) { SetSlider(slider, pValue, pJob); }, HelpOf(slider));
+    pCommand.add_flag("--wrap", pJob.fLook.fWrap, "left and right edge meet: a full panorama");
+    pCommand.add_option("--threads", pJob.fThreads, "workers (default 0: one for each processor)")
         ->check(CLI::Range(0, kMostThreads));
 }
 
 void AddLook(CLI::App& pCommand, sTonemapOptions& pOptions)
 {
-    sLookOptions& look = pOptions.fLook;
+    sLook& look = pOptions.fJob.fLook;
     pCommand.add_option("--preset", look.fPreset,
                         "natural (default), clear, soft, dramatic, interior, night, flat, or one of your own");
     pCommand.add_option("--settings", look.fSettings, "file of settings, as --suggest prints them");
@@ -120,32 +115,33 @@ void AddLook(CLI::App& pCommand, sTonemapOptions& pOptions)
     pCommand.add_option("--saturation", look.fSaturation, "more colour, or less below 0, -100 grey to 100")
         ->check(CLI::Range(-100.0, 100.0));
     pCommand.add_flag("--suggest", pOptions.fSuggest, "print the settings that suit the picture; render nothing");
-    pCommand.add_flag("--exact", pOptions.fExact, "take the sliders as they stand, 0 where they are not given");
-    pCommand.add_flag("-q,--quiet", look.fQuiet, "do not say what was chosen");
+    pCommand.add_flag("--manual", look.fManual, "take the sliders as they stand, 0 where they are not given");
+    pCommand.add_flag("--exact", look.fExact, "the same with the numbers of the engine's entry, for scripts");
+    pCommand.add_option("--black-point", look.fBlackPoint, "black point of an earlier run (see stats)");
+    pCommand.add_option("--white-point", look.fWhitePoint, "white point of an earlier run");
+    pCommand.add_flag("-q,--quiet", pOptions.fQuiet, "do not say what was chosen");
 }
 
 void AddTonemap(CLI::App& pApp, sTonemapOptions& pOptions)
 {
     CLI::App* const command = pApp.add_subcommand("tonemap", "turn a high-dynamic-range picture into one for display");
-    AddInput(*command, pOptions.fInput);
-    AddOutput(*command, pOptions.fOutput);
+    AddInput(*command, pOptions.fJob.fInput);
+    AddOutput(*command, pOptions.fJob.fOutput);
     AddLook(*command, pOptions);
-    AddSliders(*command, pOptions);
-    AddCrop(*command, pOptions.fCrop);
-    command->add_option("--black-point", pOptions.fBlackPoint, "black point of an earlier run (see stats)");
-    command->add_option("--white-point", pOptions.fWhitePoint, "white point of an earlier run");
-    AddColorSpace(*command, pOptions.fColorSpace);
+    AddSliders(*command, pOptions.fJob);
+    AddCrop(*command, pOptions.fJob.fCrop);
+    AddColorSpace(*command, pOptions.fJob.fColorSpace);
     AddVerbose(*command, pOptions.fVerbose);
     command->callback([&pOptions] { RunTonemap(pOptions); });
 }
 
-void AddStats(CLI::App& pApp, sStatsOptions& pOptions)
+void AddStats(CLI::App& pApp, sTonemapOptions& pOptions)
 {
-    CLI::App* const command = pApp.add_subcommand("stats", "print the black and white point that tonemap would use");
-    AddInput(*command, pOptions.fInput);
-    AddSliders(*command, pOptions);
-    AddCrop(*command, pOptions.fCrop);
-    AddColorSpace(*command, pOptions.fColorSpace);
+    CLI::App* const command = pApp.add_subcommand("stats", "print the black and white point that tonemap --exact uses");
+    AddInput(*command, pOptions.fJob.fInput);
+    AddSliders(*command, pOptions.fJob);
+    AddCrop(*command, pOptions.fJob.fCrop);
+    AddColorSpace(*command, pOptions.fJob.fColorSpace);
     AddVerbose(*command, pOptions.fVerbose);
     command->callback([&pOptions] { RunStats(pOptions); });
 }
@@ -183,10 +179,10 @@ void CheckSubcommand(const CLI::App& pApp, const std::string& pWord)
 int Run(int pCount, char** pWords)
 {
     CLI::App app("Selvane, a local tone mapper for high-dynamic-range photographs", "selvane");
-    app.set_version_flag("--version", "selvane " SELVANE_VERSION);
+    app.set_version_flag("--version", "selvane " SELVANE_COMMAND_VERSION);
     app.require_subcommand(1);
     sTonemapOptions tonemap;
-    sStatsOptions stats;
+    sTonemapOptions stats;
     sEqualizeOptions equalize;
     AddTonemap(app, tonemap);
     AddStats(app, stats);

@@ -1,6 +1,7 @@
 #include "picture/Picture.h"
 
 #include "picture/Errors.h"
+#include "picture/ExponentPlanes.h"
 
 #include <cstring>
 #include <utility>
@@ -20,10 +21,21 @@ bool IsInside(const sPicture& pPicture, const sArea& pArea)
 
 } // namespace
 
+size_t SampleBytes(eSampleForm pForm)
+{
+    if (pForm == eFloats) return sizeof(float);
+    return pForm == eSamples16 ? sizeof(uint16_t) : 1;
+}
+
+size_t PixelBytes(const sPicture& pPicture)
+{
+    if (pPicture.fForm == eExponentPlanes) return 4;
+    return SampleBytes(pPicture.fForm) * static_cast<size_t>(pPicture.fChannels);
+}
+
 size_t RowBytes(const sPicture& pPicture)
 {
-    const size_t bytesPerPixel = pPicture.fForm == eSamples8 ? 3 : pPicture.fForm == eSamples16 ? 6 : 4;
-    return bytesPerPixel * static_cast<size_t>(pPicture.fWidth);
+    return PixelBytes(pPicture) * static_cast<size_t>(pPicture.fWidth);
 }
 
 size_t AllBytes(const sPicture& pPicture)
@@ -41,7 +53,7 @@ const unsigned char* Row(const sPicture& pPicture, int pRow)
     return pPicture.fPixels.data() + RowBytes(pPicture) * static_cast<size_t>(pRow);
 }
 
-void SetSize(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pForm)
+void SetSize(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pForm, int pChannels)
 {
     constexpr int64_t kLongestSide = INT32_MAX;
     if (pWidth < 1 || pHeight < 1) throw cHostError("the picture has no pixels");
@@ -52,11 +64,12 @@ void SetSize(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pF
     pPicture.fWidth = static_cast<int>(pWidth);
     pPicture.fHeight = static_cast<int>(pHeight);
     pPicture.fForm = pForm;
+    pPicture.fChannels = pChannels;
 }
 
-void AllocatePixels(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pForm)
+void AllocatePixels(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pForm, int pChannels)
 {
-    SetSize(pPicture, pWidth, pHeight, pForm);
+    SetSize(pPicture, pWidth, pHeight, pForm, pChannels);
     pPicture.fPixels.resize(AllBytes(pPicture));
 }
 
@@ -67,7 +80,7 @@ void Crop(sPicture& pPicture, const sArea& pArea)
                          std::to_string(pPicture.fHeight) + " pixels");
     }
     sPicture part;
-    AllocatePixels(part, pArea.fWidth, pArea.fHeight, pPicture.fForm);
+    AllocatePixels(part, pArea.fWidth, pArea.fHeight, pPicture.fForm, pPicture.fChannels);
     // A row of exponent planes consists of four pieces, any other row of one.
     const size_t pieces = pPicture.fForm == eExponentPlanes ? 4 : 1;
     const size_t fromBytes = RowBytes(pPicture) / pieces;
@@ -79,6 +92,30 @@ void Crop(sPicture& pPicture, const sArea& pArea)
     pPicture.fWidth = part.fWidth;
     pPicture.fHeight = part.fHeight;
     pPicture.fPixels = std::move(part.fPixels);
+}
+
+void DropAlpha(sPicture& pPicture)
+{
+    if (pPicture.fChannels != 4) return;
+    const size_t from = PixelBytes(pPicture);
+    pPicture.fChannels = 3;
+    const size_t to = PixelBytes(pPicture);
+    unsigned char* const bytes = pPicture.fPixels.data();
+    for (size_t i = 0; i < AllBytes(pPicture) / to; i++)
+        std::memmove(bytes + i * to, bytes + i * from, to);
+    pPicture.fPixels.resize(AllBytes(pPicture));
+}
+
+void MakeEntryForm(sPicture& pPicture)
+{
+    DropAlpha(pPicture);
+    if (pPicture.fForm != eFloats) return;
+    const tBytes floats = std::move(pPicture.fPixels);
+    AllocatePixels(pPicture, pPicture.fWidth, pPicture.fHeight, eExponentPlanes);
+    for (int y = 0; y < pPicture.fHeight; y++) {
+        const auto* const row = reinterpret_cast<const float*>(floats.data()) + ptrdiff_t{3} * pPicture.fWidth * y;
+        ToExponentRow(row, row + 1, row + 2, 3, pPicture.fWidth, Row(pPicture, y));
+    }
 }
 
 } // namespace SelvaneHost

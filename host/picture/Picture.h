@@ -1,32 +1,30 @@
 #ifndef SELVANE_HOST_PICTURE_PICTURE_H
 #define SELVANE_HOST_PICTURE_PICTURE_H
 
-// A picture in memory, in the layout of the library's entry (entry/vorniklib3.h). The readers fill it, the commands
-// pass its samples to the library, and the writer stores it. This folder holds what all of them know about a picture:
-// its samples, its colours, the sliders and the failures.
+// A picture in memory. The readers fill it, the commands pass its samples to libselvane, and the writer stores it. This
+// folder holds what all of them know about a picture: its samples, its colours, the sliders and the failures.
 
-#include "color/cColorSpace.h"
+#include "metadata/Metadata.h"
 #include "picture/Bytes.h"
+#include "picture/Color.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
-#include <optional>
 #include <string>
 #include <vector>
 
 namespace SelvaneHost
 {
 
-/// The form of the samples. The value is the entry's inputDepth.
 enum eSampleForm : int
 {
-    eSamples8 = 8,        ///< interleaved red, green, blue; one byte each
-    eSamples16 = 16,      ///< interleaved red, green, blue; native 16-bit integers
-    eExponentPlanes = 32, ///< each row: width bytes each of red mantissas, green mantissas, blue mantissas, exponents
+    eSamples8,       ///< interleaved; one byte each
+    eSamples16,      ///< interleaved; native 16-bit integers
+    eExponentPlanes, ///< each row: width bytes each of red mantissas, green mantissas, blue mantissas, exponents
+    eFloats,         ///< interleaved; native 32-bit floats of any scale
 };
 
-/// The most pixels of a picture. The library counts the bytes of its float picture, 12 a pixel, in 31 bits.
+/// The most pixels of a picture. The engine counts the bytes of its float picture, 12 a pixel, in 31 bits.
 constexpr int64_t kMostPixels = 0x7FFFFFFF / 12;
 
 /// A picture. It is upright, and its rows follow each other without padding.
@@ -35,17 +33,22 @@ struct sPicture
     int fWidth = 0;  ///< pixels
     int fHeight = 0; ///< pixels
     eSampleForm fForm = eSamples8;
+    int fChannels = 3; ///< red, green, blue and with 4 alpha. Exponent planes: 3
     tBytes fPixels;
 
-    /// The colour space that the file names. Empty if the file names none, or none of the library's three.
-    std::optional<Vornik::eColorSpaceID> fColorSpace;
-    /// Metadata for the output, by the name of libvips (Exif, XMP, IPTC).
-    std::map<std::string, tBytes> fMetadata;
+    sColor fColor;
+    sMetadata fMetadata;
     /// Warnings about the way in which the file was read.
     std::vector<std::string> fWarnings;
     /// The warning about the colour space, or empty. It does not apply if the user chooses a colour space.
     std::string fColorSpaceWarning;
 };
+
+/// Returns the number of bytes of a sample. Of exponent planes: 1.
+size_t SampleBytes(eSampleForm pForm);
+
+/// Returns the number of bytes of a pixel.
+size_t PixelBytes(const sPicture& pPicture);
 
 /// Returns the number of bytes in a row.
 size_t RowBytes(const sPicture& pPicture);
@@ -57,13 +60,13 @@ size_t AllBytes(const sPicture& pPicture);
 unsigned char* Row(sPicture& pPicture, int pRow);
 const unsigned char* Row(const sPicture& pPicture, int pRow);
 
-/// Sets size and form. Allocates no pixels.
+/// Sets size, form and channels. Allocates no pixels.
 /// @throws cHostError when a side is below 1 or the picture has more than kMostPixels pixels
-void SetSize(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pForm);
+void SetSize(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pForm, int pChannels = 3);
 
-/// Sets size and form, and allocates the pixels as zeros.
+/// Sets size, form and channels, and allocates the pixels as zeros.
 /// @throws cHostError when a side is below 1 or the picture has more than kMostPixels pixels
-void AllocatePixels(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pForm);
+void AllocatePixels(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pForm, int pChannels = 3);
 
 /// A part of a picture, in pixels from the upper left corner.
 struct sArea
@@ -77,6 +80,13 @@ struct sArea
 /// Reduces the picture to the area.
 /// @throws cHostError when the area is empty or does not lie inside the picture
 void Crop(sPicture& pPicture, const sArea& pArea);
+
+/// Drops the alpha channel, if there is one.
+void DropAlpha(sPicture& pPicture);
+
+/// Gives the picture one of the forms that the engine's entry takes: floats become exponent planes (see
+/// ExponentPlanes.h), and alpha is dropped.
+void MakeEntryForm(sPicture& pPicture);
 
 } // namespace SelvaneHost
 

@@ -3,6 +3,7 @@
 #include "picture/VipsObject.h"
 
 #include <cstdio>
+#include <mutex>
 
 namespace SelvaneHost
 {
@@ -21,10 +22,13 @@ void PrintFatalLine(const char*, GLogLevelFlags pLevel, const char* pWords, void
 
 void StartPictureLibrary()
 {
-    if (vips_init("selvane") != 0) throw cHostError("the picture library does not start: " + VipsWords());
-    vips_block_untrusted_set(TRUE);
-    vips_cache_set_max(0); // a run reads one picture, so a cache would only take memory
-    g_log_set_default_handler(PrintFatalLine, nullptr);
+    static std::once_flag started;
+    std::call_once(started, [] {
+        if (vips_init("selvane") != 0) throw cHostError("the picture library does not start: " + VipsWords());
+        vips_block_untrusted_set(TRUE);
+        vips_cache_set_max(0); // a run reads one picture, so a cache would only take memory
+        g_log_set_default_handler(PrintFatalLine, nullptr);
+    });
 }
 
 } // namespace SelvaneHost

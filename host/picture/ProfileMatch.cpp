@@ -1,5 +1,7 @@
 #include "picture/ProfileMatch.h"
 
+#include <selvane.h>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -11,16 +13,13 @@ namespace SelvaneHost
 namespace
 {
 
-using Vornik::eColorSpaceID;
-
 constexpr float kPrimaryTolerance = 0.012F;  // CIE x and y
 constexpr double kColorantTolerance = 0.005; // XYZ with Y of white 1
 constexpr double kCurveTolerance = 0.02;     // linear value of the encoded 0.5
 constexpr size_t kHeaderBytes = 128;
 constexpr size_t kTagBytes = 12;
 
-constexpr std::array<eColorSpaceID, 3> kSpaces = {Vornik::eColorSpace_sRGB, Vornik::eColorSpace_AdobeRGB98,
-                                                  Vornik::eColorSpace_ProPhotoRGB};
+constexpr std::array<int, 3> kEngineSpaces = {SELVANE_SRGB, SELVANE_ADOBE_RGB, SELVANE_PROPHOTO};
 
 // Rows sRGB, Adobe RGB, ProPhoto RGB; columns red x, y, green x, y, blue x, y.
 constexpr float kPrimaries[3][6] = {{0.64F, 0.33F, 0.30F, 0.60F, 0.15F, 0.06F},
@@ -130,22 +129,22 @@ bool ColorantsFit(const double (&pFound)[9], const sSpan& pStored)
                       [](double a, double b) { return std::fabs(a - b) <= kColorantTolerance; });
 }
 
-std::optional<eColorSpaceID> MatchShaper(const sSpan& pProfile, const double (&pColorants)[9])
+std::optional<int> MatchShaper(const sSpan& pProfile, const double (&pColorants)[9])
 {
-    for (const eColorSpaceID space : kSpaces) {
+    for (const int space : kEngineSpaces) {
         const tBytes bytes = StoredProfile(space);
         if (ColorantsFit(pColorants, WholeOf(bytes)) && CurveFits(pProfile, "gTRC", WholeOf(bytes))) return space;
     }
     return std::nullopt;
 }
 
-std::optional<eColorSpaceID> MatchDescription(const std::string& pDescription)
+std::optional<int> MatchDescription(const std::string& pDescription)
 {
     const auto says = [&](const char* pWords) { return pDescription.find(pWords) != std::string::npos; };
     if (says("linear") || says("Linear")) return std::nullopt;
-    if (says("sRGB")) return Vornik::eColorSpace_sRGB;
-    if (says("Adobe RGB (1998)")) return Vornik::eColorSpace_AdobeRGB98;
-    if (says("ProPhoto") || says("ROMM")) return Vornik::eColorSpace_ProPhotoRGB;
+    if (says("sRGB")) return SELVANE_SRGB;
+    if (says("Adobe RGB (1998)")) return SELVANE_ADOBE_RGB;
+    if (says("ProPhoto") || says("ROMM")) return SELVANE_PROPHOTO;
     return std::nullopt;
 }
 
@@ -172,24 +171,24 @@ std::string FromAscii(const sSpan& pText, size_t pOffset, size_t pBytes)
 
 } // namespace
 
-std::optional<eColorSpaceID> MatchPrimaries(const sPrimaries& pPrimaries)
+std::optional<int> MatchPrimaries(const sPrimaries& pPrimaries)
 {
     const float found[6] = {pPrimaries.fRedX,   pPrimaries.fRedY,  pPrimaries.fGreenX,
                             pPrimaries.fGreenY, pPrimaries.fBlueX, pPrimaries.fBlueY};
-    for (size_t i = 0; i < kSpaces.size(); i++) {
+    for (size_t i = 0; i < kEngineSpaces.size(); i++) {
         if (std::equal(std::begin(found), std::end(found), std::begin(kPrimaries[i]),
                        [](float a, float b) { return std::fabs(a - b) <= kPrimaryTolerance; }))
-            return kSpaces[i];
+            return kEngineSpaces[i];
     }
     return std::nullopt;
 }
 
-std::optional<eColorSpaceID> MatchProfile(const tBytes& pProfile)
+std::optional<int> MatchProfile(const tBytes& pProfile)
 {
     const sSpan profile = WholeOf(pProfile);
     if (profile.Has(16, "GRAY")) {
-        const tBytes bytes = StoredProfile(Vornik::eColorSpace_sRGB);
-        if (CurveFits(profile, "kTRC", WholeOf(bytes))) return Vornik::eColorSpace_sRGB;
+        const tBytes bytes = StoredProfile(SELVANE_SRGB);
+        if (CurveFits(profile, "kTRC", WholeOf(bytes))) return SELVANE_SRGB;
         return std::nullopt;
     }
     if (!profile.Has(16, "RGB ")) return std::nullopt;
@@ -209,19 +208,6 @@ std::string ProfileDescription(const tBytes& pProfile)
 std::string NoneOfTheThree()
 {
     return "none of sRGB, Adobe RGB and ProPhoto RGB; the picture is taken as sRGB (--color-space chooses another)";
-}
-
-tBytes StoredProfile(eColorSpaceID pSpace)
-{
-    unsigned char* data = nullptr;
-    unsigned int size = 0;
-    if (pSpace == Vornik::eColorSpace_AdobeRGB98)
-        Vornik::cColorSpace_AdobeRGB98::GetICCProfile(data, size);
-    else if (pSpace == Vornik::eColorSpace_ProPhotoRGB)
-        Vornik::cColorSpace_ProPhotoRGB::GetICCProfile(data, size);
-    else
-        Vornik::cColorSpace_sRGB::GetICCProfile(data, size);
-    return {data, data + size};
 }
 
 } // namespace SelvaneHost

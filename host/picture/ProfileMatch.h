@@ -1,7 +1,8 @@
 #ifndef SELVANE_HOST_PICTURE_PROFILE_MATCH_H
 #define SELVANE_HOST_PICTURE_PROFILE_MATCH_H
 
-// Comparison of a file's profile or primaries with the library's three colour spaces.
+// Comparison of a file's profile or primaries with the engine's three colour spaces: SELVANE_SRGB, SELVANE_ADOBE_RGB and
+// SELVANE_PROPHOTO.
 
 #include "picture/Picture.h"
 
@@ -24,7 +25,7 @@ struct sPrimaries
 
 /// Returns the space with these primaries. Each number may differ by 0.012. So the default primaries of Radiance, with
 /// a green x of 0.29, match those of sRGB.
-std::optional<Vornik::eColorSpaceID> MatchPrimaries(const sPrimaries& pPrimaries);
+std::optional<int> MatchPrimaries(const sPrimaries& pPrimaries);
 
 /// Returns the space that an ICC profile describes, by the kind of the profile:
 ///
@@ -34,16 +35,13 @@ std::optional<Vornik::eColorSpaceID> MatchPrimaries(const sPrimaries& pPrimaries
 ///                                           description is not read, because each maker chooses its own.
 ///   RGB with tables only                    by its description
 ///   grey                                    sRGB if its curve passes the same test against the curve of sRGB
-std::optional<Vornik::eColorSpaceID> MatchProfile(const tBytes& pProfile);
+std::optional<int> MatchProfile(const tBytes& pProfile);
 
 /// Returns the profile's description. Empty if it has none.
 std::string ProfileDescription(const tBytes& pProfile);
 
 /// Returns "none of sRGB, Adobe RGB and ProPhoto RGB; the picture is taken as sRGB (--color-space chooses another)".
 std::string NoneOfTheThree();
-
-/// Returns the library's ICC profile of a space.
-tBytes StoredProfile(Vornik::eColorSpaceID pSpace);
 
 } // namespace SelvaneHost
 

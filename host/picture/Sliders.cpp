@@ -1,9 +1,9 @@
 #include "picture/Sliders.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <string_view>
-#include <utility>
 
 namespace SelvaneHost
 {
@@ -26,14 +26,6 @@ void Replace(std::string& pText, std::string_view pWord, float pNumber)
 
 } // namespace
 
-sTmSliders DefaultSliders()
-{
-    sTmSliders sliders{};
-    for (const sSlider& slider : kSliders)
-        sliders.*slider.fMember = slider.fDefault;
-    return sliders;
-}
-
 std::string HelpOf(const sSlider& pSlider)
 {
     std::string help = pSlider.fHelp;
@@ -43,16 +35,16 @@ std::string HelpOf(const sSlider& pSlider)
     return help;
 }
 
-std::vector<std::string> SliderWarnings(const sTmSliders& pSliders)
+std::string RangeOf(const sSlider& pSlider)
 {
-    std::vector<std::string> warnings;
-    for (const sSlider& slider : kSliders) {
-        const float value = pSliders.*slider.fMember;
-        if (value >= slider.fLowest && value <= slider.fHighest) continue;
-        warnings.push_back(std::string(slider.fOption) + " " + Text(value) + " lies outside of " +
-                           Text(slider.fLowest) + " to " + Text(slider.fHighest));
-    }
-    return warnings;
+    return "must lie between " + Text(pSlider.fLowest) + " and " + Text(pSlider.fHighest);
+}
+
+std::string KeyOf(const sSlider& pSlider)
+{
+    std::string key(pSlider.fOption + 2);
+    std::replace(key.begin(), key.end(), '-', '_');
+    return key;
 }
 
 } // namespace SelvaneHost

@@ -1,7 +1,6 @@
 #include "read/OpenExrReader.h"
 
 #include "picture/Errors.h"
-#include "picture/ExponentPlanes.h"
 #include "picture/ProfileMatch.h"
 #include "read/OpenExrChunks.h"
 #include "read/OpenExrHeaders.h"
@@ -18,10 +17,11 @@
 #include <ImfStandardAttributes.h>
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <new>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace SelvaneHost
 {
@@ -29,7 +29,6 @@ namespace SelvaneHost
 namespace
 {
 
-constexpr size_t kChannels = 3;
 constexpr int kMostRowsAtOnce = 256;    // a multiple of the rows in a chunk of any compression
 constexpr int kSamplesAtOnce = 1 << 24; // floats a channel, for wide pictures
 
@@ -60,9 +59,8 @@ private:
 struct sSource
 {
     int fPart = 0;
-    std::array<std::string, kChannels> fNames; // red, green, blue; the same name three times for grey
-    std::string fLayer;                        // with its closing dot; empty for channels outside of layers
-    std::string fAlpha;                        // name of the alpha channel; it may be missing
+    std::vector<std::string> fNames; // red, green, blue, perhaps alpha; the same name three times for grey
+    std::string fLayer;              // with its closing dot; empty for channels outside of layers
 };
 
 bool Has(const Imf::ChannelList& pChannels, const std::string& pName)
@@ -77,7 +75,7 @@ bool HasColor(const Imf::ChannelList& pChannels, const std::string& pPrefix)
 
 sSource ColorSource(int pPart, const std::string& pPrefix)
 {
-    return {pPart, {pPrefix + "R", pPrefix + "G", pPrefix + "B"}, pPrefix, pPrefix + "A"};
+    return {pPart, {pPrefix + "R", pPrefix + "G", pPrefix + "B"}, pPrefix};
 }
 
 /// Returns the name of the first layer with R, G and B, with its closing dot. Empty if there is none.
@@ -100,13 +98,19 @@ sSource FindSource(const Imf::MultiPartInputFile& pFile)
             throw cHostError(
                 "the picture holds luminance with subsampled colour, which cannot be read; save it with the "
                 "channels R, G and B");
-        if (Has(channels, "Y")) return {part, {"Y", "Y", "Y"}, "", "A"};
+        if (Has(channels, "Y")) return {part, {"Y", "Y", "Y"}, ""};
     }
     for (int part = 0; part < pFile.parts(); part++) {
         const std::string layer = FirstColorLayer(pFile.header(part).channels());
         if (!layer.empty()) return ColorSource(part, layer);
     }
     throw cHostError("the picture has no channels R, G and B");
+}
+
+/// Adds the alpha channel, if the part has one.
+void AddAlpha(const Imf::ChannelList& pChannels, sSource& pSource)
+{
+    if (Has(pChannels, pSource.fLayer + "A")) pSource.fNames.push_back(pSource.fLayer + "A");
 }
 
 void CheckSource(const Imf::Header& pHeader, const sSource& pSource)
@@ -122,87 +126,71 @@ void CheckSource(const Imf::Header& pHeader, const sSource& pSource)
 
 void ReadColorSpace(const Imf::Header& pHeader, sPicture& pPicture)
 {
-    if (!Imf::hasChromaticities(pHeader)) return;
+    if (!Imf::hasChromaticities(pHeader)) return SetSpace(pPicture, std::nullopt);
     const Imf::Chromaticities& found = Imf::chromaticities(pHeader);
-    SetColorSpace(pPicture, {found.red.x, found.red.y, found.green.x, found.green.y, found.blue.x, found.blue.y});
+    SetSpaceOf(pPicture, {found.red.x, found.red.y, found.green.x, found.green.y, found.blue.x, found.blue.y});
 }
 
-void WarnOfChoices(const Imf::Header& pHeader, const sSource& pSource, sPicture& pPicture)
+void WarnOfChoices(const sSource& pSource, sPicture& pPicture)
 {
     if (!pSource.fLayer.empty())
         pPicture.fWarnings.push_back("the layer \"" + pSource.fLayer.substr(0, pSource.fLayer.size() - 1) +
                                      "\" was taken");
-    if (Has(pHeader.channels(), pSource.fAlpha)) WarnOfAlpha(pPicture);
 }
 
-/// Memory for some rows of floats in three channels, and its description for the OpenEXR library.
-class cRows
+/// Describes rows of the picture for the OpenEXR library. A channel that occurs several times is described once, at its
+/// first place.
+/// @param pLeft,pFirst left edge of the data window, and its row that becomes the picture's row pRow
+Imf::FrameBuffer Describe(const sSource& pSource, sPicture& pPicture, int pRow, int pLeft, int pFirst, int pCount)
 {
-public:
-    cRows(int pWidth, int pHeight)
-        : fWidth(pWidth), fCount(std::clamp(kSamplesAtOnce / pWidth, 1, std::min(kMostRowsAtOnce, pHeight)))
-    {
-        for (std::vector<float>& channel : fSamples)
-            channel.resize(static_cast<size_t>(fWidth) * static_cast<size_t>(fCount));
+    Imf::FrameBuffer buffer;
+    const Imath::Box2i window(Imath::V2i(pLeft, pFirst), Imath::V2i(pLeft + pPicture.fWidth - 1, pFirst + pCount - 1));
+    auto* const samples = reinterpret_cast<float*>(Row(pPicture, pRow));
+    for (size_t i = 0; i < pSource.fNames.size(); i++) {
+        if (buffer.findSlice(pSource.fNames[i]) != nullptr) continue;
+        buffer.insert(pSource.fNames[i],
+                      Imf::Slice::Make(Imf::FLOAT, samples + i, window, PixelBytes(pPicture), RowBytes(pPicture)));
     }
+    return buffer;
+}
 
-    int Count() const { return fCount; }
-
-    /// Describes the memory for pCount rows from pFirst on. pLeft is the left edge of the data window.
-    Imf::FrameBuffer Describe(const std::array<std::string, kChannels>& pNames, int pLeft, int pFirst, int pCount)
-    {
-        Imf::FrameBuffer buffer;
-        const Imath::Box2i window(Imath::V2i(pLeft, pFirst), Imath::V2i(pLeft + fWidth - 1, pFirst + pCount - 1));
-        for (size_t i = 0; i < kChannels; i++) {
-            if (i == 0 || pNames[i] != pNames[0])
-                buffer.insert(pNames[i], Imf::Slice::Make(Imf::FLOAT, fSamples[i].data(), window));
-        }
-        return buffer;
-    }
-
-    const float* Row(size_t pChannel, int pRow) const
-    {
-        return fSamples[pChannel].data() + static_cast<size_t>(fWidth) * static_cast<size_t>(pRow);
-    }
-
-private:
-    const int fWidth;
-    const int fCount;
-    std::array<std::vector<float>, kChannels> fSamples;
-};
+/// Copies grey, which was read as red, to green and blue.
+void SpreadGrey(sPicture& pPicture, int pRow)
+{
+    auto* sample = reinterpret_cast<float*>(Row(pPicture, pRow));
+    for (int x = 0; x < pPicture.fWidth; x++, sample += pPicture.fChannels)
+        sample[1] = sample[2] = sample[0];
+}
 
 void ReadPixels(Imf::MultiPartInputFile& pFile, const sSource& pSource, sPicture& pPicture)
 {
     Imf::InputPart part(pFile, pSource.fPart);
     const Imath::Box2i window = part.header().dataWindow();
-    const bool grey = pSource.fNames[0] == pSource.fNames[1]; // then only the first channel of the rows is filled
-    const size_t green = grey ? 0 : 1;
-    const size_t blue = grey ? 0 : 2;
-    cRows rows(pPicture.fWidth, pPicture.fHeight);
+    const bool grey = pSource.fNames[0] == pSource.fNames[1];
+    const int rows = std::clamp(kSamplesAtOnce / pPicture.fWidth, 1, std::min(kMostRowsAtOnce, pPicture.fHeight));
     pPicture.fPixels.reserve(AllBytes(pPicture)); // touched as the rows arrive
-    for (int first = 0; first < pPicture.fHeight; first += rows.Count()) {
-        const int count = std::min(rows.Count(), pPicture.fHeight - first);
-        part.setFrameBuffer(rows.Describe(pSource.fNames, window.min.x, window.min.y + first, count));
-        part.readPixels(window.min.y + first, window.min.y + first + count - 1);
+    for (int first = 0; first < pPicture.fHeight; first += rows) {
+        const int count = std::min(rows, pPicture.fHeight - first);
         pPicture.fPixels.resize(RowBytes(pPicture) * static_cast<size_t>(first + count));
-        for (int row = 0; row < count; row++) {
-            ToExponentRow(rows.Row(0, row), rows.Row(green, row), rows.Row(blue, row), 1, pPicture.fWidth,
-                          Row(pPicture, first + row));
-        }
+        part.setFrameBuffer(Describe(pSource, pPicture, first, window.min.x, window.min.y + first, count));
+        part.readPixels(window.min.y + first, window.min.y + first + count - 1);
+        for (int row = first; grey && row < first + count; row++)
+            SpreadGrey(pPicture, row);
     }
 }
 
 sPicture ReadParts(const tBytes& pBytes, Imf::MultiPartInputFile& pFile)
 {
-    const sSource source = FindSource(pFile);
+    sSource source = FindSource(pFile);
     const Imf::Header& header = pFile.header(source.fPart);
+    AddAlpha(header.channels(), source);
     CheckSource(header, source);
     const Imath::Box2i window = header.dataWindow();
     sPicture picture;
-    SetSize(picture, int64_t{window.max.x} - window.min.x + 1, int64_t{window.max.y} - window.min.y + 1,
-            eExponentPlanes);
+    SetSize(picture, int64_t{window.max.x} - window.min.x + 1, int64_t{window.max.y} - window.min.y + 1, eFloats,
+            static_cast<int>(source.fNames.size()));
     ReadColorSpace(header, picture);
-    WarnOfChoices(header, source, picture);
+    WarnOfChoices(source, picture);
     CheckOpenExrChunks(pBytes, source.fPart); // before the picture takes memory
     ReadPixels(pFile, source, picture);
     return picture;

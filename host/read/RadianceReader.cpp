@@ -216,13 +216,13 @@ void ReadPixels(cCursor& pCursor, const sHeader& pHeader, sPicture& pPicture)
 
 void ReadColorSpace(const std::string& pPrimaries, sPicture& pPicture)
 {
-    if (pPrimaries.empty()) return;
+    if (pPrimaries.empty()) return SetSpace(pPicture, std::nullopt);
     std::istringstream words(pPrimaries);
     sPrimaries primaries;
     for (float* value : {&primaries.fRedX, &primaries.fRedY, &primaries.fGreenX, &primaries.fGreenY, &primaries.fBlueX,
                          &primaries.fBlueY})
         words >> *value;
-    SetColorSpace(pPicture, words ? primaries : sPrimaries()); // primaries of 0 are none of the three
+    SetSpaceOf(pPicture, words ? primaries : sPrimaries()); // primaries of 0 are none of the three
 }
 
 } // namespace

@@ -2,6 +2,8 @@
 
 #include "picture/Errors.h"
 
+#include <selvane.h>
+
 #include <algorithm>
 
 namespace SelvaneHost
@@ -39,15 +41,19 @@ void CheckClaim(const sPicture& pPicture, size_t pFileBytes)
             std::to_string(pPicture.fHeight) + " pixels that it claims to have");
 }
 
-void SetColorSpace(sPicture& pPicture, const sPrimaries& pPrimaries)
+void SetSpace(sPicture& pPicture, std::optional<int> pSpace)
 {
-    pPicture.fColorSpace = MatchPrimaries(pPrimaries);
-    if (!pPicture.fColorSpace) pPicture.fColorSpaceWarning = "its primaries are " + NoneOfTheThree();
+    pPicture.fColor.fIsNamed = pSpace.has_value();
+    pPicture.fColor.fPrimaries = pSpace.value_or(SELVANE_SRGB);
+    const bool linear = pPicture.fForm == eExponentPlanes || pPicture.fForm == eFloats;
+    pPicture.fColor.fTransfer = linear ? SELVANE_TRANSFER_LINEAR : SELVANE_TRANSFER_ENGINE;
 }
 
-void WarnOfAlpha(sPicture& pPicture)
+void SetSpaceOf(sPicture& pPicture, const sPrimaries& pPrimaries)
 {
-    pPicture.fWarnings.emplace_back("the alpha channel was dropped");
+    const std::optional<int> space = MatchPrimaries(pPrimaries);
+    SetSpace(pPicture, space);
+    if (!space) pPicture.fColorSpaceWarning = "its primaries are " + NoneOfTheThree();
 }
 
 } // namespace SelvaneHost

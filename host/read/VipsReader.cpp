@@ -1,10 +1,11 @@
 #include "read/VipsReader.h"
 
 #include "picture/Errors.h"
-#include "picture/ExponentPlanes.h"
 #include "picture/ProfileMatch.h"
 #include "picture/VipsObject.h"
 #include "read/ReaderSteps.h"
+
+#include <selvane.h>
 
 #include <algorithm>
 #include <cstring>
@@ -17,7 +18,6 @@ namespace
 
 constexpr int kRowsAtOnce = 64;
 constexpr int kMostBands = 5; // red, green, blue, alpha and one more
-constexpr const char* kCarriedMetadata[] = {VIPS_META_EXIF_NAME, VIPS_META_XMP_NAME, VIPS_META_IPTC_NAME};
 
 [[noreturn]] void FailedInVips()
 {
@@ -74,7 +74,7 @@ eSampleForm FormOf(VipsImage* pImage)
     case VIPS_FORMAT_USHORT:
         return eSamples16;
     case VIPS_FORMAT_FLOAT:
-        return eExponentPlanes;
+        return eFloats;
     default:
         throw cHostError(std::string("the picture's samples are of the kind \"") +
                          vips_enum_nick(VIPS_TYPE_BAND_FORMAT, vips_image_get_format(pImage)) +
@@ -89,35 +89,23 @@ bool IsGrey(VipsImage* pImage)
            colors == VIPS_INTERPRETATION_GREY16;
 }
 
-/// Bands of a pixel that become green and blue. Red is the first band.
+/// Bands of a pixel that become green, blue and alpha. Red is the first band.
 struct sBands
 {
     size_t fCount = 0; ///< bands in the file
     size_t fGreen = 0;
     size_t fBlue = 0;
+    size_t fAlpha = 0;
 };
-
-template <typename tSample>
-void CopyRow(const unsigned char* pFrom, unsigned char* pTo, size_t pWidth, const sBands& pBands)
-{
-    tSample sample[3];
-    for (size_t x = 0; x < pWidth; x++) {
-        const unsigned char* const pixel = pFrom + x * pBands.fCount * sizeof(tSample);
-        std::memcpy(&sample[0], pixel, sizeof(tSample));
-        std::memcpy(&sample[1], pixel + pBands.fGreen * sizeof(tSample), sizeof(tSample));
-        std::memcpy(&sample[2], pixel + pBands.fBlue * sizeof(tSample), sizeof(tSample));
-        std::memcpy(pTo + x * sizeof sample, sample, sizeof sample);
-    }
-}
 
 void CopyRow(const unsigned char* pFrom, unsigned char* pTo, const sPicture& pPicture, const sBands& pBands)
 {
-    const size_t width = static_cast<size_t>(pPicture.fWidth);
-    if (pPicture.fForm == eSamples8) return CopyRow<unsigned char>(pFrom, pTo, width, pBands);
-    if (pPicture.fForm == eSamples16) return CopyRow<uint16_t>(pFrom, pTo, width, pBands);
-    const auto* const floats = static_cast<const float*>(static_cast<const void*>(pFrom)); // libvips aligns rows
-    ToExponentRow(floats, floats + pBands.fGreen, floats + pBands.fBlue, static_cast<int>(pBands.fCount),
-                  pPicture.fWidth, pTo);
+    const size_t bytes = SampleBytes(pPicture.fForm);
+    const size_t from[4] = {0, pBands.fGreen * bytes, pBands.fBlue * bytes, pBands.fAlpha * bytes};
+    const size_t step = pBands.fCount * bytes;
+    for (int x = 0; x < pPicture.fWidth; x++, pFrom += step)
+        for (int channel = 0; channel < pPicture.fChannels; channel++, pTo += bytes)
+            std::memcpy(pTo, pFrom + from[channel], bytes);
 }
 
 /// Decodes all rows, some at a time. The memory is reserved in one piece and touched as the rows arrive. The missing
@@ -125,7 +113,8 @@ void CopyRow(const unsigned char* pFrom, unsigned char* pTo, const sPicture& pPi
 void ReadPixels(VipsImage* pImage, sPicture& pPicture)
 {
     const bool grey = IsGrey(pImage);
-    const sBands bands{static_cast<size_t>(vips_image_get_bands(pImage)), grey ? 0U : 1U, grey ? 0U : 2U};
+    const sBands bands{static_cast<size_t>(vips_image_get_bands(pImage)), grey ? 0U : 1U, grey ? 0U : 2U,
+                       grey ? 1U : 3U};
     const tVipsRegion region(vips_region_new(pImage));
     if (!region) FailedInVips();
     pPicture.fPixels.reserve(AllBytes(pPicture));
@@ -166,40 +155,41 @@ bool ExifSaysAdobeRgb(VipsImage* pImage)
 }
 
 /// Returns the colour space that a file without a profile names.
-std::optional<Vornik::eColorSpaceID> SpaceWithoutProfile(VipsImage* pImage, const sVipsKind& pKind,
-                                                         const tBytes& pBytes)
+std::optional<int> SpaceWithoutProfile(VipsImage* pImage, const sVipsKind& pKind, const tBytes& pBytes)
 {
-    if (pKind.fSaysSrgb != nullptr && pKind.fSaysSrgb(pBytes)) return Vornik::eColorSpace_sRGB;
-    if (ExifSaysAdobeRgb(pImage)) return Vornik::eColorSpace_AdobeRGB98;
+    if (pKind.fSaysSrgb != nullptr && pKind.fSaysSrgb(pBytes)) return SELVANE_SRGB;
+    if (ExifSaysAdobeRgb(pImage)) return SELVANE_ADOBE_RGB;
     return std::nullopt;
 }
 
 void ReadColorSpace(VipsImage* pImage, const sVipsKind& pKind, const tBytes& pBytes, sPicture& pPicture)
 {
     const tBytes profile = pKind.fProfile != nullptr ? pKind.fProfile(pBytes) : Block(pImage, VIPS_META_ICC_NAME);
-    if (profile.empty()) {
-        pPicture.fColorSpace = SpaceWithoutProfile(pImage, pKind, pBytes);
-        return;
-    }
-    if (pPicture.fForm == eExponentPlanes) return; // the curves of a profile do not apply to linear floats
-    pPicture.fColorSpace = MatchProfile(profile);
-    if (!pPicture.fColorSpace)
+    if (profile.empty()) return SetSpace(pPicture, SpaceWithoutProfile(pImage, pKind, pBytes));
+    SetSpace(pPicture, std::nullopt);
+    if (pPicture.fForm == eFloats) return; // the curves of a profile do not apply to linear floats
+    SetSpace(pPicture, MatchProfile(profile));
+    if (!pPicture.fColor.fIsNamed)
         pPicture.fColorSpaceWarning =
             "its colour profile \"" + ProfileDescription(profile) + "\" is " + NoneOfTheThree();
 }
 
 void ReadMetadata(VipsImage* pImage, sPicture& pPicture)
 {
-    for (const char* name : kCarriedMetadata) {
-        tBytes block = Block(pImage, name);
-        if (!block.empty()) pPicture.fMetadata[name] = std::move(block);
-    }
+    pPicture.fMetadata = {.fExif = Block(pImage, VIPS_META_EXIF_NAME),
+                          .fIptc = Block(pImage, VIPS_META_IPTC_NAME),
+                          .fXmp = Block(pImage, VIPS_META_XMP_NAME)};
+}
+
+/// Bands beside grey or red, green and blue.
+int FurtherBands(VipsImage* pImage)
+{
+    return vips_image_get_bands(pImage) - (IsGrey(pImage) ? 1 : 3);
 }
 
 void WarnOfDroppedBands(VipsImage* pImage, sPicture& pPicture)
 {
-    const int further = vips_image_get_bands(pImage) - (IsGrey(pImage) ? 1 : 3);
-    if (further == 1) WarnOfAlpha(pPicture);
+    const int further = FurtherBands(pImage);
     if (further > 1) pPicture.fWarnings.push_back(std::to_string(further) + " further channels were dropped");
 }
 
@@ -211,7 +201,8 @@ sPicture ReadThroughVips(const sVipsKind& pKind, const tBytes& pBytes)
     CheckColors(loaded.get());
     CheckBands(loaded.get());
     sPicture picture;
-    SetSize(picture, vips_image_get_width(loaded.get()), vips_image_get_height(loaded.get()), FormOf(loaded.get()));
+    SetSize(picture, vips_image_get_width(loaded.get()), vips_image_get_height(loaded.get()), FormOf(loaded.get()),
+            FurtherBands(loaded.get()) == 1 ? 4 : 3);
     CheckClaim(picture, pBytes.size());
     const tVipsImage image = Upright(std::move(loaded), pKind, pBytes);
     picture.fWidth = vips_image_get_width(image.get());

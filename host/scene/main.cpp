@@ -12,6 +12,8 @@
 #include "write/UnfinishedFile.h"
 
 #include <CLI/CLI.hpp>
+#include <selvane.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -94,14 +96,13 @@ void MakeScene(const std::string& pScene, const std::string& pPhotograph, int pW
 {
     const sImage image = SelvaneScene::Render(pWidth, Workers());
     if (!pScene.empty()) WriteRadiance(image, pScene);
-    if (!pPhotograph.empty())
-        WritePicture(Photograph(image, pStops), Vornik::eColorSpace_sRGB, KindFor(pPhotograph), pPhotograph);
+    if (!pPhotograph.empty()) WritePicture(Photograph(image, pStops), SELVANE_SRGB, KindFor(pPhotograph), pPhotograph);
 }
 
 void Join(const std::string& pLeft, const std::string& pRight, const std::string& pOutput)
 {
     const sPicture both = SideBySide(ReadPictureFile(pLeft), ReadPictureFile(pRight));
-    WritePicture(both, Vornik::eColorSpace_sRGB, KindFor(pOutput), pOutput);
+    WritePicture(both, SELVANE_SRGB, KindFor(pOutput), pOutput);
 }
 
 void Run(int pCount, char** pWords)

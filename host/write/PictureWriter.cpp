@@ -2,12 +2,12 @@
 
 #include "picture/Errors.h"
 #include "picture/PngColor.h"
-#include "picture/ProfileMatch.h"
 #include "picture/VipsObject.h"
 #include "write/OutputFile.h"
 
+#include <selvane.h>
+
 #include <algorithm>
-#include <memory>
 #include <span>
 
 namespace SelvaneHost
@@ -38,7 +38,8 @@ tVipsImage Wrap(const sPicture& pPicture)
 {
     const bool deep = pPicture.fForm == eSamples16;
     tVipsImage pixels(vips_image_new_from_memory(pPicture.fPixels.data(), pPicture.fPixels.size(), pPicture.fWidth,
-                                                 pPicture.fHeight, 3, deep ? VIPS_FORMAT_USHORT : VIPS_FORMAT_UCHAR));
+                                                 pPicture.fHeight, pPicture.fChannels,
+                                                 deep ? VIPS_FORMAT_USHORT : VIPS_FORMAT_UCHAR));
     VipsImage* image = nullptr;
     if (!pixels || vips_copy(pixels.get(), &image, "interpretation",
                              deep ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB, nullptr) != 0)
@@ -48,27 +49,30 @@ tVipsImage Wrap(const sPicture& pPicture)
 
 void Attach(VipsImage* pImage, const sPicture& pPicture)
 {
-    for (const auto& [name, block] : pPicture.fMetadata)
-        vips_image_set_blob_copy(pImage, name.c_str(), block.data(), block.size());
+    const auto attach = [&](const char* pName, const tBytes& pBlock) {
+        if (!pBlock.empty()) vips_image_set_blob_copy(pImage, pName, pBlock.data(), pBlock.size());
+    };
+    attach(VIPS_META_EXIF_NAME, pPicture.fMetadata.fExif);
+    attach(VIPS_META_IPTC_NAME, pPicture.fMetadata.fIptc);
+    attach(VIPS_META_XMP_NAME, pPicture.fMetadata.fXmp);
     vips_image_set_int(pImage, VIPS_META_ORIENTATION, 1); // the pixels are upright
 }
 
-void AttachProfile(VipsImage* pImage, Vornik::eColorSpaceID pSpace)
+void AttachProfile(VipsImage* pImage, int pSpace)
 {
     const tBytes profile = StoredProfile(pSpace);
     vips_image_set_blob_copy(pImage, VIPS_META_ICC_NAME, profile.data(), profile.size());
 }
 
 /// Returns the colour chunks of a PNG file.
-tBytes PngColorChunks(Vornik::eColorSpaceID pSpace)
+tBytes PngColorChunks(int pSpace)
 {
-    if (pSpace == Vornik::eColorSpace_sRGB) return PngSrgbChunks();
-    const std::unique_ptr<Vornik::cColorSpace> space(Vornik::cColorSpace::FromID(pSpace));
-    return PngProfileChunk(StoredProfile(pSpace), space->GetName());
+    if (pSpace == SELVANE_SRGB) return PngSrgbChunks();
+    return PngProfileChunk(StoredProfile(pSpace), SpaceName(pSpace));
 }
 
 /// Writes the encoded picture. A PNG file gets its colour chunks here, see picture/PngColor.h.
-void Write(const sEncoded& pEncoded, eFileKind pKind, Vornik::eColorSpaceID pSpace, const std::string& pPath)
+void Write(const sEncoded& pEncoded, eFileKind pKind, int pSpace, const std::string& pPath)
 {
     const std::span file(static_cast<const unsigned char*>(pEncoded.fBytes), pEncoded.fSize);
     if (pKind != ePng) return WriteFile(pPath, {file});
@@ -93,7 +97,7 @@ int Encode(VipsImage* pImage, eFileKind pKind, sEncoded& pTo)
 
 } // namespace
 
-void WritePicture(const sPicture& pPicture, Vornik::eColorSpaceID pSpace, eFileKind pKind, const std::string& pPath)
+void WritePicture(const sPicture& pPicture, int pSpace, eFileKind pKind, const std::string& pPath)
 {
     if (pKind == eJpeg && std::max(pPicture.fWidth, pPicture.fHeight) > kMostJpegSide)
         throw cHostError("cannot be written: a JPEG file holds at most " + std::to_string(kMostJpegSide) +

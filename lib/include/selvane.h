@@ -318,6 +318,17 @@ SELVANE_FUNCTION int selvane_preview(selvane* handle, int longest_side, const se
  * @param longest_side  as in selvane_preview; 0: the whole picture */
 SELVANE_FUNCTION int selvane_plain(selvane* handle, float stops, int longest_side, const selvane_target* target);
 
+/*
+ * Applies the three curves over hue of settings to a finished picture: hue, hue_saturation and hue_lightness. Nothing
+ * else of the settings counts. Needs no picture in the handle, and leaves picture and settings of the handle alone.
+ *
+ * @param picture  8- or 16-bit integers; transfer is any but SELVANE_TRANSFER_ENGINE. keep_hot_samples is not used
+ * @param target  of the same size, 8- or 16-bit integers encoded with the space's curve (linear and dither 0). Alpha is
+ *     that of the picture, or the largest value. Its pixels may be those of the picture if both have the same layout
+ */
+SELVANE_FUNCTION int selvane_equalize(selvane* handle, const selvane_picture* picture, const selvane_settings* settings,
+                                      const selvane_target* target);
+
 /* Gives the ICC profile of a space, SELVANE_SRGB to SELVANE_REC2020: constant bytes of the library. linear as in
  * selvane_target. */
 SELVANE_FUNCTION int selvane_profile(int space, int linear, const unsigned char** bytes, size_t* size);
@@ -383,6 +394,74 @@ typedef enum selvane_plane
 /* Copies a plane of the latest render of the whole picture: width * height floats in decades. row_stride in bytes; 0:
  * no gaps. Computes the plane if no render has. */
 SELVANE_FUNCTION int selvane_get_plane(selvane* handle, int plane, float* values, ptrdiff_t row_stride);
+
+/* ---- Pictures over time ------------------------------------------------------------------------------------- */
+
+/*
+ * A film or a time-lapse flickers if each frame is rendered with the settings and the points of its own. So measure
+ * every frame first, smooth what was measured, and render with that:
+ *
+ *     selvane_measure(h, &frames[i]);                       // for every frame, with its picture set
+ *     selvane_smooth(NULL, frames, frames, count, 0);       // once
+ *     selvane_frame_to_settings(NULL, &frames[i], &s);      // for every frame, with its picture set again
+ *     selvane_set_settings(h, &s);
+ *     selvane_render(h, &target);
+ *
+ * The frames can be measured and rendered in any order, on several handles, and on several machines.
+ */
+
+#define SELVANE_FRAME_CELLS 64
+
+/* What is smoothed over time: the sliders of a frame as they stand, its points, and a tiny picture by which cuts are
+ * found. Ranges are those of selvane_settings. */
+typedef struct selvane_frame
+{
+    size_t struct_size;
+    float compression;
+    float smoothness;
+    float radius;
+    float adaptation;
+    float white_clip;
+    float black_clip;
+    float exposure;
+    float contrast;
+    float saturation;
+    float black_point; /* luminance that becomes black, of a render with these sliders */
+    float white_point; /* luminance that becomes white; 0 for a picture of a single tone, which has no points */
+    float cells[SELVANE_FRAME_CELLS]; /* mean logarithm of luminance of 8 x 8 parts of the picture, by rows */
+    int32_t cut;                      /* written by selvane_smooth: 1 if a new shot begins with this frame, else 0 */
+    int32_t odd;                      /* written by selvane_smooth: 1 if the frame was left out of the means, else 0 */
+    int32_t reserved;                 /* 0 */
+} selvane_frame;
+
+/* Fills a record with zeros and its size. */
+SELVANE_FUNCTION void selvane_frame_init(selvane_frame* frame);
+
+/* Measures the picture with the present settings: the sliders that a render uses, and the points that it finds. Does
+ * everything of a render but the samples; a render that follows with the same settings takes the results. Set
+ * struct_size before. */
+SELVANE_FUNCTION int selvane_measure(selvane* handle, selvane_frame* frame);
+
+/*
+ * Smooths the frames of a sequence, which stand in the order of time.
+ *
+ * A cut is where the picture changes everywhere at once and does not change back with the next frame. Nothing is
+ * smoothed across it: the frames of a shot come out as if the shot were alone. Up to four frames in a row that stand
+ * out from the frames around them count in no mean, and get the values of their neighbours. Luminances are averaged as
+ * logarithms, under a window that falls to both sides as a raised cosine. Equal frames stay as they are.
+ *
+ * @param handle  receives the text of a failure; may be null
+ * @param frames  count records, one behind the other, all with the struct_size of the first; count may be 0
+ * @param smooth  receives as many; may be frames itself. Set the struct_size of all before
+ * @param window  frames that count for one, 1 to 100000, with as many before it as behind it; 1 smooths nothing, 0 is 25
+ */
+SELVANE_FUNCTION int selvane_smooth(const selvane* handle, const selvane_frame* frames, selvane_frame* smooth,
+                                    size_t count, int window);
+
+/* Puts the sliders and points of a frame into settings, with automatic 0. What a frame does not hold stays: wrap and
+ * the curves over hue. Set struct_size of settings before. handle receives the text of a failure and may be null. */
+SELVANE_FUNCTION int selvane_frame_to_settings(const selvane* handle, const selvane_frame* frame,
+                                               selvane_settings* settings);
 
 /* ---- Callbacks and limits ----------------------------------------------------------------------------------- */
 

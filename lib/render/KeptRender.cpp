@@ -114,12 +114,17 @@ double cKeptRender::MapWeightFor(const selvane_settings& pSettings) const
     return split + (maps ? kMapWeight : 0.0);
 }
 
-double cKeptRender::WeightFor(const selvane_settings& pSettings) const
+double cKeptRender::PointsWeightFor(const selvane_settings& pSettings) const
 {
     const double map = MapWeightFor(pSettings);
     const bool findsPoints = map > 0.0 || fPoints != PointsKeyOf(pSettings);
-    const double counting = fCounting == nullptr ? 0.0 : fCounting->WeightFor(pSettings) - kWriteWeight;
-    return counting + map + (findsPoints ? kPointsWeight : 0.0) + kWriteWeight;
+    const double counting = fCounting == nullptr ? 0.0 : fCounting->PointsWeightFor(pSettings);
+    return counting + map + (findsPoints ? kPointsWeight : 0.0);
+}
+
+double cKeptRender::WeightFor(const selvane_settings& pSettings) const
+{
+    return PointsWeightFor(pSettings) + kWriteWeight;
 }
 
 void cKeptRender::Allocate()
@@ -385,12 +390,17 @@ void cKeptRender::Both(void (cKeptRender::*pStep)(const selvane_settings&, cRun&
     (this->*pStep)(pSettings, pRun);
 }
 
-void cKeptRender::Render(const selvane_settings& pSettings, bool pOwnGrey, const selvane_target& pTarget,
-                         const sLayout& pLayout, cRun& pRun)
+void cKeptRender::FindAllPoints(const selvane_settings& pSettings, cRun& pRun)
 {
     Both(&cKeptRender::Split, pSettings, pRun);
     Both(&cKeptRender::Map, pSettings, pRun);
     Both(&cKeptRender::FindPoints, pSettings, pRun);
+}
+
+void cKeptRender::Render(const selvane_settings& pSettings, bool pOwnGrey, const selvane_target& pTarget,
+                         const sLayout& pLayout, cRun& pRun)
+{
+    FindAllPoints(pSettings, pRun);
     pRun.Begin(SELVANE_STAGE_WRITE, kWriteWeight);
     const bool ownGrey = pOwnGrey && (fFlat || fPicture.fStatistics.fFlat);
     const float* luminance = fFlat || ownGrey ? nullptr : fLuminance.get();

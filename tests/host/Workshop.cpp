@@ -1,6 +1,6 @@
 #include "host/Workshop.h"
 
-#include "picture/ProfileMatch.h"
+#include "picture/Color.h"
 
 #include <ImfChannelList.h>
 #include <ImfChromaticities.h>
@@ -206,7 +206,7 @@ std::vector<std::pair<std::string, tBytes>> OneOfEachKind(const cFolder& pFolder
     const std::vector<uint16_t> sixteen = Samples16(24, 20);
     const std::vector<float> plane(24 * 20, 3.0F);
     sStored profiled = Rgb8();
-    profiled.fProfile = SelvaneHost::StoredProfile(Vornik::eColorSpace_AdobeRGB98);
+    profiled.fProfile = SelvaneHost::StoredProfile(SELVANE_ADOBE_RGB);
     Store(pFolder / "8.png", eight.data(), 24, 20, profiled);
     Store(pFolder / "16.png", sixteen.data(), 24, 20, Rgb16());
     Store(pFolder / "8.tif", eight.data(), 24, 20, profiled);

@@ -6,7 +6,10 @@
 #include "picture/Errors.h"
 #include "picture/Picture.h"
 
+#include <selvane.h>
+
 #include <functional>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
@@ -36,6 +39,12 @@ public:
 private:
     std::string fPath;
 };
+
+/// Returns the space that the file named. Empty if it named none.
+inline std::optional<int> NamedSpace(const sPicture& pPicture)
+{
+    return pPicture.fColor.fIsNamed ? std::optional(pPicture.fColor.fPrimaries) : std::nullopt;
+}
 
 tBytes ReadAll(const std::string& pPath);
 void WriteAll(const std::string& pPath, const tBytes& pBytes);

@@ -53,7 +53,7 @@ selvane_test(host
   write/OutputFile_test.cpp)
 target_link_libraries(selvane_tests_host PRIVATE selvane_host PkgConfig::VIPS OpenEXR::OpenEXR PNG::PNG ZLIB::ZLIB)
 target_compile_definitions(selvane_tests_host PRIVATE
-  SELVANE_BINARY="$<TARGET_FILE:selvane>" SELVANE_SCENE="$<TARGET_FILE:selvane-scene>" SELVANE_VERSION="${PROJECT_VERSION}"
+  SELVANE_BINARY="$<TARGET_FILE:selvane>" SELVANE_SCENE="$<TARGET_FILE:selvane-scene>" SELVANE_COMMAND_VERSION="${PROJECT_VERSION}"
   SELVANE_COMMAND_PAGE="${PROJECT_SOURCE_DIR}/docs/command.md"
   SELVANE_MANUAL_PAGE="${PROJECT_SOURCE_DIR}/host/command/selvane.1.in")
 add_dependencies(selvane_tests_host selvane selvane-scene)

@@ -22,7 +22,7 @@ TEST_F(Command, VersionAndHelpGoToStandardOutput)
 {
     const sRun version = Selvane({"--version"});
     ExpectQuietSuccess(version);
-    EXPECT_EQ(version.fOut, "selvane " SELVANE_VERSION "\n");
+    EXPECT_EQ(version.fOut, "selvane " SELVANE_COMMAND_VERSION "\n");
     const sRun help = Selvane({"--help"});
     ExpectQuietSuccess(help);
     for (const char* word : {"tonemap", "stats", "equalize"})
@@ -100,8 +100,8 @@ TEST_F(Command, ProgressLinesAreShownOnRequestOnly)
     EXPECT_EQ(quiet.fErr, "");
     const sRun verbose = Selvane({"tonemap", "--exact", Hdr(), "-o", Out(), "--depth", "8", "--verbose"});
     EXPECT_EQ(verbose.fStatus, 0);
-    EXPECT_THAT(verbose.fErr, HasSubstr("ToneMappingPhase1 61 x 43"));
-    EXPECT_THAT(verbose.fErr, HasSubstr("Freeing via FreeBitmapData"));
+    EXPECT_THAT(verbose.fErr, HasSubstr("selvane: read 61 x 43 pixels"));
+    EXPECT_THAT(verbose.fErr, HasSubstr("selvane: rendered 61 x 43 pixels"));
 }
 
 TEST_F(Command, StandardOutputThatTakesNothingIsAFailure)
@@ -136,11 +136,16 @@ std::vector<std::string> LinesOf(const std::string& pCommand)
     return lines;
 }
 
-TEST_F(Command, ShowsTheLibraryItsWorkSplitterAndNothingElseOfItsOwn)
+TEST_F(Command, StandsOnLibselvaneAloneAndShowsNothingOfItsOwn)
 {
-    const std::vector<std::string> shown = LinesOf("nm -D --defined-only '" SELVANE_BINARY "'");
-    EXPECT_THAT(shown, testing::Contains(HasSubstr(" T DivideWork")));
-    EXPECT_THAT(shown, Not(testing::Contains(HasSubstr("SelvaneHost"))));
+    EXPECT_THAT(LinesOf("nm -D --defined-only '" SELVANE_BINARY "'"), Not(testing::Contains(HasSubstr("SelvaneHost"))));
+    const std::vector<std::string> wanted = LinesOf("nm -D --undefined-only '" SELVANE_BINARY "'");
+    EXPECT_THAT(wanted, testing::Contains(HasSubstr(" selvane_render")));
+    for (const char* engine : {"DivideWork", "cpp_tm_selvane", "Vornik"})
+        EXPECT_THAT(wanted, Not(testing::Contains(HasSubstr(engine))));
+    const std::vector<std::string> needed = LinesOf("readelf -dW '" SELVANE_BINARY "' | grep NEEDED");
+    EXPECT_THAT(needed, testing::Contains(HasSubstr("[libselvane.so.0]")));
+    EXPECT_THAT(needed, Not(testing::Contains(HasSubstr("[Selvane.so.1]"))));
 }
 
 // A file in the current folder is never loaded as a library, whatever its name.

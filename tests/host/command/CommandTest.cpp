@@ -35,12 +35,13 @@ void ExpectQuietSuccess(const sRun& pRun)
 
 sDirect Entry(const std::string& pPath, const sTmSliders& pSliders, int pDepth, int pSpace, int pRequest)
 {
-    const sPicture input = SelvaneHost::ReadPictureFile(pPath);
+    sPicture input = SelvaneHost::ReadPictureFile(pPath);
+    MakeEntryForm(input);
     sTmImageDesc image{};
     image.width = input.fWidth;
     image.height = input.fHeight;
     image.samplesPerPixel = 3;
-    image.inputDepth = input.fForm;
+    image.inputDepth = input.fForm == SelvaneHost::eSamples8 ? 8 : input.fForm == SelvaneHost::eSamples16 ? 16 : 32;
     image.outputDepth = pDepth;
     image.inputRowSamples = image.outputRowSamples = 3 * input.fWidth;
     const sTmRunSettings run{2, 0, pRequest};

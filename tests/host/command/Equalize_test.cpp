@@ -4,7 +4,7 @@
 #include "curve/cHermiteSpline.h"
 #include "equalizer/cColorEqRenderer.h"
 #include "host/command/CommandTest.h"
-#include "picture/ProfileMatch.h"
+#include "picture/Color.h"
 #include "support/Capture.h"
 
 #include <algorithm>
@@ -76,9 +76,9 @@ TEST_F(Command, EqualizeTakesDepthAndSpaceLikeTonemap)
     ExpectQuietSuccess(Selvane(
         {"equalize", Png(), "-o", Out(), "--depth", "16", "--color-space", "prophoto", "--saturation", "0.3:0.9"}));
     EXPECT_EQ(Look(Out()).fBits, 16);
-    EXPECT_EQ(Look(Out()).fProfile, StoredProfile(Vornik::eColorSpace_ProPhotoRGB));
+    EXPECT_EQ(Look(Out()).fProfile, StoredProfile(SELVANE_PROPHOTO));
     const sRun verbose = Selvane({"equalize", Png(), "-o", Out(), "--verbose"});
-    EXPECT_THAT(verbose.fErr, HasSubstr("Freeing via FreeBitmapData"));
+    EXPECT_THAT(verbose.fErr, HasSubstr("selvane: equalized 61 x 43 pixels"));
 }
 
 TEST_F(Command, EqualizeRefusesPicturesThatAreNotFinished)

@@ -1,7 +1,7 @@
 // Pictures through tonemap and stats.
 
 #include "host/command/CommandTest.h"
-#include "picture/ProfileMatch.h"
+#include "picture/Color.h"
 #include "picture/Sliders.h"
 #include "read/PictureReader.h"
 
@@ -26,9 +26,9 @@ using testing::StartsWith;
 
 /// Expects the colour chunks or the profile of a space in an output file: chunk sRGB for sRGB in a PNG file, and the
 /// stored profile otherwise.
-void ExpectColors(const sFound& pFound, bool pPng, Vornik::eColorSpaceID pSpace)
+void ExpectColors(const sFound& pFound, bool pPng, int pSpace)
 {
-    const bool chunk = pPng && pSpace == Vornik::eColorSpace_sRGB;
+    const bool chunk = pPng && pSpace == SELVANE_SRGB;
     EXPECT_EQ(pFound.fSaysSrgb, chunk);
     EXPECT_EQ(pFound.fProfile, chunk ? tBytes() : StoredProfile(pSpace));
 }
@@ -136,7 +136,7 @@ TEST_F(Command, EveryKindGoesInAndEveryKindComesOut)
             EXPECT_EQ(found.fBits, jpeg ? 8 : depth) << name << extension;
             EXPECT_EQ(found.fWidth, kWidth);
             EXPECT_EQ(found.fHeight, kHeight);
-            ExpectColors(found, tolower(extension[1]) == 'p', Vornik::eColorSpace_sRGB);
+            ExpectColors(found, tolower(extension[1]) == 'p', SELVANE_SRGB);
             if (!jpeg) {
                 EXPECT_EQ(found.fPixels, Entry(fFolder / name, {}, depth).fPixels) << name << extension;
             }
@@ -160,31 +160,18 @@ TEST_F(Command, DepthIsChosenByHand)
     ExpectFailure(Selvane({"tonemap", "--exact", Hdr(), "-o", Out(), "--depth", "12"}), 2, "--depth");
 }
 
-TEST_F(Command, SlidersOutsideTheirRangeAreAWarning)
+TEST_F(Command, SlidersOutsideTheirRangeAreRefused)
 {
     for (const sSliderCase& slider : kSliderCases) {
-        for (const std::string& value : slider.fOutside) {
-            const sRun run = Selvane({"tonemap", "--exact", Hdr(), "-o", Out(), slider.fOption, value});
-            EXPECT_EQ(run.fStatus, 0) << run.fErr;
-            EXPECT_THAT(run.fErr, MatchesRegex("selvane: warning: " + slider.fOption + " .* lies outside of .*\n"));
-            EXPECT_TRUE(Exists(Out()));
-        }
+        std::vector<std::string> values = slider.fOutside;
+        values.insert(values.end(), {"nan", "inf", "-inf", "1e30", "-1e30"});
+        for (const std::string& value : values)
+            for (const char* how : {"--exact", "--manual", "--quiet"})
+                ExpectFailure(Selvane({"tonemap", how, Hdr(), "-o", Out(), slider.fOption, value}), 2, slider.fOption);
     }
+    EXPECT_FALSE(Exists(Out()));
     for (const char* edge : {"-100", "100"})
         ExpectQuietSuccess(Selvane({"tonemap", "--exact", Hdr(), "-o", Out(), "--compression", edge}));
-}
-
-// The run prints a warning or a failure, and never crashes.
-TEST_F(Command, AbsurdSlidersEndInAPictureOrInWords)
-{
-    for (const sSliderCase& slider : kSliderCases) {
-        for (const char* value : {"nan", "inf", "-inf", "1e30", "-1e30"}) {
-            const sRun run = Selvane({"tonemap", "--exact", Hdr(), "-o", Out(), slider.fOption, value});
-            EXPECT_TRUE(run.fStatus == 0 || run.fStatus == 1 || run.fStatus == 2)
-                << slider.fOption << value << run.fStatus;
-            EXPECT_THAT(run.fErr, Not(IsEmpty()));
-        }
-    }
 }
 
 TEST_F(Command, StatsPrintsThePointsOfAMeasurement)
@@ -224,7 +211,7 @@ TEST_F(Command, PointsOfAnEarlierRunAreUsed)
     ExpectFailure(Selvane({"tonemap", "--exact", Hdr(), "-o", Out(), "--black-point", "2", "--white-point", "1"}), 2,
                   "--white-point");
     ExpectFailure(Selvane({"tonemap", "--exact", Hdr(), "-o", Out(), "--black-point", "-1", "--white-point", "0"}), 2,
-                  "--white-point");
+                  "--black-point");
 }
 
 TEST_F(Command, ACropIsAPictureOfItsOwn)
@@ -255,12 +242,16 @@ TEST_F(Command, ACropIsAPictureOfItsOwn)
                       "WIDTHxHEIGHT+LEFT+TOP");
 }
 
+// The engine's entry gives black for a picture of one luminance. libselvane keeps the grey of high-dynamic-range values.
 TEST_F(Command, OnePixelIsAPicture)
 {
-    WriteAll(fFolder / "one.hdr", Radiance(1, 1, {200, 100, 50, 130}));
-    const sRun run = Selvane({"tonemap", "--exact", fFolder / "one.hdr", "-o", Out()});
-    ExpectQuietSuccess(run);
-    EXPECT_EQ(Look(Out()).fPixels, Entry(fFolder / "one.hdr", {}, 16).fPixels);
+    WriteAll(fFolder / "one.hdr", Radiance(1, 1, {100, 100, 100, 128})); // 100 / 256: 0.390625
+    ExpectQuietSuccess(Selvane({"tonemap", "--exact", fFolder / "one.hdr", "-o", Out(), "--depth", "8"}));
+    EXPECT_EQ(Look(Out()).fPixels, tBytes(3, 168)); // (1.055 * 0.390625^(1 / 2.4) - 0.055) * 65535 = 168.5 * 256
+    const tBytes grey(3, 100);
+    Store(fFolder / "one.png", grey.data(), 1, 1, Rgb8());
+    ExpectQuietSuccess(Selvane({"tonemap", "--exact", fFolder / "one.png", "-o", Out()}));
+    EXPECT_EQ(Look(Out()).fPixels, Entry(fFolder / "one.png", {}, 8).fPixels);
 }
 
 TEST_F(Command, OrientationIsBakedInAndMetadataTravels)
@@ -297,7 +288,7 @@ TEST_F(Command, TheEmbeddedProfileOrTheOptionChoosesTheColorSpace)
     const char* const names[3] = {"srgb", "adobe", "prophoto"};
     const tBytes samples = Samples8(kWidth, kHeight);
     for (int space = 0; space < 3; space++) {
-        const auto id = static_cast<Vornik::eColorSpaceID>(space);
+        const auto id = space;
         sStored how = Rgb8();
         how.fProfile = StoredProfile(id);
         Store(fFolder / "profiled.png", samples.data(), kWidth, kHeight, how);
@@ -310,7 +301,7 @@ TEST_F(Command, TheEmbeddedProfileOrTheOptionChoosesTheColorSpace)
         ExpectQuietSuccess(
             Selvane({"tonemap", "--exact", fFolder / "profiled.png", "-o", Out(), "--color-space", names[other]}));
         EXPECT_EQ(Look(Out()).fPixels, Entry(Png(), {}, 8, other).fPixels);
-        ExpectColors(Look(Out()), true, static_cast<Vornik::eColorSpaceID>(other));
+        ExpectColors(Look(Out()), true, other);
     }
     ExpectFailure(Selvane({"tonemap", "--exact", Png(), "-o", Out(), "--color-space", "cmyk"}), 2, "--color-space");
 }
@@ -318,7 +309,7 @@ TEST_F(Command, TheEmbeddedProfileOrTheOptionChoosesTheColorSpace)
 TEST_F(Command, AnUnknownProfileIsAWarningUnlessTheSpaceIsChosen)
 {
     sStored how = Rgb8();
-    how.fProfile = StoredProfile(Vornik::eColorSpace_AdobeRGB98);
+    how.fProfile = StoredProfile(SELVANE_ADOBE_RGB);
     how.fProfile[510] = 0;
     const tBytes samples = Samples8(kWidth, kHeight);
     Store(fFolder / "odd.tif", samples.data(), kWidth, kHeight, how);
@@ -327,7 +318,7 @@ TEST_F(Command, AnUnknownProfileIsAWarningUnlessTheSpaceIsChosen)
     EXPECT_EQ(Lines(run.fErr), 1U);
     EXPECT_THAT(run.fErr, StartsWith("selvane: warning: "));
     EXPECT_THAT(run.fErr, HasSubstr("none of sRGB, Adobe RGB and ProPhoto RGB"));
-    ExpectColors(Look(Out()), true, Vornik::eColorSpace_sRGB);
+    ExpectColors(Look(Out()), true, SELVANE_SRGB);
     ExpectQuietSuccess(Selvane({"tonemap", "--exact", fFolder / "odd.tif", "-o", Out(), "--color-space", "adobe"}));
 }
 
@@ -371,7 +362,7 @@ TEST_F(Command, APngInSrgbSaysSoInChunksThatNobodyObjectsTo)
         EXPECT_THAT(WarningsOfLibpng(Out()), IsEmpty());
     }
     const sPicture back = SelvaneHost::ReadPictureFile(Out());
-    EXPECT_EQ(back.fColorSpace, Vornik::eColorSpace_sRGB);
+    EXPECT_EQ(NamedSpace(back), SELVANE_SRGB);
     EXPECT_EQ(back.fColorSpaceWarning, "");
 }
 

@@ -1,6 +1,6 @@
 #include "host/Workshop.h"
+#include "picture/Color.h"
 #include "picture/PngColor.h"
-#include "picture/ProfileMatch.h"
 
 #include <gtest/gtest.h>
 
@@ -22,8 +22,7 @@ tBytes PngWith(const tBytes& pChunk)
 
 TEST(PngColor, WhatIsPutInComesOut)
 {
-    for (const auto space :
-         {Vornik::eColorSpace_sRGB, Vornik::eColorSpace_AdobeRGB98, Vornik::eColorSpace_ProPhotoRGB}) {
+    for (const auto space : {SELVANE_SRGB, SELVANE_ADOBE_RGB, SELVANE_PROPHOTO}) {
         const tBytes profile = StoredProfile(space);
         EXPECT_EQ(PngProfile(PngWith(PngProfileChunk(profile, "a name"))), profile);
     }
@@ -42,7 +41,7 @@ TEST(PngColor, TheChunkHasTheLayoutOfThePngStandard)
 
 TEST(PngColor, DamagedChunksGiveNoProfile)
 {
-    const tBytes whole = PngWith(PngProfileChunk(StoredProfile(Vornik::eColorSpace_AdobeRGB98), "a name"));
+    const tBytes whole = PngWith(PngProfileChunk(StoredProfile(SELVANE_ADOBE_RGB), "a name"));
     for (size_t size = 0; size < whole.size(); size++)
         PngProfile(tBytes(whole.begin(), whole.begin() + static_cast<long>(size)));
     const auto changed = [&](size_t pAt, unsigned char pTo) {
@@ -53,7 +52,7 @@ TEST(PngColor, DamagedChunksGiveNoProfile)
     EXPECT_EQ(changed(0, 0xFF), tBytes()) << "longer than the file";
     EXPECT_EQ(changed(15, 1), tBytes()) << "an unknown method";
     EXPECT_EQ(changed(20, 0x55), tBytes()) << "data that do not inflate";
-    tBytes endless = PngProfileChunk(StoredProfile(Vornik::eColorSpace_sRGB), "a name");
+    tBytes endless = PngProfileChunk(StoredProfile(SELVANE_SRGB), "a name");
     for (size_t i = 8; i < 8 + 80; i++)
         endless[i] = 'x';
     EXPECT_EQ(PngProfile(PngWith(endless)), tBytes()) << "a name without end";

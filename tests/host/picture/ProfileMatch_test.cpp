@@ -1,6 +1,9 @@
 #include "picture/ProfileMatch.h"
 
+#include "picture/Color.h"
+
 #include <gtest/gtest.h>
+#include <selvane.h>
 
 #include <cmath>
 #include <cstring>
@@ -11,10 +14,6 @@ namespace
 {
 
 using namespace SelvaneHost;
-using Vornik::eColorSpace_AdobeRGB98;
-using Vornik::eColorSpace_ProPhotoRGB;
-using Vornik::eColorSpace_sRGB;
-using Vornik::eColorSpaceID;
 
 void Put32(tBytes& pBytes, unsigned pValue)
 {
@@ -143,24 +142,24 @@ tBytes Shaper(const sColorants& pColorants, const tBytes& pCurve, const std::str
 
 TEST(ProfileMatch, TheStoredProfilesAreThemselves)
 {
-    for (const eColorSpaceID space : {eColorSpace_sRGB, eColorSpace_AdobeRGB98, eColorSpace_ProPhotoRGB})
+    for (const int space : {SELVANE_SRGB, SELVANE_ADOBE_RGB, SELVANE_PROPHOTO})
         EXPECT_EQ(MatchProfile(StoredProfile(space)), space);
 }
 
 TEST(ProfileMatch, OtherMakersProfilesOfTheSameSpaceCount)
 {
-    EXPECT_EQ(MatchProfile(Shaper(kSrgb, SrgbCurve())), eColorSpace_sRGB);
-    EXPECT_EQ(MatchProfile(Shaper(kSrgb, Gamma(2.2))), eColorSpace_sRGB);
-    EXPECT_EQ(MatchProfile(Shaper(kAdobe, Gamma(2.19921875))), eColorSpace_AdobeRGB98);
-    EXPECT_EQ(MatchProfile(Shaper(kProPhoto, Gamma(1.8))), eColorSpace_ProPhotoRGB);
+    EXPECT_EQ(MatchProfile(Shaper(kSrgb, SrgbCurve())), SELVANE_SRGB);
+    EXPECT_EQ(MatchProfile(Shaper(kSrgb, Gamma(2.2))), SELVANE_SRGB);
+    EXPECT_EQ(MatchProfile(Shaper(kAdobe, Gamma(2.19921875))), SELVANE_ADOBE_RGB);
+    EXPECT_EQ(MatchProfile(Shaper(kProPhoto, Gamma(1.8))), SELVANE_PROPHOTO);
     const tBytes withToe = Parametric(3, {1.8, 1.0, 0.0, 1.0 / 16.0, 0.03125});
-    EXPECT_EQ(MatchProfile(Shaper(kProPhoto, withToe)), eColorSpace_ProPhotoRGB);
+    EXPECT_EQ(MatchProfile(Shaper(kProPhoto, withToe)), SELVANE_PROPHOTO);
 }
 
 TEST(ProfileMatch, NamesDoNotCountWhereNumbersStand)
 {
     EXPECT_EQ(MatchProfile(Shaper(kP3, SrgbCurve(), "sRGB IEC61966-2.1")), std::nullopt);
-    EXPECT_EQ(MatchProfile(Shaper(kAdobe, Gamma(2.2), "sRGB")), eColorSpace_AdobeRGB98);
+    EXPECT_EQ(MatchProfile(Shaper(kAdobe, Gamma(2.2), "sRGB")), SELVANE_ADOBE_RGB);
 }
 
 TEST(ProfileMatch, OtherSpacesAreNoneOfTheThree)
@@ -170,7 +169,7 @@ TEST(ProfileMatch, OtherSpacesAreNoneOfTheThree)
     shifted.fGreen[1] += 0.006;
     EXPECT_EQ(MatchProfile(Shaper(shifted, SrgbCurve())), std::nullopt);
     shifted.fGreen[1] -= 0.002;
-    EXPECT_EQ(MatchProfile(Shaper(shifted, SrgbCurve())), eColorSpace_sRGB);
+    EXPECT_EQ(MatchProfile(Shaper(shifted, SrgbCurve())), SELVANE_SRGB);
 }
 
 TEST(ProfileMatch, TheRightPrimariesWithAnotherCurveAreNoneOfTheThree)
@@ -184,30 +183,29 @@ TEST(ProfileMatch, TheRightPrimariesWithAnotherCurveAreNoneOfTheThree)
 
 TEST(ProfileMatch, SampledCurvesAreReadInTheirMiddle)
 {
-    EXPECT_EQ(MatchProfile(Shaper(kSrgb, Sampled({563}))), eColorSpace_sRGB) << "8.8 exponent";
-    EXPECT_EQ(MatchProfile(Shaper(kSrgb, Sampled({0, 14029, 65535}))), eColorSpace_sRGB);
-    EXPECT_EQ(MatchProfile(Shaper(kSrgb, Sampled({0, 10000, 18058, 65535}))), eColorSpace_sRGB)
-        << "between two samples";
+    EXPECT_EQ(MatchProfile(Shaper(kSrgb, Sampled({563}))), SELVANE_SRGB) << "8.8 exponent";
+    EXPECT_EQ(MatchProfile(Shaper(kSrgb, Sampled({0, 14029, 65535}))), SELVANE_SRGB);
+    EXPECT_EQ(MatchProfile(Shaper(kSrgb, Sampled({0, 10000, 18058, 65535}))), SELVANE_SRGB) << "between two samples";
     EXPECT_EQ(MatchProfile(Shaper(kSrgb, Sampled({0, 32768, 65535}))), std::nullopt);
 }
 
 TEST(ProfileMatch, EveryKindOfParametricCurveIsRead)
 {
-    EXPECT_EQ(MatchProfile(Shaper(kSrgb, Parametric(1, {2.4, 1 / 1.055, 0.055 / 1.055}))), eColorSpace_sRGB);
+    EXPECT_EQ(MatchProfile(Shaper(kSrgb, Parametric(1, {2.4, 1 / 1.055, 0.055 / 1.055}))), SELVANE_SRGB);
     EXPECT_EQ(MatchProfile(Shaper(kSrgb, Parametric(2, {2.2, 1.0, 0.0, 0.3}))), std::nullopt) << "raised by 0.3";
     EXPECT_EQ(MatchProfile(Shaper(kSrgb, Parametric(4, {2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12.92, 0.04045, 0, 0}))),
-              eColorSpace_sRGB);
-    EXPECT_EQ(MatchProfile(Shaper(kSrgb, Parametric(3, {2.4, 1.0, 0.0, 0.43, 0.9}))), eColorSpace_sRGB)
+              SELVANE_SRGB);
+    EXPECT_EQ(MatchProfile(Shaper(kSrgb, Parametric(3, {2.4, 1.0, 0.0, 0.43, 0.9}))), SELVANE_SRGB)
         << "0.5 on the straight part";
 }
 
 TEST(ProfileMatch, AProfileOfTablesGoesByItsDescription)
 {
     const auto described = [](const char* pWords) { return Profile("RGB ", {{"desc", UnicodeDescription(pWords)}}); };
-    EXPECT_EQ(MatchProfile(described("sRGB v4 ICC preference")), eColorSpace_sRGB);
-    EXPECT_EQ(MatchProfile(described("Adobe RGB (1998)")), eColorSpace_AdobeRGB98);
-    EXPECT_EQ(MatchProfile(described("ProPhoto RGB")), eColorSpace_ProPhotoRGB);
-    EXPECT_EQ(MatchProfile(described("ISO 22028-2 ROMM RGB")), eColorSpace_ProPhotoRGB);
+    EXPECT_EQ(MatchProfile(described("sRGB v4 ICC preference")), SELVANE_SRGB);
+    EXPECT_EQ(MatchProfile(described("Adobe RGB (1998)")), SELVANE_ADOBE_RGB);
+    EXPECT_EQ(MatchProfile(described("ProPhoto RGB")), SELVANE_PROPHOTO);
+    EXPECT_EQ(MatchProfile(described("ISO 22028-2 ROMM RGB")), SELVANE_PROPHOTO);
     EXPECT_EQ(MatchProfile(described("sRGB linear")), std::nullopt);
     EXPECT_EQ(MatchProfile(described("My printer")), std::nullopt);
     EXPECT_EQ(MatchProfile(Profile("CMYK", {{"desc", UnicodeDescription("sRGB")}})), std::nullopt);
@@ -215,14 +213,14 @@ TEST(ProfileMatch, AProfileOfTablesGoesByItsDescription)
 
 TEST(ProfileMatch, GreyProfilesGoByTheirCurve)
 {
-    EXPECT_EQ(MatchProfile(Profile("GRAY", {{"kTRC", Gamma(2.2)}})), eColorSpace_sRGB);
+    EXPECT_EQ(MatchProfile(Profile("GRAY", {{"kTRC", Gamma(2.2)}})), SELVANE_SRGB);
     EXPECT_EQ(MatchProfile(Profile("GRAY", {{"kTRC", Gamma(1.8)}})), std::nullopt);
     EXPECT_EQ(MatchProfile(Profile("GRAY", {})), std::nullopt);
 }
 
 TEST(ProfileMatch, BothKindsOfDescriptionAreRead)
 {
-    EXPECT_EQ(ProfileDescription(StoredProfile(eColorSpace_AdobeRGB98)), "Adobe RGB (1998)");
+    EXPECT_EQ(ProfileDescription(StoredProfile(SELVANE_ADOBE_RGB)), "Adobe RGB (1998)");
     EXPECT_EQ(ProfileDescription(Shaper(kP3, SrgbCurve(), "Display P3")), "Display P3");
     EXPECT_EQ(ProfileDescription({}), "");
 }
@@ -230,7 +228,7 @@ TEST(ProfileMatch, BothKindsOfDescriptionAreRead)
 // Under the address sanitizer this test finds reads beyond the end of a damaged profile.
 TEST(ProfileMatch, CutAndBrokenProfilesLeadNowhere)
 {
-    for (const tBytes& whole : {StoredProfile(eColorSpace_sRGB), Shaper(kAdobe, Gamma(2.2))}) {
+    for (const tBytes& whole : {StoredProfile(SELVANE_SRGB), Shaper(kAdobe, Gamma(2.2))}) {
         for (size_t size = 0; size < whole.size(); size += size < 400 ? 1 : 37) {
             const tBytes cut(whole.begin(), whole.begin() + static_cast<long>(size));
             MatchProfile(cut);
@@ -243,16 +241,16 @@ TEST(ProfileMatch, CutAndBrokenProfilesLeadNowhere)
             ProfileDescription(broken);
         }
     }
-    const tBytes half = StoredProfile(eColorSpace_sRGB);
+    const tBytes half = StoredProfile(SELVANE_SRGB);
     EXPECT_EQ(MatchProfile(tBytes(half.begin(), half.begin() + 600)), std::nullopt);
 }
 
 TEST(ProfileMatch, PrimariesAreMatchedWithinTheirTolerance)
 {
-    EXPECT_EQ(MatchPrimaries({0.64F, 0.33F, 0.30F, 0.60F, 0.15F, 0.06F}), eColorSpace_sRGB);
-    EXPECT_EQ(MatchPrimaries({0.640F, 0.330F, 0.290F, 0.600F, 0.150F, 0.060F}), eColorSpace_sRGB) << "Radiance's own";
-    EXPECT_EQ(MatchPrimaries({0.64F, 0.33F, 0.21F, 0.71F, 0.15F, 0.06F}), eColorSpace_AdobeRGB98);
-    EXPECT_EQ(MatchPrimaries({0.7347F, 0.2653F, 0.1596F, 0.8404F, 0.0366F, 0.0001F}), eColorSpace_ProPhotoRGB);
+    EXPECT_EQ(MatchPrimaries({0.64F, 0.33F, 0.30F, 0.60F, 0.15F, 0.06F}), SELVANE_SRGB);
+    EXPECT_EQ(MatchPrimaries({0.640F, 0.330F, 0.290F, 0.600F, 0.150F, 0.060F}), SELVANE_SRGB) << "Radiance's own";
+    EXPECT_EQ(MatchPrimaries({0.64F, 0.33F, 0.21F, 0.71F, 0.15F, 0.06F}), SELVANE_ADOBE_RGB);
+    EXPECT_EQ(MatchPrimaries({0.7347F, 0.2653F, 0.1596F, 0.8404F, 0.0366F, 0.0001F}), SELVANE_PROPHOTO);
     EXPECT_EQ(MatchPrimaries({0.68F, 0.32F, 0.265F, 0.69F, 0.15F, 0.06F}), std::nullopt) << "P3";
     EXPECT_EQ(MatchPrimaries({0.7347F, 0.2653F, 0.0F, 1.0F, 0.0001F, -0.077F}), std::nullopt) << "ACES";
     EXPECT_EQ(MatchPrimaries({NAN, 0.33F, 0.30F, 0.60F, 0.15F, 0.06F}), std::nullopt);

@@ -4,19 +4,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <limits>
 #include <sstream>
 
 namespace
 {
 
 using namespace SelvaneHost;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 /// Returns "-10 to 10", with other words before "to" if there are any.
-std::string RangeOf(const sSlider& pSlider, const std::string& pBetween = "")
+std::string Range(const sSlider& pSlider, const std::string& pBetween = "")
 {
     std::ostringstream text;
     text << pSlider.fLowest << pBetween << " to " << pSlider.fHighest;
@@ -47,41 +43,34 @@ std::string Unescaped(std::string pLine)
 
 TEST(Sliders, TheHelpHoldsTheNumbersOfTheTable)
 {
-    const sSlider slider = {"--x", &sTmSliders::radius, -0.5F, 12, 3, "from LOWEST wide to HIGHEST fine (DEFAULT)"};
+    const sSlider slider = {
+        "--x", &selvane_settings::radius, -0.5F, 12, 3, "from LOWEST wide to HIGHEST fine (DEFAULT)"};
     EXPECT_EQ(HelpOf(slider), "from -0.5 wide to 12 fine (3)");
+    EXPECT_EQ(RangeOf(slider), "must lie between -0.5 and 12");
     EXPECT_EQ(HelpOf(kSliders[2]), "size of what counts as detail, -10 wide to 10 fine (0)");
     EXPECT_EQ(HelpOf(kSliders[5]), "share clipped to black, in per cent (0)");
 }
 
-TEST(Sliders, AllDefaultsAreZero)
-{
-    const sTmSliders defaults = DefaultSliders();
-    const sTmSliders zero{};
-    EXPECT_EQ(std::memcmp(&defaults, &zero, sizeof zero), 0);
-}
-
-TEST(Sliders, BothEndsOfARangeLieInside)
+TEST(Sliders, AreThoseOfTheSettings)
 {
     for (const sSlider& slider : kSliders) {
-        for (const float inside : {slider.fLowest, slider.fHighest, slider.fDefault}) {
-            sTmSliders sliders{};
-            sliders.*slider.fMember = inside;
-            EXPECT_THAT(SliderWarnings(sliders), IsEmpty()) << slider.fOption << " " << inside;
+        selvane_settings settings{};
+        settings.struct_size = sizeof settings;
+        const std::string text = KeyOf(slider) + " = 2.5\n";
+        selvane* const handle = selvane_new();
+        EXPECT_EQ(selvane_settings_from_text(handle, text.c_str(), &settings), SELVANE_OK) << selvane_error(handle);
+        EXPECT_EQ(settings.*slider.fMember, 2.5F) << slider.fOption;
+        selvane_settings_init(&settings);
+        settings.automatic = 0;
+        EXPECT_EQ(settings.*slider.fMember, slider.fDefault) << slider.fOption;
+        for (const float end : {slider.fLowest, slider.fHighest}) {
+            settings.*slider.fMember = end;
+            EXPECT_EQ(selvane_set_settings(handle, &settings), SELVANE_OK) << slider.fOption;
+            settings.*slider.fMember = end + (end == slider.fLowest ? -0.5F : 0.5F);
+            EXPECT_EQ(selvane_set_settings(handle, &settings), SELVANE_ERROR_ARGUMENT) << slider.fOption;
         }
+        selvane_free(handle);
     }
-}
-
-TEST(Sliders, EachSliderOutsideItsRangeGivesAWarning)
-{
-    sTmSliders sliders{};
-    sliders.compression = -100.5F;
-    sliders.radius = 11.0F;
-    sliders.adaptation = -0.25F;
-    sliders.blackClip = std::numeric_limits<float>::quiet_NaN();
-    EXPECT_THAT(SliderWarnings(sliders),
-                ElementsAre("--compression -100.5 lies outside of -100 to 100", "--radius 11 lies outside of -10 to 10",
-                            "--adaptation -0.25 lies outside of 0 to 100",
-                            "--black-clip nan lies outside of 0 to 100"));
 }
 
 // The page has one row per slider, "| `--radius` | -10 to 10 | ...", then the rows of --wrap and --threads.
@@ -92,7 +81,7 @@ TEST(Sliders, ThePageOfTheCommandHasTheTable)
         if (line.starts_with("| `--")) rows.push_back(line.substr(0, line.find(" |", line.find(" | ") + 2)));
     std::vector<std::string> expected;
     for (const sSlider& slider : kSliders)
-        expected.push_back(std::string("| `").append(slider.fOption).append("` | ").append(RangeOf(slider)));
+        expected.push_back(std::string("| `").append(slider.fOption).append("` | ").append(Range(slider)));
     expected.insert(expected.end(), {"| `--wrap` |", "| `--threads` | 0 to 256"});
     EXPECT_EQ(rows, expected);
 }
@@ -111,7 +100,7 @@ TEST(Sliders, TheManualPageHasEachSliderWithItsRange)
     EXPECT_EQ(options.back(), "--threads");
     for (size_t i = 0; i < std::size(kSliders); i++) {
         EXPECT_EQ(options[i], kSliders[i].fOption);
-        EXPECT_THAT(texts[i], testing::ContainsRegex(RangeOf(kSliders[i], "( [(][a-z]*[)])?") + "( |[.])"));
+        EXPECT_THAT(texts[i], testing::ContainsRegex(Range(kSliders[i], "( [(][a-z]*[)])?") + "( |[.])"));
     }
 }
 

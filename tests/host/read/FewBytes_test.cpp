@@ -24,7 +24,7 @@ using testing::Not;
 constexpr uint64_t kSide = 13000;             // pixels; a square of this side is allowed, and takes 1 GB in 16 bits
 constexpr size_t kPadding = 11000;            // bytes; a file of this length could hold such a square
 constexpr size_t kLittle = size_t{256} << 20; // bytes; the command alone takes some 40 MB
-constexpr size_t kMost = size_t{4} << 30;     // bytes; the limit of a run, so that a failing test does no harm
+constexpr size_t kMost = size_t{6} << 30;     // bytes; the limit of a run, so that a failing test does no harm
 
 /// Appends a number.
 void Put(tBytes& pBytes, uint64_t pValue, size_t pSize, bool pBigEndian)

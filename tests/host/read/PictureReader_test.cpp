@@ -1,7 +1,7 @@
 // Files of all kinds, of other kinds, cut and damaged.
 
 #include "host/read/ReadingTest.h"
-#include "picture/ProfileMatch.h"
+#include "picture/Color.h"
 
 #include <csignal>
 #include <random>
@@ -58,7 +58,7 @@ TEST_F(PictureReader, EveryCutOfATiffIsRefused)
 {
     const tBytes eight = Samples8(24, 20);
     sStored profiled = Rgb8();
-    profiled.fProfile = StoredProfile(Vornik::eColorSpace_AdobeRGB98);
+    profiled.fProfile = StoredProfile(SELVANE_ADOBE_RGB);
     Store(fFolder / "a.tif", eight.data(), 24, 20, profiled);
     Store(fFolder / "big.tif[bigtiff]", eight.data(), 24, 20, profiled);
     for (const char* name : {"a.tif", "big.tif"}) {

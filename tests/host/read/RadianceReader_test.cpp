@@ -12,6 +12,7 @@ namespace
 
 using namespace SelvaneHost;
 using SelvaneTest::ExponentPixels;
+using SelvaneTest::NamedSpace;
 using SelvaneTest::Radiance;
 
 /// Returns the picture's bytes in interleaved order.
@@ -75,7 +76,7 @@ TEST(RadianceReader, FlatBytesArriveUnchanged)
     EXPECT_EQ(picture.fHeight, 3);
     EXPECT_EQ(picture.fForm, eExponentPlanes);
     EXPECT_EQ(Interleaved(picture), pixels);
-    EXPECT_FALSE(picture.fColorSpace.has_value());
+    EXPECT_FALSE(picture.fColor.fIsNamed);
     EXPECT_TRUE(picture.fWarnings.empty());
 }
 
@@ -150,11 +151,11 @@ TEST(RadianceReader, PrimariesDecideTheColorSpace)
     const auto read = [&](const std::string& pPrimaries) {
         return ReadRadiance(Radiance(1, 1, pixel, "PRIMARIES=" + pPrimaries + "\n"));
     };
-    EXPECT_EQ(read("0.640 0.330 0.290 0.600 0.150 0.060 0.3333 0.3333").fColorSpace, Vornik::eColorSpace_sRGB);
-    EXPECT_EQ(read("0.64 0.33 0.21 0.71 0.15 0.06 0.3127 0.329").fColorSpace, Vornik::eColorSpace_AdobeRGB98);
+    EXPECT_EQ(NamedSpace(read("0.640 0.330 0.290 0.600 0.150 0.060 0.3333 0.3333")), SELVANE_SRGB);
+    EXPECT_EQ(NamedSpace(read("0.64 0.33 0.21 0.71 0.15 0.06 0.3127 0.329")), SELVANE_ADOBE_RGB);
     for (const char* other : {"0.708 0.292 0.170 0.797 0.131 0.046 0.3127 0.329", "0.64 0.33", "red"}) {
         const sPicture picture = read(other);
-        EXPECT_FALSE(picture.fColorSpace.has_value()) << other;
+        EXPECT_FALSE(picture.fColor.fIsNamed) << other;
         EXPECT_THAT(picture.fColorSpaceWarning, testing::HasSubstr("none of sRGB")) << other;
     }
 }

@@ -4,7 +4,6 @@
 // Base of the tests that read picture files in this process.
 
 #include "host/Workshop.h"
-#include "picture/ExponentPlanes.h"
 #include "picture/PictureLibrary.h"
 #include "read/PictureReader.h"
 
@@ -33,16 +32,13 @@ protected:
     cFolder fFolder;
 };
 
-/// Returns the planes that interleaved floats become.
-inline tBytes PlanesOf(const std::vector<float>& pFloats, int pWidth)
+/// Returns the bytes of samples.
+template <typename tSample>
+tBytes BytesOf(const std::vector<tSample>& pSamples)
 {
-    tBytes planes(pFloats.size() / 3 * 4);
-    for (size_t row = 0; row * static_cast<size_t>(pWidth) * 3 < pFloats.size(); row++) {
-        const float* const first = pFloats.data() + row * static_cast<size_t>(pWidth) * 3;
-        SelvaneHost::ToExponentRow(first, first + 1, first + 2, 3, pWidth,
-                                   planes.data() + row * static_cast<size_t>(pWidth) * 4);
-    }
-    return planes;
+    tBytes bytes(pSamples.size() * sizeof(tSample));
+    std::memcpy(bytes.data(), pSamples.data(), bytes.size());
+    return bytes;
 }
 
 } // namespace SelvaneTest

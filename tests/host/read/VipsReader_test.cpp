@@ -1,8 +1,8 @@
 // PNG, TIFF and JPEG files.
 
 #include "host/read/ReadingTest.h"
+#include "picture/Color.h"
 #include "picture/PngColor.h"
-#include "picture/ProfileMatch.h"
 
 #include <vips/vips.h>
 
@@ -17,13 +17,6 @@ using testing::HasSubstr;
 class VipsReader : public cReadingTest
 {
 };
-
-tBytes BytesOf(const std::vector<uint16_t>& pSamples)
-{
-    tBytes bytes(pSamples.size() * 2);
-    std::memcpy(bytes.data(), pSamples.data(), bytes.size());
-    return bytes;
-}
 
 TEST_F(VipsReader, LosslessSamplesArriveAsStored)
 {
@@ -41,7 +34,7 @@ TEST_F(VipsReader, LosslessSamplesArriveAsStored)
         EXPECT_EQ(deep.fForm, eSamples16);
         EXPECT_EQ(deep.fPixels, BytesOf(sixteen));
         EXPECT_TRUE(deep.fWarnings.empty());
-        EXPECT_FALSE(deep.fColorSpace.has_value());
+        EXPECT_FALSE(deep.fColor.fIsNamed);
     }
 }
 
@@ -66,45 +59,45 @@ TEST_F(VipsReader, GreyIsExpandedToThreeSamples)
     EXPECT_EQ(Read("a.png").fPixels, (tBytes{0, 0, 0, 100, 100, 100, 255, 255, 255}));
     const std::vector<uint16_t> sixteen = {0, 1000, 65535};
     Store(fFolder / "b.tif", sixteen.data(), 3, 1, {1, VIPS_FORMAT_USHORT, VIPS_INTERPRETATION_GREY16, {}, 1, {}});
-    EXPECT_EQ(Read("b.tif").fPixels, BytesOf({0, 0, 0, 1000, 1000, 1000, 65535, 65535, 65535}));
+    EXPECT_EQ(Read("b.tif").fPixels, BytesOf<uint16_t>({0, 0, 0, 1000, 1000, 1000, 65535, 65535, 65535}));
     EXPECT_TRUE(Read("b.tif").fWarnings.empty());
 }
 
-TEST_F(VipsReader, AlphaIsDroppedWithAWarning)
+TEST_F(VipsReader, AlphaIsTheFourthChannel)
 {
     const tBytes colors = {1, 2, 3, 40, 5, 6, 7, 80};
     Store(fFolder / "a.png", colors.data(), 2, 1, {4, VIPS_FORMAT_UCHAR, VIPS_INTERPRETATION_sRGB, {}, 1, {}});
-    EXPECT_EQ(Read("a.png").fPixels, (tBytes{1, 2, 3, 5, 6, 7}));
-    EXPECT_THAT(Read("a.png").fWarnings, ElementsAre(HasSubstr("alpha")));
+    EXPECT_EQ(Read("a.png").fChannels, 4);
+    EXPECT_EQ(Read("a.png").fPixels, colors);
+    EXPECT_TRUE(Read("a.png").fWarnings.empty());
     const tBytes grey = {9, 40, 8, 80};
     Store(fFolder / "b.png", grey.data(), 2, 1, {2, VIPS_FORMAT_UCHAR, VIPS_INTERPRETATION_B_W, {}, 1, {}});
-    EXPECT_EQ(Read("b.png").fPixels, (tBytes{9, 9, 9, 8, 8, 8}));
-    EXPECT_THAT(Read("b.png").fWarnings, ElementsAre(HasSubstr("alpha")));
+    EXPECT_EQ(Read("b.png").fPixels, (tBytes{9, 9, 9, 40, 8, 8, 8, 80}));
     const tBytes five = {1, 2, 3, 4, 5};
     Store(fFolder / "c.tif", five.data(), 1, 1, {5, VIPS_FORMAT_UCHAR, VIPS_INTERPRETATION_sRGB, {}, 1, {}});
+    EXPECT_EQ(Read("c.tif").fChannels, 3);
     EXPECT_EQ(Read("c.tif").fPixels, (tBytes{1, 2, 3}));
     EXPECT_THAT(Read("c.tif").fWarnings, ElementsAre(HasSubstr("2 further channels")));
 }
 
-TEST_F(VipsReader, FloatsOfATiffBecomePlanes)
+TEST_F(VipsReader, FloatsOfATiffArriveAsStored)
 {
     const std::vector<float> floats = Floats(6, 4);
     Store(fFolder / "a.tif", floats.data(), 6, 4, {3, VIPS_FORMAT_FLOAT, VIPS_INTERPRETATION_scRGB, {}, 1, {}});
     const sPicture picture = Read("a.tif");
-    EXPECT_EQ(picture.fForm, eExponentPlanes);
-    EXPECT_EQ(picture.fPixels, PlanesOf(floats, 6));
+    EXPECT_EQ(picture.fForm, eFloats);
+    EXPECT_EQ(picture.fPixels, BytesOf(floats));
 }
 
 TEST_F(VipsReader, TheEmbeddedProfileDecidesTheColorSpace)
 {
     const tBytes samples = Samples8(2, 2);
-    for (const auto space :
-         {Vornik::eColorSpace_sRGB, Vornik::eColorSpace_AdobeRGB98, Vornik::eColorSpace_ProPhotoRGB}) {
+    for (const auto space : {SELVANE_SRGB, SELVANE_ADOBE_RGB, SELVANE_PROPHOTO}) {
         for (const char* name : {"a.png", "a.tif", "a.jpg"}) {
             sStored how = Rgb8();
             how.fProfile = StoredProfile(space);
             Store(fFolder / name, samples.data(), 2, 2, how);
-            EXPECT_EQ(Read(name).fColorSpace, space) << name;
+            EXPECT_EQ(NamedSpace(Read(name)), space) << name;
             EXPECT_EQ(Read(name).fColorSpaceWarning, "");
         }
     }
@@ -116,14 +109,14 @@ TEST_F(VipsReader, ExifDecidesTheColorSpaceWithoutAProfile)
     sStored how = Rgb8();
     how.fInteroperability = "R03";
     Store(fFolder / "a.jpg", samples.data(), 2, 2, how);
-    EXPECT_EQ(Read("a.jpg").fColorSpace, Vornik::eColorSpace_AdobeRGB98);
-    how.fProfile = StoredProfile(Vornik::eColorSpace_ProPhotoRGB);
+    EXPECT_EQ(NamedSpace(Read("a.jpg")), SELVANE_ADOBE_RGB);
+    how.fProfile = StoredProfile(SELVANE_PROPHOTO);
     Store(fFolder / "a.jpg", samples.data(), 2, 2, how);
-    EXPECT_EQ(Read("a.jpg").fColorSpace, Vornik::eColorSpace_ProPhotoRGB);
+    EXPECT_EQ(NamedSpace(Read("a.jpg")), SELVANE_PROPHOTO);
     how = Rgb8();
     how.fInteroperability = "R98";
     Store(fFolder / "a.jpg", samples.data(), 2, 2, how);
-    EXPECT_FALSE(Read("a.jpg").fColorSpace.has_value());
+    EXPECT_FALSE(Read("a.jpg").fColor.fIsNamed);
 }
 
 TEST_F(VipsReader, TheSrgbChunkOfAPngDecidesWithoutAProfile)
@@ -134,25 +127,25 @@ TEST_F(VipsReader, TheSrgbChunkOfAPngDecidesWithoutAProfile)
         tBytes file = ReadAll(fFolder / "a.png");
         file.insert(file.begin() + kPngColorPlace, pChunks.begin(), pChunks.end());
         WriteAll(fFolder / "a.png", file);
-        return Read("a.png").fColorSpace;
+        return NamedSpace(Read("a.png"));
     };
     EXPECT_EQ(with({}), std::nullopt);
     tBytes chunks = PngSrgbChunks();
-    EXPECT_EQ(with(chunks), Vornik::eColorSpace_sRGB);
-    const tBytes profile = PngProfileChunk(StoredProfile(Vornik::eColorSpace_ProPhotoRGB), "a name");
+    EXPECT_EQ(with(chunks), SELVANE_SRGB);
+    const tBytes profile = PngProfileChunk(StoredProfile(SELVANE_PROPHOTO), "a name");
     chunks.insert(chunks.end(), profile.begin(), profile.end());
-    EXPECT_EQ(with(chunks), Vornik::eColorSpace_ProPhotoRGB) << "whatever comes first in the file";
+    EXPECT_EQ(with(chunks), SELVANE_PROPHOTO) << "whatever comes first in the file";
 }
 
 TEST_F(VipsReader, AProfileThatIsNoneOfTheThreeIsNamed)
 {
     sStored how = Rgb8();
-    how.fProfile = StoredProfile(Vornik::eColorSpace_AdobeRGB98);
+    how.fProfile = StoredProfile(SELVANE_ADOBE_RGB);
     how.fProfile[500 + 8 + 2] = 0; // its red primary is no longer that of Adobe RGB
     const tBytes samples = Samples8(2, 2);
     Store(fFolder / "a.tif", samples.data(), 2, 2, how);
     const sPicture picture = Read("a.tif");
-    EXPECT_FALSE(picture.fColorSpace.has_value());
+    EXPECT_FALSE(picture.fColor.fIsNamed);
     EXPECT_THAT(picture.fColorSpaceWarning, HasSubstr("\"Adobe RGB (1998)\" is none of"));
 }
 
