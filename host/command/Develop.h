@@ -12,6 +12,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace SelvaneHost
 {
@@ -56,7 +57,26 @@ struct sDeveloped
     std::string fWords;           ///< options that give the same picture again, "--manual --compression 40 ..."
     selvane_settings fSettings{}; ///< complete, with automatic 0
     selvane_report fReport{};
+    selvane_settings fAsked{};                  ///< what was set; with automatic 1, offsets to the suggestion
+    std::optional<selvane_settings> fSuggested; ///< empty if the settings need no suggestion
+    std::vector<std::string> fReasons;          ///< all that decided the suggestion
 };
+
+/// Gives a function a handle that has the picture. The handle lives as long as the call.
+/// @throws cHostError, cUsageError
+void WithPicture(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning,
+                 const std::function<void(selvane*)>& pUse);
+
+/// Sets the settings of the look. Returns them complete, with automatic 0.
+/// @throws cHostError, cUsageError
+selvane_settings SetSettings(selvane* pHandle, const sLook& pLook);
+
+/// Tells how the latest render of a handle came about.
+/// @param pSettings as SetSettings returned them
+sDeveloped DevelopedBy(selvane* pHandle, const sLook& pLook, const selvane_settings& pSettings);
+
+/// Settings as text (TOML).
+std::string TextOf(const selvane_settings& pSettings);
 
 /// Renders the input into the output, which has its size and 8 or 16 bits.
 /// @param pSpace SELVANE_SRGB to SELVANE_REC2020

@@ -78,11 +78,12 @@ std::vector<unsigned char> VisibleOf(const sRender& pRender)
 /// Fills the histograms, the points and the curve.
 void SampleLight(selvane* pHandle, const sRender& pRender, sPage& pPage)
 {
-    const selvane_report& report = pPage.fFacts.fSeen.fReport;
+    const selvane_report& report = pPage.fFacts.fDeveloped.fReport;
     pPage.fBlack = static_cast<double>(report.black_point);
     pPage.fWhite = static_cast<double>(report.white_point);
-    pPage.fExposedWhite = pPage.fBlack + (pPage.fWhite - pPage.fBlack) *
-                                             std::exp2(-static_cast<double>(pPage.fFacts.fSeen.fUsed.exposure));
+    pPage.fExposedWhite =
+        pPage.fBlack +
+        (pPage.fWhite - pPage.fBlack) * std::exp2(-static_cast<double>(pPage.fFacts.fDeveloped.fSettings.exposure));
     const std::vector<unsigned char> visible = VisibleOf(pRender);
     const std::vector<float> scene = PlaneOf(pHandle, SELVANE_PLANE_LUMINANCE, pRender.Pixels());
     const std::vector<float> mapped = PlaneOf(pHandle, SELVANE_PLANE_MAPPED, pRender.Pixels());
@@ -187,15 +188,16 @@ double PlainStops(const selvane_report& pReport)
 
 } // namespace
 
-sPage Explained(selvane* pHandle, int pLongest, bool pHasAlpha, bool pIsDisplay)
+sPage Explained(selvane* pHandle, const sLook& pLook, int pLongest, bool pHasAlpha, bool pIsDisplay)
 {
     sPage page;
+    const selvane_settings settings = SetSettings(pHandle, pLook);
     const sRender render = RenderWhole(pHandle, pHasAlpha);
-    page.fFacts.fSeen = SeenBy(pHandle);
+    page.fFacts.fDeveloped = DevelopedBy(pHandle, pLook, settings);
     SampleLight(pHandle, render, page);
     Must(selvane_preview_size(pHandle, pLongest, &page.fWidth, &page.fHeight), pHandle);
     page.fAfter = AfterPicture(render, page.fWidth, page.fHeight);
-    page.fBeforeStops = pIsDisplay ? 0.0 : PlainStops(page.fFacts.fSeen.fReport);
+    page.fBeforeStops = pIsDisplay ? 0.0 : PlainStops(page.fFacts.fDeveloped.fReport);
     page.fBefore = BeforePicture(pHandle, pLongest, page.fWidth, page.fHeight, page.fBeforeStops);
     page.fBase = BasePicture(ReducedPlane(pHandle, SELVANE_PLANE_BASE, render, page.fWidth, page.fHeight));
     page.fDetail = DetailPicture(ReducedPlane(pHandle, SELVANE_PLANE_DETAIL, render, page.fWidth, page.fHeight));

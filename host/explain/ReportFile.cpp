@@ -60,12 +60,12 @@ tJson SettingsJson(const selvane_settings& pSettings)
             {"hue_lightness", CurveJson(s.hue_lightness)}};
 }
 
-tJson AllSettingsJson(const sSeen& pSeen)
+tJson AllSettingsJson(const sDeveloped& pDeveloped)
 {
-    tJson settings = {{"asked", SettingsJson(pSeen.fAsked)}, {"suggested", nullptr}};
-    if (pSeen.fSuggested) settings["suggested"] = SettingsJson(*pSeen.fSuggested);
-    settings["used"] = SettingsJson(pSeen.fUsed);
-    settings["text"] = pSeen.fText;
+    tJson settings = {{"asked", SettingsJson(pDeveloped.fAsked)}, {"suggested", nullptr}};
+    if (pDeveloped.fSuggested) settings["suggested"] = SettingsJson(*pDeveloped.fSuggested);
+    settings["used"] = SettingsJson(pDeveloped.fSettings);
+    settings["text"] = TextOf(pDeveloped.fSettings);
     return settings;
 }
 
@@ -104,7 +104,7 @@ tJson PointsJson(const selvane_report& pReport)
 
 tJson TimesJson(const sRunFacts& pFacts)
 {
-    const double* const stages = pFacts.fSeen.fReport.milliseconds;
+    const double* const stages = pFacts.fDeveloped.fReport.milliseconds;
     return {{"read", stages[SELVANE_STAGE_READ]},   {"split", stages[SELVANE_STAGE_SPLIT]},
             {"map", stages[SELVANE_STAGE_MAP]},     {"points", stages[SELVANE_STAGE_POINTS]},
             {"write", stages[SELVANE_STAGE_WRITE]}, {"file_in", pFacts.fReadMilliseconds},
@@ -162,7 +162,7 @@ std::optional<int64_t> BytesOf(const std::string& pPath)
 
 nlohmann::ordered_json ReportOf(const sRunFacts& pFacts)
 {
-    const sSeen& seen = pFacts.fSeen;
+    const sDeveloped& developed = pFacts.fDeveloped;
     tJson report;
     report["report_version"] = kReportVersion;
     report["program"] = {
@@ -172,14 +172,14 @@ nlohmann::ordered_json ReportOf(const sRunFacts& pFacts)
     report["command"] = pFacts.fCommand;
     report["color"] = {{"input", pFacts.fColorIn}, {"output", pFacts.fColorOut}};
     report["warnings"] = pFacts.fWarnings;
-    report["settings"] = AllSettingsJson(seen);
-    report["reasons"] = seen.fReasons;
-    report["suggestion"] = {{"previews", seen.fReport.previews}};
-    report["scene"] = SceneJson(seen.fReport);
-    report["layers"] = LayersJson(seen.fReport);
-    report["points"] = PointsJson(seen.fReport);
+    report["settings"] = AllSettingsJson(developed);
+    report["reasons"] = developed.fReasons;
+    report["suggestion"] = {{"previews", developed.fReport.previews}};
+    report["scene"] = SceneJson(developed.fReport);
+    report["layers"] = LayersJson(developed.fReport);
+    report["points"] = PointsJson(developed.fReport);
     report["milliseconds"] = TimesJson(pFacts);
-    report["memory"] = {{"library", seen.fReport.bytes}, {"peak", PeakBytes()}};
+    report["memory"] = {{"library", developed.fReport.bytes}, {"peak", PeakBytes()}};
     return report;
 }
 

@@ -4,7 +4,7 @@
 // The report of a render as JSON: all numbers, for programs and for the page of `selvane explain`. report.schema.json
 // says what each means; an install has it in share/selvane.
 
-#include "explain/Seen.h"
+#include "command/Develop.h"
 #include "picture/Picture.h"
 
 #include <cstdint>
@@ -39,7 +39,7 @@ struct sRunFacts
     double fReadMilliseconds = 0.0;
     double fRenderMilliseconds = 0.0;
     double fWriteMilliseconds = 0.0;
-    sSeen fSeen;
+    sDeveloped fDeveloped;
 };
 
 /// @return the size of a regular file; empty for anything else

@@ -16,7 +16,6 @@ target_sources(selvane_host PRIVATE
   explain/Light.cpp
   explain/Page.cpp
   explain/ReportFile.cpp
-  explain/Seen.cpp
   ${CMAKE_CURRENT_BINARY_DIR}/explain/Texts.cpp)
 target_link_libraries(selvane_host PRIVATE nlohmann_json::nlohmann_json)
 set_property(SOURCE explain/ReportFile.cpp APPEND PROPERTY COMPILE_DEFINITIONS SELVANE_PROGRAM_VERSION="${PROJECT_VERSION}")
