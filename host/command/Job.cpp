@@ -52,15 +52,6 @@ std::string CropWords(const std::optional<sArea>& pCrop)
            std::to_string(pCrop->fLeft) + "+" + std::to_string(pCrop->fTop);
 }
 
-std::string CommandFor(const sJob& pJob, const sDeveloped& pDeveloped)
-{
-    std::string command = "selvane tonemap " + Quoted(pJob.fInput) + " -o " + Quoted(pJob.fOutput.fPath) + " " +
-                          pDeveloped.fWords + CropWords(pJob.fCrop);
-    if (pJob.fColorSpace) command += std::string(" --color-space ") + SpaceWord(*pJob.fColorSpace);
-    if (pJob.fOutput.fDepth) command += " --depth " + std::to_string(*pJob.fOutput.fDepth);
-    return command;
-}
-
 /// Share of the colour samples that pTest holds for, of 8 or 16 bits, by their high byte.
 template <class tTest>
 double ShareOf(const sPicture& pPicture, tTest pTest)
@@ -118,6 +109,15 @@ void CheckLook(const sLook& pLook)
     CheckPoints(pLook);
 }
 
+std::string CommandFor(const sJob& pJob, const sDeveloped& pDeveloped)
+{
+    std::string command = "selvane tonemap " + Quoted(pJob.fInput) + " -o " + Quoted(pJob.fOutput.fPath) + " " +
+                          pDeveloped.fWords + CropWords(pJob.fCrop);
+    if (pJob.fColorSpace) command += std::string(" --color-space ") + SpaceWord(*pJob.fColorSpace);
+    if (pJob.fOutput.fDepth) command += " --depth " + std::to_string(*pJob.fOutput.fDepth);
+    return command;
+}
+
 void CheckJob(const sJob& pJob)
 {
     CheckLook(pJob.fLook);
@@ -154,6 +154,8 @@ sDone RunJob(const sJob& pJob, const sJobHooks& pHooks)
         About(pJob.fInput, [&] { return Develop(input, pJob.fLook, done.fSpace, RunningOf(pJob, pHooks), output); });
     done.fCommand = CommandFor(pJob, done.fDeveloped);
     input.fPixels = {}; // frees memory for the encoded file
+    input.fMetadata = {};
+    done.fInput = std::move(input);
     if (!pJob.fLook.fExact) WarnOfEmptiness(output, path, line);
     Tell(pHooks, eJobWrites, 0.0F);
     About(path, [&] { WritePicture(output, done.fSpace, kind, path); });

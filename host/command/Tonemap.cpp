@@ -1,6 +1,7 @@
 #include "command/Tonemap.h"
 
 #include "command/Report.h"
+#include "explain/JobReport.h"
 
 #include <array>
 #include <charconv>
@@ -58,12 +59,23 @@ void Print(const char* pName, float pValue)
     std::printf("%s %.*s\n", pName, static_cast<int>(end.ptr - digits.data()), digits.data());
 }
 
+void TonemapWithReport(const sTonemapOptions& pOptions)
+{
+    const sJob& job = pOptions.fJob;
+    CheckReport(pOptions.fReport, job);
+    cJobReport report;
+    const sDone done = RunJob(job, report.Hooks(HooksOf(pOptions)));
+    SayWhatWasChosen(pOptions, done);
+    report.Write(job, done, pOptions.fReport);
+}
+
 } // namespace
 
 void RunTonemap(const sTonemapOptions& pOptions)
 {
     if (pOptions.fSuggest) return Suggest(pOptions);
     if (pOptions.fJob.fOutput.fPath.empty()) throw cUsageError("--output is required");
+    if (!pOptions.fReport.empty()) return TonemapWithReport(pOptions);
     SayWhatWasChosen(pOptions, RunJob(pOptions.fJob, HooksOf(pOptions)));
 }
 

@@ -14,6 +14,7 @@ struct sTonemapOptions
     sJob fJob;
     bool fSuggest = false; ///< print the settings instead of rendering
     bool fQuiet = false;   ///< do not say what was chosen
+    std::string fReport;   ///< JSON file to write beside the picture; empty: none
     bool fVerbose = false; ///< show the lines of libselvane's log
 };
 

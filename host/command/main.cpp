@@ -11,6 +11,7 @@
 #include "command/Report.h"
 #include "command/Streams.h"
 #include "command/Tonemap.h"
+#include "explain/ExplainOptions.h"
 #include "picture/Errors.h"
 #include "write/UnfinishedFile.h"
 
@@ -48,6 +49,7 @@ void AddTonemap(CLI::App& pApp, sTonemapOptions& pOptions)
     AddOutput(*command, pOptions.fJob.fOutput);
     AddLook(*command, pOptions.fJob.fLook);
     command->add_flag("--suggest", pOptions.fSuggest, "print the settings that suit the picture; render nothing");
+    AddReport(*command, pOptions.fReport);
     command->add_flag("-q,--quiet", pOptions.fQuiet, "do not say what was chosen");
     AddSliders(*command, pOptions.fJob);
     AddCrop(*command, pOptions.fJob.fCrop);
@@ -105,9 +107,11 @@ int Run(int pCount, char** pWords)
     sTonemapOptions tonemap;
     sTonemapOptions stats;
     sEqualizeOptions equalize;
+    sExplainOptions explain;
     AddTonemap(app, tonemap);
     AddStats(app, stats);
     AddEqualize(app, equalize);
+    AddExplain(app, explain);
     if (pCount > 1) CheckSubcommand(app, pWords[1]);
     try {
         app.parse(pCount, pWords);

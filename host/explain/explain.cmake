@@ -11,7 +11,9 @@ configure_file(${CMAKE_CURRENT_LIST_DIR}/Texts.cpp.in ${CMAKE_CURRENT_BINARY_DIR
 
 target_sources(selvane_host PRIVATE
   explain/AreaMean.cpp
+  explain/Explain.cpp
   explain/Explanation.cpp
+  explain/JobReport.cpp
   explain/Jpeg.cpp
   explain/Light.cpp
   explain/Page.cpp
