@@ -13,7 +13,7 @@ namespace SelvaneHost
 namespace
 {
 
-constexpr int kColumns = 160;                                    // of histograms and curve
+constexpr int kColumns = 120;                                    // of histograms and curve
 constexpr double kShareBelow = 0.001;                            // of the pixels, left of an axis
 constexpr double kMargin = 0.3;                                  // decades left of that share
 constexpr double kMiddleGrey = 0.18;                             // luminance of the plain exposure's middle

@@ -16,7 +16,7 @@ function make(name, className, ...content) {
 
 /** A number for people: four digits that count, no needless zeros. */
 function digits(value) {
-  if (Number.isInteger(value)) return value.toLocaleString('en');
+  if (Number.isInteger(value)) return value.toLocaleString('en').replace('-', '\u2212');
   const text = Math.abs(value) >= 1e-4 && Math.abs(value) < 1e6 ? Number(value.toPrecision(4)).toString() : value.toExponential(2);
   return text.replace('-', '\u2212');
 }
@@ -76,22 +76,23 @@ function fillHeader() {
   const exposed =
     stops === 0
       ? 'Left: the file as it is.'
-      : `Left: the same light as a camera would expose it, ${digits(Number(stops.toFixed(1)))} stops on the file\u2019s own scale, with the logarithmic mean at middle grey (18 %) and what is brighter than white cut off.`;
+      : `Left: the same light as a camera would expose it: the logarithmic mean at middle grey, 18 % (${digits(Number(stops.toFixed(1)))} stops on the scale of the file), and what is brighter than white cut off.`;
   byId('compare-caption').textContent =
     `${exposed} Right: the render. Drag the line, or use the arrow keys. Both pictures are shown in sRGB, reduced to ${data.width} \u00d7 ${data.height}.`;
   byId('foot').textContent = `Made by selvane ${report.program.version} with libselvane ${report.program.library}. This page is one file and fetches nothing.`;
 }
 
 function fillWhy() {
-  const asked = report.settings.asked.automatic;
-  byId('why-lead').textContent = asked
+  byId('why-lead').textContent = report.settings.suggested
     ? `The suggestion looked at ${report.suggestion.previews} small previews. These parts of its rule had a say:`
     : 'The settings stood as they were given. The suggestion was not asked.';
   byId('reasons').append(...report.reasons.map((reason) => make('li', '', reason)));
 }
 
 function fillCommand() {
-  byId('command').textContent = report.command;
+  // Each word keeps together, as far as it fits.
+  const words = report.command.split(' ').flatMap((word) => [make('span', 'word', word), ' ']);
+  byId('command').append(...words.slice(0, -1));
   const button = byId('copy');
   button.hidden = !navigator.clipboard;
   button.addEventListener('click', async () => {
@@ -106,23 +107,28 @@ function settingText(value) {
   return typeof value === 'number' ? digits(value) : String(value);
 }
 
+/** Whether a setting changes nothing. */
+function isNeutral(value) {
+  return value === 0 || value === false || value === 'measured' || (Array.isArray(value) && value.length === 0);
+}
+
 function fillSettings() {
   const { asked, suggested, used } = report.settings;
-  byId('settings-lead').textContent = suggested
-    ? 'What was asked for is added to what suits the picture. The sum, kept within its range, made the render.'
-    : 'What was asked for made the render.';
-  const heads = suggested ? ['', 'suits the picture', 'asked for', 'used'] : ['', 'used'];
-  const table = byId('settings');
-  table.append(make('thead', '', make('tr', '', ...heads.map((head) => make('th', head ? 'number' : '', head)))));
-  const body = make('tbody', '');
-  for (const name of Object.keys(used)) {
-    if (name === 'automatic') continue;
-    const columns = suggested ? [suggested[name], asked[name], used[name]] : [used[name]];
-    const cells = columns.map((value) => make('td', 'number', settingText(value)));
+  const columns = {};
+  if (suggested) columns['suits the picture'] = suggested;
+  if (suggested && asked.automatic) columns['asked for'] = asked;
+  columns.used = used;
+  const names = Object.keys(used).filter((name) => name !== 'automatic' && Object.values(columns).some((some) => !isNeutral(some[name])));
+  byId('settings-lead').textContent =
+    (asked.automatic ? 'What was asked for is added to what suits the picture. The sum, kept within its range, made the render. ' : 'The settings stand as they were given. ') +
+    'What is not listed is neutral.';
+  const heads = ['', ...Object.keys(columns)].map((head) => make('th', head ? 'number' : '', head));
+  const rows = names.map((name) => {
+    const cells = Object.values(columns).map((some) => make('td', 'number', settingText(some[name])));
     const moved = suggested && JSON.stringify(suggested[name]) !== JSON.stringify(used[name]);
-    body.append(make('tr', moved ? 'moved' : '', make('th', '', name.replaceAll('_', ' ')), ...cells));
-  }
-  table.append(body);
+    return make('tr', moved ? 'moved' : '', make('th', '', name.replaceAll('_', ' ')), ...cells);
+  });
+  byId('settings').append(make('thead', '', make('tr', '', ...heads)), make('tbody', '', ...rows));
 }
 
 /** A row for each number of the report, with the meaning that its schema gives. */
@@ -198,20 +204,22 @@ function drawHistogram(place, histogram, label) {
   return { svg, area, x };
 }
 
-/** A vertical line with a word above it. */
-function drawPoint({ svg, area, x }, log, word, kind = '') {
+/** A vertical line with a word above it, on the side given if there is room. */
+function drawPoint({ svg, area, x }, log, word, side, kind = '') {
   if (log === null) return;
-  draw(svg, 'line', { class: `point ${kind}`, x1: x(log), x2: x(log), y1: area.top - 4, y2: area.bottom });
-  const anchor = x(log) < area.left + 60 ? 'start' : x(log) > area.right - 60 ? 'end' : 'middle';
-  draw(svg, 'text', { class: 'strong', x: x(log), y: area.top - 10, 'text-anchor': anchor }, word);
+  const at = x(log);
+  draw(svg, 'line', { class: `point ${kind}`, x1: at, x2: at, y1: area.top - 4, y2: area.bottom });
+  const room = 8 * word.length;
+  const anchor = side === 'end' ? (at - area.left > room ? 'end' : 'start') : area.right - at > room ? 'start' : 'end';
+  draw(svg, 'text', { class: 'strong', x: at + (anchor === 'end' ? -4 : 4), y: area.top - 10, 'text-anchor': anchor }, word);
 }
 
 function drawHistograms() {
   drawHistogram(byId('scene-histogram'), data.scene, 'log10 of scene luminance');
   const mapped = drawHistogram(byId('mapped-histogram'), data.mapped, 'log10 of new luminance');
-  drawPoint(mapped, data.mapped.black_point, 'black point');
-  drawPoint(mapped, data.mapped.white_point, data.mapped.exposed_white === null ? 'white point' : '', '');
-  drawPoint(mapped, data.mapped.exposed_white, 'white, with the exposure', 'point-exposed');
+  drawPoint(mapped, data.mapped.black_point, 'black point', 'end');
+  drawPoint(mapped, data.mapped.white_point, data.mapped.exposed_white === null ? 'white point' : '', 'start');
+  drawPoint(mapped, data.mapped.exposed_white, 'white, exposed', 'start', 'point-exposed');
 }
 
 function captionHistograms() {
@@ -224,7 +232,8 @@ function captionHistograms() {
   );
   byId('mapped-caption').textContent =
     `The black and the white point stand on this scale. ${percent(report.points.clipped_black)} of the pixels lie at or below the black point, ` +
-    `${percent(report.points.clipped_white)} at or above the white point.`;
+    `${percent(report.points.clipped_white)} at or above the white point.` +
+    (data.mapped.exposed_white === null ? '' : ' The exposure moves white to the dashed line.');
 }
 
 function drawCurve() {
