@@ -50,12 +50,13 @@ selvane_test(host
   read/RadianceReader_test.cpp
   read/VipsReader_test.cpp
   scene/Scene_test.cpp
+  shell/Nearest_test.cpp
+  shell/Shell_test.cpp
   write/OutputFile_test.cpp)
-target_link_libraries(selvane_tests_host PRIVATE selvane_host PkgConfig::VIPS OpenEXR::OpenEXR PNG::PNG ZLIB::ZLIB)
+target_link_libraries(selvane_tests_host PRIVATE selvane_host selvane_shell PkgConfig::VIPS OpenEXR::OpenEXR PNG::PNG ZLIB::ZLIB)
 target_compile_definitions(selvane_tests_host PRIVATE
   SELVANE_BINARY="$<TARGET_FILE:selvane>" SELVANE_SCENE="$<TARGET_FILE:selvane-scene>" SELVANE_COMMAND_VERSION="${PROJECT_VERSION}"
-  SELVANE_COMMAND_PAGE="${PROJECT_SOURCE_DIR}/docs/command.md"
-  SELVANE_MANUAL_PAGE="${PROJECT_SOURCE_DIR}/host/command/selvane.1.in")
+  SELVANE_COMMAND_PAGE="${PROJECT_SOURCE_DIR}/docs/command.md")
 add_dependencies(selvane_tests_host selvane selvane-scene)
 if(NOT SELVANE_SANITIZE) # a sanitizer must be the first library that is loaded
   foreach(function vips_pngload_buffer vips_jpegsave_buffer fsync)
