@@ -64,7 +64,12 @@ void AddSliders(CLI::App& pCommand, sJob& pJob)
         pCommand.add_option_function<float>(
             slider.fOption, [&pJob, &slider](float pValue) { SetSlider(slider, pValue, pJob); }, HelpOf(slider));
     pCommand.add_flag("--wrap", pJob.fLook.fWrap, "left and right edge meet: a full panorama");
-    pCommand.add_option("--threads", pJob.fThreads, "workers (default 0: one for each processor)")
+    AddThreads(pCommand, pJob.fThreads);
+}
+
+void AddThreads(CLI::App& pCommand, int& pThreads)
+{
+    pCommand.add_option("--threads", pThreads, "workers (default 0: one for each processor)")
         ->check(CLI::Range(0, kMostThreads));
 }
 

@@ -19,6 +19,7 @@ void AddLook(CLI::App& pCommand, sLook& pLook);
 /// The sliders, wrap and the number of threads.
 void AddSliders(CLI::App& pCommand, sJob& pJob);
 
+void AddThreads(CLI::App& pCommand, int& pThreads);
 void AddCrop(CLI::App& pCommand, std::optional<sArea>& pCrop);
 void AddColorSpace(CLI::App& pCommand, std::optional<int>& pSpace);
 

@@ -13,6 +13,7 @@
 #include "command/Tonemap.h"
 #include "explain/ExplainOptions.h"
 #include "picture/Errors.h"
+#include "sheet/SheetOptions.h"
 #include "shell/Defaults.h"
 #include "shell/HelpText.h"
 #include "shell/ShellOptions.h"
@@ -125,11 +126,14 @@ int Run(const std::vector<std::string>& pWords)
     sTonemapOptions stats;
     sEqualizeOptions equalize;
     sExplainOptions explain;
-    sShellOptions shell{.fVersion = SELVANE_COMMAND_VERSION, .fName = {}, .fValue = {}, .fUnset = {}, .fShell = {}, .fPage = {}};
+    sSheetOptions sheet;
+    sShellOptions shell{
+        .fVersion = SELVANE_COMMAND_VERSION, .fName = {}, .fValue = {}, .fUnset = {}, .fShell = {}, .fPage = {}};
     AddTonemap(app, tonemap);
     AddStats(app, stats);
     AddEqualize(app, equalize);
     AddExplain(app, explain);
+    AddSheet(app, sheet);
     AddShell(app, shell);
     CheckSubcommand(app, pWords);
     try {

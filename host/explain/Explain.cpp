@@ -3,6 +3,7 @@
 #include "command/Report.h"
 #include "explain/Explanation.h"
 #include "explain/JobReport.h"
+#include "explain/PlainStops.h"
 #include "write/OutputFile.h"
 
 #include <filesystem>
@@ -27,11 +28,10 @@ sPage Explained(const sExplainOptions& pOptions, const sPicture& pInput)
 {
     const sJob& job = pOptions.fJob;
     const sRunning running{.fThreads = job.fThreads, .fLog = pOptions.fVerbose ? tLine(Report) : tLine()};
-    const bool isDisplay = pInput.fForm == eSamples8 || pInput.fForm == eSamples16;
     sPage page;
     About(job.fInput, [&] {
         WithPicture(pInput, job.fLook, running, [&](selvane* pHandle) {
-            page = Explained(pHandle, job.fLook, pOptions.fSize, pInput.fChannels == 4, isDisplay);
+            page = Explained(pHandle, job.fLook, pOptions.fSize, pInput.fChannels == 4, IsForDisplay(pInput));
         });
     });
     return page;

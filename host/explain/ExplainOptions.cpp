@@ -13,6 +13,10 @@ void AddReport(CLI::App& pCommand, std::string& pReport)
 void AddExplain(CLI::App& pApp, sExplainOptions& pOptions)
 {
     CLI::App* const command = pApp.add_subcommand("explain", "write a page that shows what the render did, and why");
+    command->footer("Examples:\n"
+                    "  selvane explain photo.exr -o report.html                         what was done, and why\n"
+                    "  selvane explain photo.exr -o report.html --preset night --exposure 0.5\n"
+                    "  selvane explain photo.exr -o report.html --report numbers.json   the same for programs");
     sJob& job = pOptions.fJob;
     AddInput(*command, job.fInput);
     command->add_option("-o,--output", job.fOutput.fPath, "page to write (HTML)")->required();

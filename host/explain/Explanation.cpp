@@ -1,6 +1,7 @@
 #include "explain/Explanation.h"
 
 #include "explain/Jpeg.h"
+#include "explain/PlainStops.h"
 #include "picture/Errors.h"
 
 #include <algorithm>
@@ -16,8 +17,6 @@ namespace
 constexpr int kColumns = 120;                                    // of histograms and curve
 constexpr double kShareBelow = 0.001;                            // of the pixels, left of an axis
 constexpr double kMargin = 0.3;                                  // decades left of that share
-constexpr double kMiddleGrey = 0.18;                             // luminance of the plain exposure's middle
-constexpr double kMostStops = 100.0;                             // of selvane_plain
 constexpr double kShareCut = 0.005;                              // of a layer's pixels, at both ends of its greys
 constexpr float kLeastDetail = 0.05F;                            // decades from middle grey to black
 constexpr double kLeastBase = 0.1;                               // decades from black to white
@@ -179,13 +178,6 @@ sLayerPicture DetailPicture(const sFloats& pDetail)
     return GreyPicture(pDetail, -most, most);
 }
 
-/// Stops that bring the logarithmic mean of the scene to middle grey.
-double PlainStops(const selvane_report& pReport)
-{
-    const double stops = std::log2(kMiddleGrey) - static_cast<double>(pReport.log_luminance_mean) / std::log10(2.0);
-    return std::clamp(stops, -kMostStops, kMostStops);
-}
-
 } // namespace
 
 sPage Explained(selvane* pHandle, const sLook& pLook, int pLongest, bool pHasAlpha, bool pIsDisplay)
@@ -197,7 +189,7 @@ sPage Explained(selvane* pHandle, const sLook& pLook, int pLongest, bool pHasAlp
     SampleLight(pHandle, render, page);
     Must(selvane_preview_size(pHandle, pLongest, &page.fWidth, &page.fHeight), pHandle);
     page.fAfter = AfterPicture(render, page.fWidth, page.fHeight);
-    page.fBeforeStops = pIsDisplay ? 0.0 : PlainStops(page.fFacts.fDeveloped.fReport);
+    page.fBeforeStops = pIsDisplay ? 0.0 : PlainStops(pHandle);
     page.fBefore = BeforePicture(pHandle, pLongest, page.fWidth, page.fHeight, page.fBeforeStops);
     page.fBase = BasePicture(ReducedPlane(pHandle, SELVANE_PLANE_BASE, render, page.fWidth, page.fHeight));
     page.fDetail = DetailPicture(ReducedPlane(pHandle, SELVANE_PLANE_DETAIL, render, page.fWidth, page.fHeight));

@@ -17,6 +17,7 @@ target_sources(selvane_host PRIVATE
   explain/Jpeg.cpp
   explain/Light.cpp
   explain/Page.cpp
+  explain/PlainStops.cpp
   explain/ReportFile.cpp
   ${CMAKE_CURRENT_BINARY_DIR}/explain/Texts.cpp)
 target_link_libraries(selvane_host PRIVATE nlohmann_json::nlohmann_json)

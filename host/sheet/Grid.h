@@ -10,11 +10,11 @@ struct sGrid
 {
     int fColumns = 1;
     int fRows = 1;
-    int fCellWidth = 1;   ///< of a picture
-    int fCellHeight = 1;  ///< of a picture
-    int fTextHeight = 0;  ///< of a line of text with the space around it
+    int fCellWidth = 1;  ///< of a picture
+    int fCellHeight = 1; ///< of a picture
+    int fTextHeight = 0; ///< of a line of text with the space around it
     int fGap = 0;
-    int fWidth = 0;       ///< of the sheet
+    int fWidth = 0; ///< of the sheet
     int fHeight = 0;
 
     /// The left upper corner of the picture of a cell.

@@ -66,7 +66,8 @@ sLabel LabelOf(const std::string& pText, int pSize, int pMostWidth, bool pBold)
     void* const bytes = vips_image_write_to_memory(image.get(), &size);
     if (bytes == nullptr) throw cHostError("the labels cannot be drawn: " + VipsWords());
     const auto* const first = static_cast<const unsigned char*>(bytes);
-    sLabel label{vips_image_get_width(image.get()), vips_image_get_height(image.get()), tBytes(first, first + size)};
+    sLabel label{vips_image_get_width(image.get()), vips_image_get_height(image.get()),
+                 vips_image_get_xoffset(image.get()), vips_image_get_yoffset(image.get()), tBytes(first, first + size)};
     g_free(bytes);
     return label;
 }

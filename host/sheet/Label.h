@@ -13,6 +13,8 @@ struct sLabel
 {
     int fWidth = 0;
     int fHeight = 0;
+    int fLeft = 0; ///< of the mask, from the beginning of the line
+    int fTop = 0;  ///< of the mask, from the top of the line: texts that begin at one height have one baseline
     tBytes fMask;
 };
 
