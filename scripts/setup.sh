@@ -1,8 +1,9 @@
 # Sourced by the other scripts: installs Debian packages when it may, and otherwise says which are missing.
 
-SELVANE_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libcli11-dev libvips-dev libopenexr-dev zlib1g-dev libtomlplusplus-dev)
-SELVANE_TEST_PACKAGES=(libgtest-dev libgmock-dev libpng-dev clang binutils doxygen valgrind libfltk1.3-dev man-db xauth xvfb zsh fish bsdextrautils)
-SELVANE_DESKTOP_PACKAGES=() # of scripts/test --desktop
+SELVANE_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libcli11-dev libvips-dev libopenexr-dev zlib1g-dev libtomlplusplus-dev nlohmann-json3-dev)
+SELVANE_TEST_PACKAGES=(libgtest-dev libgmock-dev libpng-dev clang binutils doxygen valgrind libfltk1.3-dev man-db xauth xvfb zsh fish bsdextrautils
+  python3-jsonschema)
+SELVANE_DESKTOP_PACKAGES=(chromium chromium-driver python3-selenium) # of scripts/test --desktop
 
 # selvane_need PACKAGE...: makes sure that the packages are installed.
 selvane_need() {
