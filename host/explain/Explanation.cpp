@@ -14,12 +14,13 @@ namespace SelvaneHost
 namespace
 {
 
-constexpr int kColumns = 120;                                    // of histograms and curve
-constexpr double kShareBelow = 0.001;                            // of the pixels, left of an axis
-constexpr double kMargin = 0.3;                                  // decades left of that share
-constexpr double kShareCut = 0.005;                              // of a layer's pixels, at both ends of its greys
-constexpr float kLeastDetail = 0.05F;                            // decades from middle grey to black
-constexpr double kLeastBase = 0.1;                               // decades from black to white
+constexpr int kColumns = 120;         // of histograms and curve
+constexpr double kShareBelow = 0.001; // of the pixels, left of an axis
+constexpr double kMargin = 0.3;       // decades left of that share
+constexpr double kMostGap = 1.0;      // decades by which the black point may lengthen an axis
+constexpr double kShareCut = 0.005;   // of a layer's pixels, at both ends of its greys
+constexpr float kLeastDetail = 0.05F; // decades from middle grey to black
+constexpr double kLeastBase = 0.1;    // decades from black to white
 constexpr double kRed = 0.2126, kGreen = 0.7152, kBlue = 0.0722; // of luminance, sRGB
 
 void Must(int pStatus, const selvane* pHandle)
@@ -94,6 +95,9 @@ void SampleLight(selvane* pHandle, const sRender& pRender, sPage& pPage)
     sAxis mappedAxis = AxisOf(mapped.data(), planes, kShareBelow, kMargin, kColumns);
     for (const double point : {pPage.fWhite, pPage.fExposedWhite})
         if (point > 0.0) mappedAxis.fTo = std::max(mappedAxis.fTo, std::log10(point) + kMargin);
+    if (pPage.fBlack > 0.0) // as far as it is not far from every pixel
+        mappedAxis.fFrom =
+            std::clamp(std::log10(pPage.fBlack) - kMargin, mappedAxis.fFrom - kMostGap, mappedAxis.fFrom);
     pPage.fMapped = HistogramOf(mapped.data(), planes, mappedAxis);
     cToneCurve curve(axis);
     for (size_t i = 0; i < pRender.Pixels(); i++) {

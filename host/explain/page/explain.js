@@ -119,9 +119,11 @@ function fillSettings() {
   if (suggested && asked.automatic) columns['asked for'] = asked;
   columns.used = used;
   const names = Object.keys(used).filter((name) => name !== 'automatic' && Object.values(columns).some((some) => !isNeutral(some[name])));
-  byId('settings-lead').textContent =
-    (asked.automatic ? 'What was asked for is added to what suits the picture. The sum, kept within its range, made the render. ' : 'The settings stand as they were given. ') +
-    'What is not listed is neutral.';
+  const how = asked.automatic
+    ? 'What was asked for is added to what suits the picture. The sum, kept within its range, made the render. '
+    : 'The settings stand as they were given. ';
+  byId('settings-lead').textContent = how + (names.length === 0 ? 'All of them are neutral.' : 'What is not listed is neutral.');
+  if (names.length === 0) return;
   const heads = ['', ...Object.keys(columns)].map((head) => make('th', head ? 'number' : '', head));
   const rows = names.map((name) => {
     const cells = Object.values(columns).map((some) => make('td', 'number', settingText(some[name])));
@@ -204,10 +206,11 @@ function drawHistogram(place, histogram, label) {
   return { svg, area, x };
 }
 
-/** A vertical line with a word above it, on the side given if there is room. */
+/** A vertical line with a word above it, on the side given if there is room. Nothing outside of the chart. */
 function drawPoint({ svg, area, x }, log, word, side, kind = '') {
   if (log === null) return;
   const at = x(log);
+  if (at < area.left || at > area.right) return;
   draw(svg, 'line', { class: `point ${kind}`, x1: at, x2: at, y1: area.top - 4, y2: area.bottom });
   const room = 8 * word.length;
   const anchor = side === 'end' ? (at - area.left > room ? 'end' : 'start') : area.right - at > room ? 'start' : 'end';
@@ -230,8 +233,10 @@ function captionHistograms() {
     key('white', 'became white.  '),
     outside > 0 ? `${outside.toLocaleString('en')} pixels lie outside of the axis.` : '',
   );
+  const black = data.mapped.black_point;
+  const offLeft = black === null || black < data.mapped.from;
   byId('mapped-caption').textContent =
-    `The black and the white point stand on this scale. ${percent(report.points.clipped_black)} of the pixels lie at or below the black point, ` +
+    `The black and the white point stand on this scale${offLeft ? '; the black point lies left of what is shown' : ''}. ${percent(report.points.clipped_black)} of the pixels lie at or below the black point, ` +
     `${percent(report.points.clipped_white)} at or above the white point.` +
     (data.mapped.exposed_white === null ? '' : ' The exposure moves white to the dashed line.');
 }
