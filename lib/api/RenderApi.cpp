@@ -102,7 +102,7 @@ void Plain(selvane& pHandle, float pStops, int pLongest, const selvane_target* p
     const sLayout layout = LayoutOf(target);
     cTargetTables tables;
     tables.Prepare(target);
-    const Vornik::cMatrix33 fromXYZ = FromXYZ(target.space);
+    const Vornik::cMatrix33 fromXYZ = FromXYZ(target.space, target.chromaticities);
     const double factor = std::exp2(static_cast<double>(pStops));
     run.Plan(kPlainWeight);
     run.Begin(SELVANE_STAGE_WRITE, kPlainWeight);
