@@ -52,7 +52,8 @@ GObject* cGraph::Operation() const
 
 std::string cGraph::Settings() const
 {
-    char* const chain = gegl_serialize(fToneMap, fToneMap, "/", GEGL_SERIALIZE_TRIM_DEFAULTS);
+    GeglNode* const source = gegl_node_get_producer(fToneMap, "input", nullptr); // GEGL begins behind it
+    char* const chain = gegl_serialize(source, fToneMap, "/", GEGL_SERIALIZE_TRIM_DEFAULTS);
     const std::string text = chain;
     g_free(chain);
     const size_t name = text.find(kOperation);

@@ -46,12 +46,13 @@ std::string LatestSettings()
     if (size <= 0) return {};
     std::string settings(static_cast<size_t>(size), '\0');
     gimp_get_data(kProcedure, settings.data());
-    return settings;
+    return settings.c_str();
 }
 
 void KeepSettings(const std::string& pSettings)
 {
-    gimp_set_data(kProcedure, pSettings.data(), static_cast<guint32>(pSettings.size()));
+    gimp_set_data(kProcedure, pSettings.c_str(),
+                  static_cast<guint32>(pSettings.size() + 1)); // GIMP keeps no empty data
 }
 
 /// Applies the operation as one step of undo. GIMP ends the plug-in when the user cancels; the drawable is then as it was.

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <gegl-paramspecs.h>
+#include <gegl-plugin.h>
 #include <gtest/gtest.h>
 #include <map>
 #include <numeric>
@@ -480,7 +481,7 @@ TEST_F(Operation, APartOfTheResultIsThatOfTheWholeAndRenderedOnce)
     EXPECT_EQ(gLog.fRenders, 1);
 }
 
-TEST_F(Operation, AChangeInACornerMakesAllOfTheResultOld)
+TEST_F(Operation, EveryPixelDependsOnAll)
 {
     const tBuffer input = BufferOf(Scene(3), Floats(3));
     cGraph graph(input.get());
@@ -493,6 +494,11 @@ TEST_F(Operation, AChangeInACornerMakesAllOfTheResultOld)
     const float color[3] = {1.0f, 2.0f, 3.0f};
     gegl_buffer_set(input.get(), &corner, 0, Floats(3), color, GEGL_AUTO_ROWSTRIDE);
     EXPECT_TRUE(gegl_rectangle_equal(&invalid, &kWhole));
+    GeglOperation* const operation = gegl_node_get_gegl_operation(graph.fToneMap);
+    for (const GeglRectangle& region :
+         {gegl_operation_get_required_for_output(operation, "input", &corner),
+          gegl_operation_get_cached_region(operation, &corner), gegl_operation_get_bounding_box(operation)})
+        EXPECT_TRUE(gegl_rectangle_equal(&region, &kWhole));
 }
 
 TEST_F(Operation, NothingAndAPlaneWithoutEndAreHandedOn)

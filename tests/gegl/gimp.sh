@@ -2,7 +2,7 @@
 # gimp.sh NAME BUILD SCENE COMPARE: a real GIMP with the operation and the plug-in in a person's own folders.
 #
 #   script   a script opens an OpenEXR file, calls the procedure and saves
-#   dialog   the dialogue under Xvfb: OK applies, Cancel changes nothing
+#   dialog   the dialogue under Xvfb: OK applies what was chosen, the latest values apply again, Cancel changes nothing
 set -euo pipefail
 me=$(realpath "$0")
 name=$1 build=$2 scene=$3 compare=$4
@@ -67,23 +67,27 @@ refuse() {
   grep "Error.*$2" gimp.log
 }
 
-# answer KEY: waits for the dialogue and its preview, and presses a key in it.
+# answer KEY...: waits for the dialogue and its preview, and presses keys in it.
 answer() {
   local window
-  window=$(timeout 120 xdotool search --sync --onlyvisible --name '^Selvane Tone Map$' | head -1)
-  sleep 2
-  xdotool windowfocus --sync "$window"
-  xdotool key "$1"
+  window=$(timeout 200 xdotool search --sync --onlyvisible --name '^Selvane Tone Map$' | head -1)
+  sleep 4
+  xdotool windowfocus --sync "$window" key --delay 300 "$@"
 }
 
+# The second choice behind the first preset is taken by keys.
 dialog() {
-  answer Return & local typist=$!
+  answer Tab Down Down alt+o & local typist=$!
   run_gimp --batch "$first"'
     (plug-in-selvane-tone-map RUN-INTERACTIVE image (layer-of image) "")
-    (save image "natural.exr")
+    (save image "chosen.exr")
+    (define second (open-picture))
+    (plug-in-selvane-tone-map RUN-WITH-LAST-VALS second (layer-of second) "")
+    (save second "again.exr")
     (gimp-quit 1)'
   wait "$typist"
-  "$compare" srgb before.exr natural.exr
+  "$compare" srgb before.exr chosen.exr soft 0
+  "$compare" srgb before.exr again.exr soft 0
   answer Escape & typist=$!
   run_gimp --batch "$first"'(plug-in-selvane-tone-map RUN-INTERACTIVE image (layer-of image) "")' \
     --batch "$lisp"'(save (vector-ref (cadr (gimp-image-list)) 0) "cancelled.exr") (gimp-quit 1)'
