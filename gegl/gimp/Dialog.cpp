@@ -232,4 +232,30 @@ bool AskUser(GeglBuffer* pPicture, std::string& pSettings)
     return response == GTK_RESPONSE_OK;
 }
 
+cProgressWindow::cProgressWindow()
+    : fWindow(gimp_dialog_new("Tone mapping", "selvane-tone-map-progress", nullptr, GtkDialogFlags(0), nullptr, nullptr,
+                              "_Cancel", GTK_RESPONSE_CANCEL, nullptr)),
+      fBar(gtk_progress_bar_new())
+{
+    gimp_window_set_transient(GTK_WINDOW(fWindow));
+    gtk_widget_set_size_request(fBar, 320, -1);
+    gtk_box_pack_start(GTK_BOX(gtk_dialog_get_content_area(GTK_DIALOG(fWindow))), fBar, TRUE, TRUE, 12);
+    const auto cancel = +[](GtkDialog*, int, bool* pCancelled) { *pCancelled = true; };
+    g_signal_connect(fWindow, "response", G_CALLBACK(cancel), &fCancelled);
+    gtk_widget_show_all(fWindow);
+}
+
+cProgressWindow::~cProgressWindow()
+{
+    gtk_widget_destroy(fWindow);
+}
+
+bool cProgressWindow::Show(double pShare)
+{
+    gtk_progress_bar_set_fraction(GTK_PROGRESS_BAR(fBar), pShare);
+    while (!fCancelled && gtk_events_pending())
+        gtk_main_iteration();
+    return !fCancelled;
+}
+
 } // namespace SelvaneGegl

@@ -13,9 +13,12 @@ namespace
 
 constexpr const char* kOperation = "selvane:tone-map";
 
-void TellShare(GeglNode*, double pShare, void* pProgress)
+constexpr const char* kCancelKey = "selvane-cancel"; // the operation looks for it on its node
+
+void TellShare(GeglNode* pNode, double pShare, void* pProgress)
 {
-    (*static_cast<const std::function<void(double)>*>(pProgress))(pShare);
+    if (!(*static_cast<const std::function<bool(double)>*>(pProgress))(pShare))
+        g_object_set_data(G_OBJECT(pNode), kCancelKey, pNode);
 }
 
 /// Parses the settings into nodes between two others.
@@ -52,23 +55,25 @@ GObject* cGraph::Operation() const
 
 std::string cGraph::Settings() const
 {
-    char* const chain = gegl_serialize(fToneMap, fToneMap, "/", GEGL_SERIALIZE_TRIM_DEFAULTS);
+    GeglNode* const source = gegl_node_get_producer(fToneMap, "input", nullptr); // GEGL begins behind it
+    char* const chain = gegl_serialize(source, fToneMap, "/", GEGL_SERIALIZE_TRIM_DEFAULTS);
     const std::string text = chain;
     g_free(chain);
     const size_t name = text.find(kOperation);
     return name == std::string::npos ? std::string() : text.substr(name + std::string(kOperation).size());
 }
 
-void cGraph::Render(GeglBuffer* pOutput, const std::function<void(double)>& pProgress) const
+bool cGraph::Render(GeglBuffer* pOutput, const std::function<bool(double)>& pProgress) const
 {
     GeglNode* const sink =
         gegl_node_new_child(fRoot.get(), "operation", "gegl:write-buffer", "buffer", pOutput, nullptr);
     gegl_node_link(fToneMap, sink);
-    std::function<void(double)> progress = pProgress ? pProgress : [](double) {};
+    std::function<bool(double)> progress = pProgress ? pProgress : [](double) { return true; };
     const gulong handler = g_signal_connect(fToneMap, "progress", G_CALLBACK(TellShare), &progress);
     gegl_node_process(sink);
     g_signal_handler_disconnect(fToneMap, handler);
     gegl_node_remove_child(fRoot.get(), sink);
+    return g_object_steal_data(G_OBJECT(fToneMap), kCancelKey) == nullptr;
 }
 
 tBuffer Reduced(GeglBuffer* pBuffer, int pLongest)

@@ -26,8 +26,9 @@ public:
     std::string Settings() const;
 
     /// Renders into a buffer, which converts to its own format.
-    /// @param pProgress is told the share that is done, 0 to 1
-    void Render(GeglBuffer* pOutput, const std::function<void(double)>& pProgress = {}) const;
+    /// @param pProgress is told the share that is done, 0 to 1; answers false to cancel
+    /// @returns whether the render came to its end
+    bool Render(GeglBuffer* pOutput, const std::function<bool(double)>& pProgress = {}) const;
 
 private:
     std::unique_ptr<GeglNode, sUnref> fRoot;

@@ -4,6 +4,7 @@
 #include "Dialog.h"
 #include "Graph.h"
 
+#include <functional>
 #include <libgimp/gimp.h>
 #include <stdexcept>
 #include <vector>
@@ -46,34 +47,47 @@ std::string LatestSettings()
     if (size <= 0) return {};
     std::string settings(static_cast<size_t>(size), '\0');
     gimp_get_data(kProcedure, settings.data());
-    return settings;
+    return settings.c_str();
 }
 
 void KeepSettings(const std::string& pSettings)
 {
-    gimp_set_data(kProcedure, pSettings.data(), static_cast<guint32>(pSettings.size()));
+    gimp_set_data(kProcedure, pSettings.c_str(),
+                  static_cast<guint32>(pSettings.size() + 1)); // GIMP keeps no empty data
 }
 
-/// Applies the operation as one step of undo. GIMP ends the plug-in when the user cancels; the drawable is then as it was.
-void Apply(int pDrawable, GeglBuffer* pPicture, const std::string& pSettings)
+/// Applies the operation as one step of undo.
+/// @returns whether it came to its end; if not, the drawable is as it was
+bool Apply(int pDrawable, GeglBuffer* pPicture, const std::string& pSettings, const std::function<bool(double)>& pShow)
 {
-    gimp_progress_init("Tone mapping");
     const tBuffer result(gimp_drawable_get_shadow_buffer(pDrawable));
-    cGraph(pPicture, pSettings).Render(result.get(), [](double pShare) { gimp_progress_update(pShare); });
+    if (!cGraph(pPicture, pSettings).Render(result.get(), pShow)) return false;
     gegl_buffer_flush(result.get());
     gimp_drawable_merge_shadow(pDrawable, TRUE);
     gimp_drawable_update(pDrawable, 0, 0, gimp_drawable_width(pDrawable), gimp_drawable_height(pDrawable));
     gimp_displays_flush();
+    return true;
 }
 
-GimpPDBStatusType Process(GimpRunMode pMode, int pDrawable, std::string pSettings)
+GimpPDBStatusType ProcessWithDialog(int pDrawable, GeglBuffer* pPicture)
+{
+    std::string settings = LatestSettings();
+    if (!AskUser(pPicture, settings)) return GIMP_PDB_CANCEL;
+    cProgressWindow window;
+    if (!Apply(pDrawable, pPicture, settings, [&window](double pShare) { return window.Show(pShare); }))
+        return GIMP_PDB_CANCEL;
+    KeepSettings(settings);
+    return GIMP_PDB_SUCCESS;
+}
+
+GimpPDBStatusType Process(GimpRunMode pMode, int pDrawable, const std::string& pSettings)
 {
     gegl_init(nullptr, nullptr);
     const tBuffer picture(gimp_drawable_get_buffer(pDrawable));
-    if (pMode != GIMP_RUN_NONINTERACTIVE) pSettings = LatestSettings();
-    if (pMode == GIMP_RUN_INTERACTIVE && !AskUser(picture.get(), pSettings)) return GIMP_PDB_CANCEL;
-    Apply(pDrawable, picture.get(), pSettings);
-    if (pMode == GIMP_RUN_INTERACTIVE) KeepSettings(pSettings);
+    if (pMode == GIMP_RUN_INTERACTIVE) return ProcessWithDialog(pDrawable, picture.get());
+    gimp_progress_init("Tone mapping");
+    Apply(pDrawable, picture.get(), pMode == GIMP_RUN_NONINTERACTIVE ? pSettings : LatestSettings(),
+          [](double pShare) { return gimp_progress_update(pShare) != 0; });
     return GIMP_PDB_SUCCESS;
 }
 

@@ -78,8 +78,7 @@ private:
     static int Tell(void* pThis, int, float pShare)
     {
         const auto* part = static_cast<const cProgressPart*>(pThis);
-        part->fProgress(part->fFrom + static_cast<double>(pShare) * (part->fTo - part->fFrom));
-        return 0;
+        return part->fProgress(part->fFrom + static_cast<double>(pShare) * (part->fTo - part->fFrom)) ? 0 : 1;
     }
 
     selvane* fHandle;
@@ -91,6 +90,7 @@ private:
 
 void Check(const selvane* pHandle, int pStatus)
 {
+    if (pStatus == SELVANE_ERROR_CANCELLED) throw sCancelled();
     if (pStatus != SELVANE_OK) throw std::runtime_error(selvane_error(pHandle));
 }
 

@@ -23,11 +23,16 @@ struct sRender
     const Babl* fFormat;   ///< of input and result: "RGB float" or "RGBA float", in a space with three primaries
 };
 
+/// The progress function asked for the end.
+struct sCancelled
+{
+};
+
 class cKeptMapper
 {
 public:
-    /// Is told the share that is done, 0 to 1.
-    using tProgress = std::function<void(double)>;
+    /// Is told the share that is done, 0 to 1. Answers false to cancel.
+    using tProgress = std::function<bool(double)>;
 
     /// @throws std::bad_alloc
     cKeptMapper();
@@ -35,8 +40,8 @@ public:
     /// The handle, for its presets and settings. The mapper keeps it.
     selvane* Handle() const { return fHandle.get(); }
 
-    /// @throws std::runtime_error with a sentence for the user. The output is then as it was, and the next render is
-    /// right.
+    /// @throws std::runtime_error with a sentence for the user; sCancelled. The output is then as it was, and the next
+    /// render is right.
     void Render(const sRender& pRender, const tProgress& pProgress);
 
 private:
@@ -53,7 +58,7 @@ private:
     const Babl* fTakenAs = nullptr; ///< format of the reading
 };
 
-/// @throws std::runtime_error with the handle's text if the status is a failure
+/// @throws std::runtime_error with the handle's text if the status is a failure; sCancelled
 void Check(const selvane* pHandle, int pStatus);
 
 } // namespace SelvaneGegl

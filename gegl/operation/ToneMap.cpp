@@ -195,6 +195,9 @@ void SetSettings(selvane* pHandle, const GeglProperties& o)
     Check(pHandle, selvane_set_settings(pHandle, &settings));
 }
 
+/// GEGL has no way to end a render. A program sets this on the node, in its handler of the node's progress.
+constexpr const char* kCancelKey = "selvane-cancel";
+
 /// Shows the progress of a render. Programs open their bar at exactly 0 and close it at exactly 1.
 class cShownProgress
 {
@@ -204,9 +207,11 @@ public:
     cShownProgress(const cShownProgress&) = delete;
     cShownProgress& operator=(const cShownProgress&) = delete;
 
-    void Show(double pShare) const
+    /// Answers false to cancel.
+    bool Show(double pShare) const
     {
         if (pShare > 0.0 && pShare < 1.0) Tell(pShare);
+        return g_object_get_data(G_OBJECT(fOperation->node), kCancelKey) == nullptr;
     }
 
 private:
@@ -266,8 +271,9 @@ gboolean Render(GeglOperation* pOperation, GeglBuffer* pInput, GeglBuffer* pOutp
         SetSettings(mapper.Handle(), properties);
         mapper.Render(
             {pInput, pOutput, WholeInput(pOperation), pLevel, gegl_operation_get_format(pOperation, "output")},
-            [&progress](double pShare) { progress.Show(pShare); });
+            [&progress](double pShare) { return progress.Show(pShare); });
         return TRUE;
+    } catch (const sCancelled&) {
     } catch (const std::exception& failure) {
         g_log("GEGL", G_LOG_LEVEL_WARNING, "selvane:tone-map: %s", failure.what());
     }

@@ -51,8 +51,8 @@ Vornik::cMatrix33 FromXYZ(int pPrimaries, const float* pCustom);
 /// Whether the number is one of selvane_primaries.
 bool IsSpace(int pPrimaries);
 
-/// Whether a matrix has nine finite numbers and can be undone. Chromaticities may give any.
-bool IsUsable(const Vornik::cMatrix33& pToXYZ);
+/// Whether a matrix to XYZ has nine finite numbers and can be undone. Chromaticities may give any.
+bool IsUsable(const Vornik::cMatrix33& m);
 
 /// The encoded sample of each linear 16-bit value, 65536 entries. For the first three spaces the engine's own table;
 /// for the others the curve's value times 65535, truncated as there.

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <gegl-paramspecs.h>
+#include <gegl-plugin.h>
 #include <gtest/gtest.h>
 #include <map>
 #include <numeric>
@@ -417,9 +418,9 @@ TEST_F(Operation, AnotherSpaceForTheSamePixelsIsAnotherPicture)
     selvane_settings settings;
     selvane_settings_init(&settings);
     cKeptMapper mapper;
-    mapper.Render({input.get(), output.get(), kWhole, 0, Floats(3)}, [](double) {});
+    mapper.Render({input.get(), output.get(), kWhole, 0, Floats(3)}, [](double) { return true; });
     const tBuffer second(gegl_buffer_new(&kWhole, wide));
-    mapper.Render({input.get(), second.get(), kWhole, 0, wide}, [](double) {});
+    mapper.Render({input.get(), second.get(), kWhole, 0, wide}, [](double) { return true; });
     EXPECT_TRUE(SameBits(PixelsOf(second.get(), wide),
                          Expected(PixelsOf(input.get(), wide), kWidth, kHeight, {SELVANE_REC2020, {}}, settings)));
 }
@@ -480,7 +481,7 @@ TEST_F(Operation, APartOfTheResultIsThatOfTheWholeAndRenderedOnce)
     EXPECT_EQ(gLog.fRenders, 1);
 }
 
-TEST_F(Operation, AChangeInACornerMakesAllOfTheResultOld)
+TEST_F(Operation, EveryPixelDependsOnAll)
 {
     const tBuffer input = BufferOf(Scene(3), Floats(3));
     cGraph graph(input.get());
@@ -493,6 +494,11 @@ TEST_F(Operation, AChangeInACornerMakesAllOfTheResultOld)
     const float color[3] = {1.0f, 2.0f, 3.0f};
     gegl_buffer_set(input.get(), &corner, 0, Floats(3), color, GEGL_AUTO_ROWSTRIDE);
     EXPECT_TRUE(gegl_rectangle_equal(&invalid, &kWhole));
+    GeglOperation* const operation = gegl_node_get_gegl_operation(graph.fToneMap);
+    for (const GeglRectangle& region :
+         {gegl_operation_get_required_for_output(operation, "input", &corner),
+          gegl_operation_get_cached_region(operation, &corner), gegl_operation_get_bounding_box(operation)})
+        EXPECT_TRUE(gegl_rectangle_equal(&region, &kWhole));
 }
 
 TEST_F(Operation, NothingAndAPlaneWithoutEndAreHandedOn)
@@ -522,7 +528,7 @@ TEST_F(Operation, AtALevelTheReducedPictureIsWorkedOn)
     gegl_buffer_get(input.get(), &half, 0.5, Floats(4), reduced.data(), GEGL_AUTO_ROWSTRIDE, GEGL_ABYSS_CLAMP);
     cKeptMapper mapper;
     for (int i = 0; i < 2; i++) {
-        mapper.Render({input.get(), output.get(), kWhole, 1, Floats(4)}, [](double) {});
+        mapper.Render({input.get(), output.get(), kWhole, 1, Floats(4)}, [](double) { return true; });
         gegl_buffer_get(output.get(), &half, 0.5, Floats(4), seen.data(), GEGL_AUTO_ROWSTRIDE, GEGL_ABYSS_NONE);
         selvane_settings settings;
         selvane_settings_init(&settings);
@@ -548,6 +554,22 @@ TEST_F(Operation, ProgressBeginsAtNothingAndEndsWithAll)
     EXPECT_EQ(shares.back(), 1.0);
     EXPECT_TRUE(std::is_sorted(shares.begin(), shares.end()));
     EXPECT_EQ(std::count(shares.begin(), shares.end(), 1.0), 1);
+}
+
+TEST_F(Operation, ACancelledRenderLeavesThePicture)
+{
+    const std::vector<float> scene = Scene(3);
+    const tBuffer input = BufferOf(scene, Floats(3));
+    cGraph graph(input.get());
+    const auto cancel =
+        +[](GeglNode* pNode, double, void*) { g_object_set_data(G_OBJECT(pNode), "selvane-cancel", pNode); };
+    const gulong handler = g_signal_connect(graph.fToneMap, "progress", G_CALLBACK(cancel), nullptr);
+    EXPECT_TRUE(SameBits(graph.Pixels(Floats(3)), scene));
+    EXPECT_EQ(gLog.fRenders, 0);
+    g_signal_handler_disconnect(graph.fToneMap, handler);
+    g_object_set_data(G_OBJECT(graph.fToneMap), "selvane-cancel", nullptr);
+    gegl_node_set(graph.fToneMap, "exposure", 0.0, nullptr); // GEGL keeps the result until something changes
+    EXPECT_TRUE(SameBits(graph.Pixels(Floats(3)), Expected(scene, kWidth, kHeight, kSrgb)));
 }
 
 TEST_F(Operation, AFailureIsToldAndLeavesThePicture)

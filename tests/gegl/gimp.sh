@@ -2,11 +2,12 @@
 # gimp.sh NAME BUILD SCENE COMPARE: a real GIMP with the operation and the plug-in in a person's own folders.
 #
 #   script   a script opens an OpenEXR file, calls the procedure and saves
-#   dialog   the dialogue under Xvfb: OK applies, Cancel changes nothing
+#   cancel   Escape during the render leaves the picture
+#   dialog   the dialogue under Xvfb: OK applies what was chosen, the latest values apply again, Cancel changes nothing
 set -euo pipefail
 me=$(realpath "$0")
 name=$1 build=$2 scene=$3 compare=$4
-if [ "$name" = dialog ] && [ -z "${SELVANE_ON_A_SCREEN:-}" ]; then
+if [ "$name" != script ] && [ -z "${SELVANE_ON_A_SCREEN:-}" ]; then
   SELVANE_ON_A_SCREEN=1 exec xvfb-run --auto-servernum --server-args="-screen 0 1400x1000x24" "$me" "$@"
 fi
 scratch=$(mktemp -d)
@@ -67,26 +68,51 @@ refuse() {
   grep "Error.*$2" gimp.log
 }
 
-# answer KEY: waits for the dialogue and its preview, and presses a key in it.
-answer() {
+# press TITLE KEY...: waits for a window and presses keys in it.
+press() {
   local window
-  window=$(timeout 120 xdotool search --sync --onlyvisible --name '^Selvane Tone Map$' | head -1)
-  sleep 2
-  xdotool windowfocus --sync "$window"
-  xdotool key "$1"
+  window=$(timeout 200 xdotool search --sync --onlyvisible --name "^$1$" | head -1)
+  shift
+  xdotool windowfocus --sync "$window" sleep "$1" key --delay 300 "${@:2}"
 }
 
+answer() { press 'Selvane Tone Map' 4 "$@"; } # behind its preview
+
+# The second choice behind the first preset is taken by keys.
 dialog() {
-  answer Return & local typist=$!
+  answer Tab Down Down alt+o & local typist=$!
   run_gimp --batch "$first"'
     (plug-in-selvane-tone-map RUN-INTERACTIVE image (layer-of image) "")
-    (save image "natural.exr")
+    (save image "chosen.exr")
+    (define second (open-picture))
+    (plug-in-selvane-tone-map RUN-WITH-LAST-VALS second (layer-of second) "")
+    (save second "again.exr")
     (gimp-quit 1)'
   wait "$typist"
-  "$compare" srgb before.exr natural.exr
+  "$compare" srgb before.exr chosen.exr soft 0
+  "$compare" srgb before.exr again.exr soft 0
   answer Escape & typist=$!
   run_gimp --batch "$first"'(plug-in-selvane-tone-map RUN-INTERACTIVE image (layer-of image) "")' \
     --batch "$lisp"'(save (vector-ref (cadr (gimp-image-list)) 0) "cancelled.exr") (gimp-quit 1)'
+  wait "$typist"
+  "$compare" same before.exr cancelled.exr
+}
+
+# A picture that takes long enough for Escape to come before its end.
+cancel() {
+  (answer alt+o && press 'Tone mapping' 0.1 Escape) & local typist=$!
+  run_gimp --batch "$first"'
+    (gimp-image-scale image 4500 3000)
+    (define copy (car (gimp-image-duplicate image)))
+    (gimp-image-crop copy 120 80 2000 1500)
+    (save copy "before.exr")
+    (gimp-image-delete copy)
+    (plug-in-selvane-tone-map RUN-INTERACTIVE image (layer-of image) "")' \
+    --batch "$lisp"'
+    (define image (vector-ref (cadr (gimp-image-list)) 0))
+    (gimp-image-crop image 120 80 2000 1500)
+    (save image "cancelled.exr")
+    (gimp-quit 1)'
   wait "$typist"
   "$compare" same before.exr cancelled.exr
 }

@@ -24,7 +24,7 @@ if(SELVANE_GEGL_COMMAND AND SELVANE_COMMAND AND NOT SELVANE_SANITIZE)
     $<TARGET_FILE:selvane_gegl_compare>)
 endif()
 if(TARGET selvane_gimp AND SELVANE_COMMAND AND NOT SELVANE_SANITIZE)
-  foreach(name script dialog)
+  foreach(name script dialog cancel)
     add_test(NAME gimp.${name} COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/gegl/gimp.sh ${name} ${PROJECT_BINARY_DIR}
       $<TARGET_FILE:selvane-scene> $<TARGET_FILE:selvane_gegl_compare>)
     set_tests_properties(gimp.${name} PROPERTIES LABELS desktop RUN_SERIAL ON)
