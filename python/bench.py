@@ -97,7 +97,7 @@ def on_cluster(files: list[str], outputs: list[str], workers: int) -> float:
     import distributed
     import selvane.dask
 
-    with distributed.LocalCluster(workers, threads_per_worker=1, dashboard_address=None) as cluster:
+    with distributed.LocalCluster(n_workers=workers, threads_per_worker=1, dashboard_address=None) as cluster:
         with distributed.Client(cluster):
             film = selvane.dask.tonemap_files(files, outputs, read=np.load, write=np.save)
             return seconds(film.compute)

@@ -67,7 +67,7 @@ def film(tmp_path_factory):
 @pytest.fixture
 def client():
     with dask.config.set({"distributed.admin.tick.interval": "1 s"}):
-        with distributed.LocalCluster(2, threads_per_worker=1, processes=True, dashboard_address=None) as cluster:
+        with distributed.LocalCluster(n_workers=2, threads_per_worker=1, processes=True, dashboard_address=None) as cluster:
             with distributed.Client(cluster) as client:
                 yield client
 
