@@ -15,6 +15,7 @@
 #include "shell/Defaults.h"
 #include "shell/HelpText.h"
 #include "shell/ShellOptions.h"
+#include "write/OutputOptions.h"
 #include "write/UnfinishedFile.h"
 
 #include <CLI/CLI.hpp>
@@ -32,18 +33,6 @@ constexpr int kMostThreads = 256;
 void AddInput(CLI::App& pCommand, std::string& pInput)
 {
     pCommand.add_option("INPUT", pInput, "picture to read")->required();
-}
-
-CLI::Option* AddOutput(CLI::App& pCommand, sOutput& pOutput)
-{
-    CLI::Option* const output =
-        pCommand.add_option("-o,--output", pOutput.fPath, "picture to write: .png, .tif, .tiff, .jpg or .jpeg");
-    pCommand.add_flag("--force", pOutput.fForce, "write the output even where it is the input");
-    pCommand
-        .add_option("--depth", pOutput.fDepth,
-                    "bits of an output sample (default: 8 for JPEG and 8-bit input, else 16)")
-        ->check(CLI::IsMember({8, 16}));
-    return output;
 }
 
 void AddColorSpace(CLI::App& pCommand, std::optional<int>& pSpace)
@@ -135,7 +124,8 @@ void AddTonemap(CLI::App& pApp, sTonemapOptions& pOptions)
                     "  selvane tonemap photo.exr --suggest > photo.toml         the chosen settings as a file\n"
                     "  selvane tonemap other.exr -o other.jpg --settings photo.toml");
     AddInput(*command, pOptions.fJob.fInput);
-    AddOutput(*command, pOptions.fJob.fOutput);
+    AddOutputOptions(*command, pOptions.fJob.fOutput);
+    AddResizeOptions(*command, pOptions.fJob.fOutput);
     AddLook(*command, pOptions);
     AddSliders(*command, pOptions.fJob);
     AddCrop(*command, pOptions.fJob.fCrop);
@@ -165,7 +155,7 @@ void AddEqualize(CLI::App& pApp, sEqualizeOptions& pOptions)
                     "  selvane equalize photo.png -o cooler.png --hue-shift 0:0.5,0.33:0.6,1:0.5\n"
                     "  selvane equalize photo.png -o vivid.png --saturation 0:0.6");
     AddInput(*command, pOptions.fInput);
-    AddOutput(*command, pOptions.fOutput)->required();
+    AddOutputOptions(*command, pOptions.fOutput)->required();
     command->add_option("--hue-shift", pOptions.fHueShift, "points HUE:VALUE,... from 0 to 1; 0.5 changes nothing");
     command->add_option("--saturation", pOptions.fSaturation, "points HUE:VALUE,...");
     command->add_option("--lightness", pOptions.fLightness, "points HUE:VALUE,...");
