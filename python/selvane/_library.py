@@ -108,6 +108,7 @@ class TargetRecord(_Record):
         ("row_stride", c_ssize_t),
         ("pixel_stride", c_ssize_t),
         ("channel_stride", c_ssize_t),
+        ("chromaticities", c_float * 8),
     ]
 
 
