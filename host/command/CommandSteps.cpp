@@ -54,6 +54,7 @@ sStorage StorageFor(const sOutput& pOutput, const sPicture& pInput, int pSpace, 
             .fQuality = pOutput.fQuality,
             .fSubsampling = pOutput.fSubsampling,
             .fThreads = Workers(pThreads),
+            .fMustBeNew = pOutput.fMustBeNew,
             .fMetadata = pOutput.fMetadata,
             .fSettings = pSettings,
             .fVersion = std::string(SELVANE_COMMAND_VERSION " (libselvane ") + selvane_version_text() + ")"};

@@ -284,6 +284,41 @@ std::string SuggestionText(const sPicture& pInput, const sLook& pLook, const sRu
     return SettingsText(settings);
 }
 
+selvane_frame MeasureFrame(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning)
+{
+    const cRender render(pRunning);
+    SetPicture(render.Handle(), pInput, TakesEntryForm(pLook));
+    SetSettings(render.Handle(), pLook);
+    selvane_frame frame;
+    selvane_frame_init(&frame);
+    Must(selvane_measure(render.Handle(), &frame), render.Handle());
+    return frame;
+}
+
+std::string BaseText(const sLook& pLook)
+{
+    const cRender render({});
+    return SettingsText(BaseSettings(render.Handle(), pLook));
+}
+
+selvane_settings SettingsOf(const selvane_frame& pFrame, const std::string& pBaseText)
+{
+    const cRender render({});
+    selvane_settings settings;
+    selvane_settings_init(&settings);
+    Must(selvane_settings_from_text(render.Handle(), pBaseText.c_str(), &settings), render.Handle());
+    Must(selvane_frame_to_settings(render.Handle(), &pFrame, &settings), render.Handle());
+    return settings;
+}
+
+std::vector<selvane_frame> SmoothFrames(const std::vector<selvane_frame>& pFrames, int pWindow)
+{
+    const cRender render({});
+    std::vector<selvane_frame> smooth = pFrames;
+    Must(selvane_smooth(render.Handle(), pFrames.data(), smooth.data(), smooth.size(), pWindow), render.Handle());
+    return smooth;
+}
+
 void Equalize(const sPicture& pInput, const selvane_settings& pSettings, int pSpace, const sRunning& pRunning,
               sPicture& pOutput)
 {

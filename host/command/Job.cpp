@@ -1,5 +1,6 @@
 #include "command/Job.h"
 
+#include "picture/SizeWatch.h"
 #include <cstdint>
 #include <utility>
 
@@ -120,12 +121,9 @@ void Tell(const sJobHooks& pHooks, eJobStage pStage, float pShare)
     if (pHooks.fProgress && !pHooks.fProgress(pStage, pShare)) throw cHostError("cancelled");
 }
 
-sRunning RunningOf(const sJob& pJob, const sJobHooks& pHooks)
+tLine LineOf(const sJobHooks& pHooks)
 {
-    sRunning running{.fThreads = pJob.fThreads, .fLog = pHooks.fLog};
-    if (pHooks.fProgress)
-        running.fProgress = [&pHooks](int, float pShare) { return pHooks.fProgress(eJobRenders, pShare); };
-    return running;
+    return pHooks.fLine ? pHooks.fLine : [](const std::string&) {};
 }
 
 } // namespace
@@ -156,21 +154,40 @@ sPicture ReadFor(const sJob& pJob, const tLine& pLine)
     return picture;
 }
 
+sPicture ReadFor(const sJob& pJob, const sJobHooks& pHooks, int& pThreads)
+{
+    pThreads = pJob.fThreads;
+    cSizeWatch::tWatch watch;
+    if (pHooks.fAdmit) watch = [&](const sPicture& pPicture) { pThreads = pHooks.fAdmit(pPicture); };
+    const cSizeWatch watched(watch);
+    Tell(pHooks, eJobReads, 0.0F);
+    sPicture picture = ReadFor(pJob, LineOf(pHooks));
+    Tell(pHooks, eJobReads, 1.0F);
+    return picture;
+}
+
+sRunning RunningOf(const sJobHooks& pHooks, int pThreads)
+{
+    sRunning running{.fThreads = pThreads, .fLog = pHooks.fLog};
+    if (pHooks.fProgress)
+        running.fProgress = [&pHooks](int, float pShare) { return pHooks.fProgress(eJobRenders, pShare); };
+    return running;
+}
+
 sDone RunJob(const sJob& pJob, const sJobHooks& pHooks)
 {
     const std::string& path = pJob.fOutput.fPath;
-    const tLine line = pHooks.fLine ? pHooks.fLine : [](const std::string&) {};
+    const tLine line = LineOf(pHooks);
     CheckJob(pJob);
     CheckOutput(pJob.fInput, pJob.fOutput);
 
-    Tell(pHooks, eJobReads, 0.0F);
-    sPicture input = ReadFor(pJob, line);
-    Tell(pHooks, eJobReads, 1.0F);
+    int threads = 0;
+    sPicture input = ReadFor(pJob, pHooks, threads);
     sDone done;
     done.fSpace = SpaceOf(input, pJob.fInput, pJob.fColorSpace, line);
     done.fWidth = input.fWidth;
     done.fHeight = input.fHeight;
-    sPicture output = About(pJob.fInput, [&] { return Rendered(pJob, input, RunningOf(pJob, pHooks), done); });
+    sPicture output = About(pJob.fInput, [&] { return Rendered(pJob, input, RunningOf(pHooks, threads), done); });
     done.fCommand = CommandFor(pJob, done.fDeveloped);
     const sStorage storage =
         StorageFor(pJob.fOutput, input, done.fSpace, SettingsText(done.fDeveloped.fSettings), pJob.fThreads);

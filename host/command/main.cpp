@@ -6,12 +6,14 @@
 //   2  the command line is wrong
 // Each failure is one line on the standard error stream.
 
+#include "batch/BatchOptions.h"
 #include "command/Equalize.h"
 #include "command/Report.h"
 #include "command/Streams.h"
 #include "command/Tonemap.h"
 #include "picture/Errors.h"
 #include "picture/Sliders.h"
+#include "sequence/SequenceOptions.h"
 #include "shell/Defaults.h"
 #include "shell/HelpText.h"
 #include "shell/ShellOptions.h"
@@ -106,12 +108,18 @@ void AddLook(CLI::App& pCommand, sTonemapOptions& pOptions)
         ->check(CLI::Range(-100.0, 100.0));
     pCommand.add_option("--saturation", look.fSaturation, "more colour, or less below 0, -100 grey to 100")
         ->check(CLI::Range(-100.0, 100.0));
-    pCommand.add_flag("--suggest", pOptions.fSuggest, "print the settings that suit the picture; render nothing");
     pCommand.add_flag("--manual", look.fManual, "take the sliders as they stand, 0 where they are not given");
-    pCommand.add_flag("--exact", look.fExact, "the same with the numbers of the engine's entry, for scripts");
-    pCommand.add_option("--black-point", look.fBlackPoint, "black point of an earlier run (see stats)");
-    pCommand.add_option("--white-point", look.fWhitePoint, "white point of an earlier run");
-    pCommand.add_flag("-q,--quiet", pOptions.fQuiet, "do not say what was chosen");
+    pCommand.add_flag("-q,--quiet", pOptions.fQuiet, "show no progress, and do not say what was chosen");
+}
+
+/// What all subcommands share that look at pictures and render them.
+void AddPictures(CLI::App& pCommand, sTonemapOptions& pOptions)
+{
+    AddLook(pCommand, pOptions);
+    AddSliders(pCommand, pOptions.fJob);
+    AddCrop(pCommand, pOptions.fJob.fCrop);
+    AddColorSpace(pCommand, pOptions.fJob.fColorSpace);
+    AddVerbose(pCommand, pOptions.fVerbose);
 }
 
 void AddTonemap(CLI::App& pApp, sTonemapOptions& pOptions)
@@ -122,16 +130,52 @@ void AddTonemap(CLI::App& pApp, sTonemapOptions& pOptions)
                     "  selvane tonemap photo.exr -o photo.jpg --exposure 0.5    the same, half a stop brighter\n"
                     "  selvane tonemap photo.exr -o photo.jpg --preset soft     another character\n"
                     "  selvane tonemap photo.exr --suggest > photo.toml         the chosen settings as a file\n"
-                    "  selvane tonemap other.exr -o other.jpg --settings photo.toml");
-    AddInput(*command, pOptions.fJob.fInput);
+                    "  selvane tonemap other.exr -o other.jpg --settings photo.toml\n"
+                    "  selvane tonemap *.exr --out-dir done --name '{stem}.jpg'  several pictures at once");
+    AddInputs(*command, pOptions.fBatch);
+    AddOutputs(*command, pOptions.fBatch);
     AddOutputOptions(*command, pOptions.fJob.fOutput);
     AddResizeOptions(*command, pOptions.fJob.fOutput);
-    AddLook(*command, pOptions);
-    AddSliders(*command, pOptions.fJob);
-    AddCrop(*command, pOptions.fJob.fCrop);
-    AddColorSpace(*command, pOptions.fJob.fColorSpace);
-    AddVerbose(*command, pOptions.fVerbose);
+    command->add_flag("--suggest", pOptions.fSuggest, "print the settings that suit the picture; render nothing");
+    command->add_option("--black-point", pOptions.fJob.fLook.fBlackPoint, "black point of an earlier run (see stats)");
+    command->add_option("--white-point", pOptions.fJob.fLook.fWhitePoint, "white point of an earlier run");
+    command->add_option("--points", pOptions.fPoints, "settings and points of a sequence's frames (see points)");
+    command->add_flag("--exact", pOptions.fJob.fLook.fExact,
+                      "as --manual, with the numbers of the engine's entry, for scripts");
+    AddPictures(*command, pOptions);
     command->callback([&pOptions] { RunTonemap(pOptions); });
+}
+
+void AddSequence(CLI::App& pApp, sSequenceOptions& pOptions)
+{
+    CLI::App* const command =
+        pApp.add_subcommand("sequence", "turn the frames of a film or a time-lapse, without flicker");
+    command->footer("Examples:\n"
+                    "  selvane sequence frame*.exr --out-dir graded --name '{stem}.png'\n"
+                    "  selvane sequence frame*.exr --out-dir graded --window 49 --plot points.svg");
+    AddInputs(*command, pOptions.fBatch);
+    AddOutputs(*command, pOptions.fBatch);
+    AddStorageOptions(*command, pOptions.fJob.fOutput);
+    AddResizeOptions(*command, pOptions.fJob.fOutput);
+    AddSmoothing(*command, pOptions);
+    AddPictures(*command, pOptions);
+    command->callback([&pOptions] { RunSequence(pOptions); });
+}
+
+void AddPoints(CLI::App& pApp, sPointsOptions& pOptions)
+{
+    CLI::App* const command = pApp.add_subcommand("points", "measure the frames of a sequence, and join such measures");
+    command->footer("Examples:\n"
+                    "  selvane points frame*.exr -o points.json                 measures and smooths\n"
+                    "  selvane points frame0001.exr -o parts/frame0001.json     measures one, on any machine\n"
+                    "  selvane points --join parts/*.json -o points.json        puts them together and smooths\n"
+                    "  selvane tonemap --points points.json frame*.exr --out-dir graded");
+    AddInputs(*command, pOptions.fBatch);
+    command->add_option("-o,--output", pOptions.fFile, "file of points to write (.json)")->required();
+    command->add_flag("--join", pOptions.fJoin, "the inputs are files of points");
+    AddSmoothing(*command, pOptions);
+    AddPictures(*command, pOptions);
+    command->callback([&pOptions] { RunPoints(pOptions); });
 }
 
 void AddStats(CLI::App& pApp, sTonemapOptions& pOptions)
@@ -191,10 +235,15 @@ int Run(const std::vector<std::string>& pWords)
     sTonemapOptions tonemap;
     sTonemapOptions stats;
     sEqualizeOptions equalize;
-    sShellOptions shell{.fVersion = SELVANE_COMMAND_VERSION, .fName = {}, .fValue = {}, .fUnset = {}, .fShell = {}, .fPage = {}};
+    sSequenceOptions sequence;
+    sPointsOptions points;
+    sShellOptions shell{
+        .fVersion = SELVANE_COMMAND_VERSION, .fName = {}, .fValue = {}, .fUnset = {}, .fShell = {}, .fPage = {}};
     AddTonemap(app, tonemap);
     AddStats(app, stats);
     AddEqualize(app, equalize);
+    AddSequence(app, sequence);
+    AddPoints(app, points);
     AddShell(app, shell);
     CheckSubcommand(app, pWords);
     try {

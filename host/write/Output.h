@@ -17,6 +17,7 @@ struct sOutput
     std::string fPath;         ///< "-" is standard output
     std::string fFormat;       ///< name of a kind of file; empty: the extension decides
     bool fForce = false;       ///< the output may be the input
+    bool fMustBeNew = false;   ///< no file is replaced, also none that another program makes meanwhile
     std::optional<int> fDepth; ///< bits per sample; empty: see DepthFor
     std::optional<int> fQuality;
     eSubsampling fSubsampling = eFullColor;

@@ -46,6 +46,17 @@ mode_t TakeOver(int pDescriptor, const struct stat& pReplaced)
     return rights & ~static_cast<mode_t>(S_IRWXG);
 }
 
+/// The permissions that a new file does not get. The system tells them only by changing them, so one thread at a time
+/// asks; a file that another part of the program makes in that moment is closed to others.
+mode_t NewFileMask()
+{
+    static std::mutex mutex;
+    const std::lock_guard lock(mutex);
+    const mode_t mask = ::umask(0077);
+    ::umask(mask);
+    return mask;
+}
+
 /// Returns the permissions for the new file: those of the replaced file, or those of any new file.
 mode_t ModeFor(int pDescriptor, const std::string& pTarget)
 {
@@ -53,9 +64,7 @@ mode_t ModeFor(int pDescriptor, const std::string& pTarget)
     {
     };
     if (::stat(pTarget.c_str(), &replaced) == 0) return TakeOver(pDescriptor, replaced);
-    const mode_t mask = ::umask(0);
-    ::umask(mask);
-    return 0666 & ~mask;
+    return 0666 & ~NewFileMask();
 }
 
 /// Syncs the folder, so that the rename survives a power cut. Failures are ignored: some file systems cannot do it, and
@@ -93,7 +102,7 @@ void CheckWritable(const std::string& pPath)
     if (::access(folder.c_str(), W_OK | X_OK) != 0) CannotWrite(errno);
 }
 
-void WriteFile(const std::string& pPath, const std::vector<std::span<const unsigned char>>& pPieces)
+void WriteFile(const std::string& pPath, const std::vector<std::span<const unsigned char>>& pPieces, bool pMustBeNew)
 {
     static std::mutex
         oneAtATime; // an unfinished file must be the only one, and the mask of permissions is of the process
@@ -104,7 +113,10 @@ void WriteFile(const std::string& pPath, const std::vector<std::span<const unsig
     for (const std::span<const unsigned char> piece : pPieces)
         file.Write(piece.data(), piece.size());
     file.Finish(ModeFor(file.Descriptor(), target));
-    file.RenameTo(target);
+    if (pMustBeNew)
+        file.RenameToNew(target);
+    else
+        file.RenameTo(target);
     SyncFolder(folder);
 }
 

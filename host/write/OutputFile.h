@@ -23,8 +23,10 @@ void CheckWritable(const std::string& pPath);
 /// group's permissions are dropped.
 ///
 /// May be called on several threads at once: files are written one after the other.
+/// @param pMustBeNew a file of that name is never replaced, also not one that another program made a moment before
 /// @throws cHostError with the system's text
-void WriteFile(const std::string& pPath, const std::vector<std::span<const unsigned char>>& pPieces);
+void WriteFile(const std::string& pPath, const std::vector<std::span<const unsigned char>>& pPieces,
+               bool pMustBeNew = false);
 
 /// Writes to standard output.
 /// @throws cHostError with the system's text

@@ -45,14 +45,19 @@ void AddMetadataOptions(CLI::App& pCommand, sOutput& pOutput)
 
 } // namespace
 
+void AddStorageOptions(CLI::App& pCommand, sOutput& pOutput)
+{
+    AddFileOptions(pCommand, pOutput);
+    AddMetadataOptions(pCommand, pOutput);
+}
+
 CLI::Option* AddOutputOptions(CLI::App& pCommand, sOutput& pOutput)
 {
     CLI::Option* const output = pCommand.add_option(
         "-o,--output", pOutput.fPath,
         "picture to write: .png, .tif, .tiff, .jpg, .jpeg, .webp, .avif or .jxl; - is standard output");
     pCommand.add_flag("--force", pOutput.fForce, "write the output even where it is the input");
-    AddFileOptions(pCommand, pOutput);
-    AddMetadataOptions(pCommand, pOutput);
+    AddStorageOptions(pCommand, pOutput);
     return output;
 }
 

@@ -14,6 +14,9 @@ class Option;
 namespace SelvaneHost
 {
 
+/// Declares how outputs are stored: kind, depth, quality, metadata.
+void AddStorageOptions(CLI::App& pCommand, sOutput& pOutput);
+
 /// Declares the options. Returns --output.
 CLI::Option* AddOutputOptions(CLI::App& pCommand, sOutput& pOutput);
 

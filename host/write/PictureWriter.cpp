@@ -120,7 +120,7 @@ std::vector<std::string> WritePicture(const sPicture& pPicture, const sStorage& 
     if (pPath == "-")
         WriteStandardOutput(file);
     else
-        WriteFile(pPath, {file});
+        WriteFile(pPath, {file}, pStorage.fMustBeNew);
     return warnings;
 }
 
