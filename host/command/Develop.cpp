@@ -134,7 +134,7 @@ void SetPicture(selvane* pHandle, const sPicture& pInput, bool pAsTheyAre)
     Must(selvane_set_picture(pHandle, &picture), pHandle);
 }
 
-std::string TextOf(const std::string& pPath)
+std::string ContentOf(const std::string& pPath)
 {
     std::ifstream file(pPath, std::ios::binary);
     std::string text{std::istreambuf_iterator<char>(file), {}};
@@ -149,7 +149,7 @@ selvane_settings BaseSettings(selvane* pHandle, const sLook& pLook)
     selvane_settings_init(&settings);
     if (!pLook.fPreset.empty()) Must(selvane_preset(pHandle, pLook.fPreset.c_str(), &settings), pHandle);
     if (!pLook.fSettings.empty()) {
-        const std::string text = TextOf(pLook.fSettings);
+        const std::string text = ContentOf(pLook.fSettings);
         const int status = selvane_settings_from_text(pHandle, text.c_str(), &settings);
         if (status != SELVANE_OK) throw cUsageError(pLook.fSettings + ": " + selvane_error(pHandle));
     }
@@ -194,19 +194,6 @@ selvane_settings SuggestedSettings(selvane* pHandle, const sLook& pLook)
     return settings;
 }
 
-/// Sets the settings of the look. Returns them complete, with automatic 0.
-selvane_settings SetSettings(selvane* pHandle, const sLook& pLook)
-{
-    if (pLook.fSettled) {
-        Must(selvane_set_settings(pHandle, &*pLook.fSettled), pHandle);
-        return *pLook.fSettled;
-    }
-    const bool alone = StandsAlone(pLook);
-    const selvane_settings settings = alone ? ManualSettings(pHandle, pLook) : SuggestedSettings(pHandle, pLook);
-    if (alone || !pLook.fGiven.empty()) Must(selvane_set_settings(pHandle, &settings), pHandle);
-    return settings;
-}
-
 /// The fewest digits from which the same float can be read.
 std::string Digits(float pValue)
 {
@@ -243,6 +230,24 @@ selvane_report ReportOf(const selvane* pHandle)
     return report;
 }
 
+selvane_settings AskedOf(const selvane* pHandle)
+{
+    selvane_settings asked{};
+    asked.struct_size = sizeof asked;
+    Must(selvane_get_settings(pHandle, &asked), pHandle);
+    return asked;
+}
+
+/// The suggestion, if there was one.
+std::optional<selvane_settings> SuggestedBy(selvane* pHandle)
+{
+    if (selvane_reason(pHandle, 0) == nullptr) return {};
+    selvane_settings suggested{};
+    suggested.struct_size = sizeof suggested;
+    Must(selvane_suggest(pHandle, &suggested), pHandle);
+    return suggested;
+}
+
 } // namespace
 
 bool TakesEntryForm(const sLook& pLook)
@@ -255,33 +260,67 @@ bool StandsAlone(const sLook& pLook)
     return pLook.fManual || TakesEntryForm(pLook) || pLook.fSettled.has_value();
 }
 
-sDeveloped Develop(const sPicture& pInput, const sLook& pLook, int pSpace, const sRunning& pRunning, sPicture& pOutput)
+void WithPicture(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning,
+                 const std::function<void(selvane*)>& pUse)
 {
     const cRender render(pRunning);
     SetPicture(render.Handle(), pInput, TakesEntryForm(pLook));
-    const selvane_settings settings = SetSettings(render.Handle(), pLook);
-    const selvane_target target = Describe(pOutput, pSpace);
-    Must(selvane_render(render.Handle(), &target), render.Handle());
-    return {ReasonOf(render.Handle()), WordsOf(settings, pLook), settings, ReportOf(render.Handle())};
+    pUse(render.Handle());
 }
 
-std::string SettingsText(const selvane_settings& pSettings)
+selvane_settings SetSettings(selvane* pHandle, const sLook& pLook)
 {
-    const cRender render({});
+    if (pLook.fSettled) {
+        Must(selvane_set_settings(pHandle, &*pLook.fSettled), pHandle);
+        return *pLook.fSettled;
+    }
+    const bool alone = StandsAlone(pLook);
+    const selvane_settings settings = alone ? ManualSettings(pHandle, pLook) : SuggestedSettings(pHandle, pLook);
+    if (alone || !pLook.fGiven.empty()) Must(selvane_set_settings(pHandle, &settings), pHandle);
+    return settings;
+}
+
+sDeveloped DevelopedBy(selvane* pHandle, const sLook& pLook, const selvane_settings& pSettings)
+{
+    sDeveloped developed{.fReason = ReasonOf(pHandle),
+                         .fWords = WordsOf(pSettings, pLook),
+                         .fSettings = pSettings,
+                         .fReport = ReportOf(pHandle), // before the suggestion, which sets the times
+                         .fAsked = AskedOf(pHandle),
+                         .fSuggested = SuggestedBy(pHandle),
+                         .fReasons = {}};
+    for (int i = 0; const char* const reason = selvane_reason(pHandle, i); i++)
+        developed.fReasons.emplace_back(reason);
+    return developed;
+}
+
+sDeveloped Develop(const sPicture& pInput, const sLook& pLook, int pSpace, const sRunning& pRunning, sPicture& pOutput)
+{
+    sDeveloped developed;
+    WithPicture(pInput, pLook, pRunning, [&](selvane* pHandle) {
+        const selvane_settings settings = SetSettings(pHandle, pLook);
+        const selvane_target target = Describe(pOutput, pSpace);
+        Must(selvane_render(pHandle, &target), pHandle);
+        developed = DevelopedBy(pHandle, pLook, settings);
+    });
+    return developed;
+}
+
+std::string TextOf(const selvane_settings& pSettings)
+{
     size_t needed = 0;
-    selvane_settings_to_text(render.Handle(), &pSettings, nullptr, 0, &needed);
+    Must(selvane_settings_to_text(nullptr, &pSettings, nullptr, 0, &needed), nullptr);
     std::string text(needed, '\0');
-    Must(selvane_settings_to_text(render.Handle(), &pSettings, text.data(), text.size(), nullptr), render.Handle());
+    Must(selvane_settings_to_text(nullptr, &pSettings, text.data(), text.size(), nullptr), nullptr);
     text.pop_back(); // the final zero
     return text;
 }
 
 std::string SuggestionText(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning)
 {
-    const cRender render(pRunning);
-    SetPicture(render.Handle(), pInput, TakesEntryForm(pLook));
-    const selvane_settings settings = SetSettings(render.Handle(), pLook);
-    return SettingsText(settings);
+    std::string text;
+    WithPicture(pInput, pLook, pRunning, [&](selvane* pHandle) { text = TextOf(SetSettings(pHandle, pLook)); });
+    return text;
 }
 
 selvane_frame MeasureFrame(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning)
@@ -298,7 +337,7 @@ selvane_frame MeasureFrame(const sPicture& pInput, const sLook& pLook, const sRu
 std::string BaseText(const sLook& pLook)
 {
     const cRender render({});
-    return SettingsText(BaseSettings(render.Handle(), pLook));
+    return TextOf(BaseSettings(render.Handle(), pLook));
 }
 
 selvane_settings SettingsOf(const selvane_frame& pFrame, const std::string& pBaseText)

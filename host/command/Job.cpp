@@ -1,6 +1,7 @@
 #include "command/Job.h"
 
 #include "picture/SizeWatch.h"
+
 #include <cstdint>
 #include <utility>
 
@@ -49,14 +50,6 @@ std::string CropWords(const std::optional<sArea>& pCrop)
     if (!pCrop) return {};
     return " --crop " + std::to_string(pCrop->fWidth) + "x" + std::to_string(pCrop->fHeight) + "+" +
            std::to_string(pCrop->fLeft) + "+" + std::to_string(pCrop->fTop);
-}
-
-std::string CommandFor(const sJob& pJob, const sDeveloped& pDeveloped)
-{
-    std::string command = "selvane tonemap " + Quoted(pJob.fInput) + " -o " + Quoted(pJob.fOutput.fPath) + " " +
-                          pDeveloped.fWords + CropWords(pJob.fCrop);
-    if (pJob.fColorSpace) command += std::string(" --color-space ") + SpaceWord(*pJob.fColorSpace);
-    return command + OutputWords(pJob.fOutput);
 }
 
 /// Share of the colour samples that pTest holds for, of 8 or 16 bits, by their high byte.
@@ -138,6 +131,14 @@ void CheckLook(const sLook& pLook)
     CheckPoints(pLook);
 }
 
+std::string CommandFor(const sJob& pJob, const sDeveloped& pDeveloped)
+{
+    std::string command = "selvane tonemap " + Quoted(pJob.fInput) + " -o " + Quoted(pJob.fOutput.fPath) + " " +
+                          pDeveloped.fWords + CropWords(pJob.fCrop);
+    if (pJob.fColorSpace) command += std::string(" --color-space ") + SpaceWord(*pJob.fColorSpace);
+    return command + OutputWords(pJob.fOutput);
+}
+
 void CheckJob(const sJob& pJob)
 {
     CheckLook(pJob.fLook);
@@ -190,9 +191,11 @@ sDone RunJob(const sJob& pJob, const sJobHooks& pHooks)
     sPicture output = About(pJob.fInput, [&] { return Rendered(pJob, input, RunningOf(pHooks, threads), done); });
     done.fCommand = CommandFor(pJob, done.fDeveloped);
     const sStorage storage =
-        StorageFor(pJob.fOutput, input, done.fSpace, SettingsText(done.fDeveloped.fSettings), pJob.fThreads);
+        StorageFor(pJob.fOutput, input, done.fSpace, TextOf(done.fDeveloped.fSettings), pJob.fThreads);
     input.fPixels = {}; // frees memory for the encoded file
     About(path, [&] { Finish(pJob.fOutput, storage, output); });
+    input.fMetadata = {};
+    done.fInput = std::move(input);
     if (!pJob.fLook.fExact) WarnOfEmptiness(output, path, line);
     Tell(pHooks, eJobWrites, 0.0F);
     Write(output, storage, path, line);

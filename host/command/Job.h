@@ -53,6 +53,7 @@ struct sDone
     int fSpace = 0;  ///< SELVANE_SRGB to SELVANE_REC2020
     sDeveloped fDeveloped;
     std::string fCommand; ///< a command line that gives the same file again, for a shell
+    sPicture fInput;      ///< what was developed, without its pixels and its metadata
 };
 
 /// Refuses a look whose options contradict each other.
@@ -66,6 +67,9 @@ void CheckJob(const sJob& pJob);
 /// Reads, develops and writes one picture. Several threads may run jobs at once.
 /// @throws cHostError, cUsageError
 sDone RunJob(const sJob& pJob, const sJobHooks& pHooks);
+
+/// A command line that gives the same file again, for a POSIX shell.
+std::string CommandFor(const sJob& pJob, const sDeveloped& pDeveloped);
 
 /// Reads the part of the picture that a job uses, in the form that its look needs.
 /// @throws cHostError

@@ -1,6 +1,7 @@
 #include "command/Tonemap.h"
 
 #include "command/Report.h"
+#include "explain/JobReport.h"
 #include "sequence/Sequence.h"
 
 #include <array>
@@ -64,12 +65,15 @@ void TonemapOne(const sTonemapOptions& pOptions)
     if (pOptions.fJob.fOutput.fPath.empty()) throw cUsageError("--output is required");
     if (pOptions.fBatch.fResume || pOptions.fBatch.fOverwrite)
         throw cUsageError("--resume and --overwrite go with --out-dir; a single --output is replaced");
+    if (!pOptions.fReport.empty()) CheckReport(pOptions.fReport, pOptions.fJob);
     const sTelling telling = TellingOf(pOptions);
     std::optional<cProgressShow> show;
     show.emplace(ShowFor(telling.fQuiet), 1);
-    const sDone done = RunJob(pOptions.fJob, HooksOf(*show, telling));
+    cJobReport report;
+    const sDone done = RunJob(pOptions.fJob, report.Hooks(HooksOf(*show, telling)));
     show.reset(); // takes the bar away
     SayWhatWasChosen(pOptions, done);
+    if (!pOptions.fReport.empty()) report.Write(pOptions.fJob, done, pOptions.fReport);
 }
 
 /// The files that decide how the outputs look.
@@ -84,6 +88,7 @@ std::vector<std::string> SettingsFiles(const sTonemapOptions& pOptions)
 void TonemapSeveral(const sTonemapOptions& pOptions)
 {
     if (pOptions.fSuggest) throw cUsageError("--suggest takes one picture");
+    if (!pOptions.fReport.empty()) throw cUsageError("--report takes one picture");
     std::vector<sPlanned> plan = PlanBatch(pOptions.fJob, pOptions.fBatch, SettingsFiles(pOptions));
     if (!pOptions.fPoints.empty()) UsePoints(ReadPoints(pOptions.fPoints), plan);
     RunPlan(plan, SharesOf(pOptions), MemoryOf(pOptions.fBatch), TellingOf(pOptions));

@@ -17,6 +17,7 @@ struct sTonemapOptions
     std::string fPoints;   ///< of tonemap: file of the points of a sequence; empty: none
     bool fSuggest = false; ///< print the settings instead of rendering
     bool fQuiet = false;   ///< do not say what was chosen
+    std::string fReport;   ///< JSON file to write beside the picture; empty: none
     bool fVerbose = false; ///< show the lines of libselvane's log
 };
 

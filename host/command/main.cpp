@@ -8,12 +8,14 @@
 
 #include "batch/BatchOptions.h"
 #include "command/Equalize.h"
+#include "command/PictureOptions.h"
 #include "command/Report.h"
 #include "command/Streams.h"
 #include "command/Tonemap.h"
+#include "explain/ExplainOptions.h"
 #include "picture/Errors.h"
-#include "picture/Sliders.h"
 #include "sequence/SequenceOptions.h"
+#include "sheet/SheetOptions.h"
 #include "shell/Defaults.h"
 #include "shell/HelpText.h"
 #include "shell/ShellOptions.h"
@@ -30,92 +32,16 @@ using namespace SelvaneHost;
 
 constexpr int kFailed = 1;
 constexpr int kWrongCommandLine = 2;
-constexpr int kMostThreads = 256;
-
-void AddInput(CLI::App& pCommand, std::string& pInput)
-{
-    pCommand.add_option("INPUT", pInput, "picture to read")->required();
-}
-
-void AddColorSpace(CLI::App& pCommand, std::optional<int>& pSpace)
-{
-    pCommand
-        .add_option_function<std::string>(
-            "--color-space", [&pSpace](const std::string& pName) { pSpace = SpaceOfWord(pName); },
-            "colours of input and output (default: what the file says, else srgb)")
-        ->check(CLI::IsMember({"srgb", "adobe", "prophoto"}));
-}
-
-/// Reads "640x330+330+120". Returns false for any other text.
-bool ReadArea(const std::string& pText, sArea& pArea)
-{
-    const char* at = pText.data();
-    const char* const end = at + pText.size();
-    const auto number = [&](int& pNumber, char pBefore) {
-        if (pBefore != 0 && (at == end || *at++ != pBefore)) return false;
-        const std::from_chars_result result = std::from_chars(at, end, pNumber);
-        at = result.ptr;
-        return result.ec == std::errc();
-    };
-    return number(pArea.fWidth, 0) && number(pArea.fHeight, 'x') && number(pArea.fLeft, '+') &&
-           number(pArea.fTop, '+') && at == end;
-}
-
-void AddCrop(CLI::App& pCommand, std::optional<sArea>& pCrop)
-{
-    pCommand.add_option_function<std::string>(
-        "--crop",
-        [&pCrop](const std::string& pText) {
-            sArea area{};
-            if (!ReadArea(pText, area))
-                throw CLI::ValidationError("--crop", "write WIDTHxHEIGHT+LEFT+TOP, all in pixels");
-            pCrop = area;
-        },
-        "take only the part WIDTHxHEIGHT+LEFT+TOP of the input, in pixels");
-}
-
 void AddVerbose(CLI::App& pCommand, bool& pVerbose)
 {
     pCommand.add_flag("-v,--verbose", pVerbose, "show the lines of libselvane's log");
 }
 
-void SetSlider(const sSlider& pSlider, float pValue, sJob& pJob)
-{
-    if (!(pValue >= pSlider.fLowest && pValue <= pSlider.fHighest)) // NaN too
-        throw CLI::ValidationError(pSlider.fOption, RangeOf(pSlider));
-    pJob.fLook.fGiven[KeyOf(pSlider)] = pValue;
-}
-
-void AddSliders(CLI::App& pCommand, sJob& pJob)
-{
-    for (const sSlider& slider : kSliders)
-        pCommand.add_option_function<float>(
-            slider.fOption, [&pJob, &slider](float pValue) { SetSlider(slider, pValue, pJob); }, HelpOf(slider));
-    pCommand.add_flag("--wrap", pJob.fLook.fWrap, "left and right edge meet: a full panorama");
-    pCommand.add_option("--threads", pJob.fThreads, "workers (default 0: one for each processor)")
-        ->check(CLI::Range(0, kMostThreads));
-}
-
-void AddLook(CLI::App& pCommand, sTonemapOptions& pOptions)
-{
-    sLook& look = pOptions.fJob.fLook;
-    pCommand.add_option("--preset", look.fPreset,
-                        "natural (default), clear, soft, dramatic, interior, night, flat, or one of your own");
-    pCommand.add_option("--settings", look.fSettings, "file of settings, as --suggest prints them");
-    pCommand.add_option("--exposure", look.fExposure, "stops brighter, or darker below 0")
-        ->check(CLI::Range(-20.0, 20.0));
-    pCommand.add_option("--contrast", look.fContrast, "more contrast, or less below 0, -100 to 100")
-        ->check(CLI::Range(-100.0, 100.0));
-    pCommand.add_option("--saturation", look.fSaturation, "more colour, or less below 0, -100 grey to 100")
-        ->check(CLI::Range(-100.0, 100.0));
-    pCommand.add_flag("--manual", look.fManual, "take the sliders as they stand, 0 where they are not given");
-    pCommand.add_flag("-q,--quiet", pOptions.fQuiet, "show no progress, and do not say what was chosen");
-}
-
 /// What all subcommands share that look at pictures and render them.
 void AddPictures(CLI::App& pCommand, sTonemapOptions& pOptions)
 {
-    AddLook(pCommand, pOptions);
+    AddLook(pCommand, pOptions.fJob.fLook);
+    pCommand.add_flag("-q,--quiet", pOptions.fQuiet, "show no progress, and do not say what was chosen");
     AddSliders(pCommand, pOptions.fJob);
     AddCrop(pCommand, pOptions.fJob.fCrop);
     AddColorSpace(pCommand, pOptions.fJob.fColorSpace);
@@ -137,11 +63,8 @@ void AddTonemap(CLI::App& pApp, sTonemapOptions& pOptions)
     AddOutputOptions(*command, pOptions.fJob.fOutput);
     AddResizeOptions(*command, pOptions.fJob.fOutput);
     command->add_flag("--suggest", pOptions.fSuggest, "print the settings that suit the picture; render nothing");
-    command->add_option("--black-point", pOptions.fJob.fLook.fBlackPoint, "black point of an earlier run (see stats)");
-    command->add_option("--white-point", pOptions.fJob.fLook.fWhitePoint, "white point of an earlier run");
     command->add_option("--points", pOptions.fPoints, "settings and points of a sequence's frames (see points)");
-    command->add_flag("--exact", pOptions.fJob.fLook.fExact,
-                      "as --manual, with the numbers of the engine's entry, for scripts");
+    AddReport(*command, pOptions.fReport);
     AddPictures(*command, pOptions);
     command->callback([&pOptions] { RunTonemap(pOptions); });
 }
@@ -237,6 +160,8 @@ int Run(const std::vector<std::string>& pWords)
     sEqualizeOptions equalize;
     sSequenceOptions sequence;
     sPointsOptions points;
+    sExplainOptions explain;
+    sSheetOptions sheet;
     sShellOptions shell{
         .fVersion = SELVANE_COMMAND_VERSION, .fName = {}, .fValue = {}, .fUnset = {}, .fShell = {}, .fPage = {}};
     AddTonemap(app, tonemap);
@@ -244,6 +169,8 @@ int Run(const std::vector<std::string>& pWords)
     AddEqualize(app, equalize);
     AddSequence(app, sequence);
     AddPoints(app, points);
+    AddExplain(app, explain);
+    AddSheet(app, sheet);
     AddShell(app, shell);
     CheckSubcommand(app, pWords);
     try {

@@ -312,6 +312,13 @@ SELVANE_FUNCTION int selvane_preview_size(const selvane* handle, int longest_sid
  * reduced one is kept with results of its own. target has the size that selvane_preview_size gives. */
 SELVANE_FUNCTION int selvane_preview(selvane* handle, int longest_side, const selvane_target* target);
 
+/* Writes the picture as it is, without tone mapping, as a camera would expose it: linear samples times 2^stops, each cut
+ * off at 0 and 1. Settings, report and results of the handle stay.
+ *
+ * @param stops  -100 to 100
+ * @param longest_side  as in selvane_preview; 0: the whole picture */
+SELVANE_FUNCTION int selvane_plain(selvane* handle, float stops, int longest_side, const selvane_target* target);
+
 /*
  * Applies the three curves over hue of settings to a finished picture: hue, hue_saturation and hue_lightness. Nothing
  * else of the settings counts. Needs no picture in the handle, and leaves picture and settings of the handle alone.
@@ -380,7 +387,9 @@ typedef enum selvane_plane
 {
     SELVANE_PLANE_LUMINANCE = 0, /* logarithm of luminance, of the input */
     SELVANE_PLANE_BASE = 1,      /* its smooth part */
-    SELVANE_PLANE_DETAIL = 2     /* the difference of the two */
+    SELVANE_PLANE_DETAIL = 2,    /* the difference of the two */
+    SELVANE_PLANE_MAPPED = 3     /* logarithm of the new luminance, before the black and the white point, which stand on
+                                    its scale; at least -10. That of the input for a picture of one tone */
 } selvane_plane;
 
 /* Copies a plane of the latest render of the whole picture: width * height floats in decades. row_stride in bytes; 0:

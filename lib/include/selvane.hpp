@@ -279,6 +279,12 @@ public:
         return image;
     }
 
+    /// Writes the picture as it is, without tone mapping. @param pLongestSide 0: the whole picture
+    void Plain(float pStops, int pLongestSide, const selvane_target& pTarget)
+    {
+        Check(selvane_plain(Handle(), pStops, pLongestSide, &pTarget));
+    }
+
     selvane_report Report() const
     {
         selvane_report report = {};

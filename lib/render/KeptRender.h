@@ -45,8 +45,9 @@ public:
     /// Expected time of a render with these settings, for cRun::Plan: only the steps that have to run.
     double WeightFor(const selvane_settings& pSettings) const;
 
-    /// The same for Split alone.
+    /// The same for Split alone, and for Split and Map.
     double SplitWeightFor(const selvane_settings& pSettings) const;
+    double MapWeightFor(const selvane_settings& pSettings) const;
 
     /// The same for FindAllPoints alone.
     double PointsWeightFor(const selvane_settings& pSettings) const;
@@ -60,7 +61,10 @@ public:
     /// Computes the logarithm and the base layer.
     void Split(const selvane_settings& pSettings, cRun& pRun);
 
-    /// Copies a row of a plane. Split has to come first.
+    /// Computes the new luminance. Split has to come first.
+    void Map(const selvane_settings& pSettings, cRun& pRun);
+
+    /// Copies a row of a plane. Split has to come first; for SELVANE_PLANE_MAPPED, Map too.
     void CopyPlaneRow(int pPlane, int pRow, float* pTo) const;
 
     /// Fills the layers, the points and the clipped shares of a report. Render has to come first.
@@ -104,7 +108,6 @@ private:
     void Allocate();
     void Measure(cRun& pRun);
     void MeasureVisibleLayers();
-    void Map(const selvane_settings& pSettings, cRun& pRun);
     void RemapAll(const Vornik::sRemapping& pRemapping, cRun& pRun);
     void FindPoints(const selvane_settings& pSettings, cRun& pRun);
     void MeasurePoints(const selvane_settings& pSettings);

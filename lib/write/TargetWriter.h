@@ -54,6 +54,12 @@ void CheckTarget(const selvane_target& pTarget);
 void WriteTargetRow(const selvane_target& pTarget, const sLayout& pLayout, const cTargetTables& pTables,
                     const sFinalPass& pPass, const cPicture& pPicture, const float* pLuminance, int pRow);
 
+/// Writes one row of the picture as it is. Samples are cut off at 0 and 1.
+/// @param pFromXYZ to the linear samples of the target
+/// @param pFactor of the light, finite
+void WritePlainRow(const selvane_target& pTarget, const sLayout& pLayout, const cTargetTables& pTables,
+                   const Vornik::cMatrix33& pFromXYZ, double pFactor, const cPicture& pPicture, int pRow);
+
 } // namespace SelvaneLib
 
 #endif

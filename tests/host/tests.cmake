@@ -30,6 +30,7 @@ if(NOT SELVANE_COMMAND)
 endif()
 
 find_package(OpenEXR 3 CONFIG REQUIRED)
+find_package(nlohmann_json 3.11 REQUIRED)
 find_package(PNG REQUIRED)
 find_package(ZLIB REQUIRED)
 selvane_test(host
@@ -40,6 +41,8 @@ selvane_test(host
   command/Failures_test.cpp
   command/HueCurve_test.cpp
   command/Tonemap_test.cpp command/Suggestion_test.cpp
+  explain/Light_test.cpp
+  explain/Report_test.cpp
   metadata/MetadataReader_test.cpp
   metadata/MetadataTable_test.cpp
   metadata/OutputMetadata_test.cpp
@@ -54,6 +57,7 @@ selvane_test(host
   read/RadianceReader_test.cpp
   read/VipsReader_test.cpp
   scene/Scene_test.cpp
+  sheet/Sheet_test.cpp
   shell/Nearest_test.cpp
   shell/Shell_test.cpp
   write/Output_test.cpp
@@ -61,7 +65,7 @@ selvane_test(host
   write/PictureWriter_test.cpp
   write/Resize_test.cpp)
 target_link_libraries(selvane_tests_host PRIVATE selvane_host selvane_shell PkgConfig::VIPS OpenEXR::OpenEXR PNG::PNG ZLIB::ZLIB
-                                                 PkgConfig::EXIV2)
+                                                 PkgConfig::EXIV2 nlohmann_json::nlohmann_json)
 target_compile_definitions(selvane_tests_host PRIVATE
   SELVANE_BINARY="$<TARGET_FILE:selvane>" SELVANE_SCENE="$<TARGET_FILE:selvane-scene>" SELVANE_COMMAND_VERSION="${PROJECT_VERSION}"
   SELVANE_COMMAND_PAGE="${PROJECT_SOURCE_DIR}/docs/command.md" SELVANE_METADATA_PAGE="${PROJECT_SOURCE_DIR}/docs/metadata.md")
@@ -103,3 +107,10 @@ foreach(queue parallel slurm)
   set_tests_properties(desktop.${queue} PROPERTIES LABELS desktop)
 endforeach()
 add_test(NAME host.demo COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/host/command/demo.sh ${PROJECT_SOURCE_DIR})
+
+# The system's Python, which has the packages. The page takes a browser.
+set(explain_folder ${CMAKE_CURRENT_SOURCE_DIR}/host/explain)
+add_test(NAME host.report COMMAND /usr/bin/python3 ${explain_folder}/report.py
+  $<TARGET_FILE:selvane> $<TARGET_FILE:selvane-scene> ${PROJECT_SOURCE_DIR}/host/explain/report.schema.json)
+add_test(NAME host.page COMMAND /usr/bin/python3 ${explain_folder}/page.py $<TARGET_FILE:selvane> $<TARGET_FILE:selvane-scene>)
+set_tests_properties(host.page PROPERTIES LABELS desktop)

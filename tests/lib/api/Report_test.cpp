@@ -130,6 +130,53 @@ TEST_F(Report, PlanesFollowTheSettings)
     EXPECT_TRUE(Plane(SELVANE_PLANE_BASE) == before);
 }
 
+/// The points stand on the scale of the mapped luminance: the clipped shares can be counted on the plane.
+TEST_F(Report, TheMappedPlaneIsClippedAtThePoints)
+{
+    fSettings.compression = 40;
+    fSettings.white_clip = 30;
+    fSettings.black_clip = 3;
+    ASSERT_DONE(fHandle.get(), selvane_set_settings(fHandle.get(), &fSettings));
+    const std::vector<float> first = Plane(SELVANE_PLANE_MAPPED); // before a render
+    RenderBytes(fHandle.get(), kWidth, kHeight);
+    const std::vector<float> mapped = Plane(SELVANE_PLANE_MAPPED);
+    EXPECT_TRUE(first == mapped);
+    const selvane_report report = Get();
+    const auto share = [&](auto pTest) {
+        return static_cast<float>(std::count_if(mapped.begin(), mapped.end(), pTest)) / static_cast<float>(kPixels);
+    };
+    const float black = std::log10(report.black_point), white = std::log10(report.white_point);
+    EXPECT_NEAR(share([&](float pValue) { return pValue <= black; }), report.clipped_black, 1.0f / kPixels);
+    EXPECT_NEAR(share([&](float pValue) { return pValue >= white; }), report.clipped_white, 1.0f / kPixels);
+    EXPECT_GT(report.clipped_black, 0.02f);
+}
+
+TEST_F(Report, TheMappedPlaneOfOneToneIsThatOfTheInput)
+{
+    std::fill(fScene.begin(), fScene.end(), 0.25f);
+    const selvane_picture picture = PictureOf(kWidth, kHeight, SELVANE_F32, fScene.data());
+    ASSERT_DONE(fHandle.get(), selvane_set_picture(fHandle.get(), &picture));
+    EXPECT_TRUE(Plane(SELVANE_PLANE_MAPPED) == Plane(SELVANE_PLANE_LUMINANCE));
+    EXPECT_NEAR(Plane(SELVANE_PLANE_MAPPED)[0], std::log10(0.25f), 1e-5f);
+}
+
+/// A stronger compression takes range away from the mapped luminance; black has the logarithm of 1e-10.
+TEST_F(Report, TheMappedPlaneFollowsTheCompression)
+{
+    std::fill_n(fScene.begin(), 30, 0.0f);
+    const selvane_picture picture = PictureOf(kWidth, kHeight, SELVANE_F32, fScene.data());
+    ASSERT_DONE(fHandle.get(), selvane_set_picture(fHandle.get(), &picture));
+    const auto range = [&](float pCompression) {
+        fSettings.compression = pCompression;
+        EXPECT_DONE(fHandle.get(), selvane_set_settings(fHandle.get(), &fSettings));
+        std::vector<float> mapped = Plane(SELVANE_PLANE_MAPPED);
+        EXPECT_GE(*std::min_element(mapped.begin(), mapped.end()), -10.0f);
+        std::sort(mapped.begin(), mapped.end());
+        return mapped[kPixels * 99 / 100] - mapped[kPixels / 100];
+    };
+    EXPECT_LT(range(80), 0.6f * range(-80));
+}
+
 TEST_F(Report, PlanesStandInRowsWithGapsAndBottomUp)
 {
     const std::vector<float> plain = Plane(SELVANE_PLANE_LUMINANCE);

@@ -111,6 +111,8 @@ const sCase kCases[] = {
      [](sGood& g) { return selvane_preview_size(g.fHandle, 4, &g.fWidth, nullptr); }},
     {"selvane_preview", 0, eRefused, [](sGood& g) { return selvane_preview(nullptr, 4, &g.fTarget); }},
     {"selvane_preview", 2, eRefused, [](sGood& g) { return selvane_preview(g.fHandle, 4, nullptr); }},
+    {"selvane_plain", 0, eRefused, [](sGood& g) { return selvane_plain(nullptr, 0.0f, 4, &g.fTarget); }},
+    {"selvane_plain", 3, eRefused, [](sGood& g) { return selvane_plain(g.fHandle, 0.0f, 4, nullptr); }},
     {"selvane_profile", 2, eRefused, [](sGood& g) { return selvane_profile(SELVANE_SRGB, 0, nullptr, &g.fSize); }},
     {"selvane_profile", 3, eRefused, [](sGood& g) { return selvane_profile(SELVANE_SRGB, 0, &g.fProfile, nullptr); }},
     {"selvane_get_report", 0, eRefused, [](sGood& g) { return selvane_get_report(nullptr, &g.fReport); }},
