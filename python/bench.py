@@ -7,6 +7,7 @@
 from __future__ import annotations
 
 import os
+import pickle
 import statistics
 import sys
 import time
@@ -42,6 +43,18 @@ def seconds(work: Callable[[], object]) -> float:
     return time.perf_counter() - begin
 
 
+def processor_seconds() -> float:
+    """Of this process and of those that it started and that have ended."""
+    times = os.times()
+    return times.user + times.system + times.children_user + times.children_system
+
+
+def report(what: str, frames: int, work: Callable[[], float]) -> None:
+    begin = processor_seconds()
+    took = work()
+    print(f"{what}: {took:.1f} s, {took / frames:.2f} s a frame, {(processor_seconds() - begin) / frames:.2f} s of a processor")
+
+
 def bench_preview() -> None:
     picture = scene(1)
     renderer = selvane.Renderer()
@@ -53,7 +66,7 @@ def bench_preview() -> None:
             for turn in range(TURNS):
                 renderer.update(**{name: values[turn % 2]})
                 times.append(seconds(call))
-            print(f"{what:14} {name:12} median {1e3 * statistics.median(times[1:]):7.1f} ms, worst {1e3 * max(times[1:]):7.1f} ms")
+            print(f"{what:14} {name:12} best {1e3 * min(times[1:]):7.1f} ms, median {1e3 * statistics.median(times[1:]):7.1f} ms")
 
 
 def make_film(folder: Path, count: int) -> list[str]:
@@ -68,19 +81,15 @@ def make_film(folder: Path, count: int) -> list[str]:
 def loop(files: list[str], outputs: list[str], threads: int) -> None:
     """One frame after the other, in this process."""
     renderer = selvane.Renderer(threads=threads)
-    measured, passes = [], []
-    begin = time.perf_counter()
+    measured = []
     for file in files:
         renderer.settings = selvane.Settings()
         renderer.set_picture(np.load(file))
         measured.append(renderer.measure())
-    passes.append(time.perf_counter() - begin)
     for file, output, frame in zip(files, outputs, selvane.smooth(measured)):
         renderer.settings = frame.to_settings()
         renderer.set_picture(np.load(file))
         np.save(output, renderer.render())
-    passes.append(time.perf_counter() - begin - passes[0])
-    print(f"    measuring {passes[0] / len(files):.2f} s a frame, rendering {passes[1] / len(files):.2f} s a frame")
 
 
 def on_cluster(files: list[str], outputs: list[str], workers: int) -> float:
@@ -88,7 +97,7 @@ def on_cluster(files: list[str], outputs: list[str], workers: int) -> float:
     import distributed
     import selvane.dask
 
-    with distributed.LocalCluster(workers, threads_per_worker=1, dashboard_address=None) as cluster:
+    with distributed.LocalCluster(n_workers=workers, threads_per_worker=1, dashboard_address=None) as cluster:
         with distributed.Client(cluster):
             film = selvane.dask.tonemap_files(files, outputs, read=np.load, write=np.save)
             return seconds(film.compute)
@@ -99,10 +108,12 @@ def bench_film(folder: Path, count: int) -> None:
     (folder / "display").mkdir(exist_ok=True)
     outputs = [str(folder / "display" / os.path.basename(file)) for file in files]
     for threads in (1, 2):
-        print(f"loop, {threads} threads: {seconds(lambda: loop(files, outputs, threads)):.1f} s")
+        report(f"loop, {threads} threads", count, lambda: seconds(lambda: loop(files, outputs, threads)))
     expected = [np.load(output) for output in outputs[:2]]
     for workers in (1, 2):
-        print(f"Dask, {workers} processes of one thread: {on_cluster(files, outputs, workers):.1f} s")
+        report(f"Dask, {workers} processes of one thread", count, lambda: on_cluster(files, outputs, workers))
+    measures = count * [selvane.Renderer(np.load(files[0])).measure()] * (10000 // count)
+    print(f"smoothing {len(measures)} frames: {seconds(lambda: selvane.smooth(measures)):.2f} s, {len(pickle.dumps(measures[0]))} bytes a frame")
     assert all((np.load(output) == wanted).all() for output, wanted in zip(outputs, expected))
 
 

@@ -108,6 +108,7 @@ class TargetRecord(_Record):
         ("row_stride", c_ssize_t),
         ("pixel_stride", c_ssize_t),
         ("channel_stride", c_ssize_t),
+        ("chromaticities", c_float * 8),
     ]
 
 
@@ -196,12 +197,17 @@ _FUNCTIONS: dict[str, tuple[Any, tuple[Any, ...]]] = {
 
 
 def _load() -> ctypes.CDLL:
-    """Loads the library that lies beside this file, as a wheel and an install have it; else the loader's."""
+    """Loads the library that lies beside this file, as a wheel and an install have it; else the loader's.
+
+    ImportError: there is none, or it is older than this package."""
     own = Path(__file__).parent / SONAME
-    library = ctypes.CDLL(str(own) if own.exists() else SONAME)
-    for name, (result, arguments) in _FUNCTIONS.items():
-        function = getattr(library, name)
-        function.restype, function.argtypes = result, arguments
+    try:
+        library = ctypes.CDLL(str(own) if own.exists() else SONAME)
+        for name, (result, arguments) in _FUNCTIONS.items():
+            function = getattr(library, name)
+            function.restype, function.argtypes = result, arguments
+    except (OSError, AttributeError) as error:
+        raise ImportError(f"selvane needs the library {SONAME}: {error}") from error
     return library
 
 

@@ -3,7 +3,6 @@
 from __future__ import annotations
 
 from collections.abc import Sequence
-from ctypes import c_float
 from typing import Any, Union
 
 import numpy as np
@@ -65,15 +64,14 @@ def _size(array: Array) -> dict[str, int]:
     return dict(height=array.shape[0], width=array.shape[1], channels=array.shape[2])
 
 
-def _set_space(record: PictureRecord, space: Space) -> None:
+def _primaries(space: Space, what: str) -> tuple[int, Array]:
+    """Returns the library's number of a space, and its chromaticities if that needs them."""
     if isinstance(space, str):
-        record.primaries = choice(SPACES, space, "space")
-        return
+        return choice(SPACES, space, what), np.zeros(8, np.float32)
     values = np.asarray(space, dtype=np.float32).ravel()
     if values.size != 8:
-        raise ValueError(f"space has {values.size} chromaticities, not x and y of red, green, blue and white")
-    record.primaries = _CUSTOM_PRIMARIES
-    record.chromaticities = (c_float * 8)(*values.tolist())
+        raise ValueError(f"{what} has {values.size} chromaticities, not x and y of red, green, blue and white")
+    return _CUSTOM_PRIMARIES, values
 
 
 def _set_transfer(record: PictureRecord, transfer: str | float | None) -> None:
@@ -90,27 +88,31 @@ def picture_record(
     kind = _check_form(array, "the picture")
     if not _is_plain(array):
         array = array.astype(array.dtype.newbyteorder("="), order="C")
+    primaries, chromaticities = _primaries(space, "space")
     record = PictureRecord(
         format=kind,
+        primaries=primaries,
+        chromaticities=tuple(chromaticities),
         order=choice(ORDERS, order, "order"),
         keep_hot_samples=int(keep_hot_samples),
         **_size(array),
         **_memory(array),
     )
-    _set_space(record, space)
     _set_transfer(record, transfer)
     return record, array
 
 
-def target_record(array: Array, order: str, space: str, linear: bool, dither: bool) -> TargetRecord:
+def target_record(array: Array, order: str, space: Space, linear: bool, dither: bool) -> TargetRecord:
     """The library fills the array's own memory. ValueError: it cannot."""
     kind = _check_form(array, "out")
     if not (_is_plain(array) and array.flags.writeable):
         raise ValueError("out cannot be filled: it is read-only, overlaps itself or has another byte order")
+    primaries, chromaticities = _primaries(space, "output_space")
     return TargetRecord(
         format=kind,
         order=choice(ORDERS, order, "order"),
-        space=choice(SPACES, space, "output_space"),
+        space=primaries,
+        chromaticities=tuple(chromaticities),
         linear=int(linear),
         dither=int(dither),
         **_size(array),

@@ -179,7 +179,7 @@ class Renderer:
         self,
         *,
         dtype: npt.DTypeLike = np.uint8,
-        output_space: str = "srgb",
+        output_space: Space = "srgb",
         linear: bool = False,
         dither: bool = False,
         order: str | None = None,
@@ -190,8 +190,8 @@ class Renderer:
         """Renders the picture with the present settings: (rows, columns, channels).
 
         dtype: uint8, uint16, float16 or float32; floats are 0 to 1.
-        output_space: "srgb", "adobe", "prophoto", "display-p3" or "rec2020"; `selvane.profile` has the ICC profiles.
-        linear: samples stay linear; else they are encoded with the space's curve.
+        output_space: as `space` of `set_picture`. `selvane.profile` has the ICC profiles of the first five.
+        linear: samples stay linear; else they are encoded with the space's curve. ACES and chromaticities have none.
         dither: 8-bit samples are dithered by an ordered pattern.
         order, channels: None for those of the picture. A fourth channel has the picture's alpha, or the largest value.
         out: an array to fill and return, with any strides; it decides dtype and channels.
@@ -204,7 +204,7 @@ class Renderer:
         self,
         steps: Steps,
         dtype: npt.DTypeLike,
-        output_space: str,
+        output_space: Space,
         linear: bool,
         dither: bool,
         order: str | None,
@@ -226,7 +226,7 @@ class Renderer:
         longest_side: int = 1024,
         *,
         dtype: npt.DTypeLike = np.uint8,
-        output_space: str = "srgb",
+        output_space: Space = "srgb",
         linear: bool = False,
         dither: bool = False,
         order: str | None = None,
@@ -298,7 +298,7 @@ def tonemap(
     order: str = "rgb",
     keep_hot_samples: bool = False,
     dtype: npt.DTypeLike = np.uint8,
-    output_space: str = "srgb",
+    output_space: Space = "srgb",
     linear: bool = False,
     dither: bool = False,
     channels: int | None = None,

@@ -84,6 +84,7 @@ static void PrintTarget(void)
     FIELD(target, row_stride);
     FIELD(target, pixel_stride);
     FIELD(target, channel_stride);
+    FIELD(target, chromaticities);
 }
 
 static void PrintReport(void)
@@ -185,6 +186,8 @@ static int SetField(struct sCall* call, char* word)
         call->picture.gamma = strtof(value, NULL);
     else if (strcmp(word, "chromaticities") == 0)
         SetChromaticities(call->picture.chromaticities, value);
+    else if (strcmp(word, "out_chromaticities") == 0)
+        SetChromaticities(call->target.chromaticities, value);
     else
         return SetNumber(call, word, atoi(value));
     return 0;

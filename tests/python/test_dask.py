@@ -2,6 +2,7 @@
 
 import os
 import signal
+import subprocess
 import threading
 import time
 from pathlib import Path
@@ -9,12 +10,15 @@ from pathlib import Path
 import numpy as np
 import pytest
 import selvane
-from conftest import make_scene
+from conftest import BUILD, make_scene
 
 dask = pytest.importorskip("dask")
 distributed = pytest.importorskip("distributed")
 selvane_dask = pytest.importorskip("selvane.dask")
 
+os.environ["OPENCV_IO_ENABLE_OPENEXR"] = "1"  # for the workers as well
+
+COMMAND = BUILD / "bin" / "selvane"
 FRAMES = 60
 ROWS, COLUMNS = 360, 480
 FRAME_BYTES = ROWS * COLUMNS * 3 * 4
@@ -63,7 +67,7 @@ def film(tmp_path_factory):
 @pytest.fixture
 def client():
     with dask.config.set({"distributed.admin.tick.interval": "1 s"}):
-        with distributed.LocalCluster(2, threads_per_worker=1, processes=True, dashboard_address=None) as cluster:
+        with distributed.LocalCluster(n_workers=2, threads_per_worker=1, processes=True, dashboard_address=None) as cluster:
             with distributed.Client(cluster) as client:
                 yield client
 
@@ -73,6 +77,12 @@ def load(file, marks=None):
     if marks is not None:
         Path(marks, f"{os.getpid()}-{time.time_ns()}").touch()
     return np.load(file)
+
+
+def read_by_opencv(file):
+    import cv2
+
+    return cv2.imread(str(file), cv2.IMREAD_UNCHANGED)
 
 
 def peak_bytes():
@@ -120,6 +130,32 @@ def test_a_worker_may_die_and_the_film_is_whole(client, film, tmp_path, moment):
     np.testing.assert_array_equal([np.load(name) for name in names], expected)
     reads = [int(mark.name.split("-")[0]) for mark in marks.iterdir()]
     assert len(reads) > 2 * FRAMES and len(set(reads)) > 1  # two passes, some twice, on several workers
+
+
+def test_the_command_gives_the_same_samples(client, film, tmp_path):
+    """`selvane sequence` over the same frames, as files of OpenEXR; a worker of Dask is killed on the way."""
+    cv2 = pytest.importorskip("cv2")
+    if not COMMAND.exists():
+        pytest.skip("a build without the command")
+    files, _ = film
+    frames, display = [tmp_path / f"{i:02}.exr" for i in range(FRAMES)], tmp_path / "display"
+    display.mkdir()
+    for file, frame in zip(files, frames):
+        assert cv2.imwrite(str(frame), np.load(file)[..., ::-1].copy())
+    words = ["--preset", LOOK["preset"], "--exposure", str(LOOK["exposure"]), "--depth", "16", "--quiet"]
+    subprocess.run([COMMAND, "sequence", *frames, "--out-dir", tmp_path, "--name", "{stem}.png", *words], check=True)
+
+    killer = Killer(client, display, 20)
+    killer.start()
+    outputs = [display / f"{i:02}.png" for i in range(FRAMES)]
+    options = {"order": "bgr", "dtype": "uint16", **LOOK}
+    selvane_dask.tonemap_files(frames, outputs, read=read_by_opencv, write=cv2.imwrite, **options).compute()
+    killer.join()
+    assert killer.killed_at < FRAMES
+    for frame, output in zip(frames, outputs):
+        expected = cv2.imread(str(frame.with_suffix(".png")), cv2.IMREAD_UNCHANGED)
+        assert expected.dtype == np.uint16
+        np.testing.assert_array_equal(cv2.imread(str(output), cv2.IMREAD_UNCHANGED), expected)
 
 
 class Files:

@@ -45,6 +45,13 @@ def test_an_install_that_was_moved_finds_its_library(prefix):
     assert not os.path.isabs(os.readlink(packages(prefix) / "selvane" / "libselvane.so.0"))
 
 
+def test_without_the_library_there_is_an_import_error():
+    program = "try:\n    import selvane\nexcept ImportError as error:\n    print(error)"
+    clean = {key: value for key, value in os.environ.items() if key != "LD_LIBRARY_PATH"}
+    text = subprocess.run([sys.executable, "-c", program], check=True, text=True, stdout=subprocess.PIPE, env=clean).stdout
+    assert text.startswith("selvane needs the library libselvane.so.0: libselvane.so.0: cannot open")
+
+
 def test_the_folder_of_the_install_is_one_where_python_looks():
     import site
 
