@@ -201,8 +201,8 @@ selvane_settings Fixed()
 /// Writes a file whose kind its name tells.
 void Write(const sPicture& pPicture, const tRGB8& pRGB8, const std::filesystem::path& pPath)
 {
-    VipsImage* image = vips_image_new_from_memory(pRGB8.data(), pRGB8.size(), pPicture.fWidth, pPicture.fHeight, 3,
-                                                  VIPS_FORMAT_UCHAR);
+    VipsImage* image =
+        vips_image_new_from_memory(pRGB8.data(), pRGB8.size(), pPicture.fWidth, pPicture.fHeight, 3, VIPS_FORMAT_UCHAR);
     if (image == nullptr) throw std::runtime_error("no memory for a picture");
     image->Type = VIPS_INTERPRETATION_sRGB;
     const int status = vips_image_write_to_file(image, pPath.c_str(), nullptr);

@@ -28,6 +28,11 @@ selvane_settings SettingsOf(const sLook& pLook)
     settings.exposure = pLook.exposure;
     settings.contrast = std::clamp(pLook.contrast - kEngineContrast, -100.0f, 100.0f);
     settings.saturation = pLook.saturation;
+    if (pLook.white_point > pLook.black_point) {
+        settings.points = SELVANE_POINTS_GIVEN;
+        settings.black_point = pLook.black_point;
+        settings.white_point = pLook.white_point;
+    }
     return settings;
 }
 

@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
+#include <iterator>
+#include <numeric>
 
 namespace SelvaneLib
 {
@@ -12,7 +15,7 @@ namespace SelvaneLib
 namespace
 {
 
-constexpr int kWhite = 250; // least sample of a white pixel
+constexpr int kBurnt = 243; // least grey level of a burnt pixel: white, or a colour without drawing
 constexpr int kBlack = 6;   // grey level above that of a black pixel
 
 struct sGrey
@@ -20,24 +23,23 @@ struct sGrey
     int fWidth;
     int fHeight;
     std::vector<float> fLevel;
-    std::vector<float> fWeight; // 0 or 1
-};
+    std::vector<float> fWeight; // 0 or 1; empty: all count
 
-bool HasWeight(const sScene& pScene, size_t pPixel)
-{
-    return pScene.fWeight == nullptr || pScene.fWeight[pPixel] > 0.0f;
-}
+    const float* Weights() const { return fWeight.empty() ? nullptr : fWeight.data(); }
+};
 
 sGrey GreyOf(const sScene& pScene, const unsigned char* pRGB8)
 {
     const size_t count = static_cast<size_t>(pScene.fWidth) * static_cast<size_t>(pScene.fHeight);
-    sGrey grey{pScene.fWidth, pScene.fHeight, std::vector<float>(count), std::vector<float>(count)};
+    sGrey grey{pScene.fWidth, pScene.fHeight, std::vector<float>(count), {}};
     for (size_t i = 0; i < count; i++) {
         const unsigned char* rgb = pRGB8 + 3 * i;
         grey.fLevel[i] = 0.2126f * static_cast<float>(rgb[0]) + 0.7152f * static_cast<float>(rgb[1]) +
                          0.0722f * static_cast<float>(rgb[2]);
-        grey.fWeight[i] = HasWeight(pScene, i) ? 1.0f : 0.0f;
     }
+    if (pScene.fWeight != nullptr)
+        std::transform(pScene.fWeight, pScene.fWeight + count, std::back_inserter(grey.fWeight),
+                       [](float pWeight) { return pWeight > 0.0f ? 1.0f : 0.0f; });
     return grey;
 }
 
@@ -48,12 +50,14 @@ sGrey Quartered(const sGrey& pGrey)
     for (int y = 0; y < small.fHeight; y++)
         for (int x = 0; x < small.fWidth; x++) {
             float sum = 0.0f, weight = 0.0f;
-            for (int n = 0; n < 16; n++) {
-                const size_t at = static_cast<size_t>(4 * y + n / 4) * static_cast<size_t>(pGrey.fWidth) +
-                                  static_cast<size_t>(4 * x + n % 4);
-                sum += pGrey.fWeight[at] * pGrey.fLevel[at];
-                weight += pGrey.fWeight[at];
-            }
+            for (int row = 0; row < 4; row++)
+                for (int column = 0; column < 4; column++) {
+                    const size_t at = static_cast<size_t>(4 * y + row) * static_cast<size_t>(pGrey.fWidth) +
+                                      static_cast<size_t>(4 * x + column);
+                    const float counts = pGrey.fWeight.empty() ? 1.0f : pGrey.fWeight[at];
+                    sum += counts * pGrey.fLevel[at];
+                    weight += counts;
+                }
             small.fLevel.push_back(weight > 0.0f ? sum / weight : 0.0f);
             small.fWeight.push_back(weight > 0.0f ? 1.0f : 0.0f);
         }
@@ -62,7 +66,7 @@ sGrey Quartered(const sGrey& pGrey)
 
 sLight LightOf(const sGrey& pGrey, double pFrequency)
 {
-    return MeasureLight(pGrey.fLevel.data(), pGrey.fWeight.data(), pGrey.fWidth, pGrey.fHeight, pFrequency);
+    return MeasureLight(pGrey.fLevel.data(), pGrey.Weights(), pGrey.fWidth, pGrey.fHeight, pFrequency);
 }
 
 /// Structure on a fine and a coarse scale, by the weights that structural fidelity gives to the scales of more than 4
@@ -75,33 +79,40 @@ double Structure(const sGrey& pGrey, const sLight& pLight)
     return std::pow(pLight.fVisible, 0.3304) * std::pow(coarse, 0.6696);
 }
 
+using tHistogram = std::array<int64_t, 256>;
+
+int64_t SumOf(const tHistogram& pHistogram, size_t pFrom, size_t pTo)
+{
+    return std::accumulate(pHistogram.begin() + static_cast<ptrdiff_t>(pFrom),
+                           pHistogram.begin() + static_cast<ptrdiff_t>(pTo), int64_t{0});
+}
+
 /// The first grey level such that it and those below hold more than the share.
-double LevelAt(const std::array<double, 256>& pHistogram, double pShare, double pCount)
+double LevelAt(const tHistogram& pHistogram, double pShare, double pCount)
 {
     double sum = 0.0;
     for (size_t level = 0; level < pHistogram.size(); level++) {
-        sum += pHistogram[level];
+        sum += static_cast<double>(pHistogram[level]);
         if (sum > pShare * pCount) return static_cast<double>(level);
     }
     return 0.0;
 }
 
-void CountEnds(const sScene& pScene, const unsigned char* pRGB8, const sGrey& pGrey, sImpression& pImpression)
+tHistogram HistogramOf(const sGrey& pGrey)
 {
-    std::array<double, 256> histogram{};
-    double count = 0.0, burnt = 0.0, blocked = 0.0;
-    for (size_t i = 0; i < pGrey.fLevel.size(); i++) {
-        if (!HasWeight(pScene, i)) continue;
-        const unsigned char* rgb = pRGB8 + 3 * i;
-        const int level = static_cast<int>(pGrey.fLevel[i]);
-        histogram[static_cast<size_t>(level)] += 1.0;
-        count += 1.0;
-        burnt += std::min({rgb[0], rgb[1], rgb[2]}) >= kWhite ? 1.0 : 0.0;
-        blocked += level < kBlack ? 1.0 : 0.0;
-    }
+    tHistogram histogram{};
+    for (size_t i = 0; i < pGrey.fLevel.size(); i++)
+        if (pGrey.fWeight.empty() || pGrey.fWeight[i] > 0.0f) histogram[static_cast<size_t>(pGrey.fLevel[i])]++;
+    return histogram;
+}
+
+void CountEnds(const sGrey& pGrey, sImpression& pImpression)
+{
+    const tHistogram histogram = HistogramOf(pGrey);
+    const auto count = static_cast<double>(SumOf(histogram, 0, histogram.size()));
     if (count == 0.0) return;
-    pImpression.fBurnt = burnt / count;
-    pImpression.fBlocked = blocked / count;
+    pImpression.fBurnt = static_cast<double>(SumOf(histogram, kBurnt, histogram.size())) / count;
+    pImpression.fBlocked = static_cast<double>(SumOf(histogram, 0, kBlack)) / count;
     pImpression.fShadow = LevelAt(histogram, 0.25, count);
     pImpression.fHighlight = LevelAt(histogram, 0.98, count);
 }
@@ -116,7 +127,7 @@ sImpression ImpressionOf(const sScene& pScene, const unsigned char* pRGB8)
     impression.fMean = light.fMean;
     impression.fContrast = light.fContrast;
     impression.fStructure = Structure(grey, light);
-    CountEnds(pScene, pRGB8, grey, impression);
+    CountEnds(grey, impression);
     return impression;
 }
 
@@ -126,9 +137,9 @@ sAim AimFor(const sCharacter& pCharacter)
     const double night = pCharacter.fNight, high = pCharacter.fHighKey;
     const double texture = std::max(pCharacter.fTexture, 1e-3) / kCommonTexture;
     return {
-        .fMean = kCommonMean - 34.0 * night + 54.0 * high,
-        .fContrast = std::clamp(kCommonContrast * std::pow(texture, 0.2), 10.0, 20.0),
-        .fBurnt = 0.01 + high * std::min(pCharacter.fSources, 0.1) + night * std::min(pCharacter.fSources, 0.03),
+        .fMean = kCommonMean - 20.0 * night + 54.0 * high * high,
+        .fContrast = std::clamp(kCommonContrast * std::pow(texture, 0.1), 10.0, 19.0),
+        .fBurnt = 0.01 + high * std::min(pCharacter.fSources, 0.1) + night * std::min(pCharacter.fSources, 0.02),
         .fShadow = 60.0 * (1.0 - night),
         .fHighlight = 225.0 - 60.0 * night + 15.0 * high,
     };
@@ -139,7 +150,7 @@ double Score(const sImpression& pImpression, const sAim& pAim)
     const sImpression& seen = pImpression;
     const double naturalness =
         Naturalness(seen.fMean + kCommonMean - pAim.fMean, seen.fContrast * kCommonContrast / pAim.fContrast);
-    return Quality(seen.fStructure, naturalness) - 2.0 * std::max(0.0, seen.fBurnt - pAim.fBurnt) -
+    return Quality(seen.fStructure, naturalness) - 1.5 * std::max(0.0, seen.fBurnt - pAim.fBurnt) -
            0.5 * std::max(0.0, seen.fBlocked - 0.03) - 0.001 * std::max(0.0, pAim.fShadow - seen.fShadow) -
            0.002 * std::max(0.0, pAim.fHighlight - seen.fHighlight);
 }
