@@ -101,12 +101,10 @@ sCharacter CharacterOf(const sScene& pScene)
     const double above = levels.fMean - levels.fLow, range = std::max(levels.fHigh - levels.fLow, 1e-3);
     const double key = above / range;
     sCharacter character;
-    character.fDarkPlace = Ramp(levels.fMean, -1.0, -1.6);
     character.fLowKey = Ramp(key, 0.42, 0.28) * Ramp(above, 0.4, 0.7);
-    character.fVioletShadows = Ramp(VioletShare(pScene, pixels), 0.05, 0.3);
-    character.fNight = std::min(1.0, (character.fDarkPlace + character.fLowKey + character.fVioletShadows) / 1.5);
-    character.fHighKey =
-        std::max(Ramp(key, 0.6, 0.8), Ramp(above, 0.6, 0.3) * (1.0 - character.fDarkPlace)) * (1.0 - character.fNight);
+    character.fVioletShadows = Ramp(VioletShare(pScene, pixels), 0.05, 0.6);
+    character.fNight = std::min(1.0, (character.fLowKey + character.fVioletShadows) / 1.2);
+    character.fHighKey = std::max(Ramp(key, 0.6, 0.8), Ramp(above, 0.6, 0.3)) * (1.0 - character.fNight);
     character.fTexture = Texture(pScene);
     character.fSources = SourceShare(pScene, pixels);
     return character;

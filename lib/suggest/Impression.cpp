@@ -137,7 +137,7 @@ sAim AimFor(const sCharacter& pCharacter)
     const double night = pCharacter.fNight, high = pCharacter.fHighKey;
     const double texture = std::max(pCharacter.fTexture, 1e-3) / kCommonTexture;
     return {
-        .fMean = kCommonMean - 20.0 * night + 54.0 * high * high,
+        .fMean = kCommonMean - 20.0 * night + 64.0 * high * high,
         .fContrast = std::clamp(kCommonContrast * std::pow(texture, 0.1), 10.0, 19.0),
         .fBurnt = 0.01 + high * std::min(pCharacter.fSources, 0.1) + night * std::min(pCharacter.fSources, 0.02),
         .fShadow = 60.0 * (1.0 - night),
@@ -147,12 +147,13 @@ sAim AimFor(const sCharacter& pCharacter)
 
 double Score(const sImpression& pImpression, const sAim& pAim)
 {
+    const auto above = [](double pValue, double pMost) { return std::max(0.0, pValue - pMost); };
     const sImpression& seen = pImpression;
     const double naturalness =
         Naturalness(seen.fMean + kCommonMean - pAim.fMean, seen.fContrast * kCommonContrast / pAim.fContrast);
-    return Quality(seen.fStructure, naturalness) - 1.5 * std::max(0.0, seen.fBurnt - pAim.fBurnt) -
-           0.5 * std::max(0.0, seen.fBlocked - 0.03) - 0.001 * std::max(0.0, pAim.fShadow - seen.fShadow) -
-           0.002 * std::max(0.0, pAim.fHighlight - seen.fHighlight);
+    return Quality(seen.fStructure, naturalness) - 1.5 * above(seen.fBurnt, pAim.fBurnt) -
+           0.5 * above(seen.fBlocked, 0.03) - 0.001 * above(pAim.fShadow, seen.fShadow) -
+           0.002 * above(pAim.fHighlight, seen.fHighlight);
 }
 
 } // namespace SelvaneLib

@@ -69,12 +69,12 @@ public:
         : fScene(pScene), fRender(pRender), fAim(AimFor(pCharacter)),
           fPixels(3 * static_cast<size_t>(pScene.fWidth) * static_cast<size_t>(pScene.fHeight))
     {
-        fMostCompression =
-            static_cast<float>(100.0 - std::max(60.0 * pCharacter.fHighKey, 10.0 * pCharacter.fVioletShadows));
+        const double violet = pCharacter.fVioletShadows;
+        fMostCompression = static_cast<float>(100.0 - std::max(60.0 * pCharacter.fHighKey, 90.0 * violet * violet));
         fFirst.white_clip = kMiddleClip;
         fFirst.radius = kWideRadius;
         fFirst.black_clip = static_cast<float>(std::round(20.0 * (0.4 + 0.6 * pCharacter.fNight)) / 20.0);
-        fFirst.saturation = static_cast<float>(std::round(-20.0 * pCharacter.fVioletShadows));
+        fFirst.saturation = static_cast<float>(std::round(-30.0 * violet));
     }
 
     void Run()
@@ -310,7 +310,6 @@ void TellIfWorth(std::vector<sReason>& pReasons, const char* pRule, double pValu
 
 void TellCharacter(const sCharacter& pCharacter, std::vector<sReason>& pReasons)
 {
-    TellIfWorth(pReasons, "dark-place", pCharacter.fDarkPlace, "It was taken in the dark and stays dark.");
     TellIfWorth(pReasons, "low-key", pCharacter.fLowKey, "Most of it is dark and stays dark.");
     TellIfWorth(pReasons, "violet-shadows", pCharacter.fVioletShadows, "Its shadows are violet noise and lose colour.");
     TellIfWorth(pReasons, "high-key", pCharacter.fHighKey, "Most of it is bright and stays bright.");

@@ -49,7 +49,6 @@ using tRenderPreview = std::function<bool(const sLook& pLook, unsigned char* pRG
 ///     "no-light"          1: no pixel counts or no luminance is above 0; the look is the default one
 ///     "one-tone"          decades between the levels: so few that the picture keeps its own contrast
 ///     "stopped"           previews until the callback returned false; the look is the best of those
-///     "dark-place"        0 to 1: mean luminance far below white
 ///     "low-key"           0 to 1: most of the scene lies near its darkest parts
 ///     "violet-shadows"    0 to 1: the darkest tenth is violet, as the noise of a sensor is
 ///     "high-key"          0 to 1: most of the scene lies near its brightest parts, or nothing is dark
