@@ -13,6 +13,7 @@ namespace
 {
 
 constexpr int kMostSuggestionPreviews = 13; // of Suggest, for the progress alone
+constexpr int kSuggestionRows = 4;          // of the rows that a pixel of the reduced picture stands for
 
 /// Settings of a look, complete.
 selvane_settings SettingsOf(const sLook& pLook)
@@ -66,10 +67,24 @@ std::vector<float> PackedXYZ(const cPicture& pPicture)
     return xyz;
 }
 
+/// The reduced picture that the suggestion looks at, and nobody else; null: the picture is small enough.
+std::unique_ptr<sKept> Glimpse(selvane& pHandle, cRun& pRun)
+{
+    const cPicture& full = *PictureOf(pHandle).fPicture;
+    int width = 0, height = 0;
+    ReducedSize(full.Width(), full.Height(), kSuggestionSize, width, height);
+    if (width == full.Width() && height == full.Height()) return nullptr;
+    CheckLimit(pHandle, PreviewBytes(width, height, full.HasAlpha()));
+    pRun.Begin(SELVANE_STAGE_READ, kReduceWeight);
+    return std::make_unique<sKept>(Reduced(full, width, height, kSuggestionRows, pRun),
+                                   Sampled(full, std::max(1, width / 2), std::max(1, height / 2)));
+}
+
 /// Looks at the reduced picture. Progress is asked between the previews.
 sSuggestion Look(selvane& pHandle, cRun& pRun)
 {
-    sKept& kept = PreviewOf(pHandle, kSuggestionSize, pRun);
+    const std::unique_ptr<sKept> own = Glimpse(pHandle, pRun);
+    sKept& kept = own == nullptr ? PictureOf(pHandle) : *own;
     cPicture& picture = *kept.fPicture;
     sCallbacks quiet = pHandle.fCallbacks;
     quiet.fProgress = nullptr;
@@ -150,7 +165,7 @@ sKept& PreviewOf(selvane& pHandle, int pLongest, cRun& pRun)
     CheckLimit(pHandle, PreviewBytes(width, height, full.HasAlpha()));
     pHandle.fPreviews.reserve(kMostPreviews + 1);
     pRun.Begin(SELVANE_STAGE_READ, kReduceWeight);
-    auto kept = std::make_unique<sKept>(Reduced(full, width, height, pRun), Sampled(full, width, height));
+    auto kept = std::make_unique<sKept>(Reduced(full, width, height, kAllRows, pRun), Sampled(full, width, height));
     if (pHandle.fPreviews.size() == kMostPreviews) pHandle.fPreviews.erase(pHandle.fPreviews.begin());
     pHandle.fPreviews.push_back({longest, std::move(kept)});
     return *pHandle.fPreviews.back().fKept;

@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <functional>
 #include <iterator>
 #include <numeric>
 
@@ -43,24 +44,36 @@ sGrey GreyOf(const sScene& pScene, const unsigned char* pRGB8)
     return grey;
 }
 
+/// Adds the values and the weights of a row to the sums of the columns.
+void AddRow(const sGrey& pGrey, size_t pRow, std::vector<float>& pSums, std::vector<float>& pWeights)
+{
+    const float* level = pGrey.fLevel.data() + pRow * pSums.size();
+    const float* weight = pGrey.fWeight.empty() ? nullptr : pGrey.fWeight.data() + pRow * pSums.size();
+    for (size_t x = 0; x < pSums.size(); x++) {
+        const float counts = weight == nullptr ? 1.0f : weight[x];
+        pSums[x] += counts * level[x];
+        pWeights[x] += counts;
+    }
+}
+
 /// Means over 4 x 4 pixels, of those that count. An edge that does not fill a square is left out.
 sGrey Quartered(const sGrey& pGrey)
 {
     sGrey small{pGrey.fWidth / 4, pGrey.fHeight / 4, {}, {}};
-    for (int y = 0; y < small.fHeight; y++)
-        for (int x = 0; x < small.fWidth; x++) {
-            float sum = 0.0f, weight = 0.0f;
-            for (int row = 0; row < 4; row++)
-                for (int column = 0; column < 4; column++) {
-                    const size_t at = static_cast<size_t>(4 * y + row) * static_cast<size_t>(pGrey.fWidth) +
-                                      static_cast<size_t>(4 * x + column);
-                    const float counts = pGrey.fWeight.empty() ? 1.0f : pGrey.fWeight[at];
-                    sum += counts * pGrey.fLevel[at];
-                    weight += counts;
-                }
+    const auto width = static_cast<size_t>(pGrey.fWidth);
+    std::vector<float> sums(width), weights(width);
+    for (int y = 0; y < small.fHeight; y++) {
+        std::fill(sums.begin(), sums.end(), 0.0f);
+        std::fill(weights.begin(), weights.end(), 0.0f);
+        for (size_t row = 0; row < 4; row++)
+            AddRow(pGrey, 4 * static_cast<size_t>(y) + row, sums, weights);
+        for (size_t x = 0; x < 4 * static_cast<size_t>(small.fWidth); x += 4) {
+            const float sum = sums[x] + sums[x + 1] + sums[x + 2] + sums[x + 3];
+            const float weight = weights[x] + weights[x + 1] + weights[x + 2] + weights[x + 3];
             small.fLevel.push_back(weight > 0.0f ? sum / weight : 0.0f);
             small.fWeight.push_back(weight > 0.0f ? 1.0f : 0.0f);
         }
+    }
     return small;
 }
 
