@@ -2,6 +2,7 @@
 // previews that cost nothing, which leaves the measuring, and a render of the same picture. One thread; pictures of a
 // width, two thirds as high, up to 24 megapixels.
 
+#include "suggest/LookSettings.h"
 #include "tmqi/MadeScenes.h"
 
 #include <benchmark/benchmark.h>

@@ -1,5 +1,7 @@
 #include "SceneRender.h"
 
+#include "suggest/LookSettings.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -10,8 +12,6 @@ namespace SelvaneTmqi
 
 namespace
 {
-
-constexpr float kEngineContrast = 20.0f; // contrast of a look that changes nothing
 
 // Linear sRGB to XYZ of D50 (IEC 61966-2-1, adapted by the Bradford matrix).
 constexpr float kToXYZ[3][3] = {
@@ -99,22 +99,6 @@ sPicture Reduced(const sPicture& pPicture, int pMost)
             to += 3;
         }
     return small;
-}
-
-selvane_settings SettingsOf(const sLook& pLook)
-{
-    selvane_settings settings = Selvane::Settings();
-    settings.automatic = 0;
-    settings.compression = pLook.compression;
-    settings.smoothness = pLook.smoothness;
-    settings.adaptation = pLook.adaptation;
-    settings.white_clip = pLook.white_clip;
-    settings.black_clip = pLook.black_clip;
-    settings.radius = pLook.radius;
-    settings.exposure = pLook.exposure;
-    settings.contrast = pLook.contrast - kEngineContrast;
-    settings.saturation = pLook.saturation;
-    return settings;
 }
 
 void SetPicture(Selvane::cToneMapper& pMapper, const sPicture& pPicture)

@@ -28,9 +28,6 @@ double LuminanceOf(const float* pRGB);
 /// Means over areas, so that the longer side has pMost pixels; the picture itself if it has no more.
 sPicture Reduced(const sPicture& pPicture, int pMost);
 
-/// The settings of a look, complete.
-selvane_settings SettingsOf(const SelvaneLib::sLook& pLook);
-
 /// Hands a picture to a tone mapper, whose settings stay.
 void SetPicture(Selvane::cToneMapper& pMapper, const sPicture& pPicture);
 

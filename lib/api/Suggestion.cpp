@@ -2,6 +2,7 @@
 
 #include "api/Failure.h"
 #include "settings/Settings.h"
+#include "suggest/LookSettings.h"
 
 #include <algorithm>
 #include <string>
@@ -14,28 +15,6 @@ namespace
 
 constexpr int kMostSuggestionPreviews = 13; // of Suggest, for the progress alone
 constexpr int kSuggestionRows = 4;          // of the rows that a pixel of the reduced picture stands for
-
-/// Settings of a look, complete.
-selvane_settings SettingsOf(const sLook& pLook)
-{
-    selvane_settings settings = DefaultSettings();
-    settings.automatic = 0;
-    settings.compression = pLook.compression;
-    settings.smoothness = pLook.smoothness;
-    settings.adaptation = pLook.adaptation;
-    settings.white_clip = pLook.white_clip;
-    settings.black_clip = pLook.black_clip;
-    settings.radius = pLook.radius;
-    settings.exposure = pLook.exposure;
-    settings.contrast = std::clamp(pLook.contrast - kEngineContrast, -100.0f, 100.0f);
-    settings.saturation = pLook.saturation;
-    if (pLook.white_point > pLook.black_point) {
-        settings.points = SELVANE_POINTS_GIVEN;
-        settings.black_point = pLook.black_point;
-        settings.white_point = pLook.white_point;
-    }
-    return settings;
-}
 
 selvane_target BytesTarget(const cPicture& pPicture, unsigned char* pRGB)
 {

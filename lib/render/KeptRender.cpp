@@ -7,6 +7,7 @@
 #include "render/HueTables.h"
 #include "render/Stages.h"
 #include "render/cTmRenderer_Points.h"
+#include "suggest/LookSettings.h"
 #include "write/Space.h"
 #include "yhmv/EncodeStrip.h"
 #include "yhmv/cYHMVColorSpace.h"

@@ -26,8 +26,6 @@
 namespace SelvaneLib
 {
 
-constexpr float kEngineContrast = 20.0f; ///< contrast of the entry, at which the setting is 0
-
 class cKeptRender
 {
 public:

@@ -54,6 +54,7 @@ std::string Sentence(const char* pFormat, double pValue)
 constexpr double kMostStretch = 0.6; // of the way from 0 to the darkest tones, for the black point of few tones
 constexpr double kLeastGrey = 0.02;  // own grey of a scene of one tone, linear
 constexpr double kMostGrey = 0.8;
+constexpr double kMostLuminance = 1e30; // of a point
 
 /// Linear light of a grey level, 0 to 1 (the sRGB curve).
 double LinearOf(double pGreyLevel)
@@ -88,25 +89,23 @@ public:
         Refine();
     }
 
-    /// For a scene of few tones: white stays where it is, black rises with the range, and the exposure moves until the picture is as bright as it should be.
+    /// For a scene of few tones: white is where its own grey asks for it, black rises with the range, and the exposure
+    /// moves until the picture is as bright as it should be.
     void KeepTones(double pRange)
     {
         const double stretch = std::clamp((pRange - kOneTone) / (kFewTones - kOneTone), 0.0, 1.0);
-        const double own = std::clamp(std::pow(10.0, fScene.fLevels.fMiddle), kLeastGrey, kMostGrey);
+        const double middle = std::pow(10.0, fScene.fLevels.fMiddle), own = std::clamp(middle, kLeastGrey, kMostGrey);
         const double aim = (1.0 - stretch) * own + stretch * LinearOf(fAim.fMean);
         sLook look = fFirst;
         look.compression = -100.0f;
-        look.white_point = 1.0f;
+        look.black_point = static_cast<float>(kMostStretch * stretch * std::pow(10.0, fScene.fLevels.fLow));
+        look.white_point = static_cast<float>(std::min(middle / own, kMostLuminance));
         for (int step = 0; step < 4; step++) {
             const std::optional<sTrial> trial = Try(look);
             if (!trial) return;
             fBest = *trial;
-            const double seen = LinearOf(std::clamp(trial->fSeen.fMean, 1.0, 250.0));
-            if (step == 0)
-                look.black_point = static_cast<float>(kMostStretch * stretch * seen *
-                                                      std::pow(10.0, fScene.fLevels.fLow - fScene.fLevels.fMiddle));
-            else if (std::fabs(seen / aim - 1.0) < 0.02)
-                return;
+            const double seen = LinearOf(std::clamp(trial->fSeen.fMean, 1.0, 254.0));
+            if (std::fabs(seen / aim - 1.0) < 0.02) return;
             look.exposure = Exposure(static_cast<double>(look.exposure) + std::log2(aim / seen));
         }
     }
@@ -123,7 +122,7 @@ private:
     /// To a hundredth.
     static float Exposure(double pWanted)
     {
-        return static_cast<float>(std::clamp(std::round(100.0 * pWanted) / 100.0 + 0.0, -15.0, 15.0));
+        return static_cast<float>(std::clamp(std::round(100.0 * pWanted) / 100.0 + 0.0, -20.0, 20.0));
     }
 
     /// To a tenth.
