@@ -5,6 +5,8 @@
 #include "suggest/LookSettings.h"
 
 #include <algorithm>
+#include <functional>
+#include <numeric>
 #include <string>
 
 namespace SelvaneLib
@@ -15,6 +17,11 @@ namespace
 
 constexpr int kMostSuggestionPreviews = 13; // of Suggest, for the progress alone
 constexpr int kSuggestionRows = 4;          // of the rows that a pixel of the reduced picture stands for
+
+void AddTo(tStageBytes& pSum, const tStageBytes& pBytes)
+{
+    std::transform(pSum.begin(), pSum.end(), pBytes.begin(), pSum.begin(), std::plus<>());
+}
 
 selvane_target BytesTarget(const cPicture& pPicture, unsigned char* pRGB)
 {
@@ -53,7 +60,7 @@ std::unique_ptr<sKept> Glimpse(selvane& pHandle, cRun& pRun)
     int width = 0, height = 0;
     ReducedSize(full.Width(), full.Height(), kSuggestionSize, width, height);
     if (width == full.Width() && height == full.Height()) return nullptr;
-    CheckLimit(pHandle, PreviewBytes(width, height, full.HasAlpha()));
+    CheckLimit(pHandle, SumOf(PreviewBytes(width, height, full.HasAlpha())));
     pRun.Begin(SELVANE_STAGE_READ, kReduceWeight);
     return std::make_unique<sKept>(Reduced(full, width, height, kSuggestionRows, pRun),
                                    Sampled(full, std::max(1, width / 2), std::max(1, height / 2)));
@@ -101,27 +108,40 @@ sKept& PictureOf(selvane& pHandle)
     return *pHandle.fFull;
 }
 
-int64_t PreviewBytes(int pWidth, int pHeight, bool pHasAlpha)
+int64_t SumOf(const tStageBytes& pBytes)
 {
-    return 2 * PictureBytes(pWidth, pHeight, pHasAlpha ? 4 : 0) + cKeptRender::BytesFor(pWidth, pHeight, pHasAlpha) +
-           cKeptRender::BytesWithoutGrid(pWidth, pHeight, pHasAlpha);
+    return std::accumulate(pBytes.begin(), pBytes.end(), int64_t{0});
 }
 
-int64_t HeldBytes(const selvane& pHandle)
+tStageBytes LargeBytes(int pWidth, int pHeight, int pAlphaBytes)
 {
-    if (pHandle.fFull == nullptr) return 0;
+    tStageBytes bytes = cKeptRender::StageBytes(pWidth, pHeight, pAlphaBytes > 0, true);
+    bytes[SELVANE_STAGE_READ] += PictureBytes(pWidth, pHeight, pAlphaBytes);
+    return bytes;
+}
+
+tStageBytes PreviewBytes(int pWidth, int pHeight, bool pHasAlpha)
+{
+    tStageBytes bytes = cKeptRender::StageBytes(pWidth, pHeight, pHasAlpha, true);
+    AddTo(bytes, cKeptRender::StageBytes(pWidth, pHeight, pHasAlpha, false)); // the render that has its points
+    bytes[SELVANE_STAGE_READ] += 2 * PictureBytes(pWidth, pHeight, pHasAlpha ? 4 : 0);
+    return bytes;
+}
+
+tStageBytes HeldBytes(const selvane& pHandle)
+{
+    if (pHandle.fFull == nullptr) return {};
     const cPicture& full = *pHandle.fFull->fPicture;
     const bool alpha = full.HasAlpha();
-    int64_t bytes = PictureBytes(full.Width(), full.Height(), alpha ? full.fAlphaBytes : 0) +
-                    cKeptRender::BytesFor(full.Width(), full.Height(), alpha);
+    tStageBytes bytes = LargeBytes(full.Width(), full.Height(), alpha ? full.fAlphaBytes : 0);
     for (const sPreview& preview : pHandle.fPreviews)
-        bytes += PreviewBytes(preview.fKept->fPicture->Width(), preview.fKept->fPicture->Height(), alpha);
+        AddTo(bytes, PreviewBytes(preview.fKept->fPicture->Width(), preview.fKept->fPicture->Height(), alpha));
     return bytes;
 }
 
 void CheckLimit(const selvane& pHandle, int64_t pMore)
 {
-    const int64_t needed = HeldBytes(pHandle) + pMore;
+    const int64_t needed = SumOf(HeldBytes(pHandle)) + pMore;
     if (pHandle.fLimit != 0 && static_cast<uint64_t>(needed) > pHandle.fLimit)
         throw cFailure(SELVANE_ERROR_LIMIT, "the call needs " + std::to_string(needed) + " bytes, the limit is " +
                                                 std::to_string(pHandle.fLimit));
@@ -141,7 +161,7 @@ sKept& PreviewOf(selvane& pHandle, int pLongest, cRun& pRun)
     const int longest = std::max(width, height);
     for (const sPreview& preview : pHandle.fPreviews)
         if (preview.fLongest == longest) return *preview.fKept;
-    CheckLimit(pHandle, PreviewBytes(width, height, full.HasAlpha()));
+    CheckLimit(pHandle, SumOf(PreviewBytes(width, height, full.HasAlpha())));
     pHandle.fPreviews.reserve(kMostPreviews + 1);
     pRun.Begin(SELVANE_STAGE_READ, kReduceWeight);
     auto kept = std::make_unique<sKept>(Reduced(full, width, height, kAllRows, pRun), Sampled(full, width, height));
