@@ -1,8 +1,7 @@
-// What does a suggestion cost? Prints milliseconds of one call and how many previews it looked at, the same with
-// previews that cost nothing, which leaves the measuring, and a render of the same picture. One thread; pictures of a
-// width, two thirds as high, up to 24 megapixels.
+// What does a suggestion cost? Prints milliseconds of one call and how many previews it looked at, and the same with
+// previews that cost nothing, which leaves the measuring. One thread; pictures of a width, two thirds as high.
+// lib_bench has the suggestion beside a render at 24 megapixels.
 
-#include "suggest/LookSettings.h"
 #include "tmqi/MadeScenes.h"
 
 #include <benchmark/benchmark.h>
@@ -44,7 +43,7 @@ void Suggesting(benchmark::State& pState)
     }
     pState.counters["previews"] = mapper.Report().previews;
 }
-BENCHMARK(Suggesting)->Arg(256)->Arg(512)->Arg(2048)->Arg(6000)->Unit(benchmark::kMillisecond);
+BENCHMARK(Suggesting)->Arg(256)->Arg(512)->Arg(2048)->Unit(benchmark::kMillisecond);
 
 /// What is left with previews that cost nothing.
 void MeasuringAlone(benchmark::State& pState)
@@ -58,22 +57,6 @@ void MeasuringAlone(benchmark::State& pState)
         });
 }
 BENCHMARK(MeasuringAlone)->Arg(256)->Arg(512)->Unit(benchmark::kMillisecond);
-
-/// Rendering alone, by the library, at the same sizes: what a fifth of a render is.
-void Rendering(benchmark::State& pState)
-{
-    const sPicture picture = Hills(static_cast<int>(pState.range(0)));
-    Selvane::cToneMapper mapper;
-    mapper.SetThreads(1);
-    const selvane_settings settings = SettingsOf({});
-    for (auto _ : pState) {
-        pState.PauseTiming();
-        SetPicture(mapper, picture);
-        pState.ResumeTiming();
-        benchmark::DoNotOptimize(Render(mapper, settings));
-    }
-}
-BENCHMARK(Rendering)->Arg(256)->Arg(512)->Arg(2048)->Arg(6000)->Unit(benchmark::kMillisecond);
 
 } // namespace
 
