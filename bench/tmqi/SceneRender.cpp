@@ -29,6 +29,13 @@ std::vector<float> XYZOf(const sPicture& pPicture)
     return xyz;
 }
 
+bool IsFlat(const sPicture& pPicture)
+{
+    for (size_t i = 0; i < pPicture.fRGB.size(); i += 3)
+        if (LuminanceOf(&pPicture.fRGB[i]) != LuminanceOf(pPicture.fRGB.data())) return false;
+    return true;
+}
+
 sLevels LevelsOf(const sPicture& pPicture)
 {
     const std::vector<float> xyz = XYZOf(pPicture);
@@ -118,6 +125,7 @@ cSeen::cSeen(const sPicture& pPicture, int pMost) : fPicture(Reduced(pPicture, p
     fScene.fWidth = fPicture.fWidth;
     fScene.fHeight = fPicture.fHeight;
     fScene.fLevels = LevelsOf(pPicture);
+    fScene.fIsFlat = IsFlat(pPicture);
     SetPicture(fMapper, fPicture);
 }
 

@@ -81,7 +81,8 @@ sSuggestion Look(selvane& pHandle, cRun& pRun)
                        .fWeight = weights.empty() ? nullptr : weights.data(),
                        .fWidth = picture.Width(),
                        .fHeight = picture.Height(),
-                       .fLevels = picture.fStatistics.fLevels};
+                       .fLevels = picture.fStatistics.fLevels,
+                       .fIsFlat = picture.fStatistics.fFlat};
     pRun.Begin(SELVANE_STAGE_READ, kSuggestWeight);
     pRun.PauseClock();
     sSuggestion suggestion = Suggest(scene, [&](const sLook& pLook, unsigned char* pRGB) {

@@ -75,7 +75,7 @@ public:
         fFirst.white_clip = kMiddleClip;
         fFirst.radius = kWideRadius;
         fFirst.black_clip = static_cast<float>(std::round(20.0 * (0.4 + 0.6 * pCharacter.fNight)) / 20.0);
-        fFirst.saturation = static_cast<float>(std::round(-30.0 * violet));
+        fFirst.saturation = static_cast<float>(std::round(-30.0 * violet) + 0.0);
     }
 
     void Run()
@@ -115,9 +115,12 @@ public:
     size_t Previews() const { return fPreviews; }
 
 private:
-    float Compression(float pWanted) const { return std::clamp(std::round(pWanted), -100.0f, fMostCompression); }
+    float Compression(float pWanted) const { return std::clamp(std::round(pWanted) + 0.0f, -100.0f, fMostCompression); }
 
-    static float Contrast(float pWanted) { return std::clamp(std::round(pWanted), kLeastContrast, kMostContrast); }
+    static float Contrast(float pWanted)
+    {
+        return std::clamp(std::round(pWanted) + 0.0f, kLeastContrast, kMostContrast);
+    }
 
     /// To a hundredth.
     static float Exposure(double pWanted)
@@ -344,6 +347,10 @@ sSuggestion Suggest(const sScene& pScene, const tRenderPreview& pRender)
     std::vector<sReason>& reasons = suggestion.fReasons;
     if (!HasLight(pScene)) {
         Tell(reasons, "no-light", 1.0, "It has no light.");
+        return suggestion;
+    }
+    if (pScene.fIsFlat) {
+        Tell(reasons, "flat", 1.0, "It is flat and keeps its own grey.");
         return suggestion;
     }
     const double range = pScene.fLevels.fHigh - pScene.fLevels.fLow;

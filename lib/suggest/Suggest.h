@@ -37,6 +37,7 @@ struct sScene
     int fWidth = 0;                 ///< pixels
     int fHeight = 0;                ///< pixels
     sLevels fLevels;                ///< of the full picture, without pixels of weight 0
+    bool fIsFlat = false;           ///< the pixels of the full picture that count have one luminance
 };
 
 /// Renders the scene's reduced picture into width * height * 3 bytes of sRGB, red first, row by row. Returns false to
@@ -47,6 +48,7 @@ using tRenderPreview = std::function<bool(const sLook& pLook, unsigned char* pRG
 ///
 ///     fRule               fValue
 ///     "no-light"          1: no pixel counts or no luminance is above 0; the look is the default one
+///     "flat"              1: one luminance; the look is the default one, since a flat picture keeps its grey
 ///     "one-tone"          decades between the levels: so few that the picture keeps its own contrast
 ///     "stopped"           previews until the callback returned false; the look is the best of those
 ///     "low-key"           0 to 1: most of the scene lies near its darkest parts

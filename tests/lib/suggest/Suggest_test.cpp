@@ -120,7 +120,7 @@ double Encoded(double pLinear)
 
 TEST(Suggest, APictureOfOneToneKeepsItsGreyAndItsContrast)
 {
-    for (const float noise : {0.0f, 0.001f, 0.01f, 0.03f})
+    for (const float noise : {0.001f, 0.01f, 0.03f})
         for (const float grey : {0.05f, 0.2f, 0.6f}) {
             const sPicture wall = Wall(grey, noise);
             const sSuggestion suggestion = SuggestFor(wall);
@@ -133,6 +133,27 @@ TEST(Suggest, APictureOfOneToneKeepsItsGreyAndItsContrast)
             const double own = (Encoded(g * (1.0 + n)) - Encoded(g * (1.0 - n))) / 2.0 / std::sqrt(3.0);
             EXPECT_LE(seen.fContrast, 2.0 * own + 0.7) << grey << ' ' << noise;
         }
+}
+
+TEST(Suggest, AFlatPictureNeedsNoPreview)
+{
+    for (const float grey : {0.01f, 0.5f, 30.0f}) {
+        const cSeen seen(Grey(20, 10, grey), kPreview);
+        const sSuggestion suggestion = Suggest(seen.Scene(), Never);
+        EXPECT_TRUE(AreEqual(suggestion.fLook, sLook{}));
+        ASSERT_EQ(suggestion.fReasons.size(), 1u);
+        EXPECT_EQ(suggestion.fReasons[0].fRule, "flat");
+    }
+}
+
+/// -0 would be written into a sidecar file.
+TEST(Suggest, NoSettingIsANegativeZero)
+{
+    for (const sPicture& picture : {NightTown(), Snow(), Fog(), SeaSunset(), SunnyHills(), Wall(0.3f, 0.02f)}) {
+        const sLook look = SuggestFor(picture).fLook;
+        for (const float value : {look.compression, look.exposure, look.contrast, look.saturation, look.black_point})
+            EXPECT_FALSE(value == 0.0f && std::signbit(value));
+    }
 }
 
 TEST(Suggest, OneToneOfAnyScaleIsNeitherBlackNorWhite)
