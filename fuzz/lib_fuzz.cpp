@@ -575,6 +575,10 @@ void AskConstants(cBytes& pBytes, sProgram& /*pProgram*/)
     Check(selvane_status_text(pBytes.AnyInt()) != nullptr);
     const int index = pBytes.AnyInt();
     Check((selvane_preset_name(index) == nullptr) == (selvane_preset_description(index) == nullptr));
+    char names[64];
+    const int listed =
+        selvane_preset_names(nullptr, names, static_cast<size_t>(pBytes.Int(0, static_cast<int>(sizeof names))), &size);
+    Check((listed == SELVANE_OK || listed == SELVANE_ERROR_ARGUMENT) && size > 1);
 }
 
 /// Begins anew, with settings that need no suggestion.

@@ -274,6 +274,15 @@ SELVANE_FUNCTION const char* selvane_preset_name(int index);
 /* Returns a sentence that says what a preset of the library is for; null behind the last. */
 SELVANE_FUNCTION const char* selvane_preset_description(int index);
 
+/*
+ * Writes the names of all presets that selvane_preset finds, each with a line feed behind it: those of the library in
+ * their order, then those of the user's folder by the order of their bytes. A file that replaces a preset of the library
+ * stands once, in the library's place. A folder that is not there has no presets.
+ *
+ * text, size and needed as in selvane_settings_to_text. handle may be null.
+ */
+SELVANE_FUNCTION int selvane_preset_names(const selvane* handle, char* text, size_t size, size_t* needed);
+
 /* ---- Pictures out ------------------------------------------------------------------------------------------- */
 
 /*
@@ -373,7 +382,8 @@ typedef struct selvane_report
     int32_t previews;                    /* previews that the suggestion took */
     int32_t reserved;                    /* 0 */
     double milliseconds[SELVANE_STAGES]; /* of the latest call, by selvane_stage; 0: the stage was not needed */
-    int64_t bytes;                       /* memory that the handle holds */
+    int64_t bytes;                       /* memory of the handle, with what its next render keeps */
+    int64_t stage_bytes[SELVANE_STAGES]; /* the same by selvane_stage: the stage that needs it first */
 } selvane_report;
 
 /* Copies the report. Set struct_size before. */

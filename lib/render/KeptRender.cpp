@@ -8,6 +8,7 @@
 #include "render/HueTables.h"
 #include "render/Stages.h"
 #include "render/cTmRenderer_Points.h"
+#include "suggest/LookSettings.h"
 #include "write/Space.h"
 #include "yhmv/EncodeStrip.h"
 #include "yhmv/cYHMVColorSpace.h"
@@ -77,14 +78,14 @@ cKeptRender::cKeptRender(cPicture& pPicture, cKeptRender* pCounting)
     fRenderer->SetInput(&fPicture.fXYZ);
 }
 
-int64_t cKeptRender::BytesWithoutGrid(int pWidth, int pHeight, bool pHasAlpha)
+tStageBytes cKeptRender::StageBytes(int pWidth, int pHeight, bool pHasAlpha, bool pHasGrid)
 {
-    return int64_t{pWidth} * pHeight * (pHasAlpha ? 20 : 12) + kTableBytes;
-}
-
-int64_t cKeptRender::BytesFor(int pWidth, int pHeight, bool pHasAlpha)
-{
-    return BytesWithoutGrid(pWidth, pHeight, pHasAlpha) + kMostGridBytes;
+    const int64_t plane = int64_t{pWidth} * pHeight * static_cast<int64_t>(sizeof(float));
+    tStageBytes bytes{};
+    bytes[SELVANE_STAGE_SPLIT] = (pHasAlpha ? 4 : 2) * plane + (pHasGrid ? kMostGridBytes : 0);
+    bytes[SELVANE_STAGE_MAP] = plane;
+    bytes[SELVANE_STAGE_WRITE] = kTableBytes;
+    return bytes;
 }
 
 cKeptRender::sSplitKey cKeptRender::SplitKeyOf(const selvane_settings& pSettings)

@@ -19,6 +19,7 @@
 #include "render/cTmRenderer.h"
 #include "write/TargetWriter.h"
 
+#include <array>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -26,7 +27,8 @@
 namespace SelvaneLib
 {
 
-constexpr float kEngineContrast = 20.0f; ///< contrast of the entry, at which the setting is 0
+/// Bytes by selvane_stage.
+using tStageBytes = std::array<int64_t, SELVANE_STAGES>;
 
 class cKeptRender
 {
@@ -70,12 +72,10 @@ public:
     /// Fills the layers, the points and the clipped shares of a report. Render has to come first.
     void Report(selvane_report& pReport) const;
 
-    /// Bytes of the planes of a render, with the grid of the filter at its largest. With alpha, two planes of the
-    /// pixels that count are measured on the way.
-    static int64_t BytesFor(int pWidth, int pHeight, bool pHasAlpha);
-
-    /// The same without the grid, which lives only during Split.
-    static int64_t BytesWithoutGrid(int pWidth, int pHeight, bool pHasAlpha);
+    /// Bytes of a render by the step that needs them first, with the grid of the filter at its largest. With alpha, two
+    /// planes of the pixels that count are measured on the way.
+    /// @param pHasGrid false leaves out the grid, which lives only during Split
+    static tStageBytes StageBytes(int pWidth, int pHeight, bool pHasAlpha, bool pHasGrid);
 
 private:
     struct sSplitKey

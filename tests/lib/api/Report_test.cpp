@@ -88,6 +88,46 @@ TEST_F(Report, HasTheSizeAndNoLayersBeforeARender)
     EXPECT_GE(report.bytes, static_cast<int64_t>(12 * kPixels));
 }
 
+int64_t SumOf(const int64_t (&pBytes)[SELVANE_STAGES])
+{
+    return std::accumulate(std::begin(pBytes), std::end(pBytes), int64_t{0});
+}
+
+/// A plane of floats each for the logarithm and the base, and one for the new luminance.
+TEST_F(Report, TellsTheBytesOfEachStage)
+{
+    const selvane_report before = Get();
+    EXPECT_EQ(SumOf(before.stage_bytes), before.bytes);
+    EXPECT_GE(before.stage_bytes[SELVANE_STAGE_READ], static_cast<int64_t>(12 * kPixels));
+    EXPECT_GE(before.stage_bytes[SELVANE_STAGE_SPLIT], static_cast<int64_t>(8 * kPixels));
+    EXPECT_EQ(before.stage_bytes[SELVANE_STAGE_MAP], static_cast<int64_t>(4 * kPixels));
+    EXPECT_EQ(before.stage_bytes[SELVANE_STAGE_POINTS], 0);
+    EXPECT_GT(before.stage_bytes[SELVANE_STAGE_WRITE], 0);
+    int32_t width = 0, height = 0;
+    EXPECT_DONE(fHandle.get(), selvane_preview_size(fHandle.get(), 40, &width, &height));
+    std::vector<uint8_t> pixels(3 * static_cast<size_t>(width) * static_cast<size_t>(height));
+    const selvane_target target = TargetOf(width, height, SELVANE_U8, pixels.data());
+    EXPECT_DONE(fHandle.get(), selvane_preview(fHandle.get(), 40, &target));
+    const selvane_report after = Get();
+    EXPECT_EQ(SumOf(after.stage_bytes), after.bytes);
+    const int64_t small = int64_t{width} * height;
+    EXPECT_GE(after.stage_bytes[SELVANE_STAGE_READ] - before.stage_bytes[SELVANE_STAGE_READ], 24 * small);
+    EXPECT_EQ(after.stage_bytes[SELVANE_STAGE_MAP] - before.stage_bytes[SELVANE_STAGE_MAP], 8 * small);
+}
+
+/// A program of the first header does not know the end of the record.
+TEST_F(Report, IsFilledAsFarAsAnOlderProgramKnowsIt)
+{
+    selvane_report report;
+    std::memset(&report, 0x5A, sizeof report);
+    report.struct_size = offsetof(selvane_report, stage_bytes);
+    EXPECT_DONE(fHandle.get(), selvane_get_report(fHandle.get(), &report));
+    EXPECT_GT(report.bytes, 0);
+    EXPECT_EQ(report.stage_bytes[0], 0x5A5A5A5A5A5A5A5A);
+    report.struct_size--;
+    EXPECT_EQ(selvane_get_report(fHandle.get(), &report), SELVANE_ERROR_ARGUMENT);
+}
+
 TEST_F(Report, MeasuresTheLayersThatThePlanesShow)
 {
     RenderBytes(fHandle.get(), kWidth, kHeight);

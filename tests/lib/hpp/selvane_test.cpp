@@ -207,6 +207,10 @@ TEST(ToneMapper, ListsAndReadsPresets)
         EXPECT_FALSE(preset.fDescription.empty());
         EXPECT_EQ(mapper.Preset(preset.fName).automatic, 1);
     }
+    const std::vector<std::string> names = Selvane::PresetNames();
+    ASSERT_GE(names.size(), presets.size());
+    for (size_t i = 0; i < presets.size(); i++)
+        EXPECT_EQ(names[i], presets[i].fName);
     EXPECT_EQ(StatusOf([&] { mapper.Preset("none"); }), SELVANE_ERROR_ARGUMENT);
     EXPECT_EQ(StatusOf([&] { mapper.Preset(std::string("soft\0x", 6)); }), SELVANE_ERROR_ARGUMENT);
 }
