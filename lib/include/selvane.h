@@ -285,16 +285,17 @@ typedef struct selvane_target
     size_t struct_size;
     int32_t width; /* as the picture, or as selvane_preview_size says */
     int32_t height;
-    int32_t format;       /* SELVANE_U8, SELVANE_U16, SELVANE_F16 or SELVANE_F32; floats are 0 to 1 */
-    int32_t channels;     /* 3 or 4; 0 is 3. A fourth channel gets the picture's alpha, or the largest value */
-    int32_t order;        /* selvane_order */
-    int32_t space;        /* selvane_primaries: SELVANE_SRGB to SELVANE_REC2020 */
-    int32_t linear;       /* 1: samples stay linear; 0: encoded with the space's curve */
-    int32_t dither;       /* 1: 8-bit samples are dithered by an ordered pattern of 8 x 8 pixels, else 0 */
-    void* pixels;         /* first sample of the top left pixel */
+    int32_t format;   /* SELVANE_U8, SELVANE_U16, SELVANE_F16 or SELVANE_F32; floats are 0 to 1 */
+    int32_t channels; /* 3 or 4; 0 is 3. A fourth channel gets the picture's alpha, or the largest value */
+    int32_t order;    /* selvane_order */
+    int32_t space;    /* selvane_primaries */
+    int32_t linear;   /* 1: samples stay linear; 0: encoded with the space's curve. ACES and custom ones have none */
+    int32_t dither;   /* 1: 8-bit samples are dithered by an ordered pattern of 8 x 8 pixels, else 0 */
+    void* pixels;     /* first sample of the top left pixel */
     ptrdiff_t row_stride; /* bytes, as in selvane_picture */
     ptrdiff_t pixel_stride;
     ptrdiff_t channel_stride;
+    float chromaticities[8]; /* of SELVANE_CUSTOM: x and y of red, green, blue, white */
 } selvane_target;
 
 /* Fills a record with zeros and its size. */

@@ -357,7 +357,7 @@ sFinalPass cKeptRender::FinalPass(const selvane_settings& pSettings, bool pOwnGr
     const float black = r.fBlack;
     const float white = black + (r.fWhite - black) * std::exp2(-pSettings.exposure);
     sFinalPass pass{.fFromXYZ = Vornik::ProPhotoFromPCS(),
-                    .fToTarget = Vornik::Multiply(FromXYZ(pTarget.space), r.fWorkToPCS),
+                    .fToTarget = Vornik::Multiply(FromXYZ(pTarget.space, pTarget.chromaticities), r.fWorkToPCS),
                     .fIntensity = {pOwnGrey ? std::exp2(pSettings.exposure) : Vornik::ExposureScale(r),
                                    InverseRange(pSettings, black, white), black},
                     .fContrast = Contrast(pSettings, pOwnGrey),
