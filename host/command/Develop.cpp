@@ -121,6 +121,7 @@ selvane_target Describe(sPicture& pOutput, int pSpace)
     target.format = FormatOf(pOutput.fForm);
     target.channels = pOutput.fChannels;
     target.space = pSpace;
+    target.linear = pOutput.fForm == eFloats ? 1 : 0;
     target.pixels = pOutput.fPixels.data();
     return target;
 }
@@ -224,16 +225,6 @@ std::string WordsOf(const selvane_settings& pSettings, const sLook& pLook)
     return words;
 }
 
-std::string TextOf(const selvane* pHandle, const selvane_settings& pSettings)
-{
-    size_t needed = 0;
-    selvane_settings_to_text(pHandle, &pSettings, nullptr, 0, &needed);
-    std::string text(needed, '\0');
-    Must(selvane_settings_to_text(pHandle, &pSettings, text.data(), text.size(), nullptr), pHandle);
-    text.pop_back(); // the final zero
-    return text;
-}
-
 std::string ReasonOf(const selvane* pHandle)
 {
     std::string reasons;
@@ -274,12 +265,23 @@ sDeveloped Develop(const sPicture& pInput, const sLook& pLook, int pSpace, const
     return {ReasonOf(render.Handle()), WordsOf(settings, pLook), settings, ReportOf(render.Handle())};
 }
 
+std::string SettingsText(const selvane_settings& pSettings)
+{
+    const cRender render({});
+    size_t needed = 0;
+    selvane_settings_to_text(render.Handle(), &pSettings, nullptr, 0, &needed);
+    std::string text(needed, '\0');
+    Must(selvane_settings_to_text(render.Handle(), &pSettings, text.data(), text.size(), nullptr), render.Handle());
+    text.pop_back(); // the final zero
+    return text;
+}
+
 std::string SuggestionText(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning)
 {
     const cRender render(pRunning);
     SetPicture(render.Handle(), pInput, TakesEntryForm(pLook));
     const selvane_settings settings = SetSettings(render.Handle(), pLook);
-    return TextOf(render.Handle(), settings);
+    return SettingsText(settings);
 }
 
 selvane_frame MeasureFrame(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning)
@@ -296,7 +298,7 @@ selvane_frame MeasureFrame(const sPicture& pInput, const sLook& pLook, const sRu
 std::string BaseText(const sLook& pLook)
 {
     const cRender render({});
-    return TextOf(render.Handle(), BaseSettings(render.Handle(), pLook));
+    return SettingsText(BaseSettings(render.Handle(), pLook));
 }
 
 selvane_settings SettingsOf(const selvane_frame& pFrame, const std::string& pBaseText)

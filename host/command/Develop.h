@@ -59,7 +59,7 @@ struct sDeveloped
     selvane_report fReport{};
 };
 
-/// Renders the input into the output, which has its size and 8 or 16 bits.
+/// Renders the input into the output, which has its size and 8 or 16 bits, or floats: those become linear.
 /// @param pSpace SELVANE_SRGB to SELVANE_REC2020
 /// @throws cHostError, cUsageError
 sDeveloped Develop(const sPicture& pInput, const sLook& pLook, int pSpace, const sRunning& pRunning, sPicture& pOutput);
@@ -76,6 +76,10 @@ selvane_settings SettingsOf(const selvane_frame& pFrame, const std::string& pBas
 
 /// Smooths the frames of a sequence. @param pWindow frames that count for one; 0: the usual number
 std::vector<selvane_frame> SmoothFrames(const std::vector<selvane_frame>& pFrames, int pWindow);
+
+/// Returns settings as text (TOML).
+/// @throws cHostError
+std::string SettingsText(const selvane_settings& pSettings);
 
 /// Returns the settings that Develop would use, as text (TOML).
 std::string SuggestionText(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning);

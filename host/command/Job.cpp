@@ -1,7 +1,6 @@
 #include "command/Job.h"
 
 #include "picture/SizeWatch.h"
-#include "write/PictureWriter.h"
 
 #include <cstdint>
 #include <utility>
@@ -58,8 +57,7 @@ std::string CommandFor(const sJob& pJob, const sDeveloped& pDeveloped)
     std::string command = "selvane tonemap " + Quoted(pJob.fInput) + " -o " + Quoted(pJob.fOutput.fPath) + " " +
                           pDeveloped.fWords + CropWords(pJob.fCrop);
     if (pJob.fColorSpace) command += std::string(" --color-space ") + SpaceWord(*pJob.fColorSpace);
-    if (pJob.fOutput.fDepth) command += " --depth " + std::to_string(*pJob.fOutput.fDepth);
-    return command;
+    return command + OutputWords(pJob.fOutput);
 }
 
 /// Share of the colour samples that pTest holds for, of 8 or 16 bits, by their high byte.
@@ -94,6 +92,31 @@ void PrepareForm(const sJob& pJob, sPicture& pPicture, const tLine& pLine)
     MakeEntryForm(pPicture);
 }
 
+/// Returns whether the result gets another size than the picture.
+bool ChangesSize(const sOutput& pOutput, const sPicture& pPicture)
+{
+    if (!pOutput.fResize) return false;
+    const sSize size = SizeAfter(*pOutput.fResize, pPicture.fWidth, pPicture.fHeight, pOutput.fEnlarge);
+    return size.fWidth != pPicture.fWidth || size.fHeight != pPicture.fHeight;
+}
+
+/// Renders the samples of the file, or linear floats if the size is still to change.
+sPicture Rendered(const sJob& pJob, const sPicture& pInput, const sRunning& pRunning, sDone& pDone)
+{
+    const sStorage storage = StorageFor(pJob.fOutput, pInput, pDone.fSpace, {}, pRunning.fThreads);
+    sPicture output = Blank(pInput, ChangesSize(pJob.fOutput, pInput) ? eFloats : FormFor(storage.fDepth));
+    pDone.fDeveloped = Develop(pInput, pJob.fLook, pDone.fSpace, pRunning, output);
+    return output;
+}
+
+/// Gives linear floats their size and the samples of the file.
+void Finish(const sOutput& pOutput, const sStorage& pStorage, sPicture& pPicture)
+{
+    if (pPicture.fForm != eFloats) return;
+    const sSize size = SizeAfter(*pOutput.fResize, pPicture.fWidth, pPicture.fHeight, pOutput.fEnlarge);
+    pPicture = EncodedFrom(Resized(pPicture, size), pStorage.fSpace, FormFor(pStorage.fDepth));
+}
+
 void Tell(const sJobHooks& pHooks, eJobStage pStage, float pShare)
 {
     if (pHooks.fProgress && !pHooks.fProgress(pStage, pShare)) throw cHostError("cancelled");
@@ -119,7 +142,7 @@ void CheckLook(const sLook& pLook)
 void CheckJob(const sJob& pJob)
 {
     CheckLook(pJob.fLook);
-    CheckDepth(pJob.fOutput, KindFor(pJob.fOutput.fPath));
+    CheckOutputKind(pJob.fOutput);
 }
 
 sPicture ReadFor(const sJob& pJob, const tLine& pLine)
@@ -158,7 +181,6 @@ sDone RunJob(const sJob& pJob, const sJobHooks& pHooks)
     const tLine line = LineOf(pHooks);
     CheckJob(pJob);
     CheckOutput(pJob.fInput, pJob.fOutput);
-    const eFileKind kind = KindFor(path);
 
     int threads = 0;
     sPicture input = ReadFor(pJob, pHooks, threads);
@@ -166,14 +188,15 @@ sDone RunJob(const sJob& pJob, const sJobHooks& pHooks)
     done.fSpace = SpaceOf(input, pJob.fInput, pJob.fColorSpace, line);
     done.fWidth = input.fWidth;
     done.fHeight = input.fHeight;
-    sPicture output = Blank(input, kind, DepthFor(pJob.fOutput, kind, input.fForm));
-    done.fDeveloped =
-        About(pJob.fInput, [&] { return Develop(input, pJob.fLook, done.fSpace, RunningOf(pHooks, threads), output); });
+    sPicture output = About(pJob.fInput, [&] { return Rendered(pJob, input, RunningOf(pHooks, threads), done); });
     done.fCommand = CommandFor(pJob, done.fDeveloped);
+    const sStorage storage =
+        StorageFor(pJob.fOutput, input, done.fSpace, SettingsText(done.fDeveloped.fSettings), threads);
     input.fPixels = {}; // frees memory for the encoded file
+    About(path, [&] { Finish(pJob.fOutput, storage, output); });
     if (!pJob.fLook.fExact) WarnOfEmptiness(output, path, line);
     Tell(pHooks, eJobWrites, 0.0F);
-    About(path, [&] { WritePicture(output, done.fSpace, kind, path, pJob.fOutput.fMustBeNew); });
+    Write(output, storage, path, line);
     Tell(pHooks, eJobWrites, 1.0F);
     return done;
 }

@@ -17,6 +17,7 @@
 #include "shell/Defaults.h"
 #include "shell/HelpText.h"
 #include "shell/ShellOptions.h"
+#include "write/OutputOptions.h"
 #include "write/UnfinishedFile.h"
 
 #include <CLI/CLI.hpp>
@@ -34,23 +35,6 @@ constexpr int kMostThreads = 256;
 void AddInput(CLI::App& pCommand, std::string& pInput)
 {
     pCommand.add_option("INPUT", pInput, "picture to read")->required();
-}
-
-void AddDepth(CLI::App& pCommand, sOutput& pOutput)
-{
-    pCommand
-        .add_option("--depth", pOutput.fDepth,
-                    "bits of an output sample (default: 8 for JPEG and 8-bit input, else 16)")
-        ->check(CLI::IsMember({8, 16}));
-}
-
-CLI::Option* AddOutput(CLI::App& pCommand, sOutput& pOutput)
-{
-    CLI::Option* const output =
-        pCommand.add_option("-o,--output", pOutput.fPath, "picture to write: .png, .tif, .tiff, .jpg or .jpeg");
-    pCommand.add_flag("--force", pOutput.fForce, "write the output even where it is the input");
-    AddDepth(pCommand, pOutput);
-    return output;
 }
 
 void AddColorSpace(CLI::App& pCommand, std::optional<int>& pSpace)
@@ -150,7 +134,8 @@ void AddTonemap(CLI::App& pApp, sTonemapOptions& pOptions)
                     "  selvane tonemap *.exr --out-dir done --name '{stem}.jpg'  several pictures at once");
     AddInputs(*command, pOptions.fBatch);
     AddOutputs(*command, pOptions.fBatch);
-    AddOutput(*command, pOptions.fJob.fOutput);
+    AddOutputOptions(*command, pOptions.fJob.fOutput);
+    AddResizeOptions(*command, pOptions.fJob.fOutput);
     command->add_flag("--suggest", pOptions.fSuggest, "print the settings that suit the picture; render nothing");
     command->add_option("--black-point", pOptions.fJob.fLook.fBlackPoint, "black point of an earlier run (see stats)");
     command->add_option("--white-point", pOptions.fJob.fLook.fWhitePoint, "white point of an earlier run");
@@ -170,7 +155,8 @@ void AddSequence(CLI::App& pApp, sSequenceOptions& pOptions)
                     "  selvane sequence frame*.exr --out-dir graded --window 49 --plot points.svg");
     AddInputs(*command, pOptions.fBatch);
     AddOutputs(*command, pOptions.fBatch);
-    AddDepth(*command, pOptions.fJob.fOutput);
+    AddEncodingOptions(*command, pOptions.fJob.fOutput);
+    AddResizeOptions(*command, pOptions.fJob.fOutput);
     AddSmoothing(*command, pOptions);
     AddPictures(*command, pOptions);
     command->callback([&pOptions] { RunSequence(pOptions); });
@@ -213,7 +199,7 @@ void AddEqualize(CLI::App& pApp, sEqualizeOptions& pOptions)
                     "  selvane equalize photo.png -o cooler.png --hue-shift 0:0.5,0.33:0.6,1:0.5\n"
                     "  selvane equalize photo.png -o vivid.png --saturation 0:0.6");
     AddInput(*command, pOptions.fInput);
-    AddOutput(*command, pOptions.fOutput)->required();
+    AddOutputOptions(*command, pOptions.fOutput)->required();
     command->add_option("--hue-shift", pOptions.fHueShift, "points HUE:VALUE,... from 0 to 1; 0.5 changes nothing");
     command->add_option("--saturation", pOptions.fSaturation, "points HUE:VALUE,...");
     command->add_option("--lightness", pOptions.fLightness, "points HUE:VALUE,...");

@@ -77,10 +77,17 @@ void SyncFolder(const std::string& pFolder)
     ::close(folder);
 }
 
+void CheckNoTerminal()
+{
+    if (::isatty(STDOUT_FILENO) == 1)
+        throw cUsageError("standard output is a terminal; send it to a file or a program");
+}
+
 } // namespace
 
 void CheckWritable(const std::string& pPath)
 {
+    if (pPath == "-") return CheckNoTerminal();
     const std::string target = Resolved(pPath);
     struct stat facts
     {
@@ -108,6 +115,16 @@ void WriteFile(const std::string& pPath, const std::vector<std::span<const unsig
     else
         file.RenameTo(target);
     SyncFolder(folder);
+}
+
+void WriteStandardOutput(std::span<const unsigned char> pBytes)
+{
+    while (!pBytes.empty()) {
+        const ssize_t written = ::write(STDOUT_FILENO, pBytes.data(), pBytes.size());
+        if (written < 0 && errno == EINTR) continue;
+        if (written < 0) CannotWrite(errno);
+        pBytes = pBytes.subspan(static_cast<size_t>(written));
+    }
 }
 
 } // namespace SelvaneHost
