@@ -155,7 +155,7 @@ void AddSequence(CLI::App& pApp, sSequenceOptions& pOptions)
                     "  selvane sequence frame*.exr --out-dir graded --window 49 --plot points.svg");
     AddInputs(*command, pOptions.fBatch);
     AddOutputs(*command, pOptions.fBatch);
-    AddEncodingOptions(*command, pOptions.fJob.fOutput);
+    AddStorageOptions(*command, pOptions.fJob.fOutput);
     AddResizeOptions(*command, pOptions.fJob.fOutput);
     AddSmoothing(*command, pOptions);
     AddPictures(*command, pOptions);

@@ -51,11 +51,11 @@ CLI::Option* AddOutputOptions(CLI::App& pCommand, sOutput& pOutput)
         "-o,--output", pOutput.fPath,
         "picture to write: .png, .tif, .tiff, .jpg, .jpeg, .webp, .avif or .jxl; - is standard output");
     pCommand.add_flag("--force", pOutput.fForce, "write the output even where it is the input");
-    AddEncodingOptions(pCommand, pOutput);
+    AddStorageOptions(pCommand, pOutput);
     return output;
 }
 
-void AddEncodingOptions(CLI::App& pCommand, sOutput& pOutput)
+void AddStorageOptions(CLI::App& pCommand, sOutput& pOutput)
 {
     AddFileOptions(pCommand, pOutput);
     AddMetadataOptions(pCommand, pOutput);

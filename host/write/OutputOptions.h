@@ -18,7 +18,7 @@ namespace SelvaneHost
 CLI::Option* AddOutputOptions(CLI::App& pCommand, sOutput& pOutput);
 
 /// Declares how an output is encoded, without its name.
-void AddEncodingOptions(CLI::App& pCommand, sOutput& pOutput);
+void AddStorageOptions(CLI::App& pCommand, sOutput& pOutput);
 
 /// Declares --resize and --enlarge.
 void AddResizeOptions(CLI::App& pCommand, sOutput& pOutput);
