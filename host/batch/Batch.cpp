@@ -1,7 +1,6 @@
 #include "batch/Batch.h"
 
 #include "command/Report.h"
-#include "write/FileKind.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -38,7 +37,7 @@ uint64_t FileBytes(const std::string& pPath)
 
 int AdmitJob(const cTaskRun& pRun, const sJob& pJob, const sPicture& pInput)
 {
-    const int depth = DepthFor(KindFor(pJob.fOutput.fPath, pJob.fOutput.fFormat), pJob.fOutput.fDepth, pInput.fForm != eSamples8);
+    const int depth = pJob.fOutput.fResize ? 32 : 16; // what libselvane renders, at most
     return pRun.Admit(MegapixelsOf(pInput), NeededBytes(pInput, FileBytes(pJob.fInput), depth));
 }
 

@@ -38,11 +38,12 @@ std::string NumberOf(size_t pIndex, size_t pCount)
     return std::string(digits - number.size(), '0') + number;
 }
 
-std::string FieldOf(const std::string& pField, const std::string& pInput, size_t pIndex, size_t pCount)
+std::string FieldOf(const std::string& pField, const std::string& pInput, size_t pIndex, size_t pCount,
+                    const std::string& pKind)
 {
     const fs::path input(pInput);
     if (pField == "stem") return input.stem().string();
-    if (pField == "ext") return ExtensionOf(input);
+    if (pField == "ext") return pKind.empty() ? ExtensionOf(input) : pKind;
     if (pField == "folder") return FolderOf(input);
     if (pField == "number") return NumberOf(pIndex, pCount);
     throw cUsageError("--name: {" + pField + "} is no field; there are {stem}, {ext}, {folder} and {number}");
@@ -50,7 +51,8 @@ std::string FieldOf(const std::string& pField, const std::string& pInput, size_t
 
 } // namespace
 
-std::string OutputName(const std::string& pTemplate, const std::string& pInput, size_t pIndex, size_t pCount)
+std::string OutputName(const std::string& pTemplate, const std::string& pInput, size_t pIndex, size_t pCount,
+                       const std::string& pKind)
 {
     std::string name;
     for (size_t at = 0; at < pTemplate.size(); at++) {
@@ -64,7 +66,7 @@ std::string OutputName(const std::string& pTemplate, const std::string& pInput, 
         const size_t end = pTemplate.find('}', at);
         if (letter == '}' || end == std::string::npos)
             throw cUsageError("--name: a brace stands alone; write {{ or }} for a brace of the name");
-        name += FieldOf(pTemplate.substr(at + 1, end - at - 1), pInput, pIndex, pCount);
+        name += FieldOf(pTemplate.substr(at + 1, end - at - 1), pInput, pIndex, pCount, pKind);
         at = end;
     }
     if (name.find('/') != std::string::npos) throw cUsageError("--name: " + name + " has a slash; see --out-dir");
@@ -72,12 +74,12 @@ std::string OutputName(const std::string& pTemplate, const std::string& pInput, 
 }
 
 std::vector<std::string> OutputPaths(const std::vector<std::string>& pInputs, const std::string& pFolder,
-                                     const std::string& pTemplate)
+                                     const std::string& pTemplate, const std::string& pKind)
 {
     std::vector<std::string> paths;
     std::map<std::string, std::string> owners;
     for (size_t i = 0; i < pInputs.size(); i++) {
-        const std::string name = OutputName(pTemplate, pInputs[i], i, pInputs.size());
+        const std::string name = OutputName(pTemplate, pInputs[i], i, pInputs.size(), pKind);
         const std::string path = (fs::path(pFolder) / name).string();
         const auto [owner, isNew] = owners.emplace(path, pInputs[i]);
         if (!isNew)

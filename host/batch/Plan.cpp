@@ -87,7 +87,8 @@ std::vector<sPlanned> PlanBatch(const sJob& pCommon, const sBatchOptions& pOptio
 {
     CheckOptions(pOptions, pCommon);
     const bool mustBeNew = !pOptions.fOverwrite && !pOptions.fResume;
-    const std::vector<std::string> outputs = OutputPaths(pOptions.fInputs, pOptions.fFolder, pOptions.fName);
+    const std::vector<std::string> outputs =
+        OutputPaths(pOptions.fInputs, pOptions.fFolder, pOptions.fName, pCommon.fOutput.fFormat);
     std::vector<sPlanned> plan;
     for (size_t i = 0; i < outputs.size(); i++) {
         plan.push_back({.fJob = pCommon});

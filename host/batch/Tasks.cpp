@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <malloc.h>
 #include <sched.h>
 #include <system_error>
 #include <thread>
@@ -13,6 +14,10 @@ namespace SelvaneHost
 
 namespace
 {
+
+/// Blocks from this size on, in bytes, have pages of their own, so that what a picture gives back goes to the system
+/// and does not stay with its thread.
+constexpr int kOwnPages = 1 << 20;
 
 /// The state of a run that its threads share.
 class cTasks
@@ -27,6 +32,7 @@ public:
 
     std::vector<size_t> Run()
     {
+        ::mallopt(M_MMAP_THRESHOLD, kOwnPages);
         const size_t jobs = std::min(fTasks.size(), static_cast<size_t>(JobsFor(fShares, fProcessors)));
         fJobs = jobs;
         std::vector<std::thread> threads;

@@ -54,8 +54,8 @@ sStorage StorageFor(const sOutput& pOutput, const sPicture& pInput, int pSpace, 
             .fQuality = pOutput.fQuality,
             .fSubsampling = pOutput.fSubsampling,
             .fThreads = Workers(pThreads),
-            .fMustBeNew = pOutput.fMustBeNew,
             .fMetadata = pOutput.fMetadata,
+            .fMustBeNew = pOutput.fMustBeNew,
             .fSettings = pSettings,
             .fVersion = std::string(SELVANE_COMMAND_VERSION " (libselvane ") + selvane_version_text() + ")"};
 }

@@ -83,7 +83,7 @@ std::string TextOf(const selvane_settings& pSettings);
 /// @throws cHostError, cUsageError
 sDeveloped Develop(const sPicture& pInput, const sLook& pLook, int pSpace, const sRunning& pRunning, sPicture& pOutput);
 
-// Measures the input as a frame of a sequence, with the settings that Develop would use.
+/// Measures the input as a frame of a sequence, with the settings that Develop would use.
 /// @throws cHostError, cUsageError
 selvane_frame MeasureFrame(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning);
 
@@ -95,6 +95,10 @@ selvane_settings SettingsOf(const selvane_frame& pFrame, const std::string& pBas
 
 /// Smooths the frames of a sequence. @param pWindow frames that count for one; 0: the usual number
 std::vector<selvane_frame> SmoothFrames(const std::vector<selvane_frame>& pFrames, int pWindow);
+
+/// Returns settings as text (TOML).
+/// @throws cHostError
+std::string SettingsText(const selvane_settings& pSettings);
 
 /// Returns the settings that Develop would use, as text (TOML).
 std::string SuggestionText(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning);

@@ -95,7 +95,7 @@ bool ChangesSize(const sOutput& pOutput, const sPicture& pPicture)
 /// Renders the samples of the file, or linear floats if the size is still to change.
 sPicture Rendered(const sJob& pJob, const sPicture& pInput, const sRunning& pRunning, sDone& pDone)
 {
-    const sStorage storage = StorageFor(pJob.fOutput, pInput, pDone.fSpace, {}, pJob.fThreads);
+    const sStorage storage = StorageFor(pJob.fOutput, pInput, pDone.fSpace, {}, pRunning.fThreads);
     sPicture output = Blank(pInput, ChangesSize(pJob.fOutput, pInput) ? eFloats : FormFor(storage.fDepth));
     pDone.fDeveloped = Develop(pInput, pJob.fLook, pDone.fSpace, pRunning, output);
     return output;
@@ -191,7 +191,7 @@ sDone RunJob(const sJob& pJob, const sJobHooks& pHooks)
     sPicture output = About(pJob.fInput, [&] { return Rendered(pJob, input, RunningOf(pHooks, threads), done); });
     done.fCommand = CommandFor(pJob, done.fDeveloped);
     const sStorage storage =
-        StorageFor(pJob.fOutput, input, done.fSpace, TextOf(done.fDeveloped.fSettings), pJob.fThreads);
+        StorageFor(pJob.fOutput, input, done.fSpace, TextOf(done.fDeveloped.fSettings), threads);
     input.fPixels = {}; // frees memory for the encoded file
     About(path, [&] { Finish(pJob.fOutput, storage, output); });
     input.fMetadata = {};

@@ -54,7 +54,8 @@ void RunSequence(const sSequenceOptions& pOptions)
     KeepMeasured(points, plan);
     UsePoints(points, plan);
     RunPlan(plan, SharesOf(pOptions), MemoryOf(pOptions.fBatch), {pOptions.fQuiet, pOptions.fVerbose});
-    if (failed > 0) throw cHostError(std::to_string(failed) + (failed == 1 ? " frame" : " frames") + " could not be measured");
+    if (failed > 0)
+        throw cHostError(std::to_string(failed) + (failed == 1 ? " frame" : " frames") + " could not be measured");
 }
 
 } // namespace SelvaneHost

@@ -104,9 +104,6 @@ void CheckWritable(const std::string& pPath)
 
 void WriteFile(const std::string& pPath, const std::vector<std::span<const unsigned char>>& pPieces, bool pMustBeNew)
 {
-    static std::mutex
-        oneAtATime; // an unfinished file must be the only one, and the mask of permissions is of the process
-    const std::lock_guard lock(oneAtATime);
     const std::string target = Resolved(pPath);
     const std::string folder = FolderOf(target);
     cUnfinishedFile file(folder);

@@ -22,7 +22,7 @@ void CheckWritable(const std::string& pPath);
 /// It also gets that file's owner and group if this user may give files to them. If the group cannot be given, the
 /// group's permissions are dropped.
 ///
-/// May be called on several threads at once: files are written one after the other.
+/// Several threads may write files at once.
 /// @param pMustBeNew a file of that name is never replaced, also not one that another program made a moment before
 /// @throws cHostError with the system's text
 void WriteFile(const std::string& pPath, const std::vector<std::span<const unsigned char>>& pPieces,

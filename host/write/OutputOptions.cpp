@@ -45,12 +45,6 @@ void AddMetadataOptions(CLI::App& pCommand, sOutput& pOutput)
 
 } // namespace
 
-void AddStorageOptions(CLI::App& pCommand, sOutput& pOutput)
-{
-    AddFileOptions(pCommand, pOutput);
-    AddMetadataOptions(pCommand, pOutput);
-}
-
 CLI::Option* AddOutputOptions(CLI::App& pCommand, sOutput& pOutput)
 {
     CLI::Option* const output = pCommand.add_option(
@@ -59,6 +53,12 @@ CLI::Option* AddOutputOptions(CLI::App& pCommand, sOutput& pOutput)
     pCommand.add_flag("--force", pOutput.fForce, "write the output even where it is the input");
     AddStorageOptions(pCommand, pOutput);
     return output;
+}
+
+void AddStorageOptions(CLI::App& pCommand, sOutput& pOutput)
+{
+    AddFileOptions(pCommand, pOutput);
+    AddMetadataOptions(pCommand, pOutput);
 }
 
 void AddResizeOptions(CLI::App& pCommand, sOutput& pOutput)

@@ -14,11 +14,11 @@ class Option;
 namespace SelvaneHost
 {
 
-/// Declares how outputs are stored: kind, depth, quality, metadata.
-void AddStorageOptions(CLI::App& pCommand, sOutput& pOutput);
-
 /// Declares the options. Returns --output.
 CLI::Option* AddOutputOptions(CLI::App& pCommand, sOutput& pOutput);
+
+/// Declares how an output is encoded, without its name.
+void AddStorageOptions(CLI::App& pCommand, sOutput& pOutput);
 
 /// Declares --resize and --enlarge.
 void AddResizeOptions(CLI::App& pCommand, sOutput& pOutput);

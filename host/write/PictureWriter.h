@@ -25,8 +25,8 @@ struct sStorage
     std::optional<int> fQuality = {}; ///< 1 to 100; empty: 95 for JPEG, 80 for AVIF, 90 for WebP and JPEG XL
     eSubsampling fSubsampling = eFullColor;
     int fThreads = 1;
-    bool fMustBeNew = false; ///< as in WriteFile
     sMetadataOptions fMetadata = {};
+    bool fMustBeNew = false;    ///< no file is replaced, see WriteFile
     std::string fSettings = {}; ///< of the look, for the XMP data; empty: none
     std::string fVersion = {};  ///< of the program, for the XMP data; empty: none
 };

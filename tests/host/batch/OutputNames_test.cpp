@@ -19,6 +19,7 @@ TEST(OutputNames, FieldsStandForPartsOfTheInput)
     EXPECT_EQ(OutputName("{number}", "p.hdr", 6, 100), "007");
     EXPECT_EQ(OutputName("{number}", "p.hdr", 6, 9), "7");
     EXPECT_EQ(OutputName("{{{stem}}}.png", "p.hdr", 0, 1), "{p}.png");
+    EXPECT_EQ(OutputName("{stem}.{ext}", "p.png", 0, 1, "avif"), "p.avif");
     EXPECT_EQ(OutputName("plain.png", "p.hdr", 0, 1), "plain.png");
     EXPECT_EQ(OutputName("{stem}.png", "-a b\nc.hdr", 0, 1), "-a b\nc.png");
 }
