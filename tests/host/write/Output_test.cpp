@@ -260,7 +260,7 @@ TEST_F(OutputCommand, TheColorSpaceTagFollowsTheProfile)
         EXPECT_EQ(TagOf(Path(".jpg"), "ExifIFD:ColorSpace"), tag);
         EXPECT_EQ(TagOf(Path(".jpg"), "InteropIFD:InteropIndex"), std::string(space) == "srgb"    ? "R98"
                                                                   : std::string(space) == "adobe" ? "R03"
-                                                                                                  : "");
+                                                                                                  : "-");
     }
 }
 
