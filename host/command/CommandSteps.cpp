@@ -24,6 +24,13 @@ int Workers(int pThreads)
     return pThreads > 0 ? pThreads : static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
 }
 
+void WarnOfAll(const std::vector<std::string>& pWarnings, const std::string& pPath, const tLine& pLine)
+{
+    const std::string begin = "warning: " + pPath + ": ";
+    for (const std::string& warning : pWarnings)
+        pLine(begin + warning);
+}
+
 } // namespace
 
 void CheckOutputKind(const sOutput& pOutput)
@@ -69,8 +76,7 @@ sPicture Read(const std::string& pPath, const tLine& pLine)
 {
     StartPictureLibrary();
     sPicture picture = About(pPath, [&] { return ReadPictureFile(pPath); });
-    for (const std::string& warning : picture.fWarnings)
-        pLine("warning: " + pPath + ": " + warning);
+    WarnOfAll(picture.fWarnings, pPath, pLine);
     return picture;
 }
 
@@ -93,9 +99,7 @@ sPicture Blank(const sPicture& pInput, eSampleForm pForm)
 
 void Write(const sPicture& pPicture, const sStorage& pStorage, const std::string& pPath, const tLine& pLine)
 {
-    const std::vector<std::string> warnings = About(pPath, [&] { return WritePicture(pPicture, pStorage, pPath); });
-    for (const std::string& warning : warnings)
-        pLine("warning: " + pPath + ": " + warning);
+    WarnOfAll(About(pPath, [&] { return WritePicture(pPicture, pStorage, pPath); }), pPath, pLine);
 }
 
 } // namespace SelvaneHost

@@ -65,6 +65,7 @@ bool Has(const sKind& pKind, const std::string& pExtension)
 std::vector<std::string> FileKindNames()
 {
     std::vector<std::string> names;
+    names.reserve(kKinds.size());
     for (const sKind& kind : kKinds)
         names.emplace_back(kind.fName);
     return names;
