@@ -1,11 +1,12 @@
 // The report of a render, and what explain refuses. report.py holds the report against its schema, page.py the page in a browser.
 
 #include "host/command/CommandTest.h"
+#include "host/explain/Loaded.h"
 
 #include <nlohmann/json.hpp>
-#include <selvane.h>
 
-#include <memory>
+#include <iterator>
+#include <sstream>
 
 namespace SelvaneTest
 {
@@ -14,11 +15,6 @@ namespace
 
 using testing::HasSubstr;
 using tJson = nlohmann::json;
-
-struct sFree
-{
-    void operator()(selvane* pHandle) const { selvane_free(pHandle); }
-};
 
 class Report : public Command
 {
@@ -38,27 +34,11 @@ TEST_F(Report, HasTheNumbersOfTheLibrary)
     const sRun run =
         Selvane({"tonemap", Png(), "-o", Out(), "--preset", "soft", "--exposure", "0.25", "--report", Json()});
     ASSERT_EQ(run.fStatus, 0) << run.fErr;
-    const sFound input = Look(Png());
-    const std::unique_ptr<selvane, sFree> handle(selvane_new());
-    selvane_picture picture;
-    selvane_picture_init(&picture);
-    picture.width = input.fWidth;
-    picture.height = input.fHeight;
-    picture.format = input.fBits == 8 ? SELVANE_U8 : SELVANE_U16;
-    picture.pixels = input.fPixels.data();
-    ASSERT_EQ(selvane_set_picture(handle.get(), &picture), SELVANE_OK);
-    selvane_settings settings;
-    selvane_settings_init(&settings);
-    ASSERT_EQ(selvane_preset(handle.get(), "soft", &settings), SELVANE_OK);
-    settings.exposure += 0.25F;
+    const tHandle handle = Loaded(Png());
+    selvane_settings settings = PresetSettings("soft", 0.25F);
     ASSERT_EQ(selvane_set_settings(handle.get(), &settings), SELVANE_OK);
-    tBytes pixels(3 * static_cast<size_t>(input.fWidth) * static_cast<size_t>(input.fHeight));
-    selvane_target target;
-    selvane_target_init(&target);
-    target.width = input.fWidth;
-    target.height = input.fHeight;
-    target.format = SELVANE_U8;
-    target.pixels = pixels.data();
+    tBytes pixels(size_t{3} * kWidth * kHeight);
+    const selvane_target target = BytesTarget(kWidth, kHeight, pixels.data());
     ASSERT_EQ(selvane_render(handle.get(), &target), SELVANE_OK);
     selvane_report expected{};
     expected.struct_size = sizeof expected;
@@ -94,14 +74,10 @@ TEST_F(Report, HasTheNumbersOfTheLibrary)
     EXPECT_EQ(report["settings"]["asked"]["exposure"].get<float>(), settings.exposure);
     ASSERT_EQ(selvane_suggest(handle.get(), &settings), SELVANE_OK);
     EXPECT_EQ(report["settings"]["suggested"]["contrast"].get<float>(), settings.contrast);
-    ASSERT_EQ(
-        report["reasons"].size(), 1 + [&] {
-            size_t last = 0;
-            while (selvane_reason(handle.get(), static_cast<int>(last) + 1) != nullptr)
-                last++;
-            return last;
-        }());
-    EXPECT_EQ(report["reasons"][0], selvane_reason(handle.get(), 0));
+    std::vector<std::string> reasons;
+    for (int i = 0; const char* const reason = selvane_reason(handle.get(), i); i++)
+        reasons.emplace_back(reason);
+    EXPECT_EQ(report["reasons"].get<std::vector<std::string>>(), reasons);
 }
 
 TEST_F(Report, ItsCommandLineGivesTheSamePicture)
@@ -138,7 +114,8 @@ TEST_F(Report, NamesFilesAndTheirBytes)
     EXPECT_GT(report["milliseconds"]["render"].get<double>(), 0.0);
     EXPECT_GT(report["milliseconds"]["file_in"].get<double>(), 0.0);
     EXPECT_GT(report["milliseconds"]["file_out"].get<double>(), 0.0);
-    EXPECT_GT(report["memory"]["peak"], report["memory"]["library"]);
+    EXPECT_GT(report["memory"]["library"], 12 * kWidth * kHeight);
+    EXPECT_GT(report["memory"]["peak"], 1 << 20);
 }
 
 TEST_F(Report, SaysWhatWasDoneAboutColour)
@@ -204,7 +181,7 @@ TEST_F(Report, HostileNamesStayText)
 TEST_F(Report, PagesOfOddPicturesAreWritten)
 {
     const std::vector<std::pair<const char*, std::vector<unsigned char>>> tones = {
-        {"black", {0, 0, 0, 0}}, {"grey", {128, 128, 128, 128}}, {"tiny", {1, 1, 1, 1}}, {"sun", {255, 255, 255, 255}}};
+        {"black", {0, 0, 0, 0}}, {"grey", {128, 128, 128, 128}}, {"tiny", {2, 3, 4, 1}}, {"sun", {255, 255, 255, 255}}};
     for (const auto& [name, pixel] : tones) {
         tBytes pixels;
         for (int i = 0; i < 35; i++)

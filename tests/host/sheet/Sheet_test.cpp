@@ -1,14 +1,11 @@
 // Sheets: where the cells stand, and that each has the pixels that libselvane gives.
 
 #include "host/command/CommandTest.h"
+#include "host/explain/Loaded.h"
 #include "sheet/Grid.h"
 #include "sheet/Label.h"
 
-#include <picture/PictureLibrary.h>
-#include <selvane.h>
-
 #include <algorithm>
-#include <memory>
 
 namespace SelvaneTest
 {
@@ -74,11 +71,6 @@ TEST(Label, TextsHaveOneBaseline)
     EXPECT_GT(bottom("y"), bottom("x") + 4);
 }
 
-struct sFree
-{
-    void operator()(selvane* pHandle) const { selvane_free(pHandle); }
-};
-
 class Sheet : public Command
 {
 protected:
@@ -87,30 +79,14 @@ protected:
     /// What libselvane makes of in.png.
     tBytes Rendered(const char* pPreset, float pExposure) const
     {
-        const sFound input = Look(Png());
-        const std::unique_ptr<selvane, sFree> handle(selvane_new());
-        selvane_picture picture;
-        selvane_picture_init(&picture);
-        picture.width = input.fWidth;
-        picture.height = input.fHeight;
-        picture.format = input.fBits == 8 ? SELVANE_U8 : SELVANE_U16;
-        picture.pixels = input.fPixels.data();
-        EXPECT_EQ(selvane_set_picture(handle.get(), &picture), SELVANE_OK);
-        selvane_settings settings;
-        selvane_settings_init(&settings);
+        const tHandle handle = Loaded(Png());
         tBytes pixels(size_t{3} * kWidth * kHeight);
-        selvane_target target;
-        selvane_target_init(&target);
-        target.width = kWidth;
-        target.height = kHeight;
-        target.format = SELVANE_U8;
-        target.pixels = pixels.data();
+        const selvane_target target = BytesTarget(kWidth, kHeight, pixels.data());
         if (pPreset == nullptr) {
             EXPECT_EQ(selvane_plain(handle.get(), 0.0F, 0, &target), SELVANE_OK);
             return pixels;
         }
-        EXPECT_EQ(selvane_preset(handle.get(), pPreset, &settings), SELVANE_OK);
-        settings.exposure += pExposure;
+        const selvane_settings settings = PresetSettings(pPreset, pExposure);
         EXPECT_EQ(selvane_set_settings(handle.get(), &settings), SELVANE_OK);
         EXPECT_EQ(selvane_render(handle.get(), &target), SELVANE_OK);
         return pixels;
