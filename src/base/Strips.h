@@ -1,0 +1,30 @@
+#ifndef SELVANE_BASE_STRIPS_H
+#define SELVANE_BASE_STRIPS_H
+
+// What loops over the strips of a row share, internal. Arithmetic vectorises and look-ups do not, so a loop with a table
+// goes by strips: one step after the other over small arrays that stay in the first-level cache.
+
+#include "base/Versions.h"
+
+#include <cstddef>
+
+namespace Vornik
+{
+
+constexpr ptrdiff_t kCacheLine = 64; // bytes
+
+/// Asks for the lines of tBytes bytes that a loop reads or writes a page later. The processor asks for lines by itself,
+/// but begins anew at each page, and a store that waits for its line holds up all later ones: a loop over pictures
+/// larger than the caches takes a fifth to a third less. Changes no byte.
+template <ptrdiff_t tBytes>
+SELVANE_INLINE void PrefetchPageAhead(const void* pAt)
+{
+    constexpr ptrdiff_t kPage = 4096; // bytes
+    const auto* const ahead = static_cast<const char*>(pAt) + kPage;
+    for (ptrdiff_t i = 0; i < tBytes; i += kCacheLine)
+        __builtin_prefetch(ahead + i);
+}
+
+} // namespace Vornik
+
+#endif
