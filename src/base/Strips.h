@@ -25,6 +25,35 @@ SELVANE_INLINE void PrefetchPageAhead(const void* pAt)
         __builtin_prefetch(ahead + i);
 }
 
+/// Looks up pCount entries.
+/// @tparam tIndex any integer
+template <class tIndex, class tEntry>
+SELVANE_INLINE void LookUp(const tIndex* pIndices, ptrdiff_t pCount, const tEntry* pTable, tEntry* pTo)
+{
+    volatile tEntry* const to = pTo; // g++ would build vectors of single entries, which takes half as long again
+#pragma GCC unroll 8
+    for (ptrdiff_t i = 0; i < pCount; ++i)
+        to[i] = pTable[pIndices[i]];
+}
+
+/// The same for a strip of a large picture. The lines of pAhead, floats that will be needed soon, are asked for one by
+/// one among the look-ups: asked for at once, they would wait for each other.
+template <class tIndex, class tEntry>
+SELVANE_INLINE void LookUp(const tIndex* pIndices, ptrdiff_t pCount, const tEntry* pTable, tEntry* pTo,
+                           const float* pAhead)
+{
+    constexpr auto kLineFloats = kCacheLine / ptrdiff_t{sizeof(float)};
+    volatile tEntry* const to = pTo;
+    ptrdiff_t at = 0;
+    for (; at + kLineFloats <= pCount; at += kLineFloats) {
+        __builtin_prefetch(pAhead + at);
+#pragma GCC unroll 16
+        for (ptrdiff_t i = 0; i < kLineFloats; ++i)
+            to[at + i] = pTable[pIndices[at + i]];
+    }
+    LookUp(pIndices + at, pCount - at, pTable, pTo + at);
+}
+
 } // namespace Vornik
 
 #endif

@@ -97,32 +97,14 @@ SELVANE_CLONES void WidenLoop(const unsigned char* __restrict pFrom, unsigned sh
         pTo[i] = static_cast<unsigned short>(pFrom[i] * 257u);
 }
 
-/// Looks up one strip. The lines of pAhead, floats that will be needed soon, are asked for one by one among the
-/// look-ups: asked for at once, they would wait for each other.
-template <class tIndex, class tEntry>
-SELVANE_INLINE void LookUp(const tIndex* __restrict pIndices, size_t pSamples, const tEntry* __restrict pTable,
-                           const float* pAhead, tEntry* __restrict pTo)
-{
-    constexpr size_t kLineFloats = kCacheLine / sizeof(float);
-    volatile tEntry* const to = pTo; // g++ would build vectors of single entries, which takes half as long again
-    size_t at = 0;
-    for (; at + kLineFloats <= pSamples; at += kLineFloats) {
-        __builtin_prefetch(pAhead + at);
-#pragma GCC unroll 16
-        for (size_t i = 0; i < kLineFloats; ++i)
-            to[at + i] = pTable[pIndices[at + i]];
-    }
-    for (; at < pSamples; ++at)
-        to[at] = pTable[pIndices[at]];
-}
-
 template <class tSample>
 SELVANE_CLONES void DecodeLoop(const tSample* __restrict pFrom, float* __restrict pTo, size_t pSamples,
                                const float* __restrict pTable)
 {
     for (size_t start = 0; start < pSamples; start += kStripSamples) {
         float* const to = pTo + start;
-        LookUp(pFrom + start, StripLength(start, pSamples, kStripSamples), pTable, to + kAhead, to);
+        const auto count = static_cast<ptrdiff_t>(StripLength(start, pSamples, kStripSamples));
+        LookUp(pFrom + start, count, pTable, to, to + kAhead);
     }
 }
 
@@ -134,7 +116,7 @@ SELVANE_INLINE void EncodeStrip(const float* __restrict pFrom, tSample* __restri
     int index[kStripSamples];
     for (size_t i = 0; i < pSamples; ++i)
         index[i] = UnitIndex(pFrom[i]);
-    LookUp(index, pSamples, pTable, pAhead, pTo);
+    LookUp(index, static_cast<ptrdiff_t>(pSamples), pTable, pTo, pAhead);
 }
 
 template <class tSample>
@@ -156,7 +138,7 @@ SELVANE_CLONES void DecodeTransformLoop(const tSample* __restrict pFrom, float* 
     for (size_t start = 0; start < pPixels; start += kStrip) {
         const size_t count = StripLength(start, pPixels, kStrip);
         float* const to = pTo + 3 * start;
-        LookUp(pFrom + 3 * start, 3 * count, pTable, to + kAhead, linear);
+        LookUp(pFrom + 3 * start, static_cast<ptrdiff_t>(3 * count), pTable, linear, to + kAhead);
         for (size_t i = 0; i < count; ++i)
             // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): the loop before has filled the strip
             TransformPixel(pMatrix, linear[3 * i + 2], linear[3 * i + 1], linear[3 * i], to[3 * i], to[3 * i + 1],
