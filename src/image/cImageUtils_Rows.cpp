@@ -18,12 +18,12 @@ namespace Vornik::Rows
 namespace
 {
 
-constexpr size_t kStrip = 128;                // pixels in a strip: a few kilobytes on the stack
-constexpr size_t kStripSamples = 3 * kStrip;  // samples in a strip
-constexpr size_t kAhead = 1024;               // floats from a strip to what is asked for meanwhile
-constexpr size_t kLanes = sLaneSums::kLanes;  // running extremes or sums side by side
-constexpr size_t kSumLanes = 96;              // running sums of distances, a multiple of the 3 channels
-constexpr size_t kRounds = 256;                // distances of bytes that a sum of 16 bits holds, or of 16 bits one of 32
+constexpr size_t kStrip = 128;               // pixels in a strip: a few kilobytes on the stack
+constexpr size_t kStripSamples = 3 * kStrip; // samples in a strip
+constexpr size_t kAhead = 1024;              // floats from a strip to what is asked for meanwhile
+constexpr size_t kLanes = sLaneSums::kLanes; // running extremes or sums side by side
+constexpr size_t kSumLanes = 96;             // running sums of distances, a multiple of the 3 channels
+constexpr size_t kRounds = 256;              // distances of bytes that a sum of 16 bits holds, or of 16 bits one of 32
 
 /// Length of the strip that begins at pStart: pStrip, or what is left of pCount.
 SELVANE_INLINE size_t StripLength(size_t pStart, size_t pCount, size_t pStrip)
