@@ -142,6 +142,7 @@ SELVANE_INLINE void Fetch(const sGridRow& pGrid, int pCount, const float* pAhead
         __builtin_prefetch(pAheadOutput + line, 1);
         const int end = std::min(line + kLine, pCount);
         for (int i = line; i < end; i++) {
+            // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult): Locate has filled the strip
             const float* at = pGrid.fCells + 2 * ptrdiff_t{pStrip.fCell[i]};
             FetchValues(at, pGrid.fStepY, pStrip.fLower[i]);
             FetchValues(at + pGrid.fStepZ, pGrid.fStepY, pStrip.fUpper[i]);
@@ -223,8 +224,8 @@ SELVANE_INLINE void MixPlane(const sGridRow& pGrid, int pZ, int pCount, sColumns
     for (int i = 0; i < pCount; i++) {
         const float* const lower = cells + 2 * ptrdiff_t{pColumns.fCell[i]};
         const float* const upper = lower + pGrid.fStepY;
-        mixed[2 * i] = Mix(pColumns.fNearX[i], lower[0], pColumns.fFarX[i], lower[2]);
-        mixed[2 * i + 1] = Mix(pColumns.fNearX[i], upper[0], pColumns.fFarX[i], upper[2]);
+        mixed[ptrdiff_t{2} * i] = Mix(pColumns.fNearX[i], lower[0], pColumns.fFarX[i], lower[2]);
+        mixed[ptrdiff_t{2} * i + 1] = Mix(pColumns.fNearX[i], upper[0], pColumns.fFarX[i], upper[2]);
     }
 }
 
@@ -290,6 +291,7 @@ SELVANE_INLINE void FetchMixed(const sColumns& pColumns, int pCount, const float
         const int end = std::min(line + kLine, pCount);
 #pragma GCC unroll 4
         for (int i = line; i < end; i++) {
+            // NOLINTNEXTLINE(clang-analyzer-core.uninitialized.Assign): MakeReady has filled the planes
             lower[i] = *reinterpret_cast<const tMixes*>(pColumns.fMixed[0] + pStrip.fAtLower[i]);
             upper[i] = *reinterpret_cast<const tMixes*>(pColumns.fMixed[0] + pStrip.fAtUpper[i]);
         }

@@ -1,7 +1,7 @@
 #ifndef SELVANE_YHMV_PIXELRECORD_H
 #define SELVANE_YHMV_PIXELRECORD_H
 
-// Byte offsets of the two pixel records, internal; cYHMVColorSpace.h draws them. Rows are processed in strips, field by
+// The bytes of the two pixel records, internal; cYHMVColorSpace.h draws them. Rows are processed in strips, field by
 // field over small arrays, so that the arithmetic between loading and storing vectorises.
 
 #include "base/Versions.h"
@@ -20,13 +20,8 @@ constexpr int kLine = 16; // pixels whose floats fill a line of the cache
 
 constexpr int kYHMVBytes = 14;
 constexpr int kYHMVLuminance = 0;
-constexpr int kYHMVHue = 4;
-constexpr int kYHMVSmallest = 6;
-constexpr int kYHMVLargest = 10;
 
 constexpr int kHMVBytes = 10;
-constexpr int kHMVSmallest = 2;
-constexpr int kHMVLargest = 6;
 
 /// The records of a scanline.
 inline unsigned char* RecordsOf(unsigned short* pScanline)
@@ -49,19 +44,6 @@ SELVANE_INLINE float LoadFloat(const unsigned char* pFrom)
 SELVANE_INLINE void StoreFloat(unsigned char* pTo, float pValue)
 {
     std::memcpy(pTo, &pValue, sizeof pValue);
-}
-
-SELVANE_INLINE int LoadHue(const unsigned char* pFrom)
-{
-    uint16_t hue = 0;
-    std::memcpy(&hue, pFrom, sizeof hue);
-    return hue;
-}
-
-SELVANE_INLINE void StoreHue(unsigned char* pTo, int pHue)
-{
-    const uint16_t hue = static_cast<uint16_t>(pHue);
-    std::memcpy(pTo, &hue, sizeof hue);
 }
 
 /// Asks for the lines of kLine records of tBytes bytes. Records are many lines for the processor to foresee, and a

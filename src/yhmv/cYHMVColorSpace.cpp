@@ -101,8 +101,8 @@ SELVANE_INLINE float AtLeastZero(float pValue)
 SELVANE_INLINE void TransformLinear(const float* pLinear, const cMatrix33& pMatrix, sPrimaries& pTo)
 {
     for (int n = 0; n < kStrip; ++n) {
-        const cVector3 linear =
-            MultiplyColumn<cVector3>(pMatrix, pLinear[3 * n + 2], pLinear[3 * n + 1], pLinear[3 * n]);
+        const float* const bgr = pLinear + ptrdiff_t{3} * n;
+        const cVector3 linear = MultiplyColumn<cVector3>(pMatrix, bgr[2], bgr[1], bgr[0]);
         pTo.fR[n] = AtLeastZero(linear.x);
         pTo.fG[n] = AtLeastZero(linear.y);
         pTo.fB[n] = AtLeastZero(linear.z);
