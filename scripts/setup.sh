@@ -1,6 +1,7 @@
 # Sourced by the other scripts: installs Debian packages when it may, and otherwise says which are missing.
 
-SELVANE_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libcli11-dev libvips-dev libopenexr-dev zlib1g-dev libtomlplusplus-dev)
+SELVANE_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libcli11-dev libvips-dev libopenexr-dev zlib1g-dev libtomlplusplus-dev
+  liblcms2-dev libheif-dev libjxl-dev libtiff-dev)
 SELVANE_TEST_PACKAGES=(libgtest-dev libgmock-dev libpng-dev clang binutils doxygen valgrind libfltk1.3-dev man-db xauth xvfb)
 
 # selvane_need PACKAGE...: makes sure that the packages are installed.
