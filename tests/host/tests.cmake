@@ -34,24 +34,30 @@ find_package(PNG REQUIRED)
 find_package(ZLIB REQUIRED)
 selvane_test(host
   Workshop.cpp
+  color/Interpret_test.cpp
+  color/Light_test.cpp
+  color/ProfileLight_test.cpp
+  command/Colors_test.cpp
   command/CommandLine_test.cpp
   command/CommandTest.cpp
   command/Equalize_test.cpp
   command/Failures_test.cpp
   command/HueCurve_test.cpp
   command/Tonemap_test.cpp command/Suggestion_test.cpp
+  picture/Border_test.cpp
   picture/ExponentPlanes_test.cpp
   picture/PngColor_test.cpp
   picture/ProfileMatch_test.cpp
   picture/Sliders_test.cpp
   read/FewBytes_test.cpp
+  read/Kinds_test.cpp
   read/OpenExrReader_test.cpp
   read/PictureReader_test.cpp
   read/RadianceReader_test.cpp
   read/VipsReader_test.cpp
   scene/Scene_test.cpp
   write/OutputFile_test.cpp)
-target_link_libraries(selvane_tests_host PRIVATE selvane_host PkgConfig::VIPS OpenEXR::OpenEXR PNG::PNG ZLIB::ZLIB)
+target_link_libraries(selvane_tests_host PRIVATE selvane_host PkgConfig::VIPS PkgConfig::LCMS PkgConfig::HEIF PkgConfig::JXL PkgConfig::TIFF OpenEXR::OpenEXR PNG::PNG ZLIB::ZLIB)
 target_compile_definitions(selvane_tests_host PRIVATE
   SELVANE_BINARY="$<TARGET_FILE:selvane>" SELVANE_SCENE="$<TARGET_FILE:selvane-scene>" SELVANE_COMMAND_VERSION="${PROJECT_VERSION}"
   SELVANE_COMMAND_PAGE="${PROJECT_SOURCE_DIR}/docs/command.md"
