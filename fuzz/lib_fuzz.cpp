@@ -512,6 +512,31 @@ void Plane(cBytes& pBytes, sProgram& pProgram)
     Check(status != SELVANE_OK || (plane >= SELVANE_PLANE_LUMINANCE && plane <= SELVANE_PLANE_DETAIL));
 }
 
+/// Measures the picture, puts frames of any values around it, and takes what comes out as settings.
+void Smooth(cBytes& pBytes, sProgram& pProgram)
+{
+    selvane_frame measured;
+    selvane_frame_init(&measured);
+    Begin(pProgram);
+    const int status = selvane_measure(pProgram.fHandle.get(), &measured);
+    CheckStatus(pProgram, status);
+    std::vector<selvane_frame> frames(static_cast<size_t>(pBytes.Int(0, 20)), measured);
+    for (selvane_frame& frame : frames) {
+        float* const values = &frame.compression; // the numbers of a frame stand one behind the other
+        const int most = pBytes.Int(0, 3);
+        for (int i = 0; i < most; i++)
+            values[pBytes.Int(0, 10 + SELVANE_FRAME_CELLS)] = pBytes.Float();
+    }
+    std::vector<selvane_frame> smooth = frames;
+    const int smoothed = selvane_smooth(nullptr, frames.data(), smooth.data(), frames.size(), pBytes.Int(-1, 40));
+    Check(smoothed == SELVANE_OK || smoothed == SELVANE_ERROR_ARGUMENT);
+    if (smoothed != SELVANE_OK) return;
+    selvane_settings settings;
+    selvane_settings_init(&settings);
+    for (const selvane_frame& frame : smooth)
+        Check(selvane_frame_to_settings(nullptr, &frame, &settings) == SELVANE_OK); // within their ranges
+}
+
 void Report(cBytes& pBytes, sProgram& pProgram)
 {
     selvane_report report{};
@@ -554,8 +579,9 @@ void Restart(cBytes& /*pBytes*/, sProgram& pProgram)
 using tStep = void (*)(cBytes&, sProgram&);
 
 /// A step that stands twice is taken twice as often.
-constexpr tStep kSteps[] = {SetPicture, SetPicture, SetSettings, SetSettings, Render, Render, Render,       Render,
-                            SetHost,    SetLimit,   ReadText,    Suggest,     Plane,  Report, AskConstants, Restart};
+constexpr tStep kSteps[] = {SetPicture, SetPicture, SetSettings,  SetSettings, Render,   Render,
+                            Render,     Render,     SetHost,      SetLimit,    ReadText, Suggest,
+                            Plane,      Report,     AskConstants, Smooth,      Restart};
 
 } // namespace
 

@@ -122,6 +122,7 @@ selvane_target Describe(sPicture& pOutput, const sArea& pArea, int pSpace)
     target.format = FormatOf(pOutput.fForm);
     target.channels = pOutput.fChannels;
     target.space = pSpace;
+    target.linear = pOutput.fForm == eFloats ? 1 : 0;
     target.row_stride = static_cast<ptrdiff_t>(RowBytes(pOutput));
     target.pixels = Row(pOutput, pArea.fTop) + PixelBytes(pOutput) * static_cast<size_t>(pArea.fLeft);
     return target;
@@ -272,17 +273,23 @@ sDeveloped Develop(const sPicture& pInput, const sLook& pLook, int pSpace, const
     return {ReasonOf(render.Handle()), WordsOf(settings, pLook), settings, ReportOf(render.Handle())};
 }
 
+std::string SettingsText(const selvane_settings& pSettings)
+{
+    const cRender render({});
+    size_t needed = 0;
+    selvane_settings_to_text(render.Handle(), &pSettings, nullptr, 0, &needed);
+    std::string text(needed, '\0');
+    Must(selvane_settings_to_text(render.Handle(), &pSettings, text.data(), text.size(), nullptr), render.Handle());
+    text.pop_back(); // the final zero
+    return text;
+}
+
 std::string SuggestionText(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning)
 {
     const cRender render(pRunning);
     SetPicture(render.Handle(), pInput, TakesEntryForm(pLook));
     const selvane_settings settings = SetSettings(render.Handle(), pLook);
-    size_t needed = 0;
-    selvane_settings_to_text(render.Handle(), &settings, nullptr, 0, &needed);
-    std::string text(needed, '\0');
-    Must(selvane_settings_to_text(render.Handle(), &settings, text.data(), text.size(), nullptr), render.Handle());
-    text.pop_back(); // the final zero
-    return text;
+    return SettingsText(settings);
 }
 
 void Equalize(const sPicture& pInput, const selvane_settings& pSettings, int pSpace, const sRunning& pRunning,

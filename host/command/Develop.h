@@ -58,12 +58,16 @@ struct sDeveloped
     selvane_report fReport{};
 };
 
-/// Renders the input into a part of the output, which has 8 or 16 bits.
+/// Renders the input into a part of the output, which has 8 or 16 bits, or floats: those become linear.
 /// @param pSpace SELVANE_SRGB to SELVANE_REC2020
 /// @param pArea of the input's size
 /// @throws cHostError, cUsageError
 sDeveloped Develop(const sPicture& pInput, const sLook& pLook, int pSpace, const sRunning& pRunning, sPicture& pOutput,
                    const sArea& pArea);
+
+/// Returns settings as text (TOML).
+/// @throws cHostError
+std::string SettingsText(const selvane_settings& pSettings);
 
 /// Returns the settings that Develop would use, as text (TOML).
 std::string SuggestionText(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning);

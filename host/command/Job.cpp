@@ -1,7 +1,6 @@
 #include "command/Job.h"
 
 #include "command/Frame.h"
-#include "write/PictureWriter.h"
 
 #include <cstdint>
 #include <utility>
@@ -60,8 +59,7 @@ std::string CommandFor(const sJob& pJob, const sDeveloped& pDeveloped)
     if (pJob.fColorSpace) command += std::string(" --color-space ") + SpaceWord(*pJob.fColorSpace);
     if (pJob.fInputSpace) command += std::string(" --input-space ") + InputSpaceWord(*pJob.fInputSpace);
     if (!pJob.fLayer.empty()) command += " --layer " + Quoted(pJob.fLayer);
-    if (pJob.fOutput.fDepth) command += " --depth " + std::to_string(*pJob.fOutput.fDepth);
-    return command;
+    return command + OutputWords(pJob.fOutput);
 }
 
 /// Share of the colour samples that pTest holds for, of 8 or 16 bits, by their high byte.
@@ -109,6 +107,33 @@ void NoteColors(const sJob& pJob, const sColor& pColor, int pSpace, const tLine&
     pNote(pJob.fInput + ": " + pColor.fWords + "; the output is in " + SpaceName(pSpace));
 }
 
+/// Returns whether the result gets another size than the picture.
+bool ChangesSize(const sOutput& pOutput, const sPicture& pPicture)
+{
+    if (!pOutput.fResize) return false;
+    const sSize size = SizeAfter(*pOutput.fResize, pPicture.fWidth, pPicture.fHeight, pOutput.fEnlarge);
+    return size.fWidth != pPicture.fWidth || size.fHeight != pPicture.fHeight;
+}
+
+/// Renders the samples of the file, or linear floats if the size is still to change. Takes the border off the input.
+sPicture Rendered(const sJob& pJob, sPicture& pInput, const sRunning& pRunning, sDone& pDone)
+{
+    const sStorage storage = StorageFor(pJob.fOutput, pInput, pDone.fSpace, {}, pJob.fThreads);
+    sPicture output = Blank(pInput, ChangesSize(pJob.fOutput, pInput) ? eFloats : FormFor(storage.fDepth));
+    const sFrame frame = FrameFor(pJob, pInput);
+    pDone.fDeveloped = Develop(pInput, pJob.fLook, pDone.fSpace, pRunning, output, frame.fInside);
+    PutFrame(frame, pDone.fSpace, output);
+    return output;
+}
+
+/// Gives linear floats their size and the samples of the file.
+void Finish(const sOutput& pOutput, const sStorage& pStorage, sPicture& pPicture)
+{
+    if (pPicture.fForm != eFloats) return;
+    const sSize size = SizeAfter(*pOutput.fResize, pPicture.fWidth, pPicture.fHeight, pOutput.fEnlarge);
+    pPicture = EncodedFrom(Resized(pPicture, size), pStorage.fSpace, FormFor(pStorage.fDepth));
+}
+
 void Tell(const sJobHooks& pHooks, eJobStage pStage, float pShare)
 {
     if (pHooks.fProgress && !pHooks.fProgress(pStage, pShare)) throw cHostError("cancelled");
@@ -139,7 +164,7 @@ void CheckJob(const sJob& pJob)
     CheckLook(pJob.fLook);
     if (pJob.fInputSpace && TakesEntryForm(pJob.fLook))
         throw cUsageError("--input-space does not go with --exact and --white-point: there --color-space is both");
-    CheckDepth(pJob.fOutput, KindFor(pJob.fOutput.fPath));
+    CheckOutputKind(pJob.fOutput);
 }
 
 sPicture ReadFor(const sJob& pJob, const tLine& pLine)
@@ -160,7 +185,6 @@ sDone RunJob(const sJob& pJob, const sJobHooks& pHooks)
     const tLine line = pHooks.fLine ? pHooks.fLine : [](const std::string&) {};
     CheckJob(pJob);
     CheckOutput(pJob.fInput, pJob.fOutput);
-    const eFileKind kind = KindFor(path);
 
     Tell(pHooks, eJobReads, 0.0F);
     sPicture input = ReadFor(pJob, line);
@@ -170,17 +194,15 @@ sDone RunJob(const sJob& pJob, const sJobHooks& pHooks)
     NoteColors(pJob, input.fColor, done.fSpace, pHooks.fNote);
     done.fWidth = input.fWidth;
     done.fHeight = input.fHeight;
-    sPicture output = Blank(input, kind, DepthFor(pJob.fOutput, kind, input.fForm));
-    About(pJob.fInput, [&] {
-        const sFrame frame = FrameFor(pJob, input);
-        done.fDeveloped = Develop(input, pJob.fLook, done.fSpace, RunningOf(pJob, pHooks), output, frame.fInside);
-        PutFrame(frame, done.fSpace, output);
-    });
+    sPicture output = About(pJob.fInput, [&] { return Rendered(pJob, input, RunningOf(pJob, pHooks), done); });
     done.fCommand = CommandFor(pJob, done.fDeveloped);
+    const sStorage storage =
+        StorageFor(pJob.fOutput, input, done.fSpace, SettingsText(done.fDeveloped.fSettings), pJob.fThreads);
     input.fPixels = {}; // frees memory for the encoded file
+    About(path, [&] { Finish(pJob.fOutput, storage, output); });
     if (!pJob.fLook.fExact) WarnOfEmptiness(output, path, line);
     Tell(pHooks, eJobWrites, 0.0F);
-    About(path, [&] { WritePicture(output, done.fSpace, kind, path); });
+    Write(output, storage, path, line);
     Tell(pHooks, eJobWrites, 1.0F);
     return done;
 }

@@ -12,6 +12,10 @@
 #include "command/Tonemap.h"
 #include "picture/Errors.h"
 #include "picture/Sliders.h"
+#include "shell/Defaults.h"
+#include "shell/HelpText.h"
+#include "shell/ShellOptions.h"
+#include "write/OutputOptions.h"
 #include "write/UnfinishedFile.h"
 
 #include <CLI/CLI.hpp>
@@ -29,18 +33,6 @@ constexpr int kMostThreads = 256;
 void AddInput(CLI::App& pCommand, std::string& pInput)
 {
     pCommand.add_option("INPUT", pInput, "picture to read")->required();
-}
-
-CLI::Option* AddOutput(CLI::App& pCommand, sOutput& pOutput)
-{
-    CLI::Option* const output =
-        pCommand.add_option("-o,--output", pOutput.fPath, "picture to write: .png, .tif, .tiff, .jpg or .jpeg");
-    pCommand.add_flag("--force", pOutput.fForce, "write the output even where it is the input");
-    pCommand
-        .add_option("--depth", pOutput.fDepth,
-                    "bits of an output sample (default: 8 for JPEG and 8-bit input, else 16)")
-        ->check(CLI::IsMember({8, 16}));
-    return output;
 }
 
 void AddColorSpace(CLI::App& pCommand, std::optional<int>& pSpace)
@@ -140,8 +132,15 @@ void AddLook(CLI::App& pCommand, sTonemapOptions& pOptions)
 void AddTonemap(CLI::App& pApp, sTonemapOptions& pOptions)
 {
     CLI::App* const command = pApp.add_subcommand("tonemap", "turn a high-dynamic-range picture into one for display");
+    command->footer("Examples:\n"
+                    "  selvane tonemap photo.exr -o photo.jpg                   looks at the picture and chooses\n"
+                    "  selvane tonemap photo.exr -o photo.jpg --exposure 0.5    the same, half a stop brighter\n"
+                    "  selvane tonemap photo.exr -o photo.jpg --preset soft     another character\n"
+                    "  selvane tonemap photo.exr --suggest > photo.toml         the chosen settings as a file\n"
+                    "  selvane tonemap other.exr -o other.jpg --settings photo.toml");
     AddInput(*command, pOptions.fJob.fInput);
-    AddOutput(*command, pOptions.fJob.fOutput);
+    AddOutputOptions(*command, pOptions.fJob.fOutput);
+    AddResizeOptions(*command, pOptions.fJob.fOutput);
     AddLook(*command, pOptions);
     AddSliders(*command, pOptions.fJob);
     AddCrop(*command, pOptions.fJob.fCrop);
@@ -155,6 +154,9 @@ void AddTonemap(CLI::App& pApp, sTonemapOptions& pOptions)
 void AddStats(CLI::App& pApp, sTonemapOptions& pOptions)
 {
     CLI::App* const command = pApp.add_subcommand("stats", "print the black and white point that tonemap --exact uses");
+    command->footer("Examples:\n"
+                    "  selvane stats photo.exr\n"
+                    "  selvane stats photo.exr --white-clip 20 --black-clip 0.5");
     AddInput(*command, pOptions.fJob.fInput);
     AddSliders(*command, pOptions.fJob);
     AddCrop(*command, pOptions.fJob.fCrop);
@@ -167,8 +169,11 @@ void AddStats(CLI::App& pApp, sTonemapOptions& pOptions)
 void AddEqualize(CLI::App& pApp, sEqualizeOptions& pOptions)
 {
     CLI::App* const command = pApp.add_subcommand("equalize", "apply hue curves to a finished picture");
+    command->footer("Examples:\n"
+                    "  selvane equalize photo.png -o cooler.png --hue-shift 0:0.5,0.33:0.6,1:0.5\n"
+                    "  selvane equalize photo.png -o vivid.png --saturation 0:0.6");
     AddInput(*command, pOptions.fInput);
-    AddOutput(*command, pOptions.fOutput)->required();
+    AddOutputOptions(*command, pOptions.fOutput)->required();
     command->add_option("--hue-shift", pOptions.fHueShift, "points HUE:VALUE,... from 0 to 1; 0.5 changes nothing");
     command->add_option("--saturation", pOptions.fSaturation, "points HUE:VALUE,...");
     command->add_option("--lightness", pOptions.fLightness, "points HUE:VALUE,...");
@@ -180,37 +185,41 @@ void AddEqualize(CLI::App& pApp, sEqualizeOptions& pOptions)
 
 /// Prints help and version on standard output and returns 0. Any other parse error is one line and a wrong command
 /// line.
-int ReportParse(const CLI::App& pApp, const CLI::ParseError& pError)
+int ReportParse(const CLI::App& pApp, const CLI::ParseError& pError, const std::vector<std::string>& pWords)
 {
     if (pError.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return pApp.exit(pError);
-    Report(std::string(pError.what()) + " (selvane --help lists what there is)");
+    Report(WordsFor(pApp, pError, pWords));
     return kWrongCommandLine;
 }
 
-/// Refuses a first word that is no subcommand, by name. The parser would only say that the subcommand is missing.
-void CheckSubcommand(const CLI::App& pApp, const std::string& pWord)
+/// CLI11 takes the words from the last to the first, without the name of the program.
+void Parse(CLI::App& pApp, const std::vector<std::string>& pWords)
 {
-    const auto named = [&](const CLI::App* pCommand) { return pCommand->check_name(pWord); };
-    if (!pWord.starts_with('-') && pApp.get_subcommands(named).empty())
-        throw cUsageError(pWord + " is no subcommand (selvane --help lists what there is)");
+    const std::vector<std::string> words = WithDefaults(pApp, pWords);
+    pApp.parse(std::vector<std::string>(words.rbegin(), words.rend() - 1));
 }
 
-int Run(int pCount, char** pWords)
+int Run(const std::vector<std::string>& pWords)
 {
     CLI::App app("Selvane, a local tone mapper for high-dynamic-range photographs", "selvane");
     app.set_version_flag("--version", "selvane " SELVANE_COMMAND_VERSION);
+    app.set_help_flag("-h,--help", "print this page");
+    app.formatter(std::make_shared<cHelpText>());
+    app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     app.require_subcommand(1);
     sTonemapOptions tonemap;
     sTonemapOptions stats;
     sEqualizeOptions equalize;
+    sShellOptions shell{.fVersion = SELVANE_COMMAND_VERSION, .fName = {}, .fValue = {}, .fUnset = {}, .fShell = {}, .fPage = {}};
     AddTonemap(app, tonemap);
     AddStats(app, stats);
     AddEqualize(app, equalize);
-    if (pCount > 1) CheckSubcommand(app, pWords[1]);
+    AddShell(app, shell);
+    CheckSubcommand(app, pWords);
     try {
-        app.parse(pCount, pWords);
+        Parse(app, pWords);
     } catch (const CLI::ParseError& error) {
-        return ReportParse(app, error);
+        return ReportParse(app, error, pWords);
     }
     return 0;
 }
@@ -222,7 +231,7 @@ int main(int pCount, char** pWords)
     OpenStandardStreams();
     CatchSignals();
     try {
-        const int status = Run(pCount, pWords);
+        const int status = Run({pWords, pWords + pCount});
         FlushStandardOutput();
         return status;
     } catch (const cUsageError& failure) {

@@ -165,13 +165,6 @@ sColorNotes NotesOf(VipsImage* pImage, const sVipsKind& pKind, const tBytes& pBy
     return notes;
 }
 
-void ReadMetadata(VipsImage* pImage, sPicture& pPicture)
-{
-    pPicture.fMetadata = {.fExif = Block(pImage, VIPS_META_EXIF_NAME),
-                          .fIptc = Block(pImage, VIPS_META_IPTC_NAME),
-                          .fXmp = Block(pImage, VIPS_META_XMP_NAME)};
-}
-
 /// Bands beside grey or red, green and blue.
 int FurtherBands(VipsImage* pImage)
 {
@@ -198,7 +191,6 @@ sPicture ReadThroughVips(const sVipsKind& pKind, const tBytes& pBytes, const sRe
     const tVipsImage image = Upright(std::move(loaded), pKind, pBytes);
     picture.fWidth = vips_image_get_width(image.get());
     picture.fHeight = vips_image_get_height(image.get());
-    ReadMetadata(image.get(), picture);
     WarnOfDroppedBands(image.get(), picture);
     ReadPixels(image.get(), picture);
     Interpret(picture, NotesOf(image.get(), pKind, pBytes), pOptions);

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
+#include <mutex>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -67,10 +68,17 @@ void SyncFolder(const std::string& pFolder)
     ::close(folder);
 }
 
+void CheckNoTerminal()
+{
+    if (::isatty(STDOUT_FILENO) == 1)
+        throw cUsageError("standard output is a terminal; send it to a file or a program");
+}
+
 } // namespace
 
 void CheckWritable(const std::string& pPath)
 {
+    if (pPath == "-") return CheckNoTerminal();
     const std::string target = Resolved(pPath);
     struct stat facts
     {
@@ -87,6 +95,9 @@ void CheckWritable(const std::string& pPath)
 
 void WriteFile(const std::string& pPath, const std::vector<std::span<const unsigned char>>& pPieces)
 {
+    static std::mutex
+        oneAtATime; // an unfinished file must be the only one, and the mask of permissions is of the process
+    const std::lock_guard lock(oneAtATime);
     const std::string target = Resolved(pPath);
     const std::string folder = FolderOf(target);
     cUnfinishedFile file(folder);
@@ -95,6 +106,16 @@ void WriteFile(const std::string& pPath, const std::vector<std::span<const unsig
     file.Finish(ModeFor(file.Descriptor(), target));
     file.RenameTo(target);
     SyncFolder(folder);
+}
+
+void WriteStandardOutput(std::span<const unsigned char> pBytes)
+{
+    while (!pBytes.empty()) {
+        const ssize_t written = ::write(STDOUT_FILENO, pBytes.data(), pBytes.size());
+        if (written < 0 && errno == EINTR) continue;
+        if (written < 0) CannotWrite(errno);
+        pBytes = pBytes.subspan(static_cast<size_t>(written));
+    }
 }
 
 } // namespace SelvaneHost

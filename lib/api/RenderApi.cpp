@@ -53,7 +53,7 @@ void RenderInto(selvane& pHandle, sKept& pKept, const selvane_target& pTarget, c
 
 selvane_target CheckedTarget(const selvane_target* pTarget)
 {
-    const selvane_target target = TakeRecord(pTarget, EmptyTarget());
+    const selvane_target target = TakeRecord(pTarget, EmptyTarget(), kFirstTargetSize);
     LayoutOf(target);
     CheckTarget(target);
     return target;

@@ -110,7 +110,7 @@ int selvane_set_memory_limit(selvane* handle, uint64_t bytes)
 int selvane_profile(int space, int linear, const unsigned char** bytes, size_t* size)
 {
     return Guarded(nullptr, [&] {
-        Require(space >= SELVANE_SRGB && space <= SELVANE_REC2020, "space is none of a target");
+        Require(space >= SELVANE_SRGB && space <= SELVANE_REC2020, "space has no profile");
         Require(linear == 0 || linear == 1, "linear is neither 0 nor 1");
         Require(bytes != nullptr && size != nullptr, "bytes or size is null");
         const sProfile profile = ProfileOf(space, linear != 0);

@@ -285,16 +285,17 @@ typedef struct selvane_target
     size_t struct_size;
     int32_t width; /* as the picture, or as selvane_preview_size says */
     int32_t height;
-    int32_t format;       /* SELVANE_U8, SELVANE_U16, SELVANE_F16 or SELVANE_F32; floats are 0 to 1 */
-    int32_t channels;     /* 3 or 4; 0 is 3. A fourth channel gets the picture's alpha, or the largest value */
-    int32_t order;        /* selvane_order */
-    int32_t space;        /* selvane_primaries: SELVANE_SRGB to SELVANE_REC2020 */
-    int32_t linear;       /* 1: samples stay linear; 0: encoded with the space's curve */
-    int32_t dither;       /* 1: 8-bit samples are dithered by an ordered pattern of 8 x 8 pixels, else 0 */
-    void* pixels;         /* first sample of the top left pixel */
+    int32_t format;   /* SELVANE_U8, SELVANE_U16, SELVANE_F16 or SELVANE_F32; floats are 0 to 1 */
+    int32_t channels; /* 3 or 4; 0 is 3. A fourth channel gets the picture's alpha, or the largest value */
+    int32_t order;    /* selvane_order */
+    int32_t space;    /* selvane_primaries */
+    int32_t linear;   /* 1: samples stay linear; 0: encoded with the space's curve. ACES and custom ones have none */
+    int32_t dither;   /* 1: 8-bit samples are dithered by an ordered pattern of 8 x 8 pixels, else 0 */
+    void* pixels;     /* first sample of the top left pixel */
     ptrdiff_t row_stride; /* bytes, as in selvane_picture */
     ptrdiff_t pixel_stride;
     ptrdiff_t channel_stride;
+    float chromaticities[8]; /* of SELVANE_CUSTOM: x and y of red, green, blue, white */
 } selvane_target;
 
 /* Fills a record with zeros and its size. */
@@ -385,6 +386,74 @@ typedef enum selvane_plane
 /* Copies a plane of the latest render of the whole picture: width * height floats in decades. row_stride in bytes; 0:
  * no gaps. Computes the plane if no render has. */
 SELVANE_FUNCTION int selvane_get_plane(selvane* handle, int plane, float* values, ptrdiff_t row_stride);
+
+/* ---- Pictures over time ------------------------------------------------------------------------------------- */
+
+/*
+ * A film or a time-lapse flickers if each frame is rendered with the settings and the points of its own. So measure
+ * every frame first, smooth what was measured, and render with that:
+ *
+ *     selvane_measure(h, &frames[i]);                       // for every frame, with its picture set
+ *     selvane_smooth(NULL, frames, frames, count, 0);       // once
+ *     selvane_frame_to_settings(NULL, &frames[i], &s);      // for every frame, with its picture set again
+ *     selvane_set_settings(h, &s);
+ *     selvane_render(h, &target);
+ *
+ * The frames can be measured and rendered in any order, on several handles, and on several machines.
+ */
+
+#define SELVANE_FRAME_CELLS 64
+
+/* What is smoothed over time: the sliders of a frame as they stand, its points, and a tiny picture by which cuts are
+ * found. Ranges are those of selvane_settings. */
+typedef struct selvane_frame
+{
+    size_t struct_size;
+    float compression;
+    float smoothness;
+    float radius;
+    float adaptation;
+    float white_clip;
+    float black_clip;
+    float exposure;
+    float contrast;
+    float saturation;
+    float black_point; /* luminance that becomes black, of a render with these sliders */
+    float white_point; /* luminance that becomes white; 0 for a picture of a single tone, which has no points */
+    float cells[SELVANE_FRAME_CELLS]; /* mean logarithm of luminance of 8 x 8 parts of the picture, by rows */
+    int32_t cut;                      /* written by selvane_smooth: 1 if a new shot begins with this frame, else 0 */
+    int32_t odd;                      /* written by selvane_smooth: 1 if the frame was left out of the means, else 0 */
+    int32_t reserved;                 /* 0 */
+} selvane_frame;
+
+/* Fills a record with zeros and its size. */
+SELVANE_FUNCTION void selvane_frame_init(selvane_frame* frame);
+
+/* Measures the picture with the present settings: the sliders that a render uses, and the points that it finds. Does
+ * everything of a render but the samples; a render that follows with the same settings takes the results. Set
+ * struct_size before. */
+SELVANE_FUNCTION int selvane_measure(selvane* handle, selvane_frame* frame);
+
+/*
+ * Smooths the frames of a sequence, which stand in the order of time.
+ *
+ * A cut is where the picture changes everywhere at once and does not change back with the next frame. Nothing is
+ * smoothed across it: the frames of a shot come out as if the shot were alone. Up to four frames in a row that stand
+ * out from the frames around them count in no mean, and get the values of their neighbours. Luminances are averaged as
+ * logarithms, under a window that falls to both sides as a raised cosine. Equal frames stay as they are.
+ *
+ * @param handle  receives the text of a failure; may be null
+ * @param frames  count records, one behind the other, all with the struct_size of the first; count may be 0
+ * @param smooth  receives as many; may be frames itself. Set the struct_size of all before
+ * @param window  frames that count for one, 1 to 100000, with as many before it as behind it; 1 smooths nothing, 0 is 25
+ */
+SELVANE_FUNCTION int selvane_smooth(const selvane* handle, const selvane_frame* frames, selvane_frame* smooth,
+                                    size_t count, int window);
+
+/* Puts the sliders and points of a frame into settings, with automatic 0. What a frame does not hold stays: wrap and
+ * the curves over hue. Set struct_size of settings before. handle receives the text of a failure and may be null. */
+SELVANE_FUNCTION int selvane_frame_to_settings(const selvane* handle, const selvane_frame* frame,
+                                               selvane_settings* settings);
 
 /* ---- Callbacks and limits ----------------------------------------------------------------------------------- */
 

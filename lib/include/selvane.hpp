@@ -71,6 +71,12 @@ inline selvane_target Target()
     selvane_target_init(&target);
     return target;
 }
+inline selvane_frame Frame()
+{
+    selvane_frame frame;
+    selvane_frame_init(&frame);
+    return frame;
+}
 
 /// Describes samples that stand one behind the other, without gaps. The pixels are borrowed until SetPicture returns.
 /// @param pChannels 3, or 4 with alpha
@@ -147,6 +153,17 @@ inline uint64_t EstimateMemory(const selvane_picture& pPicture)
     return bytes;
 }
 
+/// Smooths the frames of a sequence, which stand in the order of time.
+/// @param pWindow frames that count for one; 0 is the library's choice
+inline std::vector<selvane_frame> Smooth(const std::vector<selvane_frame>& pFrames, int pWindow = 0)
+{
+    std::vector<selvane_frame> smooth(pFrames.size(), Frame());
+    const std::unique_ptr<selvane, void (*)(selvane*)> handle(selvane_new(), selvane_free); // has the text of a failure
+    const int status = selvane_smooth(handle.get(), pFrames.data(), smooth.data(), pFrames.size(), pWindow);
+    if (status != SELVANE_OK) throw cError(status, handle ? selvane_error(handle.get()) : selvane_status_text(status));
+    return smooth;
+}
+
 /// A handle that frees itself. It can be moved, but not copied; one that was moved from can only be assigned or
 /// deleted.
 ///
@@ -189,6 +206,22 @@ public:
         selvane_settings settings = Settings();
         Check(selvane_effective_settings(Handle(), &settings));
         return settings;
+    }
+
+    /// Measures the picture with the present settings, as a frame of a sequence.
+    selvane_frame Measure()
+    {
+        selvane_frame frame = Frame();
+        Check(selvane_measure(Handle(), &frame));
+        return frame;
+    }
+
+    /// Takes the sliders and points of a frame; the rest of the settings stays.
+    void SetFrame(const selvane_frame& pFrame)
+    {
+        selvane_settings settings = GetSettings();
+        Check(selvane_frame_to_settings(Handle(), &pFrame, &settings));
+        SetSettings(settings);
     }
 
     std::string ToText(const selvane_settings& pSettings) const

@@ -105,13 +105,18 @@ double cKeptRender::SplitWeightFor(const selvane_settings& pSettings) const
     return (fMeasured ? 0.0 : kMeasureWeight) + (fSplit == SplitKeyOf(pSettings) ? 0.0 : kSplitWeight);
 }
 
-double cKeptRender::WeightFor(const selvane_settings& pSettings) const
+double cKeptRender::PointsWeightFor(const selvane_settings& pSettings) const
 {
     const double split = SplitWeightFor(pSettings);
     const bool maps = split > 0.0 || fMap != MapKeyOf(pSettings);
     const bool findsPoints = maps || fPoints != PointsKeyOf(pSettings);
-    const double counting = fCounting == nullptr ? 0.0 : fCounting->WeightFor(pSettings) - kWriteWeight;
-    return counting + split + (maps ? kMapWeight : 0.0) + (findsPoints ? kPointsWeight : 0.0) + kWriteWeight;
+    const double counting = fCounting == nullptr ? 0.0 : fCounting->PointsWeightFor(pSettings);
+    return counting + split + (maps ? kMapWeight : 0.0) + (findsPoints ? kPointsWeight : 0.0);
+}
+
+double cKeptRender::WeightFor(const selvane_settings& pSettings) const
+{
+    return PointsWeightFor(pSettings) + kWriteWeight;
 }
 
 void cKeptRender::Allocate()
@@ -352,7 +357,7 @@ sFinalPass cKeptRender::FinalPass(const selvane_settings& pSettings, bool pOwnGr
     const float black = r.fBlack;
     const float white = black + (r.fWhite - black) * std::exp2(-pSettings.exposure);
     sFinalPass pass{.fFromXYZ = Vornik::ProPhotoFromPCS(),
-                    .fToTarget = Vornik::Multiply(FromXYZ(pTarget.space), r.fWorkToPCS),
+                    .fToTarget = Vornik::Multiply(FromXYZ(pTarget.space, pTarget.chromaticities), r.fWorkToPCS),
                     .fIntensity = {pOwnGrey ? std::exp2(pSettings.exposure) : Vornik::ExposureScale(r),
                                    InverseRange(pSettings, black, white), black},
                     .fContrast = Contrast(pSettings, pOwnGrey),
@@ -377,12 +382,17 @@ void cKeptRender::Both(void (cKeptRender::*pStep)(const selvane_settings&, cRun&
     (this->*pStep)(pSettings, pRun);
 }
 
-void cKeptRender::Render(const selvane_settings& pSettings, bool pOwnGrey, const selvane_target& pTarget,
-                         const sLayout& pLayout, cRun& pRun)
+void cKeptRender::FindAllPoints(const selvane_settings& pSettings, cRun& pRun)
 {
     Both(&cKeptRender::Split, pSettings, pRun);
     Both(&cKeptRender::Map, pSettings, pRun);
     Both(&cKeptRender::FindPoints, pSettings, pRun);
+}
+
+void cKeptRender::Render(const selvane_settings& pSettings, bool pOwnGrey, const selvane_target& pTarget,
+                         const sLayout& pLayout, cRun& pRun)
+{
+    FindAllPoints(pSettings, pRun);
     pRun.Begin(SELVANE_STAGE_WRITE, kWriteWeight);
     const bool ownGrey = pOwnGrey && (fFlat || fPicture.fStatistics.fFlat);
     const float* luminance = fFlat || ownGrey ? nullptr : fLuminance.get();

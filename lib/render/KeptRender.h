@@ -48,6 +48,15 @@ public:
     /// The same for Split alone.
     double SplitWeightFor(const selvane_settings& pSettings) const;
 
+    /// The same for FindAllPoints alone.
+    double PointsWeightFor(const selvane_settings& pSettings) const;
+
+    /// Computes everything but the samples of a target: base layer, new luminance, black and white point.
+    void FindAllPoints(const selvane_settings& pSettings, cRun& pRun);
+
+    /// Whether the picture has a black point and a white one above it. FindAllPoints has to come first.
+    bool HasPoints() const { return !fFlat && fRenderer->fWhite > fRenderer->fBlack; }
+
     /// Computes the logarithm and the base layer.
     void Split(const selvane_settings& pSettings, cRun& pRun);
 

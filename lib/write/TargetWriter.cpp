@@ -218,7 +218,8 @@ void cTargetTables::Prepare(const selvane_target& pTarget)
 
 void CheckTarget(const selvane_target& pTarget)
 {
-    Require(pTarget.space >= SELVANE_SRGB && pTarget.space <= SELVANE_REC2020, "space is none of a target");
+    Require(IsSpace(pTarget.space), "space is unknown");
+    Require(IsUsable(ToXYZ(pTarget.space, pTarget.chromaticities)), "chromaticities make no colour space");
     Require(pTarget.linear == 0 || pTarget.linear == 1, "linear is neither 0 nor 1");
     Require(pTarget.dither == 0 || pTarget.dither == 1, "dither is neither 0 nor 1");
     Require(pTarget.pixels != nullptr, "pixels of the target is null");

@@ -9,6 +9,7 @@
 #include "selvane.h"
 #include "yhmv/DecodeStrip.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -42,6 +43,9 @@ private:
     int fSpace = -1;
     int fLinear = 0;
 };
+
+/// Bytes of the record in the first release, before custom chromaticities.
+inline constexpr size_t kFirstTargetSize = offsetof(selvane_target, channel_stride) + sizeof(ptrdiff_t);
 
 /// @throws cFailure that names the field
 void CheckTarget(const selvane_target& pTarget);

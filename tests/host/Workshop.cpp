@@ -163,6 +163,7 @@ sRun Selvane(const std::vector<std::string>& pWords, const std::function<void()>
     if (child == 0) {
         ::dup2(out.Descriptor(), STDOUT_FILENO);
         ::dup2(err.Descriptor(), STDERR_FILENO);
+        ::setenv("SELVANE_CONFIG", "", 1); // the defaults of the person who tests are none of the tests'
         if (pPrepare) pPrepare();
         ::execv(words[0], words.data());
         ::_exit(127);

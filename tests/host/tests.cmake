@@ -44,6 +44,10 @@ selvane_test(host
   command/Failures_test.cpp
   command/HueCurve_test.cpp
   command/Tonemap_test.cpp command/Suggestion_test.cpp
+  metadata/MetadataReader_test.cpp
+  metadata/MetadataTable_test.cpp
+  metadata/OutputMetadata_test.cpp
+  metadata/Sample.cpp
   picture/Border_test.cpp
   picture/ExponentPlanes_test.cpp
   picture/PngColor_test.cpp
@@ -56,12 +60,17 @@ selvane_test(host
   read/RadianceReader_test.cpp
   read/VipsReader_test.cpp
   scene/Scene_test.cpp
-  write/OutputFile_test.cpp)
-target_link_libraries(selvane_tests_host PRIVATE selvane_host PkgConfig::VIPS PkgConfig::LCMS PkgConfig::HEIF PkgConfig::JXL PkgConfig::TIFF OpenEXR::OpenEXR PNG::PNG ZLIB::ZLIB)
+  shell/Nearest_test.cpp
+  shell/Shell_test.cpp
+  write/Output_test.cpp
+  write/OutputFile_test.cpp
+  write/PictureWriter_test.cpp
+  write/Resize_test.cpp)
+target_link_libraries(selvane_tests_host PRIVATE selvane_host selvane_shell PkgConfig::VIPS PkgConfig::LCMS PkgConfig::HEIF PkgConfig::JXL
+                                                 PkgConfig::TIFF OpenEXR::OpenEXR PNG::PNG ZLIB::ZLIB PkgConfig::EXIV2)
 target_compile_definitions(selvane_tests_host PRIVATE
   SELVANE_BINARY="$<TARGET_FILE:selvane>" SELVANE_SCENE="$<TARGET_FILE:selvane-scene>" SELVANE_COMMAND_VERSION="${PROJECT_VERSION}"
-  SELVANE_COMMAND_PAGE="${PROJECT_SOURCE_DIR}/docs/command.md"
-  SELVANE_MANUAL_PAGE="${PROJECT_SOURCE_DIR}/host/command/selvane.1.in")
+  SELVANE_COMMAND_PAGE="${PROJECT_SOURCE_DIR}/docs/command.md" SELVANE_METADATA_PAGE="${PROJECT_SOURCE_DIR}/docs/metadata.md")
 add_dependencies(selvane_tests_host selvane selvane-scene)
 if(NOT SELVANE_SANITIZE) # a sanitizer must be the first library that is loaded
   foreach(function vips_pngload_buffer vips_jpegsave_buffer fsync)

@@ -12,7 +12,7 @@ function(selvane_lib_test folder)
 endfunction()
 
 find_package(Threads REQUIRED)
-foreach(part settings api hpp)
+foreach(part settings api sequence hpp)
   if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/lib/${part}/tests.cmake)
     include(lib/${part}/tests.cmake)
   endif()

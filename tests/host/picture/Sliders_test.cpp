@@ -33,14 +33,6 @@ std::vector<std::string> Section(const char* pPage, const std::string& pAfter, c
     return lines;
 }
 
-/// Returns a line of the manual page without the escapes of hyphens.
-std::string Unescaped(std::string pLine)
-{
-    for (size_t place = 0; (place = pLine.find("\\-", place)) != std::string::npos;)
-        pLine.erase(place, 1);
-    return pLine;
-}
-
 TEST(Sliders, TheHelpHoldsTheNumbersOfTheTable)
 {
     const sSlider slider = {
@@ -84,24 +76,6 @@ TEST(Sliders, ThePageOfTheCommandHasTheTable)
         expected.push_back(std::string("| `").append(slider.fOption).append("` | ").append(Range(slider)));
     expected.insert(expected.end(), {"| `--wrap` |", "| `--threads` | 0 to 256"});
     EXPECT_EQ(rows, expected);
-}
-
-// The manual page has one paragraph per slider: a line ".BR \-\-radius ..." and below it a line with the range.
-TEST(Sliders, TheManualPageHasEachSliderWithItsRange)
-{
-    const std::string end = " \" \" \\fIN\\fR";
-    std::vector<std::string> options, texts;
-    for (const std::string& line : Section(SELVANE_MANUAL_PAGE, ".SS Sliders of tonemap and stats", ".SS ")) {
-        if (!options.empty() && texts.size() < options.size()) texts.push_back(Unescaped(line));
-        if (line.starts_with(".BR ") && line.ends_with(end))
-            options.push_back(Unescaped(line.substr(4, line.size() - 4 - end.size())));
-    }
-    ASSERT_EQ(options.size(), std::size(kSliders) + 1);
-    EXPECT_EQ(options.back(), "--threads");
-    for (size_t i = 0; i < std::size(kSliders); i++) {
-        EXPECT_EQ(options[i], kSliders[i].fOption);
-        EXPECT_THAT(texts[i], testing::ContainsRegex(Range(kSliders[i], "( [(][a-z]*[)])?") + "( |[.])"));
-    }
 }
 
 } // namespace

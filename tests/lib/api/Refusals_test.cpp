@@ -291,11 +291,18 @@ TEST_F(Refusals, APictureWhoseTransferDoesNotFit)
 TEST_F(Refusals, ChromaticitiesThatMakeNoSpace)
 {
     const float good[8] = {0.64f, 0.33f, 0.30f, 0.60f, 0.15f, 0.06f, 0.3127f, 0.3290f};
+    const auto change = [&](auto& pRecord, const std::function<void(float*)>& pChange) {
+        std::copy(good, good + 8, pRecord.chromaticities);
+        pChange(pRecord.chromaticities);
+    };
     const auto refuse = [&](const std::function<void(float*)>& pChange) {
         ExpectPictureRefused("chromaticities", [&](selvane_picture& p) {
             p.primaries = SELVANE_CUSTOM;
-            std::copy(good, good + 8, p.chromaticities);
-            pChange(p.chromaticities);
+            change(p, pChange);
+        });
+        ExpectTargetRefused("chromaticities", [&](selvane_target& t) {
+            t.space = SELVANE_CUSTOM;
+            change(t, pChange);
         });
     };
     refuse([](float* c) { std::fill(c, c + 8, 0.0f); });
@@ -456,7 +463,7 @@ TEST_F(Refusals, ATargetOfAnUnknownKind)
         ExpectTargetRefused("channels", [&](selvane_target& t) { t.channels = number; });
     for (const int number : {-1, 2, INT_MAX, INT_MIN})
         ExpectTargetRefused("order", [&](selvane_target& t) { t.order = number; });
-    for (const int number : {-1, int{SELVANE_ACES_AP0}, int{SELVANE_ACES_AP1}, int{SELVANE_CUSTOM}, INT_MAX, INT_MIN})
+    for (const int number : {-1, SELVANE_ACES_AP1 + 1, SELVANE_CUSTOM - 1, SELVANE_CUSTOM + 1, INT_MAX, INT_MIN})
         ExpectTargetRefused("space", [&](selvane_target& t) { t.space = number; });
     for (const int number : {-1, 2, INT_MAX, INT_MIN}) {
         ExpectTargetRefused("linear", [&](selvane_target& t) { t.linear = number; });

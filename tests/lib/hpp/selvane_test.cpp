@@ -92,6 +92,29 @@ selvane_settings Other()
 
 } // namespace
 
+TEST(Hpp, FramesAreMeasuredSmoothedAndTaken)
+{
+    cToneMapper mapper = Loaded();
+    std::vector<selvane_frame> frames(5, mapper.Measure());
+    EXPECT_GT(frames[0].white_point, frames[0].black_point);
+    frames[2].white_point *= 10.0f;
+    const std::vector<selvane_frame> smooth = Selvane::Smooth(frames, 5);
+    ASSERT_EQ(smooth.size(), frames.size());
+    EXPECT_EQ(smooth[2].white_point, frames[0].white_point);
+    EXPECT_EQ(smooth[2].odd, 1);
+    mapper.SetFrame(smooth[2]);
+    EXPECT_EQ(mapper.GetSettings().white_point, frames[0].white_point);
+    EXPECT_EQ(mapper.GetSettings().automatic, 0);
+    EXPECT_TRUE(Selvane::Smooth({}).empty());
+    frames[3].contrast = 1000.0f;
+    try {
+        Selvane::Smooth(frames);
+        FAIL() << "nothing was thrown";
+    } catch (const cError& error) {
+        EXPECT_STREQ(error.what(), "frame 4: contrast must lie between -100.0 and 100.0, and is 1000.0");
+    }
+}
+
 TEST(ToneMapper, GivesTheBytesOfTheCFunctions)
 {
     cToneMapper mapper = Loaded();

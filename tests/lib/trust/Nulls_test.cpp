@@ -31,6 +31,7 @@ struct sGood
         fTarget.format = SELVANE_U8;
         fTarget.pixels = fOutput;
         fReport.struct_size = sizeof fReport;
+        selvane_frame_init(&fFrame);
         for (size_t i = 0; i < sizeof fPixels; i++)
             fPixels[i] = static_cast<unsigned char>(5 * i);
         selvane_set_picture(fHandle, &fPicture);
@@ -44,6 +45,7 @@ struct sGood
     selvane_picture fPicture;
     selvane_target fTarget;
     selvane_report fReport{};
+    selvane_frame fFrame{};
     unsigned char fPixels[48];
     unsigned char fOutput[48] = {};
     char fText[4096];
@@ -117,6 +119,17 @@ const sCase kCases[] = {
      [](sGood& g) { return selvane_get_plane(nullptr, SELVANE_PLANE_BASE, g.fPlane, 0); }},
     {"selvane_get_plane", 2, eRefused,
      [](sGood& g) { return selvane_get_plane(g.fHandle, SELVANE_PLANE_BASE, nullptr, 0); }},
+    {"selvane_measure", 0, eRefused, [](sGood& g) { return selvane_measure(nullptr, &g.fFrame); }},
+    {"selvane_measure", 1, eRefused, [](sGood& g) { return selvane_measure(g.fHandle, nullptr); }},
+    {"selvane_smooth", 0, eAllowed, [](sGood& g) { return selvane_smooth(nullptr, &g.fFrame, &g.fFrame, 1, 0); }},
+    {"selvane_smooth", 1, eRefused, [](sGood& g) { return selvane_smooth(g.fHandle, nullptr, &g.fFrame, 1, 0); }},
+    {"selvane_smooth", 2, eRefused, [](sGood& g) { return selvane_smooth(g.fHandle, &g.fFrame, nullptr, 1, 0); }},
+    {"selvane_frame_to_settings", 0, eAllowed,
+     [](sGood& g) { return selvane_frame_to_settings(nullptr, &g.fFrame, &g.fSettings); }},
+    {"selvane_frame_to_settings", 1, eRefused,
+     [](sGood& g) { return selvane_frame_to_settings(g.fHandle, nullptr, &g.fSettings); }},
+    {"selvane_frame_to_settings", 2, eRefused,
+     [](sGood& g) { return selvane_frame_to_settings(g.fHandle, &g.fFrame, nullptr); }},
     {"selvane_set_progress", 0, eRefused, [](sGood&) { return selvane_set_progress(nullptr, nullptr, nullptr); }},
     {"selvane_set_progress", 1, eAllowed, [](sGood& g) { return selvane_set_progress(g.fHandle, nullptr, &g); }},
     {"selvane_set_progress", 2, eAllowed,
@@ -177,6 +190,7 @@ TEST(Nulls, FunctionsWithoutAStatus)
     selvane_picture_init(nullptr);
     selvane_settings_init(nullptr);
     selvane_target_init(nullptr);
+    selvane_frame_init(nullptr);
     EXPECT_GT(std::strlen(selvane_error(nullptr)), 0u);
     EXPECT_EQ(selvane_reason(nullptr, 0), nullptr);
 }
@@ -230,7 +244,8 @@ std::set<std::string> PointersOfTheHeader()
 TEST(Nulls, EveryPointerOfTheHeaderHasACase)
 {
     std::set<std::string> cases = {"selvane_free 0",         "selvane_error 0",         "selvane_reason 0",
-                                   "selvane_picture_init 0", "selvane_settings_init 0", "selvane_target_init 0"};
+                                   "selvane_picture_init 0", "selvane_settings_init 0", "selvane_target_init 0",
+                                   "selvane_frame_init 0"};
     for (const sCase& row : kCases)
         cases.insert(std::string(row.fFunction) + " " + std::to_string(row.fArgument));
     EXPECT_EQ(cases, PointersOfTheHeader());

@@ -77,6 +77,8 @@ void cScenario::Clear()
     Wipe(fWords);
     Wipe(fPreview);
     Wipe(fPlane);
+    for (selvane_frame& frame : fFrames)
+        selvane_frame_init(&frame);
 }
 
 int cScenario::SetPicture(selvane* pHandle) const
@@ -127,6 +129,19 @@ int cScenario::Plane(selvane* pHandle)
     return selvane_get_plane(pHandle, SELVANE_PLANE_BASE, fPlane.data(), 0);
 }
 
+int cScenario::Measure(selvane* pHandle)
+{
+    return selvane_measure(pHandle, &fFrames[0]);
+}
+
+/// A film of the measured frame, one that differs, and the same again.
+int cScenario::Smooth(selvane* pHandle)
+{
+    fFrames[1] = fFrames[2] = fFrames[0];
+    fFrames[1].contrast = 20.0f;
+    return selvane_smooth(pHandle, fFrames, fFrames, 3, 3);
+}
+
 int cScenario::Make(selvane* pHandle, int pStep)
 {
     selvane_settings settings;
@@ -157,6 +172,10 @@ int cScenario::Make(selvane* pHandle, int pStep)
         return Preview(pHandle);
     case ePlane:
         return Plane(pHandle);
+    case eMeasure:
+        return Measure(pHandle);
+    case eSmooth:
+        return Smooth(pHandle);
     default:
         return selvane_get_report(pHandle, &report);
     }
@@ -173,7 +192,8 @@ int cScenario::MakeAll(selvane* pHandle)
 bool cScenario::HasResultsOf(const cScenario& pOther) const
 {
     return SameBits(fBytes, pOther.fBytes) && SameBits(fWords, pOther.fWords) && SameBits(fPreview, pOther.fPreview) &&
-           SameBits(fPlane, pOther.fPlane) && std::strcmp(fText, pOther.fText) == 0;
+           SameBits(fPlane, pOther.fPlane) && std::memcmp(fFrames, pOther.fFrames, sizeof fFrames) == 0 &&
+           std::strcmp(fText, pOther.fText) == 0;
 }
 
 } // namespace SelvaneTest

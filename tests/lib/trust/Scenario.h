@@ -26,6 +26,8 @@ enum eStep
     eRender16,
     ePreview,
     ePlane,
+    eMeasure,
+    eSmooth,
     eReport,
     eSteps
 };
@@ -54,6 +56,8 @@ private:
     int Render16(selvane* pHandle);
     int Preview(selvane* pHandle);
     int Plane(selvane* pHandle);
+    int Measure(selvane* pHandle);
+    int Smooth(selvane* pHandle);
     int SetPicture(selvane* pHandle) const;
     int Suggest(selvane* pHandle) const;
 
@@ -66,6 +70,7 @@ private:
     std::vector<uint16_t> fWords;
     std::vector<float> fPreview;
     std::vector<float> fPlane;
+    selvane_frame fFrames[3]; ///< measured, and smoothed
 };
 
 } // namespace SelvaneTest
