@@ -80,6 +80,7 @@ sJobHooks HooksOf(const cTaskRun& pRun, const sJob& pJob, const sTelling& pTelli
     };
     hooks.fAdmit = [&pRun, &pJob](const sPicture& pInput) { return AdmitJob(pRun, pJob, pInput); };
     hooks.fLine = [&pRun](const std::string& pText) { pRun.Say(pText); };
+    if (!pTelling.fQuiet) hooks.fNote = hooks.fLine;
     if (pTelling.fVerbose) hooks.fLog = hooks.fLine;
     return hooks;
 }
@@ -96,6 +97,7 @@ sJobHooks HooksOf(cProgressShow& pShow, const sTelling& pTelling)
         return 0;
     };
     hooks.fLine = [&pShow](const std::string& pText) { pShow.Say(pText); };
+    if (!pTelling.fQuiet) hooks.fNote = hooks.fLine;
     if (pTelling.fVerbose) hooks.fLog = hooks.fLine;
     return hooks;
 }

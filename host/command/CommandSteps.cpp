@@ -1,8 +1,8 @@
 #include "command/CommandSteps.h"
 
+#include "color/Space.h"
 #include "picture/PictureLibrary.h"
 #include "read/PictureReader.h"
-#include "read/ReaderSteps.h"
 #include "write/OutputFile.h"
 
 #include <selvane.h>
@@ -47,7 +47,7 @@ void CheckOutput(const std::string& pInput, const sOutput& pOutput)
 {
     About(pOutput.fPath, [&] { CheckWritable(pOutput.fPath); });
     std::error_code ignored; // a file that does not exist is not the other one
-    if (!pOutput.fForce && std::filesystem::equivalent(pInput, pOutput.fPath, ignored))
+    if (!pOutput.fForce && std::filesystem::equivalent(pInput == "-" ? "/dev/stdin" : pInput, pOutput.fPath, ignored))
         throw cUsageError(pOutput.fPath + ": is the input itself; --force replaces it");
 }
 
@@ -72,16 +72,20 @@ eSampleForm FormFor(int pDepth)
     return pDepth == 8 ? eSamples8 : eSamples16;
 }
 
-sPicture Read(const std::string& pPath, const tLine& pLine)
+sPicture Read(const std::string& pPath, const sReadOptions& pOptions, const tLine& pLine)
 {
     StartPictureLibrary();
-    sPicture picture = About(pPath, [&] { return ReadPictureFile(pPath); });
+    sPicture picture = About(pPath, [&] { return ReadPictureFile(pPath, pOptions); });
     WarnOfAll(picture.fWarnings, pPath, pLine);
     return picture;
 }
 
-int SpaceOf(sPicture& pPicture, const std::string& pPath, std::optional<int> pChosen, const tLine& pLine)
+int SpaceOf(sPicture& pPicture, const std::string& pPath, std::optional<int> pChosen, bool pAsEntry,
+            const tLine& pLine)
 {
+    if (!pAsEntry) return pChosen.value_or(pPicture.fColor.fOutput);
+    if (pChosen.value_or(SELVANE_SRGB) > SELVANE_PROPHOTO)
+        throw cUsageError("--exact knows the spaces srgb, adobe and prophoto alone; --manual knows all");
     if (pChosen)
         SetSpace(pPicture, pChosen);
     else if (!pPicture.fColorSpaceWarning.empty())

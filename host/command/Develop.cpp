@@ -112,18 +112,25 @@ selvane_picture Describe(const sPicture& pInput)
     return picture;
 }
 
-selvane_target Describe(sPicture& pOutput, int pSpace)
+/// @param pArea the part of the output to fill
+selvane_target Describe(sPicture& pOutput, const sArea& pArea, int pSpace)
 {
     selvane_target target;
     selvane_target_init(&target);
-    target.width = pOutput.fWidth;
-    target.height = pOutput.fHeight;
+    target.width = pArea.fWidth;
+    target.height = pArea.fHeight;
     target.format = FormatOf(pOutput.fForm);
     target.channels = pOutput.fChannels;
     target.space = pSpace;
     target.linear = pOutput.fForm == eFloats ? 1 : 0;
-    target.pixels = pOutput.fPixels.data();
+    target.row_stride = static_cast<ptrdiff_t>(RowBytes(pOutput));
+    target.pixels = Row(pOutput, pArea.fTop) + PixelBytes(pOutput) * static_cast<size_t>(pArea.fLeft);
     return target;
+}
+
+sArea WholeOf(const sPicture& pPicture)
+{
+    return {pPicture.fWidth, pPicture.fHeight, 0, 0};
 }
 
 /// @param pAsTheyAre single samples that outshine everything else stay, as the engine's entry leaves them
@@ -294,12 +301,13 @@ sDeveloped DevelopedBy(selvane* pHandle, const sLook& pLook, const selvane_setti
     return developed;
 }
 
-sDeveloped Develop(const sPicture& pInput, const sLook& pLook, int pSpace, const sRunning& pRunning, sPicture& pOutput)
+sDeveloped Develop(const sPicture& pInput, const sLook& pLook, int pSpace, const sRunning& pRunning, sPicture& pOutput,
+                   const sArea& pArea)
 {
     sDeveloped developed;
     WithPicture(pInput, pLook, pRunning, [&](selvane* pHandle) {
         const selvane_settings settings = SetSettings(pHandle, pLook);
-        const selvane_target target = Describe(pOutput, pSpace);
+        const selvane_target target = Describe(pOutput, pArea, pSpace);
         Must(selvane_render(pHandle, &target), pHandle);
         developed = DevelopedBy(pHandle, pLook, settings);
     });
@@ -365,7 +373,7 @@ void Equalize(const sPicture& pInput, const selvane_settings& pSettings, int pSp
     selvane_picture picture = Describe(pInput);
     if (picture.transfer == SELVANE_TRANSFER_ENGINE)
         picture.transfer = SELVANE_TRANSFER_DEFAULT; // of finished pictures
-    const selvane_target target = Describe(pOutput, pSpace);
+    const selvane_target target = Describe(pOutput, WholeOf(pOutput), pSpace);
     Must(selvane_equalize(render.Handle(), &picture, &pSettings, &target), render.Handle());
 }
 

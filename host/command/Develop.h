@@ -78,10 +78,12 @@ sDeveloped DevelopedBy(selvane* pHandle, const sLook& pLook, const selvane_setti
 /// Settings as text (TOML).
 std::string TextOf(const selvane_settings& pSettings);
 
-/// Renders the input into the output, which has its size and 8 or 16 bits, or floats: those become linear.
+/// Renders the input into a part of the output, which has 8 or 16 bits, or floats: those become linear.
 /// @param pSpace SELVANE_SRGB to SELVANE_REC2020
+/// @param pArea of the input's size
 /// @throws cHostError, cUsageError
-sDeveloped Develop(const sPicture& pInput, const sLook& pLook, int pSpace, const sRunning& pRunning, sPicture& pOutput);
+sDeveloped Develop(const sPicture& pInput, const sLook& pLook, int pSpace, const sRunning& pRunning, sPicture& pOutput,
+                   const sArea& pArea);
 
 /// Measures the input as a frame of a sequence, with the settings that Develop would use.
 /// @throws cHostError, cUsageError
@@ -95,10 +97,6 @@ selvane_settings SettingsOf(const selvane_frame& pFrame, const std::string& pBas
 
 /// Smooths the frames of a sequence. @param pWindow frames that count for one; 0: the usual number
 std::vector<selvane_frame> SmoothFrames(const std::vector<selvane_frame>& pFrames, int pWindow);
-
-/// Returns settings as text (TOML).
-/// @throws cHostError
-std::string SettingsText(const selvane_settings& pSettings);
 
 /// Returns the settings that Develop would use, as text (TOML).
 std::string SuggestionText(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning);

@@ -1,5 +1,6 @@
 #include "command/Job.h"
 
+#include "command/Frame.h"
 #include "picture/SizeWatch.h"
 
 #include <cstdint>
@@ -84,6 +85,19 @@ void PrepareForm(const sJob& pJob, sPicture& pPicture, const tLine& pLine)
     MakeEntryForm(pPicture);
 }
 
+/// Takes the border off, unless the numbers have to be those of the engine's entry.
+sBorder FrameFor(const sJob& pJob, sPicture& pInput)
+{
+    if (TakesEntryForm(pJob.fLook)) return {{pInput.fWidth, pInput.fHeight, 0, 0}, {}};
+    return TakeFrame(pInput);
+}
+
+void NoteColors(const sJob& pJob, const sColor& pColor, int pSpace, const tLine& pNote)
+{
+    if (pColor.fWords.empty() || !pNote) return;
+    pNote(pJob.fInput + ": " + pColor.fWords + "; the output is in " + SpaceName(pSpace));
+}
+
 /// Returns whether the result gets another size than the picture.
 bool ChangesSize(const sOutput& pOutput, const sPicture& pPicture)
 {
@@ -92,12 +106,14 @@ bool ChangesSize(const sOutput& pOutput, const sPicture& pPicture)
     return size.fWidth != pPicture.fWidth || size.fHeight != pPicture.fHeight;
 }
 
-/// Renders the samples of the file, or linear floats if the size is still to change.
-sPicture Rendered(const sJob& pJob, const sPicture& pInput, const sRunning& pRunning, sDone& pDone)
+/// Renders the samples of the file, or linear floats if the size is still to change. Takes the border off the input.
+sPicture Rendered(const sJob& pJob, sPicture& pInput, const sRunning& pRunning, sDone& pDone)
 {
     const sStorage storage = StorageFor(pJob.fOutput, pInput, pDone.fSpace, {}, pRunning.fThreads);
     sPicture output = Blank(pInput, ChangesSize(pJob.fOutput, pInput) ? eFloats : FormFor(storage.fDepth));
-    pDone.fDeveloped = Develop(pInput, pJob.fLook, pDone.fSpace, pRunning, output);
+    const sBorder frame = FrameFor(pJob, pInput);
+    pDone.fDeveloped = Develop(pInput, pJob.fLook, pDone.fSpace, pRunning, output, frame.fInside);
+    PutFrame(frame, pDone.fSpace, output);
     return output;
 }
 
@@ -136,18 +152,24 @@ std::string CommandFor(const sJob& pJob, const sDeveloped& pDeveloped)
     std::string command = "selvane tonemap " + Quoted(pJob.fInput) + " -o " + Quoted(pJob.fOutput.fPath) + " " +
                           pDeveloped.fWords + CropWords(pJob.fCrop);
     if (pJob.fColorSpace) command += std::string(" --color-space ") + SpaceWord(*pJob.fColorSpace);
+    if (pJob.fInputSpace) command += std::string(" --input-space ") + InputSpaceWord(*pJob.fInputSpace);
+    if (!pJob.fLayer.empty()) command += " --layer " + Quoted(pJob.fLayer);
     return command + OutputWords(pJob.fOutput);
 }
 
 void CheckJob(const sJob& pJob)
 {
     CheckLook(pJob.fLook);
+    if (pJob.fInputSpace && TakesEntryForm(pJob.fLook))
+        throw cUsageError("--input-space does not go with --exact and --white-point: there --color-space is both");
     CheckOutputKind(pJob.fOutput);
 }
 
 sPicture ReadFor(const sJob& pJob, const tLine& pLine)
 {
-    sPicture picture = Read(pJob.fInput, pLine);
+    const sReadOptions options{
+        .fAsEntry = TakesEntryForm(pJob.fLook), .fInputSpace = pJob.fInputSpace, .fLayer = pJob.fLayer};
+    sPicture picture = Read(pJob.fInput, options, pLine);
     About(pJob.fInput, [&] {
         if (pJob.fCrop) Crop(picture, *pJob.fCrop);
         PrepareForm(pJob, picture, pLine);
@@ -185,7 +207,8 @@ sDone RunJob(const sJob& pJob, const sJobHooks& pHooks)
     int threads = 0;
     sPicture input = ReadFor(pJob, pHooks, threads);
     sDone done;
-    done.fSpace = SpaceOf(input, pJob.fInput, pJob.fColorSpace, line);
+    done.fSpace = SpaceOf(input, pJob.fInput, pJob.fColorSpace, TakesEntryForm(pJob.fLook), line);
+    NoteColors(pJob, input.fColor, done.fSpace, pHooks.fNote);
     done.fWidth = input.fWidth;
     done.fHeight = input.fHeight;
     sPicture output = About(pJob.fInput, [&] { return Rendered(pJob, input, RunningOf(pHooks, threads), done); });

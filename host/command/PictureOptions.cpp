@@ -91,8 +91,23 @@ void AddColorSpace(CLI::App& pCommand, std::optional<int>& pSpace)
     pCommand
         .add_option_function<std::string>(
             "--color-space", [&pSpace](const std::string& pName) { pSpace = SpaceOfWord(pName); },
-            "colours of input and output (default: what the file says, else srgb)")
-        ->check(CLI::IsMember({"srgb", "adobe", "prophoto"}));
+            "colours of the output; with --exact of the input too (default: as the input, or srgb)")
+        ->check(CLI::IsMember({"srgb", "adobe", "prophoto", "p3", "rec2020"}));
+}
+
+void AddInputSpace(CLI::App& pCommand, std::optional<eInputSpace>& pSpace)
+{
+    pCommand
+        .add_option_function<std::string>(
+            "--input-space", [&pSpace](const std::string& pName) { pSpace = InputSpaceOfWord(pName); },
+            "colours of the input, whatever it says of them")
+        ->check(
+            CLI::IsMember({"srgb", "adobe", "prophoto", "p3", "rec2020", "aces", "acescg", "linear", "pq", "hlg"}));
+}
+
+void AddLayer(CLI::App& pCommand, std::string& pLayer)
+{
+    pCommand.add_option("--layer", pLayer, "layer of an OpenEXR file (default: the first that has colours)");
 }
 
 } // namespace SelvaneHost

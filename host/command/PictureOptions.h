@@ -22,6 +22,8 @@ void AddSliders(CLI::App& pCommand, sJob& pJob);
 void AddThreads(CLI::App& pCommand, int& pThreads);
 void AddCrop(CLI::App& pCommand, std::optional<sArea>& pCrop);
 void AddColorSpace(CLI::App& pCommand, std::optional<int>& pSpace);
+void AddInputSpace(CLI::App& pCommand, std::optional<eInputSpace>& pSpace);
+void AddLayer(CLI::App& pCommand, std::string& pLayer);
 
 } // namespace SelvaneHost
 

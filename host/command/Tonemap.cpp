@@ -1,5 +1,6 @@
 #include "command/Tonemap.h"
 
+#include "command/Frame.h"
 #include "command/Report.h"
 #include "explain/JobReport.h"
 #include "sequence/Sequence.h"
@@ -38,7 +39,7 @@ sPicture ReadInput(const sTonemapOptions& pOptions)
 {
     const sJob& job = pOptions.fJob;
     sPicture picture = ReadFor(job, Report);
-    SpaceOf(picture, job.fInput, job.fColorSpace, Report);
+    SpaceOf(picture, job.fInput, job.fColorSpace, TakesEntryForm(job.fLook), Report);
     return picture;
 }
 
@@ -47,7 +48,8 @@ void Suggest(const sTonemapOptions& pOptions)
     const sJob& job = pOptions.fJob;
     CheckLook(job.fLook);
     if (StandsAlone(job.fLook)) throw cUsageError("--suggest does not go with --exact, --manual and --white-point");
-    const sPicture input = ReadInput(pOptions);
+    sPicture input = ReadInput(pOptions);
+    TakeFrame(input);
     const std::string text = About(job.fInput, [&] { return SuggestionText(input, job.fLook, RunningOf(pOptions)); });
     std::fwrite(text.data(), 1, text.size(), stdout);
 }
@@ -133,7 +135,8 @@ void RunStats(const sTonemapOptions& pOptions)
     const sDeveloped developed = About(options.fJob.fInput, [&] {
         sPicture unused; // the points come with a render
         AllocatePixels(unused, input.fWidth, input.fHeight, eSamples8);
-        return Develop(input, options.fJob.fLook, input.fColor.fPrimaries, RunningOf(options), unused);
+        return Develop(input, options.fJob.fLook, input.fColor.fPrimaries, RunningOf(options), unused,
+                       {input.fWidth, input.fHeight, 0, 0});
     });
     Print("black", developed.fReport.black_point);
     Print("white", developed.fReport.white_point);

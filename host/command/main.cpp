@@ -45,6 +45,8 @@ void AddPictures(CLI::App& pCommand, sTonemapOptions& pOptions)
     AddSliders(pCommand, pOptions.fJob);
     AddCrop(pCommand, pOptions.fJob.fCrop);
     AddColorSpace(pCommand, pOptions.fJob.fColorSpace);
+    AddInputSpace(pCommand, pOptions.fJob.fInputSpace);
+    AddLayer(pCommand, pOptions.fJob.fLayer);
     AddVerbose(pCommand, pOptions.fVerbose);
 }
 
@@ -111,6 +113,7 @@ void AddStats(CLI::App& pApp, sTonemapOptions& pOptions)
     AddSliders(*command, pOptions.fJob);
     AddCrop(*command, pOptions.fJob.fCrop);
     AddColorSpace(*command, pOptions.fJob.fColorSpace);
+    AddLayer(*command, pOptions.fJob.fLayer);
     AddVerbose(*command, pOptions.fVerbose);
     command->callback([&pOptions] { RunStats(pOptions); });
 }
@@ -127,6 +130,7 @@ void AddEqualize(CLI::App& pApp, sEqualizeOptions& pOptions)
     command->add_option("--saturation", pOptions.fSaturation, "points HUE:VALUE,...");
     command->add_option("--lightness", pOptions.fLightness, "points HUE:VALUE,...");
     AddColorSpace(*command, pOptions.fColorSpace);
+    AddInputSpace(*command, pOptions.fInputSpace);
     AddVerbose(*command, pOptions.fVerbose);
     command->callback([&pOptions] { RunEqualize(pOptions); });
 }

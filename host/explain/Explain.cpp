@@ -60,7 +60,7 @@ void RunExplain(const sExplainOptions& pOptions)
         facts.fWarnings.push_back(pLine);
     };
     sPicture input = ReadFor(job, line);
-    SpaceOf(input, job.fInput, job.fColorSpace, line);
+    SpaceOf(input, job.fInput, job.fColorSpace, TakesEntryForm(job.fLook), line);
     DescribeInput(job, input, facts);
     facts.fReadMilliseconds = watch.Lap();
     sPage page = Explained(pOptions, input);

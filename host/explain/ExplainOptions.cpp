@@ -27,6 +27,8 @@ void AddExplain(CLI::App& pApp, sExplainOptions& pOptions)
     AddSliders(*command, job);
     AddCrop(*command, job.fCrop);
     AddColorSpace(*command, job.fColorSpace);
+    AddInputSpace(*command, job.fInputSpace);
+    AddLayer(*command, job.fLayer);
     command->add_flag("-v,--verbose", pOptions.fVerbose, "show the lines of libselvane's log");
     command->callback([&pOptions] { RunExplain(pOptions); });
 }

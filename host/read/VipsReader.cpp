@@ -1,7 +1,7 @@
 #include "read/VipsReader.h"
 
+#include "color/Interpret.h"
 #include "picture/Errors.h"
-#include "picture/ProfileMatch.h"
 #include "picture/VipsObject.h"
 #include "read/ReaderSteps.h"
 
@@ -154,24 +154,15 @@ bool ExifSaysAdobeRgb(VipsImage* pImage)
     return std::strncmp(text, "R03", 3) == 0;
 }
 
-/// Returns the colour space that a file without a profile names.
-std::optional<int> SpaceWithoutProfile(VipsImage* pImage, const sVipsKind& pKind, const tBytes& pBytes)
+sColorNotes NotesOf(VipsImage* pImage, const sVipsKind& pKind, const tBytes& pBytes)
 {
-    if (pKind.fSaysSrgb != nullptr && pKind.fSaysSrgb(pBytes)) return SELVANE_SRGB;
-    if (ExifSaysAdobeRgb(pImage)) return SELVANE_ADOBE_RGB;
-    return std::nullopt;
-}
-
-void ReadColorSpace(VipsImage* pImage, const sVipsKind& pKind, const tBytes& pBytes, sPicture& pPicture)
-{
-    const tBytes profile = pKind.fProfile != nullptr ? pKind.fProfile(pBytes) : Block(pImage, VIPS_META_ICC_NAME);
-    if (profile.empty()) return SetSpace(pPicture, SpaceWithoutProfile(pImage, pKind, pBytes));
-    SetSpace(pPicture, std::nullopt);
-    if (pPicture.fForm == eFloats) return; // the curves of a profile do not apply to linear floats
-    SetSpace(pPicture, MatchProfile(profile));
-    if (!pPicture.fColor.fIsNamed)
-        pPicture.fColorSpaceWarning =
-            "its colour profile \"" + ProfileDescription(profile) + "\" is " + NoneOfTheThree();
+    sColorNotes notes;
+    if (pKind.fNotes != nullptr)
+        notes = pKind.fNotes(pBytes);
+    else
+        notes.fProfile = Block(pImage, VIPS_META_ICC_NAME);
+    if (!notes.fSpace && ExifSaysAdobeRgb(pImage)) notes.fSpace = SELVANE_ADOBE_RGB;
+    return notes;
 }
 
 /// Bands beside grey or red, green and blue.
@@ -188,7 +179,7 @@ void WarnOfDroppedBands(VipsImage* pImage, sPicture& pPicture)
 
 } // namespace
 
-sPicture ReadThroughVips(const sVipsKind& pKind, const tBytes& pBytes)
+sPicture ReadThroughVips(const sVipsKind& pKind, const tBytes& pBytes, const sReadOptions& pOptions)
 {
     tVipsImage loaded = Load(pKind, pBytes, VIPS_ACCESS_SEQUENTIAL);
     CheckColors(loaded.get());
@@ -200,9 +191,9 @@ sPicture ReadThroughVips(const sVipsKind& pKind, const tBytes& pBytes)
     const tVipsImage image = Upright(std::move(loaded), pKind, pBytes);
     picture.fWidth = vips_image_get_width(image.get());
     picture.fHeight = vips_image_get_height(image.get());
-    ReadColorSpace(image.get(), pKind, pBytes, picture);
     WarnOfDroppedBands(image.get(), picture);
     ReadPixels(image.get(), picture);
+    Interpret(picture, NotesOf(image.get(), pKind, pBytes), pOptions);
     return picture;
 }
 

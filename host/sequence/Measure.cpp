@@ -18,7 +18,7 @@ selvane_frame MeasureJob(const sJob& pJob, const sJobHooks& pHooks)
 {
     int threads = 0;
     sPicture input = ReadFor(pJob, pHooks, threads);
-    SpaceOf(input, pJob.fInput, pJob.fColorSpace, pHooks.fLine);
+    SpaceOf(input, pJob.fInput, pJob.fColorSpace, TakesEntryForm(pJob.fLook), pHooks.fLine);
     return About(pJob.fInput, [&] { return MeasureFrame(input, pJob.fLook, RunningOf(pHooks, threads)); });
 }
 

@@ -136,7 +136,7 @@ void RunSheet(const sSheetOptions& pOptions)
     const eFileKind kind = KindFor(job.fOutput.fPath, job.fOutput.fFormat);
     CheckOutput(job.fInput, job.fOutput);
     sPicture input = ReadFor(job, Report);
-    SpaceOf(input, job.fInput, job.fColorSpace, Report);
+    SpaceOf(input, job.fInput, job.fColorSpace, false, Report);
     const sPicture sheet = About(job.fInput, [&] { return SheetOf(pOptions, input); });
     About(job.fOutput.fPath, [&] { WritePicture(sheet, {.fKind = kind}, job.fOutput.fPath); });
 }

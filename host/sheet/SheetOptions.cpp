@@ -26,6 +26,8 @@ void AddSheet(CLI::App& pApp, sSheetOptions& pOptions)
         ->check(CLI::Range(64, 4096));
     AddCrop(*command, job.fCrop);
     AddColorSpace(*command, job.fColorSpace);
+    AddInputSpace(*command, job.fInputSpace);
+    AddLayer(*command, job.fLayer);
     AddThreads(*command, job.fThreads);
     command->add_flag("-v,--verbose", pOptions.fVerbose, "show the lines of libselvane's log");
     command->callback([&pOptions] {

@@ -35,6 +35,10 @@ find_package(PNG REQUIRED)
 find_package(ZLIB REQUIRED)
 selvane_test(host
   Workshop.cpp
+  color/Interpret_test.cpp
+  color/Light_test.cpp
+  color/ProfileLight_test.cpp
+  command/Colors_test.cpp
   command/CommandLine_test.cpp
   command/CommandTest.cpp
   command/Equalize_test.cpp
@@ -47,11 +51,13 @@ selvane_test(host
   metadata/MetadataTable_test.cpp
   metadata/OutputMetadata_test.cpp
   metadata/Sample.cpp
+  picture/Border_test.cpp
   picture/ExponentPlanes_test.cpp
   picture/PngColor_test.cpp
   picture/ProfileMatch_test.cpp
   picture/Sliders_test.cpp
   read/FewBytes_test.cpp
+  read/Kinds_test.cpp
   read/OpenExrReader_test.cpp
   read/PictureReader_test.cpp
   read/RadianceReader_test.cpp
@@ -64,8 +70,8 @@ selvane_test(host
   write/OutputFile_test.cpp
   write/PictureWriter_test.cpp
   write/Resize_test.cpp)
-target_link_libraries(selvane_tests_host PRIVATE selvane_host selvane_shell PkgConfig::VIPS OpenEXR::OpenEXR PNG::PNG ZLIB::ZLIB
-                                                 PkgConfig::EXIV2 nlohmann_json::nlohmann_json)
+target_link_libraries(selvane_tests_host PRIVATE selvane_host selvane_shell PkgConfig::VIPS PkgConfig::LCMS PkgConfig::HEIF PkgConfig::JXL
+                                                 PkgConfig::TIFF OpenEXR::OpenEXR PNG::PNG ZLIB::ZLIB PkgConfig::EXIV2 nlohmann_json::nlohmann_json)
 target_compile_definitions(selvane_tests_host PRIVATE
   SELVANE_BINARY="$<TARGET_FILE:selvane>" SELVANE_SCENE="$<TARGET_FILE:selvane-scene>" SELVANE_COMMAND_VERSION="${PROJECT_VERSION}"
   SELVANE_COMMAND_PAGE="${PROJECT_SOURCE_DIR}/docs/command.md" SELVANE_METADATA_PAGE="${PROJECT_SOURCE_DIR}/docs/metadata.md")
