@@ -1,9 +1,10 @@
 # Sourced by the other scripts: installs Debian packages when it may, and otherwise says which are missing.
 
-SELVANE_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libcli11-dev libvips-dev libopenexr-dev zlib1g-dev libtomlplusplus-dev nlohmann-json3-dev)
+SELVANE_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libcli11-dev libvips-dev libopenexr-dev zlib1g-dev libtomlplusplus-dev
+  libexiv2-dev libheif-dev libavif-dev libjxl-dev liblcms2-dev nlohmann-json3-dev)
 SELVANE_TEST_PACKAGES=(libgtest-dev libgmock-dev libpng-dev clang binutils doxygen valgrind libfltk1.3-dev man-db xauth xvfb zsh fish bsdextrautils
-  python3-jsonschema)
-SELVANE_DESKTOP_PACKAGES=(chromium chromium-driver python3-selenium) # of scripts/test --desktop
+  libimage-exiftool-perl python3-jsonschema)
+SELVANE_DESKTOP_PACKAGES=(parallel slurm-wlm munge chromium chromium-driver python3-selenium) # of scripts/test --desktop
 
 # The Python package and its tests.
 SELVANE_TEST_PACKAGES+=(python3-numpy python3-dask python3-opencv python3-imageio libfreeimage3 python3-tqdm python3-pytest python3-pip

@@ -121,6 +121,7 @@ selvane_target Describe(sPicture& pOutput, int pSpace)
     target.format = FormatOf(pOutput.fForm);
     target.channels = pOutput.fChannels;
     target.space = pSpace;
+    target.linear = pOutput.fForm == eFloats ? 1 : 0;
     target.pixels = pOutput.fPixels.data();
     return target;
 }
@@ -305,12 +306,13 @@ sDeveloped Develop(const sPicture& pInput, const sLook& pLook, int pSpace, const
     return developed;
 }
 
-std::string TextOf(const selvane_settings& pSettings)
+std::string SettingsText(const selvane_settings& pSettings)
 {
+    const cRender render({});
     size_t needed = 0;
-    Must(selvane_settings_to_text(nullptr, &pSettings, nullptr, 0, &needed), nullptr);
+    selvane_settings_to_text(render.Handle(), &pSettings, nullptr, 0, &needed);
     std::string text(needed, '\0');
-    Must(selvane_settings_to_text(nullptr, &pSettings, text.data(), text.size(), nullptr), nullptr);
+    Must(selvane_settings_to_text(render.Handle(), &pSettings, text.data(), text.size(), nullptr), render.Handle());
     text.pop_back(); // the final zero
     return text;
 }
@@ -318,8 +320,43 @@ std::string TextOf(const selvane_settings& pSettings)
 std::string SuggestionText(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning)
 {
     std::string text;
-    WithPicture(pInput, pLook, pRunning, [&](selvane* pHandle) { text = TextOf(SetSettings(pHandle, pLook)); });
+    WithPicture(pInput, pLook, pRunning, [&](selvane* pHandle) { text = SettingsText(SetSettings(pHandle, pLook)); });
     return text;
+}
+
+selvane_frame MeasureFrame(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning)
+{
+    const cRender render(pRunning);
+    SetPicture(render.Handle(), pInput, TakesEntryForm(pLook));
+    SetSettings(render.Handle(), pLook);
+    selvane_frame frame;
+    selvane_frame_init(&frame);
+    Must(selvane_measure(render.Handle(), &frame), render.Handle());
+    return frame;
+}
+
+std::string BaseText(const sLook& pLook)
+{
+    const cRender render({});
+    return SettingsText(BaseSettings(render.Handle(), pLook));
+}
+
+selvane_settings SettingsOf(const selvane_frame& pFrame, const std::string& pBaseText)
+{
+    const cRender render({});
+    selvane_settings settings;
+    selvane_settings_init(&settings);
+    Must(selvane_settings_from_text(render.Handle(), pBaseText.c_str(), &settings), render.Handle());
+    Must(selvane_frame_to_settings(render.Handle(), &pFrame, &settings), render.Handle());
+    return settings;
+}
+
+std::vector<selvane_frame> SmoothFrames(const std::vector<selvane_frame>& pFrames, int pWindow)
+{
+    const cRender render({});
+    std::vector<selvane_frame> smooth = pFrames;
+    Must(selvane_smooth(render.Handle(), pFrames.data(), smooth.data(), smooth.size(), pWindow), render.Handle());
+    return smooth;
 }
 
 void Equalize(const sPicture& pInput, const selvane_settings& pSettings, int pSpace, const sRunning& pRunning,

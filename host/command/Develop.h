@@ -75,13 +75,26 @@ selvane_settings SetSettings(selvane* pHandle, const sLook& pLook);
 /// @param pSettings as SetSettings returned them
 sDeveloped DevelopedBy(selvane* pHandle, const sLook& pLook, const selvane_settings& pSettings);
 
-/// Settings as text (TOML).
-std::string TextOf(const selvane_settings& pSettings);
-
-/// Renders the input into the output, which has its size and 8 or 16 bits.
+/// Renders the input into the output, which has its size and 8 or 16 bits, or floats: those become linear.
 /// @param pSpace SELVANE_SRGB to SELVANE_REC2020
 /// @throws cHostError, cUsageError
 sDeveloped Develop(const sPicture& pInput, const sLook& pLook, int pSpace, const sRunning& pRunning, sPicture& pOutput);
+
+/// Returns settings as text (TOML).
+/// @throws cHostError
+std::string SettingsText(const selvane_settings& pSettings);
+/// Measures the input as a frame of a sequence, with the settings that Develop would use.
+/// @throws cHostError, cUsageError
+selvane_frame MeasureFrame(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning);
+
+/// Returns the settings of the look without those that suit a picture, as text (TOML).
+std::string BaseText(const sLook& pLook);
+
+/// Returns complete settings: the sliders and points of a frame, and all else from a text that BaseText gave.
+selvane_settings SettingsOf(const selvane_frame& pFrame, const std::string& pBaseText);
+
+/// Smooths the frames of a sequence. @param pWindow frames that count for one; 0: the usual number
+std::vector<selvane_frame> SmoothFrames(const std::vector<selvane_frame>& pFrames, int pWindow);
 
 /// Returns the settings that Develop would use, as text (TOML).
 std::string SuggestionText(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning);

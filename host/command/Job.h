@@ -38,6 +38,9 @@ struct sJobHooks
     /// Takes a stage and the share of it that is done, 0 to 1. On any thread, never twice at once. Returns false to
     /// cancel the job.
     std::function<bool(eJobStage, float)> fProgress = {};
+    /// Takes the input with its size and form, before its rows take memory. May wait for memory, and may throw. Returns
+    /// the workers for the picture, as sJob::fThreads.
+    std::function<int(const sPicture&)> fAdmit = {};
     tLine fLine = {}; ///< takes warnings
     tLine fLog = {};  ///< takes the lines of libselvane's log
 };
@@ -71,6 +74,13 @@ std::string CommandFor(const sJob& pJob, const sDeveloped& pDeveloped);
 /// Reads the part of the picture that a job uses, in the form that its look needs.
 /// @throws cHostError
 sPicture ReadFor(const sJob& pJob, const tLine& pLine);
+
+/// The same as the first step of a job: tells progress, and asks to be admitted.
+/// @param pThreads receives the workers for the picture
+sPicture ReadFor(const sJob& pJob, const sJobHooks& pHooks, int& pThreads);
+
+/// How libselvane runs for a job.
+sRunning RunningOf(const sJobHooks& pHooks, int pThreads);
 
 } // namespace SelvaneHost
 

@@ -6,6 +6,7 @@
 //   2  the command line is wrong
 // Each failure is one line on the standard error stream.
 
+#include "batch/BatchOptions.h"
 #include "command/Equalize.h"
 #include "command/PictureOptions.h"
 #include "command/Report.h"
@@ -13,10 +14,12 @@
 #include "command/Tonemap.h"
 #include "explain/ExplainOptions.h"
 #include "picture/Errors.h"
+#include "sequence/SequenceOptions.h"
 #include "sheet/SheetOptions.h"
 #include "shell/Defaults.h"
 #include "shell/HelpText.h"
 #include "shell/ShellOptions.h"
+#include "write/OutputOptions.h"
 #include "write/UnfinishedFile.h"
 
 #include <CLI/CLI.hpp>
@@ -29,21 +32,20 @@ using namespace SelvaneHost;
 constexpr int kFailed = 1;
 constexpr int kWrongCommandLine = 2;
 
-CLI::Option* AddOutput(CLI::App& pCommand, sOutput& pOutput)
-{
-    CLI::Option* const output =
-        pCommand.add_option("-o,--output", pOutput.fPath, "picture to write: .png, .tif, .tiff, .jpg or .jpeg");
-    pCommand.add_flag("--force", pOutput.fForce, "write the output even where it is the input");
-    pCommand
-        .add_option("--depth", pOutput.fDepth,
-                    "bits of an output sample (default: 8 for JPEG and 8-bit input, else 16)")
-        ->check(CLI::IsMember({8, 16}));
-    return output;
-}
-
 void AddVerbose(CLI::App& pCommand, bool& pVerbose)
 {
     pCommand.add_flag("-v,--verbose", pVerbose, "show the lines of libselvane's log");
+}
+
+/// What all subcommands share that look at pictures and render them.
+void AddPictures(CLI::App& pCommand, sTonemapOptions& pOptions)
+{
+    AddLook(pCommand, pOptions.fJob.fLook);
+    pCommand.add_flag("-q,--quiet", pOptions.fQuiet, "show no progress, and do not say what was chosen");
+    AddSliders(pCommand, pOptions.fJob);
+    AddCrop(pCommand, pOptions.fJob.fCrop);
+    AddColorSpace(pCommand, pOptions.fJob.fColorSpace);
+    AddVerbose(pCommand, pOptions.fVerbose);
 }
 
 void AddTonemap(CLI::App& pApp, sTonemapOptions& pOptions)
@@ -54,18 +56,53 @@ void AddTonemap(CLI::App& pApp, sTonemapOptions& pOptions)
                     "  selvane tonemap photo.exr -o photo.jpg --exposure 0.5    the same, half a stop brighter\n"
                     "  selvane tonemap photo.exr -o photo.jpg --preset soft     another character\n"
                     "  selvane tonemap photo.exr --suggest > photo.toml         the chosen settings as a file\n"
-                    "  selvane tonemap other.exr -o other.jpg --settings photo.toml");
-    AddInput(*command, pOptions.fJob.fInput);
-    AddOutput(*command, pOptions.fJob.fOutput);
-    AddLook(*command, pOptions.fJob.fLook);
+                    "  selvane tonemap other.exr -o other.jpg --settings photo.toml\n"
+                    "  selvane tonemap *.exr --out-dir done --name '{stem}.jpg'  several pictures at once");
+    AddInputs(*command, pOptions.fBatch);
+    AddOutputs(*command, pOptions.fBatch);
+    AddOutputOptions(*command, pOptions.fJob.fOutput);
+    AddResizeOptions(*command, pOptions.fJob.fOutput);
     command->add_flag("--suggest", pOptions.fSuggest, "print the settings that suit the picture; render nothing");
+    command->add_option("--black-point", pOptions.fJob.fLook.fBlackPoint, "black point of an earlier run (see stats)");
+    command->add_option("--white-point", pOptions.fJob.fLook.fWhitePoint, "white point of an earlier run");
     AddReport(*command, pOptions.fReport);
-    command->add_flag("-q,--quiet", pOptions.fQuiet, "do not say what was chosen");
-    AddSliders(*command, pOptions.fJob);
-    AddCrop(*command, pOptions.fJob.fCrop);
-    AddColorSpace(*command, pOptions.fJob.fColorSpace);
-    AddVerbose(*command, pOptions.fVerbose);
+    command->add_option("--points", pOptions.fPoints, "settings and points of a sequence's frames (see points)");
+    command->add_flag("--exact", pOptions.fJob.fLook.fExact,
+                      "as --manual, with the numbers of the engine's entry, for scripts");
+    AddPictures(*command, pOptions);
     command->callback([&pOptions] { RunTonemap(pOptions); });
+}
+
+void AddSequence(CLI::App& pApp, sSequenceOptions& pOptions)
+{
+    CLI::App* const command =
+        pApp.add_subcommand("sequence", "turn the frames of a film or a time-lapse, without flicker");
+    command->footer("Examples:\n"
+                    "  selvane sequence frame*.exr --out-dir graded --name '{stem}.png'\n"
+                    "  selvane sequence frame*.exr --out-dir graded --window 49 --plot points.svg");
+    AddInputs(*command, pOptions.fBatch);
+    AddOutputs(*command, pOptions.fBatch);
+    AddStorageOptions(*command, pOptions.fJob.fOutput);
+    AddResizeOptions(*command, pOptions.fJob.fOutput);
+    AddSmoothing(*command, pOptions);
+    AddPictures(*command, pOptions);
+    command->callback([&pOptions] { RunSequence(pOptions); });
+}
+
+void AddPoints(CLI::App& pApp, sPointsOptions& pOptions)
+{
+    CLI::App* const command = pApp.add_subcommand("points", "measure the frames of a sequence, and join such measures");
+    command->footer("Examples:\n"
+                    "  selvane points frame*.exr -o points.json                 measures and smooths\n"
+                    "  selvane points frame0001.exr -o parts/frame0001.json     measures one, on any machine\n"
+                    "  selvane points --join parts/*.json -o points.json        puts them together and smooths\n"
+                    "  selvane tonemap --points points.json frame*.exr --out-dir graded");
+    AddInputs(*command, pOptions.fBatch);
+    command->add_option("-o,--output", pOptions.fFile, "file of points to write (.json)")->required();
+    command->add_flag("--join", pOptions.fJoin, "the inputs are files of points");
+    AddSmoothing(*command, pOptions);
+    AddPictures(*command, pOptions);
+    command->callback([&pOptions] { RunPoints(pOptions); });
 }
 
 void AddStats(CLI::App& pApp, sTonemapOptions& pOptions)
@@ -89,7 +126,7 @@ void AddEqualize(CLI::App& pApp, sEqualizeOptions& pOptions)
                     "  selvane equalize photo.png -o cooler.png --hue-shift 0:0.5,0.33:0.6,1:0.5\n"
                     "  selvane equalize photo.png -o vivid.png --saturation 0:0.6");
     AddInput(*command, pOptions.fInput);
-    AddOutput(*command, pOptions.fOutput)->required();
+    AddOutputOptions(*command, pOptions.fOutput)->required();
     command->add_option("--hue-shift", pOptions.fHueShift, "points HUE:VALUE,... from 0 to 1; 0.5 changes nothing");
     command->add_option("--saturation", pOptions.fSaturation, "points HUE:VALUE,...");
     command->add_option("--lightness", pOptions.fLightness, "points HUE:VALUE,...");
@@ -127,6 +164,8 @@ int Run(const std::vector<std::string>& pWords)
     sEqualizeOptions equalize;
     sExplainOptions explain;
     sSheetOptions sheet;
+    sSequenceOptions sequence;
+    sPointsOptions points;
     sShellOptions shell{
         .fVersion = SELVANE_COMMAND_VERSION, .fName = {}, .fValue = {}, .fUnset = {}, .fShell = {}, .fPage = {}};
     AddTonemap(app, tonemap);
@@ -134,6 +173,8 @@ int Run(const std::vector<std::string>& pWords)
     AddEqualize(app, equalize);
     AddExplain(app, explain);
     AddSheet(app, sheet);
+    AddSequence(app, sequence);
+    AddPoints(app, points);
     AddShell(app, shell);
     CheckSubcommand(app, pWords);
     try {

@@ -1,5 +1,6 @@
 #include "read/PictureReader.h"
 
+#include "metadata/MetadataReader.h"
 #include "picture/Errors.h"
 #include "read/InputFile.h"
 #include "read/JpegReader.h"
@@ -61,7 +62,9 @@ void CheckKind(const tBytes& pFirst)
 
 sPicture ReadPicture(const tBytes& pBytes)
 {
-    return ReaderFor(pBytes).fRead(pBytes);
+    sPicture picture = ReaderFor(pBytes).fRead(pBytes);
+    picture.fMetadata = ReadMetadata(pBytes, picture.fWarnings);
+    return picture;
 }
 
 sPicture ReadPictureFile(const std::string& pPath)

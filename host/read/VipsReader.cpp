@@ -174,13 +174,6 @@ void ReadColorSpace(VipsImage* pImage, const sVipsKind& pKind, const tBytes& pBy
             "its colour profile \"" + ProfileDescription(profile) + "\" is " + NoneOfTheThree();
 }
 
-void ReadMetadata(VipsImage* pImage, sPicture& pPicture)
-{
-    pPicture.fMetadata = {.fExif = Block(pImage, VIPS_META_EXIF_NAME),
-                          .fIptc = Block(pImage, VIPS_META_IPTC_NAME),
-                          .fXmp = Block(pImage, VIPS_META_XMP_NAME)};
-}
-
 /// Bands beside grey or red, green and blue.
 int FurtherBands(VipsImage* pImage)
 {
@@ -208,7 +201,6 @@ sPicture ReadThroughVips(const sVipsKind& pKind, const tBytes& pBytes)
     picture.fWidth = vips_image_get_width(image.get());
     picture.fHeight = vips_image_get_height(image.get());
     ReadColorSpace(image.get(), pKind, pBytes, picture);
-    ReadMetadata(image.get(), picture);
     WarnOfDroppedBands(image.get(), picture);
     ReadPixels(image.get(), picture);
     return picture;
