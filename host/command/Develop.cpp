@@ -314,7 +314,7 @@ sDeveloped Develop(const sPicture& pInput, const sLook& pLook, int pSpace, const
     return developed;
 }
 
-std::string TextOf(const selvane_settings& pSettings)
+std::string SettingsText(const selvane_settings& pSettings)
 {
     size_t needed = 0;
     Must(selvane_settings_to_text(nullptr, &pSettings, nullptr, 0, &needed), nullptr);
@@ -327,7 +327,7 @@ std::string TextOf(const selvane_settings& pSettings)
 std::string SuggestionText(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning)
 {
     std::string text;
-    WithPicture(pInput, pLook, pRunning, [&](selvane* pHandle) { text = TextOf(SetSettings(pHandle, pLook)); });
+    WithPicture(pInput, pLook, pRunning, [&](selvane* pHandle) { text = SettingsText(SetSettings(pHandle, pLook)); });
     return text;
 }
 
@@ -345,7 +345,7 @@ selvane_frame MeasureFrame(const sPicture& pInput, const sLook& pLook, const sRu
 std::string BaseText(const sLook& pLook)
 {
     const cRender render({});
-    return TextOf(BaseSettings(render.Handle(), pLook));
+    return SettingsText(BaseSettings(render.Handle(), pLook));
 }
 
 selvane_settings SettingsOf(const selvane_frame& pFrame, const std::string& pBaseText)

@@ -76,7 +76,7 @@ selvane_settings SetSettings(selvane* pHandle, const sLook& pLook);
 sDeveloped DevelopedBy(selvane* pHandle, const sLook& pLook, const selvane_settings& pSettings);
 
 /// Settings as text (TOML).
-std::string TextOf(const selvane_settings& pSettings);
+std::string SettingsText(const selvane_settings& pSettings);
 
 /// Renders the input into a part of the output, which has 8 or 16 bits, or floats: those become linear.
 /// @param pSpace SELVANE_SRGB to SELVANE_REC2020

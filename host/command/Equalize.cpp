@@ -39,7 +39,7 @@ void RunEqualize(const sEqualizeOptions& pOptions)
     const sReadOptions options{.fAsEntry = false, .fInputSpace = pOptions.fInputSpace, .fLayer = {}};
     sPicture input = Read(pOptions.fInput, options, Report);
     const int space = SpaceOf(input, pOptions.fInput, pOptions.fColorSpace, false, Report);
-    const sStorage storage = StorageFor(pOptions.fOutput, input, space, TextOf(settings), 0);
+    const sStorage storage = StorageFor(pOptions.fOutput, input, space, SettingsText(settings), 0);
     const sPicture output = About(pOptions.fInput, [&] {
         if (input.fForm == eExponentPlanes || input.fForm == eFloats)
             throw cHostError("holds high-dynamic-range values; tone-map it first, then equalize the result");

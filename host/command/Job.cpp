@@ -214,7 +214,7 @@ sDone RunJob(const sJob& pJob, const sJobHooks& pHooks)
     sPicture output = About(pJob.fInput, [&] { return Rendered(pJob, input, RunningOf(pHooks, threads), done); });
     done.fCommand = CommandFor(pJob, done.fDeveloped);
     const sStorage storage =
-        StorageFor(pJob.fOutput, input, done.fSpace, TextOf(done.fDeveloped.fSettings), threads);
+        StorageFor(pJob.fOutput, input, done.fSpace, SettingsText(done.fDeveloped.fSettings), threads);
     input.fPixels = {}; // frees memory for the encoded file
     About(path, [&] { Finish(pJob.fOutput, storage, output); });
     input.fMetadata = {};

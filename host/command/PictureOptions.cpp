@@ -53,9 +53,6 @@ void AddLook(CLI::App& pCommand, sLook& pLook)
     pCommand.add_option("--saturation", pLook.fSaturation, "more colour, or less below 0, -100 grey to 100")
         ->check(CLI::Range(-100.0, 100.0));
     pCommand.add_flag("--manual", pLook.fManual, "take the sliders as they stand, 0 where they are not given");
-    pCommand.add_flag("--exact", pLook.fExact, "the same with the numbers of the engine's entry, for scripts");
-    pCommand.add_option("--black-point", pLook.fBlackPoint, "black point of an earlier run (see stats)");
-    pCommand.add_option("--white-point", pLook.fWhitePoint, "white point of an earlier run");
 }
 
 void AddSliders(CLI::App& pCommand, sJob& pJob)

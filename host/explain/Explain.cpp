@@ -72,7 +72,7 @@ void RunExplain(const sExplainOptions& pOptions)
     WritePage(page, job.fOutput.fPath);
     facts.fWriteMilliseconds = watch.Lap();
     if (pOptions.fReport.empty()) return;
-    facts.fOutput = sFileFacts{job.fOutput.fPath, FileSizeOf(job.fOutput.fPath)};
+    facts.fOutput = sFileFacts{job.fOutput.fPath, FileBytes(job.fOutput.fPath)};
     WriteReport(facts, pOptions.fReport);
 }
 

@@ -43,7 +43,7 @@ void CheckReport(const std::string& pReport, const sJob& pJob)
 
 void DescribeInput(const sJob& pJob, const sPicture& pInput, sRunFacts& pFacts)
 {
-    pFacts.fInput = {pJob.fInput, FileSizeOf(pJob.fInput)};
+    pFacts.fInput = {pJob.fInput, FileBytes(pJob.fInput)};
     pFacts.fWidth = pInput.fWidth;
     pFacts.fHeight = pInput.fHeight;
     pFacts.fForm = pInput.fForm;
@@ -76,7 +76,7 @@ void cJobReport::Write(const sJob& pJob, const sDone& pDone, const std::string& 
     Watch(fStage);
     sRunFacts facts;
     DescribeInput(pJob, pDone.fInput, facts);
-    facts.fOutput = sFileFacts{pJob.fOutput.fPath, FileSizeOf(pJob.fOutput.fPath)};
+    facts.fOutput = sFileFacts{pJob.fOutput.fPath, FileBytes(pJob.fOutput.fPath)};
     facts.fCommand = pDone.fCommand;
     facts.fColorOut = SpaceName(pDone.fSpace);
     facts.fWarnings = fWarnings;

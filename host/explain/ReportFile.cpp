@@ -65,7 +65,7 @@ tJson AllSettingsJson(const sDeveloped& pDeveloped)
     tJson settings = {{"asked", SettingsJson(pDeveloped.fAsked)}, {"suggested", nullptr}};
     if (pDeveloped.fSuggested) settings["suggested"] = SettingsJson(*pDeveloped.fSuggested);
     settings["used"] = SettingsJson(pDeveloped.fSettings);
-    settings["text"] = TextOf(pDeveloped.fSettings);
+    settings["text"] = SettingsText(pDeveloped.fSettings);
     return settings;
 }
 
@@ -152,7 +152,7 @@ tJson InputJson(const sRunFacts& pFacts)
 
 } // namespace
 
-std::optional<int64_t> FileSizeOf(const std::string& pPath)
+std::optional<int64_t> FileBytes(const std::string& pPath)
 {
     std::error_code failed;
     const std::uintmax_t bytes = std::filesystem::file_size(pPath, failed);
@@ -166,7 +166,7 @@ nlohmann::ordered_json ReportOf(const sRunFacts& pFacts)
     tJson report;
     report["report_version"] = kReportVersion;
     report["program"] = {
-        {"name", "selvane"}, {"version", SELVANE_PROGRAM_VERSION}, {"library", selvane_version_text()}};
+        {"name", "selvane"}, {"version", SELVANE_COMMAND_VERSION}, {"library", selvane_version_text()}};
     report["input"] = InputJson(pFacts);
     report["output"] = pFacts.fOutput ? FileJson(*pFacts.fOutput) : tJson();
     report["command"] = pFacts.fCommand;

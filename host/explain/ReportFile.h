@@ -43,7 +43,7 @@ struct sRunFacts
 };
 
 /// @return the size of a regular file; empty for anything else
-std::optional<int64_t> FileSizeOf(const std::string& pPath);
+std::optional<int64_t> FileBytes(const std::string& pPath);
 
 nlohmann::ordered_json ReportOf(const sRunFacts& pFacts);
 

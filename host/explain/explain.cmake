@@ -1,7 +1,5 @@
 # The page of `selvane explain` and the report of a render. Frame, style and script of the page and the schema of the report are files of
 # their own, compiled in.
-find_package(nlohmann_json 3.11 REQUIRED)
-
 foreach(text SCHEMA:report.schema.json FRAME:page/explain.html STYLE:page/explain.css SCRIPT:page/explain.js)
   string(REGEX MATCH "^([A-Z]+):(.*)$" _ ${text})
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/${CMAKE_MATCH_2})
@@ -20,6 +18,4 @@ target_sources(selvane_host PRIVATE
   explain/PlainStops.cpp
   explain/ReportFile.cpp
   ${CMAKE_CURRENT_BINARY_DIR}/explain/Texts.cpp)
-target_link_libraries(selvane_host PRIVATE nlohmann_json::nlohmann_json)
-set_property(SOURCE explain/ReportFile.cpp APPEND PROPERTY COMPILE_DEFINITIONS SELVANE_PROGRAM_VERSION="${PROJECT_VERSION}")
 install(FILES ${CMAKE_CURRENT_LIST_DIR}/report.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/selvane)

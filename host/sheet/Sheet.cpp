@@ -4,7 +4,6 @@
 #include "explain/PlainStops.h"
 #include "sheet/Grid.h"
 #include "sheet/Label.h"
-#include "write/PictureWriter.h"
 
 #include <algorithm>
 #include <array>
@@ -133,12 +132,13 @@ sPicture SheetOf(const sSheetOptions& pOptions, const sPicture& pInput)
 void RunSheet(const sSheetOptions& pOptions)
 {
     const sJob& job = pOptions.fJob;
-    const eFileKind kind = KindFor(job.fOutput.fPath, job.fOutput.fFormat);
+    CheckOutputKind(job.fOutput);
     CheckOutput(job.fInput, job.fOutput);
     sPicture input = ReadFor(job, Report);
     SpaceOf(input, job.fInput, job.fColorSpace, false, Report);
     const sPicture sheet = About(job.fInput, [&] { return SheetOf(pOptions, input); });
-    About(job.fOutput.fPath, [&] { WritePicture(sheet, {.fKind = kind}, job.fOutput.fPath); });
+    const sStorage storage = StorageFor(job.fOutput, sheet, SELVANE_SRGB, {}, job.fThreads);
+    Write(sheet, storage, job.fOutput.fPath, Report);
 }
 
 } // namespace SelvaneHost

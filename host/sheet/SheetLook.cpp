@@ -61,8 +61,6 @@ sLook OptionsOf(const std::vector<std::string>& pWords, const std::string& pText
     } catch (const cUsageError& failure) {
         throw cUsageError("--look " + pText + ": " + failure.what());
     }
-    if (TakesEntryForm(job.fLook))
-        throw cUsageError("--look " + pText + ": a sheet has no --exact, --black-point and --white-point");
     return job.fLook;
 }
 

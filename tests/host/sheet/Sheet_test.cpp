@@ -175,7 +175,7 @@ TEST_F(Sheet, LooksThatMakeNoSenseAreRefused)
     ExpectFailure(Make({"--look", "night --preset clear"}), 2, "--preset");
     ExpectFailure(Make({"--look", "night --settings a.toml"}), 2,
                   "--look night --settings a.toml: --preset and --settings");
-    ExpectFailure(Make({"--look", "--exact"}), 2, "a sheet has no --exact");
+    ExpectFailure(Make({"--look", "--exact"}), 2, "--look --exact: ");
     ExpectFailure(Make({"--look", "plain --exposure 1"}), 2, "plain has no options");
     ExpectFailure(Make({"--look", "'night"}), 2, "--look 'night: ");
     ExpectFailure(Make({"--look", ""}), 2, "--look");
