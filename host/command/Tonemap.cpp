@@ -15,7 +15,9 @@ namespace
 
 sJobHooks HooksOf(const sTonemapOptions& pOptions)
 {
-    return {.fLine = Report, .fNote = pOptions.fQuiet ? tLine() : tLine(Report), .fLog = pOptions.fVerbose ? tLine(Report) : tLine()};
+    return {.fLine = Report,
+            .fNote = pOptions.fQuiet ? tLine() : tLine(Report),
+            .fLog = pOptions.fVerbose ? tLine(Report) : tLine()};
 }
 
 sRunning RunningOf(const sTonemapOptions& pOptions)

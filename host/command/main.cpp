@@ -50,8 +50,7 @@ void AddInputSpace(CLI::App& pCommand, std::optional<eInputSpace>& pSpace)
         .add_option_function<std::string>(
             "--input-space", [&pSpace](const std::string& pName) { pSpace = InputSpaceOfWord(pName); },
             "colours of the input, whatever it says of them")
-        ->check(
-            CLI::IsMember({"srgb", "adobe", "prophoto", "p3", "rec2020", "aces", "acescg", "linear", "pq", "hlg"}));
+        ->check(CLI::IsMember({"srgb", "adobe", "prophoto", "p3", "rec2020", "aces", "acescg", "linear", "pq", "hlg"}));
 }
 
 void AddLayer(CLI::App& pCommand, std::string& pLayer)
@@ -210,7 +209,8 @@ int Run(const std::vector<std::string>& pWords)
     sTonemapOptions tonemap;
     sTonemapOptions stats;
     sEqualizeOptions equalize;
-    sShellOptions shell{.fVersion = SELVANE_COMMAND_VERSION, .fName = {}, .fValue = {}, .fUnset = {}, .fShell = {}, .fPage = {}};
+    sShellOptions shell{
+        .fVersion = SELVANE_COMMAND_VERSION, .fName = {}, .fValue = {}, .fUnset = {}, .fShell = {}, .fPage = {}};
     AddTonemap(app, tonemap);
     AddStats(app, stats);
     AddEqualize(app, equalize);
