@@ -80,8 +80,7 @@ sPicture Read(const std::string& pPath, const sReadOptions& pOptions, const tLin
     return picture;
 }
 
-int SpaceOf(sPicture& pPicture, const std::string& pPath, std::optional<int> pChosen, bool pAsEntry,
-            const tLine& pLine)
+int SpaceOf(sPicture& pPicture, const std::string& pPath, std::optional<int> pChosen, bool pAsEntry, const tLine& pLine)
 {
     if (!pAsEntry) return pChosen.value_or(pPicture.fColor.fOutput);
     if (pChosen.value_or(SELVANE_SRGB) > SELVANE_PROPHOTO)

@@ -19,7 +19,7 @@ struct sJob
     std::string fInput;
     std::optional<sArea> fCrop; ///< the part of the input to use
     sLook fLook;
-    std::optional<int> fColorSpace; ///< of the output, SELVANE_SRGB to SELVANE_REC2020; empty: the file decides
+    std::optional<int> fColorSpace;         ///< of the output, SELVANE_SRGB to SELVANE_REC2020; empty: the file decides
     std::optional<eInputSpace> fInputSpace; ///< what the samples mean; empty: the file decides
     std::string fLayer;                     ///< of an OpenEXR file; empty: the first that has colours
     sOutput fOutput;

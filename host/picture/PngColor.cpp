@@ -4,8 +4,8 @@
 #include <array>
 #include <cstring>
 #include <new>
-#include <span>
 #include <selvane.h>
+#include <span>
 #include <zlib.h>
 
 namespace SelvaneHost

@@ -30,7 +30,8 @@ tmsize_t ReadBytes(thandle_t pMemory, void* pTo, tmsize_t pSize)
 {
     auto& memory = *static_cast<sMemory*>(pMemory);
     const uint64_t left = memory.fBytes->size() - std::min<uint64_t>(memory.fAt, memory.fBytes->size());
-    const auto count = static_cast<size_t>(std::min<uint64_t>(left, static_cast<uint64_t>(std::max<tmsize_t>(pSize, 0))));
+    const auto count =
+        static_cast<size_t>(std::min<uint64_t>(left, static_cast<uint64_t>(std::max<tmsize_t>(pSize, 0))));
     if (count > 0) std::memcpy(pTo, memory.fBytes->data() + memory.fAt, count);
     memory.fAt += count;
     return static_cast<tmsize_t>(count);
@@ -219,7 +220,8 @@ bool HoldsFloatsOfOtherSizes(const tBytes& pBytes)
     BeSilent();
     sMemory memory{&pBytes};
     const tTiff file = Open(memory);
-    return file != nullptr && Field<uint16_t>(file.get(), TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_UINT) == SAMPLEFORMAT_IEEEFP &&
+    return file != nullptr &&
+           Field<uint16_t>(file.get(), TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_UINT) == SAMPLEFORMAT_IEEEFP &&
            (BitsOf(file.get()) == 16 || BitsOf(file.get()) == 64);
 }
 

@@ -121,7 +121,8 @@ void CopyPixels(const heif_image* pImage, sPicture& pPicture)
 
 bool LooksLikeHeif(const tBytes& pBytes)
 {
-    constexpr std::string_view kBrands[] = {"heic", "heix", "heim", "heis", "mif1", "mif2", "msf1", "avif", "avis", "miaf"};
+    constexpr std::string_view kBrands[] = {"heic", "heix", "heim", "heis", "mif1",
+                                            "mif2", "msf1", "avif", "avis", "miaf"};
     if (pBytes.size() < 12 || std::memcmp(pBytes.data() + 4, "ftyp", 4) != 0) return false;
     const std::string_view brand(reinterpret_cast<const char*>(pBytes.data()) + 8, 4);
     return std::find(std::begin(kBrands), std::end(kBrands), brand) != std::end(kBrands);

@@ -70,7 +70,7 @@ selvane_test(host
   write/OutputFile_test.cpp
   write/PictureWriter_test.cpp
   write/Resize_test.cpp)
-target_link_libraries(selvane_tests_host PRIVATE selvane_host selvane_shell PkgConfig::VIPS PkgConfig::LCMS PkgConfig::HEIF PkgConfig::JXL
+target_link_libraries(selvane_tests_host PRIVATE selvane_host selvane_shell PkgConfig::VIPS PkgConfig::LCMS PkgConfig::HEIF PkgConfig::AVIF PkgConfig::JXL
                                                  PkgConfig::TIFF OpenEXR::OpenEXR PNG::PNG ZLIB::ZLIB PkgConfig::EXIV2 nlohmann_json::nlohmann_json)
 target_compile_definitions(selvane_tests_host PRIVATE
   SELVANE_BINARY="$<TARGET_FILE:selvane>" SELVANE_SCENE="$<TARGET_FILE:selvane-scene>" SELVANE_COMMAND_VERSION="${PROJECT_VERSION}"

@@ -89,7 +89,8 @@ TEST(Interpret, CodePointsGoToLibselvaneAsTheyAre)
         EXPECT_EQ(picture.fColor.fOutput, coded.fOutput);
         EXPECT_EQ(picture.fPixels, before);
     }
-    EXPECT_EQ(Interpreted(eSamples8, {.fCodePoints = sCodePoints{11, 13}}).fColor.fChromaticities[7], 0.351F) << "white";
+    EXPECT_EQ(Interpreted(eSamples8, {.fCodePoints = sCodePoints{11, 13}}).fColor.fChromaticities[7], 0.351F)
+        << "white";
 }
 
 TEST(Interpret, PqAndHlgBecomeLight)

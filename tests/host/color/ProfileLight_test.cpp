@@ -214,7 +214,8 @@ int SampleXyz(const cmsUInt16Number pIn[], cmsUInt16Number pOut[], void* pMatrix
     const auto& matrix = *static_cast<const tMatrix*>(pMatrix);
     const tVector xyz = Times(matrix, tVector{pIn[0] / 65535.0, pIn[1] / 65535.0, pIn[2] / 65535.0});
     for (size_t i = 0; i < 3; i++)
-        pOut[i] = static_cast<cmsUInt16Number>(std::lround(std::max(xyz[i], 0.0) / (1.0 + 32767.0 / 32768.0) * 65535.0));
+        pOut[i] =
+            static_cast<cmsUInt16Number>(std::lround(std::max(xyz[i], 0.0) / (1.0 + 32767.0 / 32768.0) * 65535.0));
     return 1;
 }
 

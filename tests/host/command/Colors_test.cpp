@@ -131,8 +131,8 @@ TEST_F(Colors, TheInputSpaceIsTakenWhateverTheFileSays)
 {
     StoreEight("adobe.png", StoredProfile(SELVANE_ADOBE_RGB));
     Run("adobe.png", {"--input-space", "prophoto", "--color-space", "srgb"});
-    EXPECT_EQ(Look(Out()).fPixels, ByLibrary(Record(SELVANE_U8, fEight.data(), SELVANE_PROPHOTO, SELVANE_TRANSFER_ENGINE),
-                                             SELVANE_SRGB));
+    EXPECT_EQ(Look(Out()).fPixels,
+              ByLibrary(Record(SELVANE_U8, fEight.data(), SELVANE_PROPHOTO, SELVANE_TRANSFER_ENGINE), SELVANE_SRGB));
     ExpectFailure(Selvane({"tonemap", Png(), "-o", Out(), "--input-space", "cmyk"}), 2, "--input-space");
     ExpectFailure(Selvane({"tonemap", Png(), "-o", Out(), "--input-space", "adobe", "--exact"}), 2, "--input-space");
     ExpectFailure(Selvane({"tonemap", Png(), "-o", Out(), "--color-space", "p3", "--exact"}), 2, "--manual");
@@ -145,7 +145,8 @@ TEST_F(Colors, CodePointsOfAPngAreScenelight)
     std::vector<float> light(fEight.size());
     for (size_t i = 0; i < light.size(); i++) { // SMPTE ST 2084, EOTF, 203 cd/m2 as 1
         const double power = std::pow(fEight[i] / 255.0, 1 / 78.84375);
-        const double y = std::pow(std::max(power - 0.8359375, 0.0) / (18.8515625 - 18.6875 * power), 1 / 0.1593017578125);
+        const double y =
+            std::pow(std::max(power - 0.8359375, 0.0) / (18.8515625 - 18.6875 * power), 1 / 0.1593017578125);
         light[i] = static_cast<float>(10000.0 * y / 203.0);
     }
     const std::string lines = Run("pq.png");
@@ -169,7 +170,12 @@ TEST_F(Colors, FloatsReachLibselvaneUnrounded)
     for (size_t i = 0; i < fFloats.size(); i++)
         planes[i % 3].push_back(fFloats[i]);
     StoreExr(fFolder / "scene.exr", kWidth, kHeight,
-             {{"R", planes[0]}, {"G", planes[1]}, {"B", planes[2]}, {"sky.R", planes[2]}, {"sky.G", planes[1]}, {"sky.B", planes[0]}});
+             {{"R", planes[0]},
+              {"G", planes[1]},
+              {"B", planes[2]},
+              {"sky.R", planes[2]},
+              {"sky.G", planes[1]},
+              {"sky.B", planes[0]}});
     Run("scene.exr");
     EXPECT_EQ(Look(Out()).fPixels,
               ByLibrary(Record(SELVANE_F32, fFloats.data(), SELVANE_SRGB, SELVANE_TRANSFER_LINEAR), SELVANE_SRGB));
@@ -189,7 +195,8 @@ TEST_F(Colors, AlphaReachesTheOutputAndDoesNotWeigh)
     tBytes four(fEight.size() / 3 * 4);
     for (size_t i = 0; i < four.size(); i++)
         four[i] = i % 4 < 3 ? fEight[i / 4 * 3 + i % 4] : i / 4 % 5 == 0 ? 0 : static_cast<unsigned char>(i / 4);
-    Store(fFolder / "four.png", four.data(), kWidth, kHeight, {4, VIPS_FORMAT_UCHAR, VIPS_INTERPRETATION_sRGB, {}, 1, {}});
+    Store(fFolder / "four.png", four.data(), kWidth, kHeight,
+          {4, VIPS_FORMAT_UCHAR, VIPS_INTERPRETATION_sRGB, {}, 1, {}});
     Run("four.png");
     const sFound found = Look(Out());
     ASSERT_EQ(found.fBands, 4);
@@ -215,7 +222,8 @@ TEST_F(Colors, ABorderOfOneColorStaysOutsideAndKeepsItsColor)
     // The border is on three sides. The corner decides its colour, so the picture is turned to begin with it.
     const tBytes turned = Turned(framed), inside = Turned(fEight);
     Store(fFolder / "turned.png", turned.data(), kWide, kHigh, Rgb8());
-    const tBytes expected = ByLibrary(Record(SELVANE_U8, inside.data(), SELVANE_SRGB, SELVANE_TRANSFER_ENGINE), SELVANE_SRGB);
+    const tBytes expected =
+        ByLibrary(Record(SELVANE_U8, inside.data(), SELVANE_SRGB, SELVANE_TRANSFER_ENGINE), SELVANE_SRGB);
     Run("turned.png");
     const sFound found = Look(Out());
     ASSERT_EQ(found.fBands, 3);
@@ -225,7 +233,8 @@ TEST_F(Colors, ABorderOfOneColorStaysOutsideAndKeepsItsColor)
             uint16_t seen[3];
             std::memcpy(seen, &found.fPixels[6 * (y * kWide + x)], 6);
             if (in) {
-                ASSERT_EQ(std::memcmp(seen, &expected[6 * ((y - kAround) * kWidth + x - kAround)], 6), 0) << x << " " << y;
+                ASSERT_EQ(std::memcmp(seen, &expected[6 * ((y - kAround) * kWidth + x - kAround)], 6), 0)
+                    << x << " " << y;
             } else
                 for (int c = 0; c < 3; c++)
                     ASSERT_NEAR(seen[c], 257 * (250 - c), 600) << x << " " << y;
