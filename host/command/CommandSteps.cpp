@@ -1,8 +1,8 @@
 #include "command/CommandSteps.h"
 
 #include "picture/PictureLibrary.h"
-#include "read/PictureReader.h"
 #include "read/ReaderSteps.h"
+#include "read/ReadingProcess.h"
 #include "write/OutputFile.h"
 
 #include <selvane.h>
@@ -36,8 +36,8 @@ int DepthFor(const sOutput& pOutput, eFileKind pKind, eSampleForm pInput)
 
 sPicture Read(const std::string& pPath, const tLine& pLine)
 {
-    StartPictureLibrary();
-    sPicture picture = About(pPath, [&] { return ReadPictureFile(pPath); });
+    StartPictureLibrary(); // the writers need it too
+    sPicture picture = About(pPath, [&] { return ReadInProcess(pPath); });
     for (const std::string& warning : picture.fWarnings)
         pLine("warning: " + pPath + ": " + warning);
     return picture;

@@ -12,6 +12,7 @@
 #include "command/Tonemap.h"
 #include "picture/Errors.h"
 #include "picture/Sliders.h"
+#include "read/ReadingProcess.h"
 #include "shell/Defaults.h"
 #include "shell/HelpText.h"
 #include "shell/ShellOptions.h"
@@ -68,6 +69,16 @@ bool ReadArea(const std::string& pText, sArea& pArea)
     };
     return number(pArea.fWidth, 0) && number(pArea.fHeight, 'x') && number(pArea.fLeft, '+') &&
            number(pArea.fTop, '+') && at == end;
+}
+
+void AddLimits(CLI::App& pCommand)
+{
+    constexpr int kMost = 1 << 20;
+    pCommand
+        .add_option_function<int>(
+            "--max-megapixels", [](int pMegapixels) { UseReadingProcesses({.fMegapixels = pMegapixels, .fBytes = 0}); },
+            "refuse larger pictures before they are unpacked (400)")
+        ->check(CLI::Range(1, kMost));
 }
 
 void AddCrop(CLI::App& pCommand, std::optional<sArea>& pCrop)
@@ -140,6 +151,7 @@ void AddTonemap(CLI::App& pApp, sTonemapOptions& pOptions)
     AddSliders(*command, pOptions.fJob);
     AddCrop(*command, pOptions.fJob.fCrop);
     AddColorSpace(*command, pOptions.fJob.fColorSpace);
+    AddLimits(*command);
     AddVerbose(*command, pOptions.fVerbose);
     command->callback([&pOptions] { RunTonemap(pOptions); });
 }
@@ -154,6 +166,7 @@ void AddStats(CLI::App& pApp, sTonemapOptions& pOptions)
     AddSliders(*command, pOptions.fJob);
     AddCrop(*command, pOptions.fJob.fCrop);
     AddColorSpace(*command, pOptions.fJob.fColorSpace);
+    AddLimits(*command);
     AddVerbose(*command, pOptions.fVerbose);
     command->callback([&pOptions] { RunStats(pOptions); });
 }
@@ -170,6 +183,7 @@ void AddEqualize(CLI::App& pApp, sEqualizeOptions& pOptions)
     command->add_option("--saturation", pOptions.fSaturation, "points HUE:VALUE,...");
     command->add_option("--lightness", pOptions.fLightness, "points HUE:VALUE,...");
     AddColorSpace(*command, pOptions.fColorSpace);
+    AddLimits(*command);
     AddVerbose(*command, pOptions.fVerbose);
     command->callback([&pOptions] { RunEqualize(pOptions); });
 }
@@ -201,7 +215,8 @@ int Run(const std::vector<std::string>& pWords)
     sTonemapOptions tonemap;
     sTonemapOptions stats;
     sEqualizeOptions equalize;
-    sShellOptions shell{.fVersion = SELVANE_COMMAND_VERSION, .fName = {}, .fValue = {}, .fUnset = {}, .fShell = {}, .fPage = {}};
+    sShellOptions shell{
+        .fVersion = SELVANE_COMMAND_VERSION, .fName = {}, .fValue = {}, .fUnset = {}, .fShell = {}, .fPage = {}};
     AddTonemap(app, tonemap);
     AddStats(app, stats);
     AddEqualize(app, equalize);
@@ -219,10 +234,13 @@ int Run(const std::vector<std::string>& pWords)
 
 int main(int pCount, char** pWords)
 {
+    const std::vector<std::string> words(pWords, pWords + pCount);
     OpenStandardStreams();
+    if (pCount > 1 && words[1] == kReadingWord) return RunReadingProcess({words.begin() + 2, words.end()});
     CatchSignals();
+    UseReadingProcesses({});
     try {
-        const int status = Run({pWords, pWords + pCount});
+        const int status = Run(words);
         FlushStandardOutput();
         return status;
     } catch (const cUsageError& failure) {

@@ -47,6 +47,8 @@ selvane_test(host
   read/FewBytes_test.cpp
   read/OpenExrReader_test.cpp
   read/PictureReader_test.cpp
+  read/Confinement_test.cpp
+  read/PictureParcel_test.cpp
   read/RadianceReader_test.cpp
   read/VipsReader_test.cpp
   scene/Scene_test.cpp

@@ -1,0 +1,186 @@
+#include "read/ReadingProcess.h"
+
+#include "picture/Errors.h"
+#include "picture/PictureLibrary.h"
+#include "read/Confinement.h"
+#include "read/InputFile.h"
+#include "read/PictureParcel.h"
+#include "read/PictureReader.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <new>
+#include <optional>
+#include <spawn.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace SelvaneHost
+{
+
+namespace
+{
+
+constexpr int kParcel = 3; // descriptor of the file in memory, in the process that decodes
+
+std::optional<sReadLimits> gLimits; // set once, before any thread
+
+uint64_t HalfOfMemory()
+{
+    const long pages = ::sysconf(_SC_PHYS_PAGES);
+    const long size = ::sysconf(_SC_PAGESIZE);
+    if (pages <= 0 || size <= 0) return uint64_t{1} << 32;
+    return static_cast<uint64_t>(pages) / 2 * static_cast<uint64_t>(size);
+}
+
+// ---- The parent -----------------------------------------------------------------------------------------------------
+
+/// A file in memory, without a name.
+class cMemoryFile
+{
+public:
+    cMemoryFile() : fDescriptor(::memfd_create("selvane-picture", MFD_CLOEXEC))
+    {
+        if (fDescriptor < 0) throw cHostError("cannot be read: " + SystemWords(errno));
+    }
+    ~cMemoryFile() { ::close(fDescriptor); }
+    cMemoryFile(const cMemoryFile&) = delete;
+    cMemoryFile& operator=(const cMemoryFile&) = delete;
+    int Descriptor() const { return fDescriptor; }
+
+private:
+    const int fDescriptor;
+};
+
+/// What the new process begins with: the file in memory, and nobody to talk to.
+class cBeginning
+{
+public:
+    explicit cBeginning(int pParcel)
+    {
+        ::posix_spawn_file_actions_init(&fActions);
+        ::posix_spawn_file_actions_addopen(&fActions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+        ::posix_spawn_file_actions_addopen(&fActions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+        ::posix_spawn_file_actions_adddup2(&fActions, pParcel, kParcel);
+    }
+    ~cBeginning() { ::posix_spawn_file_actions_destroy(&fActions); }
+    cBeginning(const cBeginning&) = delete;
+    cBeginning& operator=(const cBeginning&) = delete;
+    const posix_spawn_file_actions_t* Actions() const { return &fActions; }
+
+private:
+    posix_spawn_file_actions_t fActions{};
+};
+
+pid_t Start(const std::string& pPath, int pParcel)
+{
+    const std::array<std::string, 6> words = {"selvane",
+                                              kReadingWord,
+                                              std::to_string(gLimits->fMegapixels),
+                                              std::to_string(gLimits->fBytes),
+                                              std::to_string(gLimits->fSeconds),
+                                              pPath};
+    std::array<char*, words.size() + 1> arguments{};
+    std::transform(words.begin(), words.end(), arguments.begin(),
+                   [](const std::string& pWord) { return const_cast<char*>(pWord.c_str()); });
+    const cBeginning beginning(pParcel);
+    pid_t process = 0;
+    const int error =
+        ::posix_spawn(&process, "/proc/self/exe", beginning.Actions(), nullptr, arguments.data(), environ);
+    if (error != 0) throw cHostError("the process that decodes it does not start: " + SystemWords(error));
+    return process;
+}
+
+int WaitFor(pid_t pProcess)
+{
+    int status = 0;
+    while (::waitpid(pProcess, &status, 0) < 0)
+        if (errno != EINTR) throw cHostError("the process that decodes it is lost: " + SystemWords(errno));
+    return status;
+}
+
+[[noreturn]] void Explain(int pStatus)
+{
+    const int number = WIFSIGNALED(pStatus) ? WTERMSIG(pStatus) : 0;
+    if (number == SIGXCPU || number == SIGKILL)
+        throw cHostError("takes too long or too much memory to decode (the limit is " +
+                         std::to_string(gLimits->fSeconds) + " seconds of a processor)");
+    if (number == SIGSYS) throw cHostError("cannot be decoded: it made the decoder do what it must not");
+    if (number == SIGABRT || number == SIGTRAP)
+        throw cHostError("cannot be decoded: not enough memory for this picture, or it is damaged");
+    if (number != 0)
+        throw cHostError("cannot be decoded: the decoder crashed (" + std::string(::strsignal(number)) + ")");
+    throw cHostError("cannot be decoded: the decoder ended early");
+}
+
+// ---- The process that decodes ---------------------------------------------------------------------------------------
+
+/// Settings of the libraries that would not survive the confinement: no machine code of their own, no files.
+void PrepareLibraries()
+{
+    ::setenv("VIPS_NOVECTOR", "1", 1);
+    ::setenv("VIPS_CONCURRENCY", "1", 1);
+    ::setenv("VIPS_DISC_THRESHOLD", "1000g", 1);
+    StartPictureLibrary();
+}
+
+void Decode(const std::string& pPath, const sReadLimits& pLimits)
+{
+    SetMostPixels(pLimits.fMegapixels * 1000000);
+    const tBytes bytes = ReadFile(pPath, CheckKind);
+    PrepareLibraries();
+    LimitResources(pLimits.fBytes, pLimits.fSeconds);
+    ForbidAllButReading(kParcel);
+    SendPicture(kParcel, ReadPicture(bytes));
+}
+
+uint64_t NumberOf(const std::string& pWord)
+{
+    return std::strtoull(pWord.c_str(), nullptr, 10);
+}
+
+} // namespace
+
+void UseReadingProcesses(const sReadLimits& pLimits)
+{
+    gLimits = pLimits;
+    if (gLimits->fBytes == 0) gLimits->fBytes = HalfOfMemory();
+}
+
+sPicture ReadInProcess(const std::string& pPath)
+{
+    if (!gLimits) {
+        StartPictureLibrary();
+        return ReadPictureFile(pPath);
+    }
+    const cMemoryFile parcel;
+    const int status = WaitFor(Start(pPath, parcel.Descriptor()));
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) Explain(status);
+    return ReceivePicture(parcel.Descriptor());
+}
+
+int RunReadingProcess(const std::vector<std::string>& pWords)
+{
+    if (pWords.size() != 4) return 2;
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    const sReadLimits limits{static_cast<int64_t>(NumberOf(pWords[0])), NumberOf(pWords[1]), NumberOf(pWords[2])};
+    try {
+        Decode(pWords[3], limits);
+    } catch (const cUsageError& failure) {
+        SendFailure(kParcel, eParcelUsage, failure.what());
+    } catch (const std::bad_alloc&) {
+        SendFailure(kParcel, eParcelNoMemory, "");
+    } catch (const std::exception& failure) {
+        SendFailure(kParcel, eParcelFailure, failure.what());
+    }
+    ::_exit(0); // no library has to tidy up, and none could
+}
+
+} // namespace SelvaneHost
