@@ -5,6 +5,7 @@
 #include <vips/vips.h>
 
 #include <csignal>
+#include <cstring>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>

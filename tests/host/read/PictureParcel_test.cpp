@@ -3,6 +3,7 @@
 #include "host/Workshop.h"
 #include "read/PictureParcel.h"
 
+#include <cstring>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
