@@ -1,6 +1,7 @@
 # Sourced by the other scripts: installs Debian packages when it may, and otherwise says which are missing.
 
-SELVANE_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libcli11-dev libvips-dev libopenexr-dev zlib1g-dev libtomlplusplus-dev libseccomp-dev)
+SELVANE_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libcli11-dev libvips-dev libopenexr-dev zlib1g-dev libtomlplusplus-dev
+  liblcms2-dev libheif-dev libjxl-dev libtiff-dev libseccomp-dev)
 SELVANE_TEST_PACKAGES=(libgtest-dev libgmock-dev libpng-dev clang binutils doxygen valgrind libfltk1.3-dev man-db xauth xvfb zsh fish bsdextrautils)
 SELVANE_DESKTOP_PACKAGES=() # of scripts/test --desktop
 

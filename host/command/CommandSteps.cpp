@@ -1,7 +1,7 @@
 #include "command/CommandSteps.h"
 
+#include "color/Space.h"
 #include "picture/PictureLibrary.h"
-#include "read/ReaderSteps.h"
 #include "read/ReadingProcess.h"
 #include "write/OutputFile.h"
 
@@ -24,7 +24,7 @@ void CheckOutput(const std::string& pInput, const sOutput& pOutput)
 {
     About(pOutput.fPath, [&] { CheckWritable(pOutput.fPath); });
     std::error_code ignored; // a file that does not exist is not the other one
-    if (!pOutput.fForce && std::filesystem::equivalent(pInput, pOutput.fPath, ignored))
+    if (!pOutput.fForce && std::filesystem::equivalent(pInput == "-" ? "/dev/stdin" : pInput, pOutput.fPath, ignored))
         throw cUsageError(pOutput.fPath + ": is the input itself; --force replaces it");
 }
 
@@ -34,17 +34,21 @@ int DepthFor(const sOutput& pOutput, eFileKind pKind, eSampleForm pInput)
     return pKind == eJpeg || pInput == eSamples8 ? 8 : 16;
 }
 
-sPicture Read(const std::string& pPath, const tLine& pLine)
+sPicture Read(const std::string& pPath, const sReadOptions& pOptions, const tLine& pLine)
 {
     StartPictureLibrary(); // the writers need it too
-    sPicture picture = About(pPath, [&] { return ReadInProcess(pPath); });
+    sPicture picture = About(pPath, [&] { return ReadInProcess(pPath, pOptions); });
     for (const std::string& warning : picture.fWarnings)
         pLine("warning: " + pPath + ": " + warning);
     return picture;
 }
 
-int SpaceOf(sPicture& pPicture, const std::string& pPath, std::optional<int> pChosen, const tLine& pLine)
+int SpaceOf(sPicture& pPicture, const std::string& pPath, std::optional<int> pChosen, bool pAsEntry,
+            const tLine& pLine)
 {
+    if (!pAsEntry) return pChosen.value_or(pPicture.fColor.fOutput);
+    if (pChosen.value_or(SELVANE_SRGB) > SELVANE_PROPHOTO)
+        throw cUsageError("--exact knows the spaces srgb, adobe and prophoto alone; --manual knows all");
     if (pChosen)
         SetSpace(pPicture, pChosen);
     else if (!pPicture.fColorSpaceWarning.empty())

@@ -5,6 +5,7 @@
 
 #include "picture/Errors.h"
 #include "picture/Picture.h"
+#include "picture/ReadOptions.h"
 #include "write/FileKind.h"
 
 #include <functional>
@@ -56,11 +57,13 @@ void CheckOutput(const std::string& pInput, const sOutput& pOutput);
 int DepthFor(const sOutput& pOutput, eFileKind pKind, eSampleForm pInput);
 
 /// Starts libvips and reads a file. Tells all warnings except the one about the colour space.
-sPicture Read(const std::string& pPath, const tLine& pLine);
+sPicture Read(const std::string& pPath, const sReadOptions& pOptions, const tLine& pLine);
 
-/// Returns the space of the output: the chosen one, or else that of the file. A chosen one is that of the input too. If
-/// there is neither, returns sRGB and tells the picture's warning about the colour space.
-int SpaceOf(sPicture& pPicture, const std::string& pPath, std::optional<int> pChosen, const tLine& pLine);
+/// Returns the space of the output: the chosen one, or else what the input suggests. For a picture that was read as the
+/// engine's entry takes it, a chosen one is that of the input too; without one, tells the warning about its colours.
+/// @throws cUsageError when the entry does not know the chosen space
+int SpaceOf(sPicture& pPicture, const std::string& pPath, std::optional<int> pChosen, bool pAsEntry,
+            const tLine& pLine);
 
 /// Returns a black picture with the size, the alpha channel and the metadata of the input.
 /// @param pDepth bits per sample, 8 or 16

@@ -112,17 +112,24 @@ selvane_picture Describe(const sPicture& pInput)
     return picture;
 }
 
-selvane_target Describe(sPicture& pOutput, int pSpace)
+/// @param pArea the part of the output to fill
+selvane_target Describe(sPicture& pOutput, const sArea& pArea, int pSpace)
 {
     selvane_target target;
     selvane_target_init(&target);
-    target.width = pOutput.fWidth;
-    target.height = pOutput.fHeight;
+    target.width = pArea.fWidth;
+    target.height = pArea.fHeight;
     target.format = FormatOf(pOutput.fForm);
     target.channels = pOutput.fChannels;
     target.space = pSpace;
-    target.pixels = pOutput.fPixels.data();
+    target.row_stride = static_cast<ptrdiff_t>(RowBytes(pOutput));
+    target.pixels = Row(pOutput, pArea.fTop) + PixelBytes(pOutput) * static_cast<size_t>(pArea.fLeft);
     return target;
+}
+
+sArea WholeOf(const sPicture& pPicture)
+{
+    return {pPicture.fWidth, pPicture.fHeight, 0, 0};
 }
 
 /// @param pAsTheyAre single samples that outshine everything else stay, as the engine's entry leaves them
@@ -254,12 +261,13 @@ bool StandsAlone(const sLook& pLook)
     return pLook.fManual || TakesEntryForm(pLook) || pLook.fSettled.has_value();
 }
 
-sDeveloped Develop(const sPicture& pInput, const sLook& pLook, int pSpace, const sRunning& pRunning, sPicture& pOutput)
+sDeveloped Develop(const sPicture& pInput, const sLook& pLook, int pSpace, const sRunning& pRunning, sPicture& pOutput,
+                   const sArea& pArea)
 {
     const cRender render(pRunning);
     SetPicture(render.Handle(), pInput, TakesEntryForm(pLook));
     const selvane_settings settings = SetSettings(render.Handle(), pLook);
-    const selvane_target target = Describe(pOutput, pSpace);
+    const selvane_target target = Describe(pOutput, pArea, pSpace);
     Must(selvane_render(render.Handle(), &target), render.Handle());
     return {ReasonOf(render.Handle()), WordsOf(settings, pLook), settings, ReportOf(render.Handle())};
 }
@@ -284,7 +292,7 @@ void Equalize(const sPicture& pInput, const selvane_settings& pSettings, int pSp
     selvane_picture picture = Describe(pInput);
     if (picture.transfer == SELVANE_TRANSFER_ENGINE)
         picture.transfer = SELVANE_TRANSFER_DEFAULT; // of finished pictures
-    const selvane_target target = Describe(pOutput, pSpace);
+    const selvane_target target = Describe(pOutput, WholeOf(pOutput), pSpace);
     Must(selvane_equalize(render.Handle(), &picture, &pSettings, &target), render.Handle());
 }
 

@@ -58,10 +58,12 @@ struct sDeveloped
     selvane_report fReport{};
 };
 
-/// Renders the input into the output, which has its size and 8 or 16 bits.
+/// Renders the input into a part of the output, which has 8 or 16 bits.
 /// @param pSpace SELVANE_SRGB to SELVANE_REC2020
+/// @param pArea of the input's size
 /// @throws cHostError, cUsageError
-sDeveloped Develop(const sPicture& pInput, const sLook& pLook, int pSpace, const sRunning& pRunning, sPicture& pOutput);
+sDeveloped Develop(const sPicture& pInput, const sLook& pLook, int pSpace, const sRunning& pRunning, sPicture& pOutput,
+                   const sArea& pArea);
 
 /// Returns the settings that Develop would use, as text (TOML).
 std::string SuggestionText(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning);

@@ -38,8 +38,9 @@ void RunEqualize(const sEqualizeOptions& pOptions)
     const selvane_settings settings = SettingsOf(pOptions);
     CheckOutput(pOptions.fInput, pOptions.fOutput);
 
-    sPicture input = Read(pOptions.fInput, Report);
-    const int space = SpaceOf(input, pOptions.fInput, pOptions.fColorSpace, Report);
+    const sReadOptions options{.fAsEntry = false, .fInputSpace = pOptions.fInputSpace, .fLayer = {}};
+    sPicture input = Read(pOptions.fInput, options, Report);
+    const int space = SpaceOf(input, pOptions.fInput, pOptions.fColorSpace, false, Report);
     const sPicture output = About(pOptions.fInput, [&] {
         if (input.fForm == eExponentPlanes || input.fForm == eFloats)
             throw cHostError("holds high-dynamic-range values; tone-map it first, then equalize the result");

@@ -1,5 +1,6 @@
 #include "command/Job.h"
 
+#include "command/Frame.h"
 #include "write/PictureWriter.h"
 
 #include <cstdint>
@@ -57,6 +58,8 @@ std::string CommandFor(const sJob& pJob, const sDeveloped& pDeveloped)
     std::string command = "selvane tonemap " + Quoted(pJob.fInput) + " -o " + Quoted(pJob.fOutput.fPath) + " " +
                           pDeveloped.fWords + CropWords(pJob.fCrop);
     if (pJob.fColorSpace) command += std::string(" --color-space ") + SpaceWord(*pJob.fColorSpace);
+    if (pJob.fInputSpace) command += std::string(" --input-space ") + InputSpaceWord(*pJob.fInputSpace);
+    if (!pJob.fLayer.empty()) command += " --layer " + Quoted(pJob.fLayer);
     if (pJob.fOutput.fDepth) command += " --depth " + std::to_string(*pJob.fOutput.fDepth);
     return command;
 }
@@ -93,6 +96,19 @@ void PrepareForm(const sJob& pJob, sPicture& pPicture, const tLine& pLine)
     MakeEntryForm(pPicture);
 }
 
+/// Takes the border off, unless the numbers have to be those of the engine's entry.
+sFrame FrameFor(const sJob& pJob, sPicture& pInput)
+{
+    if (TakesEntryForm(pJob.fLook)) return {{pInput.fWidth, pInput.fHeight, 0, 0}, {}};
+    return TakeFrame(pInput);
+}
+
+void NoteColors(const sJob& pJob, const sColor& pColor, int pSpace, const tLine& pNote)
+{
+    if (pColor.fWords.empty() || !pNote) return;
+    pNote(pJob.fInput + ": " + pColor.fWords + "; the output is in " + SpaceName(pSpace));
+}
+
 void Tell(const sJobHooks& pHooks, eJobStage pStage, float pShare)
 {
     if (pHooks.fProgress && !pHooks.fProgress(pStage, pShare)) throw cHostError("cancelled");
@@ -121,12 +137,16 @@ void CheckLook(const sLook& pLook)
 void CheckJob(const sJob& pJob)
 {
     CheckLook(pJob.fLook);
+    if (pJob.fInputSpace && TakesEntryForm(pJob.fLook))
+        throw cUsageError("--input-space does not go with --exact and --white-point: there --color-space is both");
     CheckDepth(pJob.fOutput, KindFor(pJob.fOutput.fPath));
 }
 
 sPicture ReadFor(const sJob& pJob, const tLine& pLine)
 {
-    sPicture picture = Read(pJob.fInput, pLine);
+    const sReadOptions options{
+        .fAsEntry = TakesEntryForm(pJob.fLook), .fInputSpace = pJob.fInputSpace, .fLayer = pJob.fLayer};
+    sPicture picture = Read(pJob.fInput, options, pLine);
     About(pJob.fInput, [&] {
         if (pJob.fCrop) Crop(picture, *pJob.fCrop);
         PrepareForm(pJob, picture, pLine);
@@ -146,12 +166,16 @@ sDone RunJob(const sJob& pJob, const sJobHooks& pHooks)
     sPicture input = ReadFor(pJob, line);
     Tell(pHooks, eJobReads, 1.0F);
     sDone done;
-    done.fSpace = SpaceOf(input, pJob.fInput, pJob.fColorSpace, line);
+    done.fSpace = SpaceOf(input, pJob.fInput, pJob.fColorSpace, TakesEntryForm(pJob.fLook), line);
+    NoteColors(pJob, input.fColor, done.fSpace, pHooks.fNote);
     done.fWidth = input.fWidth;
     done.fHeight = input.fHeight;
     sPicture output = Blank(input, kind, DepthFor(pJob.fOutput, kind, input.fForm));
-    done.fDeveloped =
-        About(pJob.fInput, [&] { return Develop(input, pJob.fLook, done.fSpace, RunningOf(pJob, pHooks), output); });
+    About(pJob.fInput, [&] {
+        const sFrame frame = FrameFor(pJob, input);
+        done.fDeveloped = Develop(input, pJob.fLook, done.fSpace, RunningOf(pJob, pHooks), output, frame.fInside);
+        PutFrame(frame, done.fSpace, output);
+    });
     done.fCommand = CommandFor(pJob, done.fDeveloped);
     input.fPixels = {}; // frees memory for the encoded file
     if (!pJob.fLook.fExact) WarnOfEmptiness(output, path, line);

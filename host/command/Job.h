@@ -19,7 +19,9 @@ struct sJob
     std::string fInput;
     std::optional<sArea> fCrop; ///< the part of the input to use
     sLook fLook;
-    std::optional<int> fColorSpace; ///< SELVANE_SRGB to SELVANE_REC2020; empty: the file decides
+    std::optional<int> fColorSpace; ///< of the output, SELVANE_SRGB to SELVANE_REC2020; empty: the file decides
+    std::optional<eInputSpace> fInputSpace; ///< what the samples mean; empty: the file decides
+    std::string fLayer;                     ///< of an OpenEXR file; empty: the first that has colours
     sOutput fOutput;
     int fThreads = 0; ///< 0: one for each processor
 };
@@ -39,6 +41,7 @@ struct sJobHooks
     /// cancel the job.
     std::function<bool(eJobStage, float)> fProgress = {};
     tLine fLine = {}; ///< takes warnings
+    tLine fNote = {}; ///< takes what was done with unusual colours
     tLine fLog = {};  ///< takes the lines of libselvane's log
 };
 

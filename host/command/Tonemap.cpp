@@ -1,5 +1,6 @@
 #include "command/Tonemap.h"
 
+#include "command/Frame.h"
 #include "command/Report.h"
 
 #include <array>
@@ -14,7 +15,7 @@ namespace
 
 sJobHooks HooksOf(const sTonemapOptions& pOptions)
 {
-    return {.fLine = Report, .fLog = pOptions.fVerbose ? tLine(Report) : tLine()};
+    return {.fLine = Report, .fNote = pOptions.fQuiet ? tLine() : tLine(Report), .fLog = pOptions.fVerbose ? tLine(Report) : tLine()};
 }
 
 sRunning RunningOf(const sTonemapOptions& pOptions)
@@ -36,7 +37,7 @@ sPicture ReadInput(const sTonemapOptions& pOptions)
 {
     const sJob& job = pOptions.fJob;
     sPicture picture = ReadFor(job, Report);
-    SpaceOf(picture, job.fInput, job.fColorSpace, Report);
+    SpaceOf(picture, job.fInput, job.fColorSpace, TakesEntryForm(job.fLook), Report);
     return picture;
 }
 
@@ -45,7 +46,8 @@ void Suggest(const sTonemapOptions& pOptions)
     const sJob& job = pOptions.fJob;
     CheckLook(job.fLook);
     if (StandsAlone(job.fLook)) throw cUsageError("--suggest does not go with --exact, --manual and --white-point");
-    const sPicture input = ReadInput(pOptions);
+    sPicture input = ReadInput(pOptions);
+    TakeFrame(input);
     const std::string text = About(job.fInput, [&] { return SuggestionText(input, job.fLook, RunningOf(pOptions)); });
     std::fwrite(text.data(), 1, text.size(), stdout);
 }
@@ -75,7 +77,8 @@ void RunStats(const sTonemapOptions& pOptions)
     const sDeveloped developed = About(options.fJob.fInput, [&] {
         sPicture unused; // the points come with a render
         AllocatePixels(unused, input.fWidth, input.fHeight, eSamples8);
-        return Develop(input, options.fJob.fLook, input.fColor.fPrimaries, RunningOf(options), unused);
+        return Develop(input, options.fJob.fLook, input.fColor.fPrimaries, RunningOf(options), unused,
+                       {input.fWidth, input.fHeight, 0, 0});
     });
     Print("black", developed.fReport.black_point);
     Print("white", developed.fReport.white_point);

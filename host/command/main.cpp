@@ -52,8 +52,23 @@ void AddColorSpace(CLI::App& pCommand, std::optional<int>& pSpace)
     pCommand
         .add_option_function<std::string>(
             "--color-space", [&pSpace](const std::string& pName) { pSpace = SpaceOfWord(pName); },
-            "colours of input and output (default: what the file says, else srgb)")
-        ->check(CLI::IsMember({"srgb", "adobe", "prophoto"}));
+            "colours of the output; with --exact of the input too (default: as the input, or srgb)")
+        ->check(CLI::IsMember({"srgb", "adobe", "prophoto", "p3", "rec2020"}));
+}
+
+void AddInputSpace(CLI::App& pCommand, std::optional<eInputSpace>& pSpace)
+{
+    pCommand
+        .add_option_function<std::string>(
+            "--input-space", [&pSpace](const std::string& pName) { pSpace = InputSpaceOfWord(pName); },
+            "colours of the input, whatever it says of them")
+        ->check(
+            CLI::IsMember({"srgb", "adobe", "prophoto", "p3", "rec2020", "aces", "acescg", "linear", "pq", "hlg"}));
+}
+
+void AddLayer(CLI::App& pCommand, std::string& pLayer)
+{
+    pCommand.add_option("--layer", pLayer, "layer of an OpenEXR file (default: the first that has colours)");
 }
 
 /// Reads "640x330+330+120". Returns false for any other text.
@@ -151,6 +166,8 @@ void AddTonemap(CLI::App& pApp, sTonemapOptions& pOptions)
     AddSliders(*command, pOptions.fJob);
     AddCrop(*command, pOptions.fJob.fCrop);
     AddColorSpace(*command, pOptions.fJob.fColorSpace);
+    AddInputSpace(*command, pOptions.fJob.fInputSpace);
+    AddLayer(*command, pOptions.fJob.fLayer);
     AddLimits(*command);
     AddVerbose(*command, pOptions.fVerbose);
     command->callback([&pOptions] { RunTonemap(pOptions); });
@@ -166,6 +183,7 @@ void AddStats(CLI::App& pApp, sTonemapOptions& pOptions)
     AddSliders(*command, pOptions.fJob);
     AddCrop(*command, pOptions.fJob.fCrop);
     AddColorSpace(*command, pOptions.fJob.fColorSpace);
+    AddLayer(*command, pOptions.fJob.fLayer);
     AddLimits(*command);
     AddVerbose(*command, pOptions.fVerbose);
     command->callback([&pOptions] { RunStats(pOptions); });
@@ -183,6 +201,7 @@ void AddEqualize(CLI::App& pApp, sEqualizeOptions& pOptions)
     command->add_option("--saturation", pOptions.fSaturation, "points HUE:VALUE,...");
     command->add_option("--lightness", pOptions.fLightness, "points HUE:VALUE,...");
     AddColorSpace(*command, pOptions.fColorSpace);
+    AddInputSpace(*command, pOptions.fInputSpace);
     AddLimits(*command);
     AddVerbose(*command, pOptions.fVerbose);
     command->callback([&pOptions] { RunEqualize(pOptions); });

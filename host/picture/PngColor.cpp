@@ -5,6 +5,7 @@
 #include <cstring>
 #include <new>
 #include <span>
+#include <selvane.h>
 #include <zlib.h>
 
 namespace SelvaneHost
@@ -98,9 +99,23 @@ tBytes PngProfile(const tBytes& pFile)
     return data.empty() ? tBytes() : ProfileIn(data.data(), data.size());
 }
 
-bool PngSaysSrgb(const tBytes& pFile)
+sColorNotes PngNotes(const tBytes& pFile)
 {
-    return ChunkData(pFile, "sRGB").size() == 1; // the intent
+    constexpr double kUnit = 100000.0; // of both numbers
+    sColorNotes notes;
+    notes.fProfile = PngProfile(pFile);
+    if (ChunkData(pFile, "sRGB").size() == 1) notes.fSpace = SELVANE_SRGB; // the intent
+    const std::span<const unsigned char> points = ChunkData(pFile, "cICP");
+    if (points.size() == 4) notes.fCodePoints = {points[0], points[1]};
+    const std::span<const unsigned char> gamma = ChunkData(pFile, "gAMA");
+    if (gamma.size() == 4) notes.fGamma = kUnit / static_cast<double>(Number32(gamma.data()));
+    const std::span<const unsigned char> primaries = ChunkData(pFile, "cHRM");
+    if (primaries.size() != 4 * kChromaticities.size()) return notes;
+    notes.fChromaticities.emplace();
+    for (size_t i = 0; i < kChromaticities.size(); i++) // white comes first in the chunk
+        (*notes.fChromaticities)[(i + 6) % 8] =
+            static_cast<float>(static_cast<double>(Number32(primaries.data() + 4 * i)) / kUnit);
+    return notes;
 }
 
 tBytes PngProfileChunk(const tBytes& pProfile, const char* pName)

@@ -7,6 +7,7 @@
 //   - libpng calls the published profile of sRGB incorrect. Every program that reads the file prints that warning.
 // Source: PNG standard (third edition), 11.3.2 "Color space information".
 
+#include "color/ColorNotes.h"
 #include "picture/Picture.h"
 
 namespace SelvaneHost
@@ -15,8 +16,8 @@ namespace SelvaneHost
 /// Returns the profile of a PNG file (chunk iCCP). Empty if the file has none or a damaged one.
 tBytes PngProfile(const tBytes& pFile);
 
-/// Returns whether a PNG file has a chunk sRGB. A profile in the same file takes precedence over that chunk.
-bool PngSaysSrgb(const tBytes& pFile);
+/// Returns what a PNG file says of its colours: chunks cICP, iCCP, sRGB, cHRM and gAMA.
+sColorNotes PngNotes(const tBytes& pFile);
 
 /// Place for colour chunks: bytes from the start of a PNG file to the end of its header chunk.
 constexpr size_t kPngColorPlace = 8 + 25;

@@ -19,12 +19,15 @@ constexpr double kCurveTolerance = 0.02;     // linear value of the encoded 0.5
 constexpr size_t kHeaderBytes = 128;
 constexpr size_t kTagBytes = 12;
 
-constexpr std::array<int, 3> kEngineSpaces = {SELVANE_SRGB, SELVANE_ADOBE_RGB, SELVANE_PROPHOTO};
+// Rows SELVANE_SRGB, SELVANE_ADOBE_RGB, SELVANE_PROPHOTO; columns x and y of red, green, blue, white.
+constexpr float kEngineSpaces[3][8] = {{0.64F, 0.33F, 0.30F, 0.60F, 0.15F, 0.06F, 0.3127F, 0.3290F},
+                                       {0.64F, 0.33F, 0.21F, 0.71F, 0.15F, 0.06F, 0.3127F, 0.3290F},
+                                       {0.7347F, 0.2653F, 0.1596F, 0.8404F, 0.0366F, 0.0001F, 0.3457F, 0.3585F}};
 
-// Rows sRGB, Adobe RGB, ProPhoto RGB; columns red x, y, green x, y, blue x, y.
-constexpr float kPrimaries[3][6] = {{0.64F, 0.33F, 0.30F, 0.60F, 0.15F, 0.06F},
-                                    {0.64F, 0.33F, 0.21F, 0.71F, 0.15F, 0.06F},
-                                    {0.7347F, 0.2653F, 0.1596F, 0.8404F, 0.0366F, 0.0001F}};
+bool IsNear(float pA, float pB)
+{
+    return std::fabs(pA - pB) <= kPrimaryTolerance;
+}
 
 /// A part of a profile. Bytes outside of it read as 0, so a damaged profile causes no access outside its memory.
 struct sSpan
@@ -129,9 +132,9 @@ bool ColorantsFit(const double (&pFound)[9], const sSpan& pStored)
                       [](double a, double b) { return std::fabs(a - b) <= kColorantTolerance; });
 }
 
-std::optional<int> MatchShaper(const sSpan& pProfile, const double (&pColorants)[9])
+std::optional<int> MatchShaper(const sSpan& pProfile, const double (&pColorants)[9], int pSpaces)
 {
-    for (const int space : kEngineSpaces) {
+    for (int space = 0; space < pSpaces; space++) {
         const tBytes bytes = StoredProfile(space);
         if (ColorantsFit(pColorants, WholeOf(bytes)) && CurveFits(pProfile, "gTRC", WholeOf(bytes))) return space;
     }
@@ -171,19 +174,27 @@ std::string FromAscii(const sSpan& pText, size_t pOffset, size_t pBytes)
 
 } // namespace
 
-std::optional<int> MatchPrimaries(const sPrimaries& pPrimaries)
+std::optional<int> MatchPrimaries(const std::array<float, 8>& pChromaticities)
 {
-    const float found[6] = {pPrimaries.fRedX,   pPrimaries.fRedY,  pPrimaries.fGreenX,
-                            pPrimaries.fGreenY, pPrimaries.fBlueX, pPrimaries.fBlueY};
-    for (size_t i = 0; i < kEngineSpaces.size(); i++) {
-        if (std::equal(std::begin(found), std::end(found), std::begin(kPrimaries[i]),
-                       [](float a, float b) { return std::fabs(a - b) <= kPrimaryTolerance; }))
-            return kEngineSpaces[i];
+    for (size_t i = 0; i < std::size(kEngineSpaces); i++) {
+        if (std::equal(pChromaticities.begin(), pChromaticities.begin() + 6, std::begin(kEngineSpaces[i]), IsNear))
+            return static_cast<int>(i);
     }
     return std::nullopt;
 }
 
-std::optional<int> MatchProfile(const tBytes& pProfile)
+std::optional<int> MatchChromaticities(const std::array<float, 8>& pChromaticities)
+{
+    constexpr float kEqualEnergy = 1.0F / 3.0F;
+    const std::optional<int> space = MatchPrimaries(pChromaticities);
+    if (!space) return std::nullopt;
+    const float x = pChromaticities[6], y = pChromaticities[7];
+    const bool equal = std::fabs(x - kEqualEnergy) < 0.001F && std::fabs(y - kEqualEnergy) < 0.001F;
+    const float(&own)[8] = kEngineSpaces[*space];
+    return equal || (IsNear(x, own[6]) && IsNear(y, own[7])) ? space : std::nullopt;
+}
+
+std::optional<int> MatchProfile(const tBytes& pProfile, int pSpaces)
 {
     const sSpan profile = WholeOf(pProfile);
     if (profile.Has(16, "GRAY")) {
@@ -193,7 +204,7 @@ std::optional<int> MatchProfile(const tBytes& pProfile)
     }
     if (!profile.Has(16, "RGB ")) return std::nullopt;
     double colorants[9];
-    if (Colorants(profile, colorants)) return MatchShaper(profile, colorants);
+    if (Colorants(profile, colorants)) return MatchShaper(profile, colorants, pSpaces);
     return MatchDescription(ProfileDescription(pProfile));
 }
 

@@ -6,26 +6,20 @@
 
 #include "picture/Picture.h"
 
+#include <array>
 #include <optional>
 #include <string>
 
 namespace SelvaneHost
 {
 
-/// CIE x and y of the three primaries, as OpenEXR and Radiance headers give them.
-struct sPrimaries
-{
-    float fRedX = 0;
-    float fRedY = 0;
-    float fGreenX = 0;
-    float fGreenY = 0;
-    float fBlueX = 0;
-    float fBlueY = 0;
-};
-
 /// Returns the space with these primaries. Each number may differ by 0.012. So the default primaries of Radiance, with
-/// a green x of 0.29, match those of sRGB.
-std::optional<int> MatchPrimaries(const sPrimaries& pPrimaries);
+/// a green x of 0.29, match those of sRGB. White does not count.
+/// @param pChromaticities CIE x and y of red, green, blue, white
+std::optional<int> MatchPrimaries(const std::array<float, 8>& pChromaticities);
+
+/// The same, and white counts: within 0.012, or the white of equal energy, which is the default of Radiance.
+std::optional<int> MatchChromaticities(const std::array<float, 8>& pChromaticities);
 
 /// Returns the space that an ICC profile describes, by the kind of the profile:
 ///
@@ -35,7 +29,9 @@ std::optional<int> MatchPrimaries(const sPrimaries& pPrimaries);
 ///                                           description is not read, because each maker chooses its own.
 ///   RGB with tables only                    by its description
 ///   grey                                    sRGB if its curve passes the same test against the curve of sRGB
-std::optional<int> MatchProfile(const tBytes& pProfile);
+///
+/// @param pSpaces 3, or more to compare with further spaces of libselvane: SELVANE_DISPLAY_P3 and SELVANE_REC2020
+std::optional<int> MatchProfile(const tBytes& pProfile, int pSpaces = 3);
 
 /// Returns the profile's description. Empty if it has none.
 std::string ProfileDescription(const tBytes& pProfile);

@@ -14,7 +14,7 @@ namespace SelvaneHost
 namespace
 {
 
-constexpr size_t kFirstBytes = 8;
+constexpr size_t kFirstBytes = 16;
 constexpr size_t kPiece = 1 << 20; // bytes; the least by which the buffer grows when the size is unknown
 // Bytes of a pipe or device. No picture that the library holds is larger, except in 32-bit samples.
 constexpr size_t kMostUnannounced = size_t{2} << 30;
@@ -87,7 +87,8 @@ void Grow(tBytes& pBytes, size_t pMost)
 
 tBytes ReadFile(const std::string& pPath, void (*pCheck)(const tBytes& pFirst))
 {
-    const cDescriptor file(::open(pPath.c_str(), O_RDONLY | O_CLOEXEC));
+    const cDescriptor file(pPath == "-" ? ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)
+                                        : ::open(pPath.c_str(), O_RDONLY | O_CLOEXEC));
     if (file < 0) Fail(errno);
     const size_t announced = AnnouncedSize(file);
     tBytes bytes = ReadFirst(file);

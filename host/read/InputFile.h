@@ -8,8 +8,8 @@
 namespace SelvaneHost
 {
 
-/// Reads all bytes of a file, pipe or device.
-/// @param pCheck gets the first eight bytes, or all of a shorter file, before more is read. It throws to refuse the
+/// Reads all bytes of a file, pipe or device. "-" is standard input.
+/// @param pCheck gets the first sixteen bytes, or all of a shorter file, before more is read. It throws to refuse the
 ///               file, so an endless device is not read further.
 /// @throws cHostError with the system's text when the file cannot be read or is a folder, and for a pipe or device of
 ///         more than 2 GiB

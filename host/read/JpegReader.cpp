@@ -13,9 +13,9 @@ bool LooksLikeJpeg(const tBytes& pBytes)
     return BeginsWith(pBytes, "\xFF\xD8\xFF");
 }
 
-sPicture ReadJpeg(const tBytes& pBytes)
+sPicture ReadJpeg(const tBytes& pBytes, const sReadOptions& pOptions)
 {
-    return ReadThroughVips({vips_jpegload_buffer}, pBytes);
+    return ReadThroughVips({vips_jpegload_buffer}, pBytes, pOptions);
 }
 
 } // namespace SelvaneHost

@@ -1,7 +1,7 @@
 #include "read/OpenExrReader.h"
 
+#include "color/Interpret.h"
 #include "picture/Errors.h"
-#include "picture/ProfileMatch.h"
 #include "read/OpenExrChunks.h"
 #include "read/OpenExrHeaders.h"
 #include "read/ReaderSteps.h"
@@ -17,6 +17,7 @@
 #include <ImfStandardAttributes.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <new>
 #include <stdexcept>
@@ -68,55 +69,116 @@ bool Has(const Imf::ChannelList& pChannels, const std::string& pName)
     return pChannels.findChannel(pName) != nullptr;
 }
 
-bool HasColor(const Imf::ChannelList& pChannels, const std::string& pPrefix)
+/// The names that programs give to red, green, blue and alpha.
+constexpr std::array<std::array<const char*, 4>, 4> kColorNames = {{{"R", "G", "B", "A"},
+                                                                   {"r", "g", "b", "a"},
+                                                                   {"red", "green", "blue", "alpha"},
+                                                                   {"Red", "Green", "Blue", "Alpha"}}};
+
+/// Returns the colours behind a prefix, with alpha if there is some. Empty if there are none.
+std::vector<std::string> ColorsOf(const Imf::ChannelList& pChannels, const std::string& pPrefix)
 {
-    return Has(pChannels, pPrefix + "R") && Has(pChannels, pPrefix + "G") && Has(pChannels, pPrefix + "B");
+    for (const auto& names : kColorNames) {
+        std::vector<std::string> found;
+        for (const char* name : names)
+            if (Has(pChannels, pPrefix + name)) found.push_back(pPrefix + name);
+        const bool colors = found.size() >= 3 && found[2] == pPrefix + names[2];
+        if (colors) return found;
+    }
+    return {};
 }
 
-sSource ColorSource(int pPart, const std::string& pPrefix)
+/// Returns grey and perhaps alpha behind a prefix. Empty if there is none.
+std::vector<std::string> GreyOf(const Imf::ChannelList& pChannels, const std::string& pPrefix)
 {
-    return {pPart, {pPrefix + "R", pPrefix + "G", pPrefix + "B"}, pPrefix};
+    const std::string grey = pPrefix + "Y", alpha = pPrefix + "A";
+    if (!Has(pChannels, grey)) return {};
+    if (Has(pChannels, pPrefix + "RY") || Has(pChannels, pPrefix + "BY"))
+        throw cHostError("the picture holds luminance with subsampled colour, which cannot be read; save it with the "
+                         "channels R, G and B");
+    std::vector<std::string> names(3, grey);
+    if (Has(pChannels, alpha)) names.push_back(alpha);
+    return names;
 }
 
-/// Returns the name of the first layer with R, G and B, with its closing dot. Empty if there is none.
+/// Returns the colours or the grey of a part behind a prefix.
+sSource SourceAt(const Imf::MultiPartInputFile& pFile, int pPart, const std::string& pPrefix)
+{
+    const Imf::ChannelList& channels = pFile.header(pPart).channels();
+    sSource source{pPart, ColorsOf(channels, pPrefix), pPrefix};
+    if (source.fNames.empty()) source.fNames = GreyOf(channels, pPrefix);
+    return source;
+}
+
+/// Returns the first layer with colours, with its closing dot. Empty if there is none.
 std::string FirstColorLayer(const Imf::ChannelList& pChannels)
 {
     for (auto channel = pChannels.begin(); channel != pChannels.end(); ++channel) {
         const std::string name = channel.name();
         const size_t dot = name.rfind('.');
-        if (dot != std::string::npos && HasColor(pChannels, name.substr(0, dot + 1))) return name.substr(0, dot + 1);
+        if (dot == std::string::npos) continue;
+        const std::string prefix = name.substr(0, dot + 1);
+        if (!ColorsOf(pChannels, prefix).empty()) return prefix;
     }
     return {};
+}
+
+std::string NameOfPart(const Imf::Header& pHeader)
+{
+    return pHeader.hasName() ? pHeader.name() : std::string();
+}
+
+/// Lists the channels of all parts for a refusal: "A, depth.Z".
+std::string AllChannels(const Imf::MultiPartInputFile& pFile)
+{
+    constexpr size_t kMostListed = 20;
+    std::string list;
+    size_t count = 0;
+    for (int part = 0; part < pFile.parts(); part++) {
+        const std::string name = NameOfPart(pFile.header(part));
+        const Imf::ChannelList& channels = pFile.header(part).channels();
+        for (auto channel = channels.begin(); channel != channels.end(); ++channel) {
+            if (count++ == kMostListed) return list + " and more";
+            list += (list.empty() ? "" : ", ") + (name.empty() ? name : name + "/") + channel.name();
+        }
+    }
+    return list.empty() ? "none" : list;
+}
+
+[[noreturn]] void RefuseChannels(const Imf::MultiPartInputFile& pFile, const std::string& pMissing)
+{
+    throw cHostError("the picture has no " + pMissing + "; its channels are " + AllChannels(pFile));
+}
+
+/// Returns the layer of this name: a part, or channels behind "NAME.".
+sSource FindLayer(const Imf::MultiPartInputFile& pFile, const std::string& pLayer)
+{
+    for (int part = 0; part < pFile.parts(); part++) {
+        sSource source = SourceAt(pFile, part, pLayer + ".");
+        if (source.fNames.empty() && NameOfPart(pFile.header(part)) == pLayer) source = SourceAt(pFile, part, "");
+        if (!source.fNames.empty()) return source;
+    }
+    RefuseChannels(pFile, "layer \"" + pLayer + "\" of colours or grey");
 }
 
 sSource FindSource(const Imf::MultiPartInputFile& pFile)
 {
     for (int part = 0; part < pFile.parts(); part++) {
-        const Imf::ChannelList& channels = pFile.header(part).channels();
-        if (HasColor(channels, "")) return ColorSource(part, "");
-        if (Has(channels, "RY") || Has(channels, "BY"))
-            throw cHostError(
-                "the picture holds luminance with subsampled colour, which cannot be read; save it with the "
-                "channels R, G and B");
-        if (Has(channels, "Y")) return {part, {"Y", "Y", "Y"}, ""};
+        const sSource source = SourceAt(pFile, part, "");
+        if (!source.fNames.empty()) return source;
     }
     for (int part = 0; part < pFile.parts(); part++) {
         const std::string layer = FirstColorLayer(pFile.header(part).channels());
-        if (!layer.empty()) return ColorSource(part, layer);
+        if (!layer.empty()) return SourceAt(pFile, part, layer);
     }
-    throw cHostError("the picture has no channels R, G and B");
-}
-
-/// Adds the alpha channel, if the part has one.
-void AddAlpha(const Imf::ChannelList& pChannels, sSource& pSource)
-{
-    if (Has(pChannels, pSource.fLayer + "A")) pSource.fNames.push_back(pSource.fLayer + "A");
+    RefuseChannels(pFile, "channels R, G and B");
 }
 
 void CheckSource(const Imf::Header& pHeader, const sSource& pSource)
 {
     if (pHeader.hasType() && Imf::isDeepData(pHeader.type()))
-        throw cHostError("the picture holds deep samples; flatten it first");
+        throw cHostError("the picture holds deep samples in the channels " + pSource.fNames[0] + ", " +
+                         pSource.fNames[1] + " and " + pSource.fNames[2] + "; flatten it first");
     for (const std::string& name : pSource.fNames) {
         const Imf::Channel& channel = pHeader.channels()[name.c_str()];
         if (channel.xSampling != 1 || channel.ySampling != 1)
@@ -124,11 +186,15 @@ void CheckSource(const Imf::Header& pHeader, const sSource& pSource)
     }
 }
 
-void ReadColorSpace(const Imf::Header& pHeader, sPicture& pPicture)
+sColorNotes NotesOf(const Imf::Header& pHeader)
 {
-    if (!Imf::hasChromaticities(pHeader)) return SetSpace(pPicture, std::nullopt);
+    sColorNotes notes;
+    if (Imf::hasWhiteLuminance(pHeader)) notes.fWhiteLuminance = Imf::whiteLuminance(pHeader);
+    if (!Imf::hasChromaticities(pHeader)) return notes;
     const Imf::Chromaticities& found = Imf::chromaticities(pHeader);
-    SetSpaceOf(pPicture, {found.red.x, found.red.y, found.green.x, found.green.y, found.blue.x, found.blue.y});
+    notes.fChromaticities = {found.red.x,  found.red.y,  found.green.x, found.green.y,
+                             found.blue.x, found.blue.y, found.white.x, found.white.y};
+    return notes;
 }
 
 void WarnOfChoices(const sSource& pSource, sPicture& pPicture)
@@ -179,20 +245,19 @@ void ReadPixels(Imf::MultiPartInputFile& pFile, const sSource& pSource, sPicture
     }
 }
 
-sPicture ReadParts(const tBytes& pBytes, Imf::MultiPartInputFile& pFile)
+sPicture ReadParts(const tBytes& pBytes, Imf::MultiPartInputFile& pFile, const sReadOptions& pOptions)
 {
-    sSource source = FindSource(pFile);
+    const sSource source = pOptions.fLayer.empty() ? FindSource(pFile) : FindLayer(pFile, pOptions.fLayer);
     const Imf::Header& header = pFile.header(source.fPart);
-    AddAlpha(header.channels(), source);
     CheckSource(header, source);
     const Imath::Box2i window = header.dataWindow();
     sPicture picture;
     SetSize(picture, int64_t{window.max.x} - window.min.x + 1, int64_t{window.max.y} - window.min.y + 1, eFloats,
             static_cast<int>(source.fNames.size()));
-    ReadColorSpace(header, picture);
-    WarnOfChoices(source, picture);
+    if (pOptions.fLayer.empty()) WarnOfChoices(source, picture);
     CheckOpenExrChunks(pBytes, source.fPart); // before the picture takes memory
     ReadPixels(pFile, source, picture);
+    Interpret(picture, NotesOf(header), pOptions);
     return picture;
 }
 
@@ -203,13 +268,13 @@ bool LooksLikeOpenExr(const tBytes& pBytes)
     return BeginsWith(pBytes, "\x76\x2F\x31\x01");
 }
 
-sPicture ReadOpenExr(const tBytes& pBytes)
+sPicture ReadOpenExr(const tBytes& pBytes, const sReadOptions& pOptions)
 {
     try {
         CheckOpenExrHeaders(pBytes);
         cByteStream stream(pBytes);
         Imf::MultiPartInputFile file(stream, 0, true);
-        return ReadParts(pBytes, file);
+        return ReadParts(pBytes, file, pOptions);
     } catch (const cHostError&) {
         throw;
     } catch (const std::bad_alloc&) {

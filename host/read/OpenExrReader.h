@@ -5,6 +5,7 @@
 // floats, which turns a sun above 65504 into infinity, and it calls its own OpenEXR reader untrusted.
 
 #include "picture/Picture.h"
+#include "picture/ReadOptions.h"
 
 namespace SelvaneHost
 {
@@ -16,7 +17,7 @@ bool LooksLikeOpenExr(const tBytes& pBytes);
 ///   2. R, G and B of the first layer; a warning names the layer
 /// The attribute "chromaticities" decides the colour space. An alpha channel is dropped with a warning.
 /// @throws cHostError when the file is damaged or cut, holds deep samples, or holds luminance with subsampled colour
-sPicture ReadOpenExr(const tBytes& pBytes);
+sPicture ReadOpenExr(const tBytes& pBytes, const sReadOptions& pOptions = {});
 
 } // namespace SelvaneHost
 

@@ -156,6 +156,7 @@ void Facts(tSide& pSide, tPicture& pPicture)
     pSide(pPicture.fColor.fChromaticities);
     pSide(pPicture.fColor.fTransfer);
     pSide(pPicture.fColor.fGamma);
+    pSide(pPicture.fColor.fOutput);
     pSide(pPicture.fColor.fIsNamed);
     pSide(pPicture.fColor.fWords);
     pSide(pPicture.fMetadata.fExif);
@@ -170,6 +171,7 @@ void CheckFacts(const sPicture& pPicture)
 {
     const auto form = static_cast<unsigned>(pPicture.fForm);
     if (form > eFloats || pPicture.fChannels < 3 || pPicture.fChannels > 4) Torn();
+    if (pPicture.fColor.fOutput < 0 || pPicture.fColor.fOutput >= kSpaces) Torn();
     if (pPicture.fForm == eExponentPlanes && pPicture.fChannels != 3) Torn();
     sPicture checked;
     SetSize(checked, pPicture.fWidth, pPicture.fHeight, pPicture.fForm, pPicture.fChannels);

@@ -1,12 +1,16 @@
 #include "read/PictureReader.h"
 
 #include "picture/Errors.h"
+#include "read/HeifReader.h"
 #include "read/InputFile.h"
 #include "read/JpegReader.h"
+#include "read/JpegXlReader.h"
 #include "read/OpenExrReader.h"
+#include "read/PfmReader.h"
 #include "read/PngReader.h"
 #include "read/RadianceReader.h"
 #include "read/TiffReader.h"
+#include "read/WebpReader.h"
 
 #include <algorithm>
 
@@ -20,8 +24,8 @@ namespace
 struct sReader
 {
     const char* fName;                        ///< as the refusal of other files lists it
-    bool (*fLooksLike)(const tBytes& pFirst); ///< eight bytes are enough for it
-    sPicture (*fRead)(const tBytes& pFile);
+    bool (*fLooksLike)(const tBytes& pFirst); ///< sixteen bytes are enough for it
+    sPicture (*fRead)(const tBytes& pFile, const sReadOptions& pOptions);
 };
 
 // No two kinds begin with the same bytes, so the order counts only in the refusal.
@@ -31,6 +35,10 @@ constexpr sReader kReaders[] = {
     {"PNG", LooksLikePng, ReadPng},
     {"TIFF", LooksLikeTiff, ReadTiff},
     {"JPEG", LooksLikeJpeg, ReadJpeg},
+    {"WebP", LooksLikeWebp, ReadWebp},
+    {"HEIF and AVIF", LooksLikeHeif, ReadHeif},
+    {"JPEG XL", LooksLikeJpegXl, ReadJpegXl},
+    {"PFM", LooksLikePfm, ReadPfm},
 };
 
 std::string NamesOfAll()
@@ -59,14 +67,14 @@ void CheckKind(const tBytes& pFirst)
     ReaderFor(pFirst);
 }
 
-sPicture ReadPicture(const tBytes& pBytes)
+sPicture ReadPicture(const tBytes& pBytes, const sReadOptions& pOptions)
 {
-    return ReaderFor(pBytes).fRead(pBytes);
+    return ReaderFor(pBytes).fRead(pBytes, pOptions);
 }
 
-sPicture ReadPictureFile(const std::string& pPath)
+sPicture ReadPictureFile(const std::string& pPath, const sReadOptions& pOptions)
 {
-    return ReadPicture(ReadFile(pPath, CheckKind));
+    return ReadPicture(ReadFile(pPath, CheckKind), pOptions);
 }
 
 } // namespace SelvaneHost

@@ -14,9 +14,9 @@ bool LooksLikePng(const tBytes& pBytes)
     return BeginsWith(pBytes, "\x89PNG\r\n\x1A\n");
 }
 
-sPicture ReadPng(const tBytes& pBytes)
+sPicture ReadPng(const tBytes& pBytes, const sReadOptions& pOptions)
 {
-    return ReadThroughVips({vips_pngload_buffer, PngProfile, PngSaysSrgb}, pBytes);
+    return ReadThroughVips({vips_pngload_buffer, PngNotes}, pBytes, pOptions);
 }
 
 } // namespace SelvaneHost

@@ -2,6 +2,7 @@
 #define SELVANE_HOST_READ_PNG_READER_H
 
 #include "picture/Picture.h"
+#include "picture/ReadOptions.h"
 
 namespace SelvaneHost
 {
@@ -10,7 +11,7 @@ bool LooksLikePng(const tBytes& pBytes);
 
 /// Reads a PNG picture. Its own colour chunks decide the colour space, see picture/PngColor.h.
 /// @throws cHostError see VipsReader.h
-sPicture ReadPng(const tBytes& pBytes);
+sPicture ReadPng(const tBytes& pBytes, const sReadOptions& pOptions = {});
 
 } // namespace SelvaneHost
 

@@ -1,9 +1,11 @@
 #include "read/RadianceReader.h"
 
+#include "color/Interpret.h"
 #include "picture/Errors.h"
 #include "read/ReaderSteps.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <sstream>
 #include <string_view>
@@ -214,15 +216,14 @@ void ReadPixels(cCursor& pCursor, const sHeader& pHeader, sPicture& pPicture)
     }
 }
 
-void ReadColorSpace(const std::string& pPrimaries, sPicture& pPicture)
+sColorNotes NotesOf(const std::string& pPrimaries)
 {
-    if (pPrimaries.empty()) return SetSpace(pPicture, std::nullopt);
+    if (pPrimaries.empty()) return {};
     std::istringstream words(pPrimaries);
-    sPrimaries primaries;
-    for (float* value : {&primaries.fRedX, &primaries.fRedY, &primaries.fGreenX, &primaries.fGreenY, &primaries.fBlueX,
-                         &primaries.fBlueY})
-        words >> *value;
-    SetSpaceOf(pPicture, words ? primaries : sPrimaries()); // primaries of 0 are none of the three
+    std::array<float, 8> chromaticities{}; // zeros are none of the known ones
+    for (float& value : chromaticities)
+        words >> value;
+    return {.fChromaticities = words ? chromaticities : std::array<float, 8>{}};
 }
 
 } // namespace
@@ -232,7 +233,7 @@ bool LooksLikeRadiance(const tBytes& pBytes)
     return BeginsWith(pBytes, "#?");
 }
 
-sPicture ReadRadiance(const tBytes& pBytes)
+sPicture ReadRadiance(const tBytes& pBytes, const sReadOptions& pOptions)
 {
     cCursor cursor(pBytes);
     const sHeader header = ReadHeader(cursor);
@@ -244,7 +245,7 @@ sPicture ReadRadiance(const tBytes& pBytes)
     SetSize(picture, x.fLength, y.fLength, eExponentPlanes);
     CheckClaim(picture, pBytes.size());
     CheckScanlines(cursor, header);
-    ReadColorSpace(header.fPrimaries, picture);
+    Interpret(picture, NotesOf(header.fPrimaries), pOptions);
     picture.fPixels.resize(AllBytes(picture));
     ReadPixels(cursor, header, picture);
     return picture;

@@ -6,6 +6,7 @@
 // form of "Real Pixels", Graphics Gems II.
 
 #include "picture/Picture.h"
+#include "picture/ReadOptions.h"
 
 namespace SelvaneHost
 {
@@ -15,7 +16,7 @@ bool LooksLikeRadiance(const tBytes& pBytes);
 /// Reads the picture as exponent planes with the bytes of the file. Reads all three forms of scanlines (flat, old and
 /// new run lengths) and all eight orientations. PRIMARIES in the header decide the colour space.
 /// @throws cHostError when the file is damaged or cut, or holds XYZ
-sPicture ReadRadiance(const tBytes& pBytes);
+sPicture ReadRadiance(const tBytes& pBytes, const sReadOptions& pOptions = {});
 
 } // namespace SelvaneHost
 

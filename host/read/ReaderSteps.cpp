@@ -2,8 +2,6 @@
 
 #include "picture/Errors.h"
 
-#include <selvane.h>
-
 #include <algorithm>
 
 namespace SelvaneHost
@@ -39,21 +37,6 @@ void CheckClaim(const sPicture& pPicture, size_t pFileBytes)
     if (pixels / kMostPixelsPerByte <= pFileBytes) return;
     Damaged(std::to_string(pFileBytes) + " bytes cannot hold the " + std::to_string(pPicture.fWidth) + " x " +
             std::to_string(pPicture.fHeight) + " pixels that it claims to have");
-}
-
-void SetSpace(sPicture& pPicture, std::optional<int> pSpace)
-{
-    pPicture.fColor.fIsNamed = pSpace.has_value();
-    pPicture.fColor.fPrimaries = pSpace.value_or(SELVANE_SRGB);
-    const bool linear = pPicture.fForm == eExponentPlanes || pPicture.fForm == eFloats;
-    pPicture.fColor.fTransfer = linear ? SELVANE_TRANSFER_LINEAR : SELVANE_TRANSFER_ENGINE;
-}
-
-void SetSpaceOf(sPicture& pPicture, const sPrimaries& pPrimaries)
-{
-    const std::optional<int> space = MatchPrimaries(pPrimaries);
-    SetSpace(pPicture, space);
-    if (!space) pPicture.fColorSpaceWarning = "its primaries are " + NoneOfTheThree();
 }
 
 } // namespace SelvaneHost

@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <libheif/heif.h>
 #include <new>
 #include <optional>
 #include <spawn.h>
@@ -79,13 +80,16 @@ private:
     posix_spawn_file_actions_t fActions{};
 };
 
-pid_t Start(const std::string& pPath, int pParcel)
+pid_t Start(const std::string& pPath, const sReadOptions& pOptions, int pParcel)
 {
-    const std::array<std::string, 6> words = {"selvane",
+    const std::array<std::string, 9> words = {"selvane",
                                               kReadingWord,
                                               std::to_string(gLimits->fMegapixels),
                                               std::to_string(gLimits->fBytes),
                                               std::to_string(gLimits->fSeconds),
+                                              pOptions.fAsEntry ? "entry" : "",
+                                              pOptions.fInputSpace ? InputSpaceWord(*pOptions.fInputSpace) : "",
+                                              pOptions.fLayer,
                                               pPath};
     std::array<char*, words.size() + 1> arguments{};
     std::transform(words.begin(), words.end(), arguments.begin(),
@@ -129,16 +133,17 @@ void PrepareLibraries()
     ::setenv("VIPS_CONCURRENCY", "1", 1);
     ::setenv("VIPS_DISC_THRESHOLD", "1000g", 1);
     StartPictureLibrary();
+    ::heif_init(nullptr); // loads its decoders
 }
 
-void Decode(const std::string& pPath, const sReadLimits& pLimits)
+void Decode(const std::string& pPath, const sReadOptions& pOptions, const sReadLimits& pLimits)
 {
     SetMostPixels(pLimits.fMegapixels * 1000000);
     const tBytes bytes = ReadFile(pPath, CheckKind);
     PrepareLibraries();
     LimitResources(pLimits.fBytes, pLimits.fSeconds);
     ForbidAllButReading(kParcel);
-    SendPicture(kParcel, ReadPicture(bytes));
+    SendPicture(kParcel, ReadPicture(bytes, pOptions));
 }
 
 uint64_t NumberOf(const std::string& pWord)
@@ -154,25 +159,26 @@ void UseReadingProcesses(const sReadLimits& pLimits)
     if (gLimits->fBytes == 0) gLimits->fBytes = HalfOfMemory();
 }
 
-sPicture ReadInProcess(const std::string& pPath)
+sPicture ReadInProcess(const std::string& pPath, const sReadOptions& pOptions)
 {
     if (!gLimits) {
         StartPictureLibrary();
-        return ReadPictureFile(pPath);
+        return ReadPictureFile(pPath, pOptions);
     }
     const cMemoryFile parcel;
-    const int status = WaitFor(Start(pPath, parcel.Descriptor()));
+    const int status = WaitFor(Start(pPath, pOptions, parcel.Descriptor()));
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) Explain(status);
     return ReceivePicture(parcel.Descriptor());
 }
 
 int RunReadingProcess(const std::vector<std::string>& pWords)
 {
-    if (pWords.size() != 4) return 2;
+    if (pWords.size() != 7) return 2;
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     const sReadLimits limits{static_cast<int64_t>(NumberOf(pWords[0])), NumberOf(pWords[1]), NumberOf(pWords[2])};
+    const sReadOptions options{!pWords[3].empty(), InputSpaceOfWord(pWords[4]), pWords[5]};
     try {
-        Decode(pWords[3], limits);
+        Decode(pWords[6], options, limits);
     } catch (const cUsageError& failure) {
         SendFailure(kParcel, eParcelUsage, failure.what());
     } catch (const std::bad_alloc&) {

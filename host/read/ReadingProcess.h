@@ -7,6 +7,7 @@
 // (PictureParcel.h).
 
 #include "picture/Picture.h"
+#include "picture/ReadOptions.h"
 
 #include <cstdint>
 #include <string>
@@ -31,7 +32,7 @@ void UseReadingProcesses(const sReadLimits& pLimits);
 
 /// Reads a picture file, in a process of its own if UseReadingProcesses was called. Any thread may call it.
 /// @throws cHostError also when the process crashed, took too much or did what it must not
-sPicture ReadInProcess(const std::string& pPath);
+sPicture ReadInProcess(const std::string& pPath, const sReadOptions& pOptions);
 
 /// The main function of the process that decodes.
 /// @param pWords the command line behind kReadingWord

@@ -1,5 +1,7 @@
 #include "read/TiffReader.h"
 
+#include "color/Interpret.h"
+#include "read/HalfTiff.h"
 #include "read/ReaderSteps.h"
 #include "read/TiffCheck.h"
 #include "read/VipsReader.h"
@@ -25,10 +27,16 @@ bool LooksLikeTiff(const tBytes& pBytes)
     return std::ranges::any_of(kMarks, [&](std::string_view mark) { return BeginsWith(pBytes, mark); });
 }
 
-sPicture ReadTiff(const tBytes& pBytes)
+sPicture ReadTiff(const tBytes& pBytes, const sReadOptions& pOptions)
 {
     CheckTiff(pBytes);
-    return ReadThroughVips({vips_tiffload_buffer}, pBytes);
+    if (HoldsHalfFloats(pBytes)) {
+        sColorNotes notes;
+        sPicture picture = ReadHalfTiff(pBytes, notes);
+        Interpret(picture, notes, pOptions);
+        return picture;
+    }
+    return ReadThroughVips({vips_tiffload_buffer}, pBytes, pOptions);
 }
 
 } // namespace SelvaneHost

@@ -2,6 +2,7 @@
 #define SELVANE_HOST_READ_TIFF_READER_H
 
 #include "picture/Picture.h"
+#include "picture/ReadOptions.h"
 
 namespace SelvaneHost
 {
@@ -10,7 +11,7 @@ bool LooksLikeTiff(const tBytes& pBytes);
 
 /// Reads a TIFF or BigTIFF picture after a check of its directory, see TiffCheck.h.
 /// @throws cHostError see VipsReader.h
-sPicture ReadTiff(const tBytes& pBytes);
+sPicture ReadTiff(const tBytes& pBytes, const sReadOptions& pOptions = {});
 
 } // namespace SelvaneHost
 

@@ -1,7 +1,7 @@
 #include "read/VipsReader.h"
 
+#include "color/Interpret.h"
 #include "picture/Errors.h"
-#include "picture/ProfileMatch.h"
 #include "picture/VipsObject.h"
 #include "read/ReaderSteps.h"
 
@@ -74,11 +74,12 @@ eSampleForm FormOf(VipsImage* pImage)
     case VIPS_FORMAT_USHORT:
         return eSamples16;
     case VIPS_FORMAT_FLOAT:
+    case VIPS_FORMAT_DOUBLE:
         return eFloats;
     default:
         throw cHostError(std::string("the picture's samples are of the kind \"") +
                          vips_enum_nick(VIPS_TYPE_BAND_FORMAT, vips_image_get_format(pImage)) +
-                         "\"; only 8 and 16-bit samples and 32-bit floats can be read");
+                         "\"; only 8 and 16-bit samples and floats can be read");
     }
 }
 
@@ -87,6 +88,15 @@ bool IsGrey(VipsImage* pImage)
     const VipsInterpretation colors = vips_image_get_interpretation(pImage);
     return vips_image_get_bands(pImage) < 3 || colors == VIPS_INTERPRETATION_B_W ||
            colors == VIPS_INTERPRETATION_GREY16;
+}
+
+/// Narrows floats of 64 bits.
+tVipsImage WithFloats(tVipsImage pImage)
+{
+    if (vips_image_get_format(pImage.get()) != VIPS_FORMAT_DOUBLE) return pImage;
+    VipsImage* narrow = nullptr;
+    if (vips_cast_float(pImage.get(), &narrow, nullptr) != 0) FailedInVips();
+    return tVipsImage(narrow);
 }
 
 /// Bands of a pixel that become green, blue and alpha. Red is the first band.
@@ -154,24 +164,15 @@ bool ExifSaysAdobeRgb(VipsImage* pImage)
     return std::strncmp(text, "R03", 3) == 0;
 }
 
-/// Returns the colour space that a file without a profile names.
-std::optional<int> SpaceWithoutProfile(VipsImage* pImage, const sVipsKind& pKind, const tBytes& pBytes)
+sColorNotes NotesOf(VipsImage* pImage, const sVipsKind& pKind, const tBytes& pBytes)
 {
-    if (pKind.fSaysSrgb != nullptr && pKind.fSaysSrgb(pBytes)) return SELVANE_SRGB;
-    if (ExifSaysAdobeRgb(pImage)) return SELVANE_ADOBE_RGB;
-    return std::nullopt;
-}
-
-void ReadColorSpace(VipsImage* pImage, const sVipsKind& pKind, const tBytes& pBytes, sPicture& pPicture)
-{
-    const tBytes profile = pKind.fProfile != nullptr ? pKind.fProfile(pBytes) : Block(pImage, VIPS_META_ICC_NAME);
-    if (profile.empty()) return SetSpace(pPicture, SpaceWithoutProfile(pImage, pKind, pBytes));
-    SetSpace(pPicture, std::nullopt);
-    if (pPicture.fForm == eFloats) return; // the curves of a profile do not apply to linear floats
-    SetSpace(pPicture, MatchProfile(profile));
-    if (!pPicture.fColor.fIsNamed)
-        pPicture.fColorSpaceWarning =
-            "its colour profile \"" + ProfileDescription(profile) + "\" is " + NoneOfTheThree();
+    sColorNotes notes;
+    if (pKind.fNotes != nullptr)
+        notes = pKind.fNotes(pBytes);
+    else
+        notes.fProfile = Block(pImage, VIPS_META_ICC_NAME);
+    if (!notes.fSpace && ExifSaysAdobeRgb(pImage)) notes.fSpace = SELVANE_ADOBE_RGB;
+    return notes;
 }
 
 void ReadMetadata(VipsImage* pImage, sPicture& pPicture)
@@ -195,7 +196,7 @@ void WarnOfDroppedBands(VipsImage* pImage, sPicture& pPicture)
 
 } // namespace
 
-sPicture ReadThroughVips(const sVipsKind& pKind, const tBytes& pBytes)
+sPicture ReadThroughVips(const sVipsKind& pKind, const tBytes& pBytes, const sReadOptions& pOptions)
 {
     tVipsImage loaded = Load(pKind, pBytes, VIPS_ACCESS_SEQUENTIAL);
     CheckColors(loaded.get());
@@ -204,13 +205,13 @@ sPicture ReadThroughVips(const sVipsKind& pKind, const tBytes& pBytes)
     SetSize(picture, vips_image_get_width(loaded.get()), vips_image_get_height(loaded.get()), FormOf(loaded.get()),
             FurtherBands(loaded.get()) == 1 ? 4 : 3);
     CheckClaim(picture, pBytes.size());
-    const tVipsImage image = Upright(std::move(loaded), pKind, pBytes);
+    const tVipsImage image = WithFloats(Upright(std::move(loaded), pKind, pBytes));
     picture.fWidth = vips_image_get_width(image.get());
     picture.fHeight = vips_image_get_height(image.get());
-    ReadColorSpace(image.get(), pKind, pBytes, picture);
     ReadMetadata(image.get(), picture);
     WarnOfDroppedBands(image.get(), picture);
     ReadPixels(image.get(), picture);
+    Interpret(picture, NotesOf(image.get(), pKind, pBytes), pOptions);
     return picture;
 }
 

@@ -1,6 +1,8 @@
 #include "render/HueControls.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 
 namespace SelvaneLib
 {
@@ -16,11 +18,22 @@ struct sHuePoint
     double fValue;
 };
 
+/// The double of the shortest decimal that gives the float. People write points as decimals: 0.1f means 0.1, and tangents
+/// of its digits are rounded once instead of twice.
+double AsWritten(float pNumber)
+{
+    std::array<char, 64> digits{};
+    const std::to_chars_result end = std::to_chars(digits.data(), digits.data() + digits.size(), pNumber);
+    double number = 0.0;
+    std::from_chars(digits.data(), end.ptr, number);
+    return number;
+}
+
 std::vector<sHuePoint> Sorted(const selvane_curve& pCurve)
 {
     std::vector<sHuePoint> points;
     for (int i = 0; i < pCurve.count; i++)
-        points.push_back({static_cast<double>(pCurve.points[i].x), static_cast<double>(pCurve.points[i].y)});
+        points.push_back({AsWritten(pCurve.points[i].x), AsWritten(pCurve.points[i].y)});
     std::sort(points.begin(), points.end(), [](const sHuePoint& a, const sHuePoint& b) { return a.fHue < b.fHue; });
     return points;
 }

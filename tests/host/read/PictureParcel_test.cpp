@@ -33,6 +33,7 @@ protected:
                           .fChromaticities = {0.1F, 0.2F, 0.3F, 0.4F, 0.5F, 0.6F, 0.7F, 0.8F},
                           .fTransfer = 3,
                           .fGamma = 2.2F,
+                          .fOutput = 4,
                           .fIsNamed = true,
                           .fWords = "was read so"};
         picture.fMetadata.fExif = {1, 2, 3};
@@ -75,6 +76,7 @@ TEST_F(PictureParcel, EverythingArrives)
     EXPECT_EQ(got.fColor.fChromaticities, sent.fColor.fChromaticities);
     EXPECT_EQ(got.fColor.fTransfer, 3);
     EXPECT_EQ(got.fColor.fGamma, 2.2F);
+    EXPECT_EQ(got.fColor.fOutput, 4);
     EXPECT_TRUE(got.fColor.fIsNamed);
     EXPECT_EQ(got.fColor.fWords, "was read so");
     EXPECT_EQ(got.fMetadata.fExif, (tBytes{1, 2, 3}));
