@@ -1,6 +1,6 @@
-// What does a suggestion cost? Prints milliseconds of one call and how many previews it looked at: with the engine's
-// renders as previews, and with a preview that costs nothing, which leaves the measuring. One worker; 24-megapixel
-// renders of entry_bench tell what a fifth of a render is.
+// What does a suggestion cost? Prints milliseconds of one call and how many previews it looked at, and the same with
+// previews that cost nothing, which leaves the measuring. One thread; pictures of a width, two thirds as high.
+// lib_bench has the suggestion beside a render at 24 megapixels.
 
 #include "tmqi/MadeScenes.h"
 
@@ -23,54 +23,40 @@ sPicture Hills(int pWidth)
         for (int x = 0; x < picture.fWidth; x++) {
             const auto row = static_cast<size_t>(y * hills.fHeight / picture.fHeight);
             const auto column = static_cast<size_t>(x * hills.fWidth / picture.fWidth);
-            const float* xyz = &hills.fXYZ[3 * (row * static_cast<size_t>(hills.fWidth) + column)];
-            picture.fXYZ.insert(picture.fXYZ.end(), xyz, xyz + 3);
+            const float* rgb = &hills.fRGB[3 * (row * static_cast<size_t>(hills.fWidth) + column)];
+            picture.fRGB.insert(picture.fRGB.end(), rgb, rgb + 3);
         }
     return picture;
 }
 
-void Run(benchmark::State& pState, const sPicture& pPicture, const tRenderPreview& pRender)
-{
-    const sScene scene = SceneOf(pPicture, pPicture);
-    int64_t previews = 0;
-    for (auto _ : pState)
-        Suggest(scene, [&](const sLook& pLook, unsigned char* pRGB8) {
-            previews++;
-            return pRender(pLook, pRGB8);
-        });
-    pState.counters["previews"] = static_cast<double>(previews) / static_cast<double>(pState.iterations());
-}
-
-void WithRenders(benchmark::State& pState)
+/// All of it but the reading of the picture: one thread.
+void Suggesting(benchmark::State& pState)
 {
     const sPicture picture = Hills(static_cast<int>(pState.range(0)));
-    Run(pState, picture, [&](const sLook& pLook, unsigned char* pRGB8) {
-        const tRGB8 preview = Render(picture, pLook);
-        std::copy(preview.begin(), preview.end(), pRGB8);
-        return true;
-    });
+    Selvane::cToneMapper mapper;
+    mapper.SetThreads(1);
+    for (auto _ : pState) {
+        pState.PauseTiming();
+        SetPicture(mapper, picture);
+        pState.ResumeTiming();
+        mapper.Suggest();
+    }
+    pState.counters["previews"] = mapper.Report().previews;
 }
-BENCHMARK(WithRenders)->Arg(256)->Arg(384)->Arg(512)->Unit(benchmark::kMillisecond);
+BENCHMARK(Suggesting)->Arg(256)->Arg(512)->Arg(2048)->Unit(benchmark::kMillisecond);
 
+/// What is left with previews that cost nothing.
 void MeasuringAlone(benchmark::State& pState)
 {
-    const sPicture picture = Hills(static_cast<int>(pState.range(0)));
-    const tRGB8 preview = Render(picture, {});
-    Run(pState, picture, [&](const sLook&, unsigned char* pRGB8) {
-        std::copy(preview.begin(), preview.end(), pRGB8);
-        return true;
-    });
-}
-BENCHMARK(MeasuringAlone)->Arg(256)->Arg(384)->Arg(512)->Unit(benchmark::kMillisecond);
-
-/// Counting the levels of a picture of 24 megapixels.
-void CountLevels(benchmark::State& pState)
-{
-    const sPicture picture = Hills(6000);
+    cSeen seen(Hills(static_cast<int>(pState.range(0))), static_cast<int>(pState.range(0)));
+    const tRGB8 preview = seen.Render({});
     for (auto _ : pState)
-        benchmark::DoNotOptimize(LevelsOf(picture));
+        Suggest(seen.Scene(), [&](const sLook&, unsigned char* pRGB8) {
+            std::copy(preview.begin(), preview.end(), pRGB8);
+            return true;
+        });
 }
-BENCHMARK(CountLevels)->Unit(benchmark::kMillisecond);
+BENCHMARK(MeasuringAlone)->Arg(256)->Arg(512)->Unit(benchmark::kMillisecond);
 
 } // namespace
 

@@ -422,6 +422,16 @@ void WipeSamples(sOutput& pOutput)
                             kUntouched, static_cast<size_t>(SampleBytes(record.format)));
 }
 
+/// Writes the picture as it is, whole or reduced.
+void RenderPlain(cBytes& pBytes, sProgram& pProgram, int pLongest, const selvane_target& pTarget)
+{
+    const float stops = pBytes.Raw<float>();
+    Begin(pProgram);
+    const int status = selvane_plain(pProgram.fHandle.get(), stops, pLongest, &pTarget);
+    CheckStatus(pProgram, status);
+    Check(status != SELVANE_OK || std::abs(stops) <= 100.0f);
+}
+
 void CheckGaps(sOutput& pOutput)
 {
     WipeSamples(pOutput);
@@ -481,6 +491,7 @@ void Render(cBytes& pBytes, sProgram& pProgram)
     const int status = RenderInto(pProgram, longest, output.fRecord);
     CheckGood(pProgram, status);
     if (status == SELVANE_OK && pBytes.Flag()) CheckFresh(pProgram, longest, output);
+    if (pBytes.Byte() % 4 == 0) RenderPlain(pBytes, pProgram, longest, output.fRecord);
     CheckGaps(output);
 }
 
@@ -506,10 +517,10 @@ void Plane(cBytes& pBytes, sProgram& pProgram)
     const ptrdiff_t gap = pBytes.Int(0, 2);
     const cBlock values(static_cast<size_t>(4 * ((photo.width + gap) * (photo.height - 1) + photo.width)), kUntouched);
     Begin(pProgram);
-    const int plane = pBytes.Int(-1, 3);
+    const int plane = pBytes.Int(-1, 4);
     const int status = selvane_get_plane(pProgram.fHandle.get(), plane, values.As<float>(), 4 * (photo.width + gap));
     CheckStatus(pProgram, status);
-    Check(status != SELVANE_OK || (plane >= SELVANE_PLANE_LUMINANCE && plane <= SELVANE_PLANE_DETAIL));
+    Check(status != SELVANE_OK || (plane >= SELVANE_PLANE_LUMINANCE && plane <= SELVANE_PLANE_MAPPED));
 }
 
 /// Measures the picture, puts frames of any values around it, and takes what comes out as settings.
@@ -564,6 +575,10 @@ void AskConstants(cBytes& pBytes, sProgram& /*pProgram*/)
     Check(selvane_status_text(pBytes.AnyInt()) != nullptr);
     const int index = pBytes.AnyInt();
     Check((selvane_preset_name(index) == nullptr) == (selvane_preset_description(index) == nullptr));
+    char names[64];
+    const int listed =
+        selvane_preset_names(nullptr, names, static_cast<size_t>(pBytes.Int(0, static_cast<int>(sizeof names))), &size);
+    Check((listed == SELVANE_OK || listed == SELVANE_ERROR_ARGUMENT) && size > 1);
 }
 
 /// Begins anew, with settings that need no suggestion.

@@ -3,7 +3,8 @@
 
     fuzz/make_corpus.py [SELVANE]
 
-With the path of the selvane command it also makes the PNG, TIFF and JPEG files anew, from the Radiance picture.
+With the path of the selvane command it also makes the PNG, TIFF and JPEG files anew, from the Radiance picture, and with the
+command vips those of WebP, AVIF and JPEG XL.
 Floats in the inputs of the other fuzzers: a kind byte, then its number (kind 0: whole, kind 3: four bytes).
 """
 import pathlib
@@ -184,8 +185,28 @@ def open_exr(compression):
     return head + table + b"".join(lines)
 
 
+def half_tiff():
+    """Strips of half floats, uncompressed."""
+    width, height = 6, 4
+    samples = b"".join(struct.pack("<e", 0.25 * (x + y + c)) for y in range(height) for x in range(width) for c in range(3))
+    tags = [(256, 3, width), (257, 3, height), (258, 3, 16), (259, 3, 1), (262, 3, 2), (273, 4, 8), (277, 3, 3),
+            (278, 3, height), (279, 4, len(samples)), (339, 3, 3)]
+    directory = struct.pack("<H", len(tags)) + b"".join(struct.pack("<HHII", t, k, 1, v) for t, k, v in tags) + bytes(4)
+    return b"II*\0" + struct.pack("<I", 8 + len(samples)) + samples + directory
+
+
+def with_chunk(png, kind, data):
+    """A PNG file with one more chunk behind its header."""
+    body = kind + data
+    chunk = struct.pack(">I", len(data)) + body + struct.pack(">I", zlib.crc32(body))
+    return png[:33] + chunk + png[33:]
+
+
 def files():
     radiance()
+    write("file", "small.pfm", b"PF\n3 2\n-1.5\n" + struct.pack("<18f", *(0.5 * i for i in range(18))))
+    write("file", "grey.pfm", b"Pf 2 2 1\n" + struct.pack(">4f", 1, 2, 3, 4))
+    write("file", "half.tif", half_tiff())
     write("file", "plain.exr", open_exr(0))
     write("file", "zips.exr", open_exr(2))
 
@@ -195,6 +216,10 @@ def written_files(command):
     for depth, file in ((8, "eight.png"), (16, "sixteen.png"), (16, "sixteen.tif"), (8, "eight.jpg")):
         subprocess.run([command, "tonemap", source, "-o", CORPUS / "file" / file, "--depth", str(depth),
                         "--white-clip", "1", "--black-clip", "1"], check=True)
+    eight = CORPUS / "file" / "eight.png"
+    write("file", "pq.png", with_chunk(eight.read_bytes(), b"cICP", bytes([9, 16, 0, 1])))
+    for file, options in (("eight.webp", "[lossless]"), ("eight.avif", "[Q=60]"), ("eight.jxl", "[lossless]")):
+        subprocess.run(["vips", "copy", eight, str(CORPUS / "file" / file) + options], check=True)
 
 
 if __name__ == "__main__":

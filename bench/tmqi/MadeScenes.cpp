@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdint>
 #include <functional>
+#include <utility>
 
 namespace SelvaneTmqi
 {
@@ -81,7 +82,7 @@ sPicture Painted(const std::function<sColor(double, double)>& pPaint)
             for (const double value : {c.r, c.g, c.b})
                 rgb.push_back(static_cast<float>(std::max(0.0, value)));
         }
-    return FromSRGB(kWidth, kHeight, rgb);
+    return {kWidth, kHeight, std::move(rgb)};
 }
 
 bool IsInTree(double pX, double pY, double pCentre, double pFoot, double pHeight, double pSpread)

@@ -1,18 +1,10 @@
 #include "SceneRender.h"
 
-#include "bitmap/cBitmapBGR8.h"
-#include "bitmap/cBitmapXYZ32.h"
-#include "color/cColorSpace.h"
-#include "curve/cHermiteSpline.h"
-#include "entry/SliderScales.h"
-#include "render/cTmRenderer.h"
+#include "suggest/LookSettings.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
-#include <memory>
 
-using namespace Vornik;
 using namespace SelvaneLib;
 
 namespace SelvaneTmqi
@@ -21,42 +13,35 @@ namespace SelvaneTmqi
 namespace
 {
 
-constexpr int kRequestRender = 1;
-constexpr int kRequestMeasure = 9;
-constexpr int kRequestBoth = 0;
+// Linear sRGB to XYZ of D50 (IEC 61966-2-1, adapted by the Bradford matrix).
+constexpr float kToXYZ[3][3] = {
+    {0.4360747f, 0.3850649f, 0.1430804f}, {0.2225045f, 0.7168786f, 0.0606169f}, {0.0139322f, 0.0971045f, 0.7141733f}};
 
-void SetLook(cTmRenderer& pRenderer, const sLook& pLook, int pRequest, float pBlack, float pWhite)
+std::vector<float> XYZOf(const sPicture& pPicture)
 {
-    pRenderer.SetToneMappingParams(GlobalContrast(pLook.compression), Share(0.04, pLook.adaptation), true,
-                                   pLook.contrast, true, 0.0f, SpatialSize(pLook.radius), RangeSize(pLook.smoothness),
-                                   0.0f, false, false, false, Share(0.05, pLook.white_clip), pLook.black_clip, pRequest,
-                                   pBlack, pWhite);
-}
-
-void SetSaturation(cTmRenderer& pRenderer, float pSaturation)
-{
-    const float level = 0.5f + 0.005f * pSaturation;
-    const cHermiteSpline neutral(0.0f, 0.5f, 1.0f, 0.5f), saturation(0.0f, level, 1.0f, level);
-    pRenderer.SetHueCurves(&neutral, &saturation, &neutral);
-}
-
-void FillInput(cBitmapXYZ32& pInput, const sPicture& pPicture)
-{
-    const size_t row = 3 * static_cast<size_t>(pPicture.fWidth);
-    for (int y = 0; y < pPicture.fHeight; y++)
-        std::memcpy(pInput.fData + static_cast<ptrdiff_t>(y) * (pInput.fStride / 4),
-                    pPicture.fXYZ.data() + static_cast<size_t>(y) * row, row * sizeof(float));
-}
-
-tRGB8 RedFirst(const cBitmapBGR8& pPicture)
-{
-    tRGB8 rgb;
-    for (int y = 0; y < pPicture.fHeight; y++) {
-        const unsigned char* row = pPicture.fData + static_cast<ptrdiff_t>(y) * pPicture.fStride;
-        for (ptrdiff_t x = 0; x < pPicture.fWidth; x++)
-            rgb.insert(rgb.end(), {row[3 * x + 2], row[3 * x + 1], row[3 * x]});
+    std::vector<float> xyz;
+    xyz.reserve(pPicture.fRGB.size());
+    for (size_t i = 0; i < pPicture.fRGB.size(); i += 3) {
+        const float* rgb = &pPicture.fRGB[i];
+        for (const auto& row : kToXYZ)
+            xyz.push_back(row[0] * rgb[0] + row[1] * rgb[1] + row[2] * rgb[2]);
     }
-    return rgb;
+    return xyz;
+}
+
+bool IsFlat(const sPicture& pPicture)
+{
+    for (size_t i = 0; i < pPicture.fRGB.size(); i += 3)
+        if (LuminanceOf(&pPicture.fRGB[i]) != LuminanceOf(pPicture.fRGB.data())) return false;
+    return true;
+}
+
+sLevels LevelsOf(const sPicture& pPicture)
+{
+    const std::vector<float> xyz = XYZOf(pPicture);
+    cLevelCount count;
+    count.AddXYZ(xyz.data(), xyz.size() / 3);
+    return count.Levels();
 }
 
 /// The pixels of a row or column that a reduced pixel covers, and by how much.
@@ -80,7 +65,7 @@ std::vector<sSpan> Spans(int pFrom, int pTo)
     return spans;
 }
 
-void MeanOfArea(const sPicture& pPicture, const sSpan& pAcross, const sSpan& pDown, float* pXYZ)
+void MeanOfArea(const sPicture& pPicture, const sSpan& pAcross, const sSpan& pDown, float* pRGB)
 {
     double sum[3] = {};
     double area = 0.0;
@@ -88,28 +73,21 @@ void MeanOfArea(const sPicture& pPicture, const sSpan& pAcross, const sSpan& pDo
         for (size_t x = 0; x < pAcross.fShares.size(); x++) {
             const double share = pDown.fShares[y] * pAcross.fShares[x];
             const size_t row = static_cast<size_t>(pDown.fFirst) + y, column = static_cast<size_t>(pAcross.fFirst) + x;
-            const float* xyz = &pPicture.fXYZ[3 * (row * static_cast<size_t>(pPicture.fWidth) + column)];
+            const float* rgb = &pPicture.fRGB[3 * (row * static_cast<size_t>(pPicture.fWidth) + column)];
             for (size_t c = 0; c < 3; c++)
-                sum[c] += share * static_cast<double>(xyz[c]);
+                sum[c] += share * static_cast<double>(rgb[c]);
             area += share;
         }
     for (size_t c = 0; c < 3; c++)
-        pXYZ[c] = static_cast<float>(sum[c] / area);
+        pRGB[c] = static_cast<float>(sum[c] / area);
 }
 
 } // namespace
 
-sPicture FromSRGB(int pWidth, int pHeight, const std::vector<float>& pRGB)
+double LuminanceOf(const float* pRGB)
 {
-    const cMatrix33 m = cColorSpace_sRGB().GetToPCSTransform();
-    sPicture picture{pWidth, pHeight, std::vector<float>(pRGB.size())};
-    for (size_t i = 0; i < pRGB.size(); i += 3) {
-        const float r = pRGB[i], g = pRGB[i + 1], b = pRGB[i + 2];
-        picture.fXYZ[i] = m.m00 * r + m.m01 * g + m.m02 * b;
-        picture.fXYZ[i + 1] = m.m10 * r + m.m11 * g + m.m12 * b;
-        picture.fXYZ[i + 2] = m.m20 * r + m.m21 * g + m.m22 * b;
-    }
-    return picture;
+    return 0.2126 * static_cast<double>(pRGB[0]) + 0.7152 * static_cast<double>(pRGB[1]) +
+           0.0722 * static_cast<double>(pRGB[2]);
 }
 
 sPicture Reduced(const sPicture& pPicture, int pMost)
@@ -118,10 +96,10 @@ sPicture Reduced(const sPicture& pPicture, int pMost)
     sPicture small{std::max(1, static_cast<int>(std::lround(pPicture.fWidth * scale))),
                    std::max(1, static_cast<int>(std::lround(pPicture.fHeight * scale))),
                    {}};
-    small.fXYZ.resize(3 * static_cast<size_t>(small.fWidth) * static_cast<size_t>(small.fHeight));
+    small.fRGB.resize(3 * static_cast<size_t>(small.fWidth) * static_cast<size_t>(small.fHeight));
     const std::vector<sSpan> across = Spans(pPicture.fWidth, small.fWidth),
                              down = Spans(pPicture.fHeight, small.fHeight);
-    float* to = small.fXYZ.data();
+    float* to = small.fRGB.data();
     for (const sSpan& row : down)
         for (const sSpan& column : across) {
             MeanOfArea(pPicture, column, row, to);
@@ -130,43 +108,36 @@ sPicture Reduced(const sPicture& pPicture, int pMost)
     return small;
 }
 
-sLevels LevelsOf(const sPicture& pPicture)
+void SetPicture(Selvane::cToneMapper& pMapper, const sPicture& pPicture)
 {
-    cLevelCount count;
-    count.AddXYZ(pPicture.fXYZ.data(), pPicture.fXYZ.size() / 3);
-    return count.Levels();
+    pMapper.SetPicture(Selvane::Picture(pPicture.fRGB, pPicture.fWidth, pPicture.fHeight));
 }
 
-sScene SceneOf(const sPicture& pFull, const sPicture& pReduced)
+tRGB8 Render(Selvane::cToneMapper& pMapper, const selvane_settings& pSettings)
 {
-    return {pReduced.fXYZ.data(), nullptr, pReduced.fWidth, pReduced.fHeight, LevelsOf(pFull)};
+    pMapper.SetSettings(pSettings);
+    return pMapper.Render<uint8_t>().fPixels;
 }
 
-tRGB8 Render(const sPicture& pPicture, const sLook& pLook)
+cSeen::cSeen(const sPicture& pPicture, int pMost) : fPicture(Reduced(pPicture, pMost)), fXYZ(XYZOf(fPicture))
 {
-    cBitmapXYZ32 input(pPicture.fWidth, pPicture.fHeight);
-    FillInput(input, pPicture);
-    cBitmapBGR8 output(pPicture.fWidth, pPicture.fHeight, eColorSpace_sRGB);
-    const auto renderer = std::make_unique<cTmRenderer>();
-    renderer->fLogEnabled = 0;
-    renderer->SetInput(&input);
-    renderer->SetOutput(&output);
-    if (pLook.saturation != 0.0f) SetSaturation(*renderer, pLook.saturation);
-    SetLook(*renderer, pLook, pLook.exposure == 0.0f ? kRequestBoth : kRequestMeasure, 0.0f, 0.0f);
-    renderer->Render();
-    if (pLook.exposure == 0.0f) return RedFirst(output);
-    float black = 0.0f, white = 0.0f;
-    renderer->GetRequestedStats(&black, &white);
-    SetLook(*renderer, pLook, kRequestRender, black, black + (white - black) / std::exp2(pLook.exposure));
-    renderer->Render();
-    return RedFirst(output);
+    fScene.fXYZ = fXYZ.data();
+    fScene.fWidth = fPicture.fWidth;
+    fScene.fHeight = fPicture.fHeight;
+    fScene.fLevels = LevelsOf(pPicture);
+    fScene.fIsFlat = IsFlat(pPicture);
+    SetPicture(fMapper, fPicture);
 }
 
-sSuggestion SuggestFor(const sPicture& pPicture, int pMost)
+tRGB8 cSeen::Render(const sLook& pLook)
 {
-    const sPicture reduced = Reduced(pPicture, pMost);
-    return Suggest(SceneOf(pPicture, reduced), [&](const sLook& pLook, unsigned char* pRGB8) {
-        const tRGB8 preview = Render(reduced, pLook);
+    return SelvaneTmqi::Render(fMapper, SettingsOf(pLook));
+}
+
+sSuggestion cSeen::Suggest()
+{
+    return SelvaneLib::Suggest(fScene, [&](const sLook& pLook, unsigned char* pRGB8) {
+        const tRGB8 preview = Render(pLook);
         std::copy(preview.begin(), preview.end(), pRGB8);
         return true;
     });

@@ -1,11 +1,12 @@
 #ifndef SELVANE_BENCH_TMQI_SCENERENDER_H
 #define SELVANE_BENCH_TMQI_SCENERENDER_H
 
-// Scenes of floats, and the engine's renderer behind the settings of a look.
+// Scenes of floats, and libselvane's pictures of them.
 
 #include "suggest/Suggest.h"
 
-#include <string>
+#include "selvane.hpp"
+
 #include <vector>
 
 namespace SelvaneTmqi
@@ -18,26 +19,38 @@ struct sPicture
 {
     int fWidth = 0;          ///< pixels
     int fHeight = 0;         ///< pixels
-    std::vector<float> fXYZ; ///< three floats a pixel, D50, white at 1
+    std::vector<float> fRGB; ///< linear sRGB, three floats a pixel
 };
 
-/// From linear sRGB, three floats a pixel.
-sPicture FromSRGB(int pWidth, int pHeight, const std::vector<float>& pRGB);
+/// Relative luminance of a linear sRGB color.
+double LuminanceOf(const float* pRGB);
 
 /// Means over areas, so that the longer side has pMost pixels; the picture itself if it has no more.
 sPicture Reduced(const sPicture& pPicture, int pMost);
 
-SelvaneLib::sLevels LevelsOf(const sPicture& pPicture);
+/// Hands a picture to a tone mapper, whose settings stay.
+void SetPicture(Selvane::cToneMapper& pMapper, const sPicture& pPicture);
 
-/// The scene of a reduced picture, which it borrows, with the levels of the full one.
-SelvaneLib::sScene SceneOf(const sPicture& pFull, const sPicture& pReduced);
+/// Renders the tone mapper's picture.
+tRGB8 Render(Selvane::cToneMapper& pMapper, const selvane_settings& pSettings);
 
-/// Renders a picture. Sliders become the renderer's parameters as in the entry; a look with an exposure is rendered
-/// twice, the first time to measure its points.
-tRGB8 Render(const sPicture& pPicture, const SelvaneLib::sLook& pLook);
+/// A picture as the suggestion sees it, by its parts: what Suggest asks is rendered by a tone mapper.
+class cSeen
+{
+public:
+    /// @param pMost pixels of the longer side of what is looked at
+    cSeen(const sPicture& pPicture, int pMost);
 
-/// What is suggested for a picture, by previews of pMost pixels on the longer side.
-SelvaneLib::sSuggestion SuggestFor(const sPicture& pPicture, int pMost);
+    const SelvaneLib::sScene& Scene() const { return fScene; }
+    tRGB8 Render(const SelvaneLib::sLook& pLook);
+    SelvaneLib::sSuggestion Suggest();
+
+private:
+    sPicture fPicture; ///< reduced
+    std::vector<float> fXYZ;
+    SelvaneLib::sScene fScene;
+    Selvane::cToneMapper fMapper;
+};
 
 } // namespace SelvaneTmqi
 

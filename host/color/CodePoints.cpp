@@ -39,7 +39,7 @@ struct sCodedTransfer
 {
     int fCode;
     int fTransfer;
-    float fGamma;       // of SELVANE_TRANSFER_POWER
+    float fGamma;             // of SELVANE_TRANSFER_POWER
     double (*fLight)(double); // null: libselvane has the curve
     const char* fName;
 };
@@ -71,8 +71,7 @@ const tRow* Find(const tRow* pFirst, const tRow* pEnd, int pCode)
 
 bool TakeCodePoints(sPicture& pPicture, const sCodePoints& pCodePoints)
 {
-    const sCodedPrimaries* const primaries =
-        Find(std::begin(kPrimaries), std::end(kPrimaries), pCodePoints.fPrimaries);
+    const sCodedPrimaries* const primaries = Find(std::begin(kPrimaries), std::end(kPrimaries), pCodePoints.fPrimaries);
     const sCodedTransfer* const transfer = Find(std::begin(kTransfers), std::end(kTransfers), pCodePoints.fTransfer);
     if (primaries == nullptr || transfer == nullptr) return false;
     const bool srgb = primaries->fPrimaries == SELVANE_SRGB && transfer->fTransfer == SELVANE_TRANSFER_SRGB;

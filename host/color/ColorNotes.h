@@ -20,11 +20,11 @@ struct sCodePoints
 struct sColorNotes
 {
     std::optional<sCodePoints> fCodePoints = {};
-    tBytes fProfile = {};                                ///< ICC; empty: none
-    std::optional<int> fSpace = {};                        ///< SELVANE_SRGB or SELVANE_ADOBE_RGB, by name
+    tBytes fProfile = {};                                     ///< ICC; empty: none
+    std::optional<int> fSpace = {};                           ///< SELVANE_SRGB or SELVANE_ADOBE_RGB, by name
     std::optional<std::array<float, 8>> fChromaticities = {}; ///< x and y of red, green, blue, white
-    std::optional<double> fGamma = {};                      ///< linear value = sample ^ gamma
-    float fWhiteLuminance = 0.0F;                        ///< cd/m2 of the sample 1; 0: not said
+    std::optional<double> fGamma = {};                        ///< linear value = sample ^ gamma
+    float fWhiteLuminance = 0.0F;                             ///< cd/m2 of the sample 1; 0: not said
 };
 
 } // namespace SelvaneHost

@@ -18,8 +18,8 @@ namespace SelvaneHost
 namespace
 {
 
-constexpr float kSameNumber = 0.002F;  // CIE x and y of a known space, as files round them
-constexpr double kSameGamma = 0.03;    // gAMA of 45455 is 2.19998
+constexpr float kSameNumber = 0.002F; // CIE x and y of a known space, as files round them
+constexpr double kSameGamma = 0.03;   // gAMA of 45455 is 2.19998
 constexpr double kLeastGamma = 0.1;
 constexpr double kMostGamma = 10.0;
 
@@ -65,7 +65,7 @@ void TakeInputSpace(sPicture& pPicture, eInputSpace pSpace)
     default: // the numbers are those of selvane_primaries
         SetColor(pPicture, {.fPrimaries = pSpace,
                             .fTransfer = pSpace == eInputP3 && !IsOfFloats(pPicture) ? SELVANE_TRANSFER_SRGB
-                                                                                    : SELVANE_TRANSFER_DEFAULT,
+                                                                                     : SELVANE_TRANSFER_DEFAULT,
                             .fIsNamed = true});
     }
 }
@@ -169,7 +169,7 @@ bool TakePrimaries(sPicture& pPicture, const sColorNotes& pNotes)
     const sKnownSpace* const known = pNotes.fChromaticities ? KnownSpace(*pNotes.fChromaticities) : nullptr;
     color.fPrimaries = engine ? *engine : known != nullptr ? known->fPrimaries : SELVANE_CUSTOM;
     if (pNotes.fChromaticities) color.fChromaticities = *pNotes.fChromaticities;
-    color.fWords = engine           ? std::string("its primaries are those of ") + SpaceName(*engine)
+    color.fWords = engine             ? std::string("its primaries are those of ") + SpaceName(*engine)
                    : known != nullptr ? std::string("its primaries are those of ") + known->fName
                                       : std::string("its primaries are its own");
     color.fWords += GammaWords(pPicture, gamma);

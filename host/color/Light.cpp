@@ -108,8 +108,7 @@ void MakeLinear(sPicture& pPicture, const tLightCurve& pCurve)
 
 void Scale(sPicture& pPicture, float pFactor)
 {
-    if (pPicture.fForm == eFloats)
-        ForEachColor(pPicture, [=](float pSample, size_t) { return pSample * pFactor; });
+    if (pPicture.fForm == eFloats) ForEachColor(pPicture, [=](float pSample, size_t) { return pSample * pFactor; });
 }
 
 } // namespace SelvaneHost

@@ -72,8 +72,7 @@ tLightCurve LightOf(const cmsToneCurve* pCurve)
 
 double Determinant(const cmsCIEXYZ& pA, const cmsCIEXYZ& pB, const cmsCIEXYZ& pC)
 {
-    return pA.X * (pB.Y * pC.Z - pB.Z * pC.Y) - pB.X * (pA.Y * pC.Z - pA.Z * pC.Y) +
-           pC.X * (pA.Y * pB.Z - pA.Z * pB.Y);
+    return pA.X * (pB.Y * pC.Z - pB.Z * pC.Y) - pB.X * (pA.Y * pC.Z - pA.Z * pC.Y) + pC.X * (pA.Y * pB.Z - pA.Z * pB.Y);
 }
 
 /// Returns x and y of the colorants and of their sum, which is white. Empty if they make no colour space.
@@ -110,19 +109,15 @@ std::string NameOf(const tBytes& pProfile)
 
 sColor LinearColor(int pPrimaries, const std::string& pWords)
 {
-    return {.fPrimaries = pPrimaries,
-            .fTransfer = SELVANE_TRANSFER_LINEAR,
-            .fIsNamed = true,
-            .fWords = pWords};
+    return {.fPrimaries = pPrimaries, .fTransfer = SELVANE_TRANSFER_LINEAR, .fIsNamed = true, .fWords = pWords};
 }
 
 /// Takes a profile of colorants and curves.
 bool TakeShaper(sPicture& pPicture, const tProfile& pProfile, const std::string& pName)
 {
     const auto chromaticities = ChromaticitiesOf(pProfile);
-    const std::array<const cmsToneCurve*, 3> curves = {CurveOf(pProfile, cmsSigRedTRCTag),
-                                                       CurveOf(pProfile, cmsSigGreenTRCTag),
-                                                       CurveOf(pProfile, cmsSigBlueTRCTag)};
+    const std::array<const cmsToneCurve*, 3> curves = {
+        CurveOf(pProfile, cmsSigRedTRCTag), CurveOf(pProfile, cmsSigGreenTRCTag), CurveOf(pProfile, cmsSigBlueTRCTag)};
     if (!chromaticities || std::count(curves.begin(), curves.end(), nullptr) > 0) return false;
     sColor color = LinearColor(SELVANE_CUSTOM, pName + " was read as primaries and curves");
     color.fChromaticities = *chromaticities;
@@ -162,8 +157,7 @@ bool TakeTables(sPicture& pPicture, const tProfile& pProfile, const std::string&
     const tProfile aces = AcesProfile();
     const cmsUInt32Number form = pPicture.fChannels == 4 ? TYPE_RGBA_FLT : TYPE_RGB_FLT;
     // Without the flag, Little CMS replaces the tables by coarser ones of its own.
-    const tTransform transform(cmsCreateTransform(pProfile.get(), form, aces.get(), form,
-                                                  INTENT_RELATIVE_COLORIMETRIC,
+    const tTransform transform(cmsCreateTransform(pProfile.get(), form, aces.get(), form, INTENT_RELATIVE_COLORIMETRIC,
                                                   cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE));
     if (aces == nullptr || transform == nullptr) return false;
     MakeLinear(pPicture, [](double pSample) { return pSample; });

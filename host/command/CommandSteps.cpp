@@ -7,17 +7,40 @@
 
 #include <selvane.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
+#include <thread>
 
 namespace SelvaneHost
 {
 
-void CheckDepth(const sOutput& pOutput, eFileKind pKind)
+namespace
 {
-    if (pOutput.fDepth == 16 && pKind == eJpeg)
-        throw cUsageError(pOutput.fPath +
-                          ": JPEG files hold 8 bits a sample; leave --depth 16 out, or write a .png or .tif file");
+
+/// The number of threads, 0 being one for each processor.
+int Workers(int pThreads)
+{
+    return pThreads > 0 ? pThreads : static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
+}
+
+void WarnOfAll(const std::vector<std::string>& pWarnings, const std::string& pPath, const tLine& pLine)
+{
+    const std::string begin = "warning: " + pPath + ": ";
+    for (const std::string& warning : pWarnings)
+        pLine(begin + warning);
+}
+
+} // namespace
+
+void CheckOutputKind(const sOutput& pOutput)
+{
+    const eFileKind kind = KindFor(pOutput.fPath, pOutput.fFormat);
+    try {
+        DepthFor(kind, pOutput.fDepth, true);
+    } catch (const cUsageError& failure) {
+        throw cUsageError(pOutput.fPath + ": " + failure.what());
+    }
 }
 
 void CheckOutput(const std::string& pInput, const sOutput& pOutput)
@@ -28,23 +51,36 @@ void CheckOutput(const std::string& pInput, const sOutput& pOutput)
         throw cUsageError(pOutput.fPath + ": is the input itself; --force replaces it");
 }
 
-int DepthFor(const sOutput& pOutput, eFileKind pKind, eSampleForm pInput)
+sStorage StorageFor(const sOutput& pOutput, const sPicture& pInput, int pSpace, const std::string& pSettings,
+                    int pThreads)
 {
-    if (pOutput.fDepth) return *pOutput.fDepth;
-    return pKind == eJpeg || pInput == eSamples8 ? 8 : 16;
+    const eFileKind kind = KindFor(pOutput.fPath, pOutput.fFormat);
+    return {.fKind = kind,
+            .fSpace = pSpace,
+            .fDepth = DepthFor(kind, pOutput.fDepth, pInput.fForm != eSamples8),
+            .fQuality = pOutput.fQuality,
+            .fSubsampling = pOutput.fSubsampling,
+            .fThreads = Workers(pThreads),
+            .fMetadata = pOutput.fMetadata,
+            .fMustBeNew = pOutput.fMustBeNew,
+            .fSettings = pSettings,
+            .fVersion = std::string(SELVANE_COMMAND_VERSION " (libselvane ") + selvane_version_text() + ")"};
+}
+
+eSampleForm FormFor(int pDepth)
+{
+    return pDepth == 8 ? eSamples8 : eSamples16;
 }
 
 sPicture Read(const std::string& pPath, const sReadOptions& pOptions, const tLine& pLine)
 {
     StartPictureLibrary(); // the writers need it too
     sPicture picture = About(pPath, [&] { return ReadInProcess(pPath, pOptions); });
-    for (const std::string& warning : picture.fWarnings)
-        pLine("warning: " + pPath + ": " + warning);
+    WarnOfAll(picture.fWarnings, pPath, pLine);
     return picture;
 }
 
-int SpaceOf(sPicture& pPicture, const std::string& pPath, std::optional<int> pChosen, bool pAsEntry,
-            const tLine& pLine)
+int SpaceOf(sPicture& pPicture, const std::string& pPath, std::optional<int> pChosen, bool pAsEntry, const tLine& pLine)
 {
     if (!pAsEntry) return pChosen.value_or(pPicture.fColor.fOutput);
     if (pChosen.value_or(SELVANE_SRGB) > SELVANE_PROPHOTO)
@@ -56,13 +92,17 @@ int SpaceOf(sPicture& pPicture, const std::string& pPath, std::optional<int> pCh
     return pPicture.fColor.fPrimaries;
 }
 
-sPicture Blank(const sPicture& pInput, eFileKind pKind, int pDepth)
+sPicture Blank(const sPicture& pInput, eSampleForm pForm)
 {
     sPicture output;
-    AllocatePixels(output, pInput.fWidth, pInput.fHeight, pDepth == 8 ? eSamples8 : eSamples16,
-                   pKind == eJpeg ? 3 : pInput.fChannels);
+    AllocatePixels(output, pInput.fWidth, pInput.fHeight, pForm, pInput.fChannels);
     output.fMetadata = pInput.fMetadata;
     return output;
+}
+
+void Write(const sPicture& pPicture, const sStorage& pStorage, const std::string& pPath, const tLine& pLine)
+{
+    WarnOfAll(About(pPath, [&] { return WritePicture(pPicture, pStorage, pPath); }), pPath, pLine);
 }
 
 } // namespace SelvaneHost

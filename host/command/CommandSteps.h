@@ -6,7 +6,8 @@
 #include "picture/Errors.h"
 #include "picture/Picture.h"
 #include "picture/ReadOptions.h"
-#include "write/FileKind.h"
+#include "write/Output.h"
+#include "write/PictureWriter.h"
 
 #include <functional>
 #include <new>
@@ -35,16 +36,8 @@ auto About(const std::string& pPath, tAction pAction)
 /// Takes a line for the standard error stream, without "selvane: ". A warning begins with "warning: ".
 using tLine = std::function<void(const std::string&)>;
 
-/// The output of a subcommand, as the command line gives it.
-struct sOutput
-{
-    std::string fPath;
-    bool fForce = false;       ///< the output may be the input
-    std::optional<int> fDepth; ///< bits per sample, 8 or 16; empty: see DepthFor
-};
-
-/// @throws cUsageError for 16 bits in a JPEG file
-void CheckDepth(const sOutput& pOutput, eFileKind pKind);
+/// @throws cUsageError for a name that tells no kind, and for a depth that the kind does not hold
+void CheckOutputKind(const sOutput& pOutput);
 
 /// Checks before a long computation that the output can be written and is not the input. Two names or links of one file
 /// count as the same file.
@@ -52,9 +45,11 @@ void CheckDepth(const sOutput& pOutput, eFileKind pKind);
 /// @throws cUsageError when the output is the input, and fForce is not set
 void CheckOutput(const std::string& pInput, const sOutput& pOutput);
 
-/// Returns the bits of an output sample: those of the command line. Without them 8 for a JPEG file or an input of
-/// 8 bits, and 16 for all other files.
-int DepthFor(const sOutput& pOutput, eFileKind pKind, eSampleForm pInput);
+/// Returns how the output is stored.
+/// @param pSpace SELVANE_SRGB to SELVANE_REC2020
+/// @param pSettings of the look, as text, for the metadata
+sStorage StorageFor(const sOutput& pOutput, const sPicture& pInput, int pSpace, const std::string& pSettings,
+                    int pThreads);
 
 /// Starts libvips and reads a file. Tells all warnings except the one about the colour space.
 sPicture Read(const std::string& pPath, const sReadOptions& pOptions, const tLine& pLine);
@@ -66,8 +61,13 @@ int SpaceOf(sPicture& pPicture, const std::string& pPath, std::optional<int> pCh
             const tLine& pLine);
 
 /// Returns a black picture with the size, the alpha channel and the metadata of the input.
-/// @param pDepth bits per sample, 8 or 16
-sPicture Blank(const sPicture& pInput, eFileKind pKind, int pDepth);
+sPicture Blank(const sPicture& pInput, eSampleForm pForm);
+
+/// Returns the form of the samples for a file of this depth.
+eSampleForm FormFor(int pDepth);
+
+/// Writes the finished picture and tells what the file does not hold.
+void Write(const sPicture& pPicture, const sStorage& pStorage, const std::string& pPath, const tLine& pLine);
 
 } // namespace SelvaneHost
 

@@ -122,6 +122,7 @@ selvane_target Describe(sPicture& pOutput, const sArea& pArea, int pSpace)
     target.format = FormatOf(pOutput.fForm);
     target.channels = pOutput.fChannels;
     target.space = pSpace;
+    target.linear = pOutput.fForm == eFloats ? 1 : 0;
     target.row_stride = static_cast<ptrdiff_t>(RowBytes(pOutput));
     target.pixels = Row(pOutput, pArea.fTop) + PixelBytes(pOutput) * static_cast<size_t>(pArea.fLeft);
     return target;
@@ -140,7 +141,7 @@ void SetPicture(selvane* pHandle, const sPicture& pInput, bool pAsTheyAre)
     Must(selvane_set_picture(pHandle, &picture), pHandle);
 }
 
-std::string TextOf(const std::string& pPath)
+std::string ContentOf(const std::string& pPath)
 {
     std::ifstream file(pPath, std::ios::binary);
     std::string text{std::istreambuf_iterator<char>(file), {}};
@@ -155,7 +156,7 @@ selvane_settings BaseSettings(selvane* pHandle, const sLook& pLook)
     selvane_settings_init(&settings);
     if (!pLook.fPreset.empty()) Must(selvane_preset(pHandle, pLook.fPreset.c_str(), &settings), pHandle);
     if (!pLook.fSettings.empty()) {
-        const std::string text = TextOf(pLook.fSettings);
+        const std::string text = ContentOf(pLook.fSettings);
         const int status = selvane_settings_from_text(pHandle, text.c_str(), &settings);
         if (status != SELVANE_OK) throw cUsageError(pLook.fSettings + ": " + selvane_error(pHandle));
     }
@@ -200,19 +201,6 @@ selvane_settings SuggestedSettings(selvane* pHandle, const sLook& pLook)
     return settings;
 }
 
-/// Sets the settings of the look. Returns them complete, with automatic 0.
-selvane_settings SetSettings(selvane* pHandle, const sLook& pLook)
-{
-    if (pLook.fSettled) {
-        Must(selvane_set_settings(pHandle, &*pLook.fSettled), pHandle);
-        return *pLook.fSettled;
-    }
-    const bool alone = StandsAlone(pLook);
-    const selvane_settings settings = alone ? ManualSettings(pHandle, pLook) : SuggestedSettings(pHandle, pLook);
-    if (alone || !pLook.fGiven.empty()) Must(selvane_set_settings(pHandle, &settings), pHandle);
-    return settings;
-}
-
 /// The fewest digits from which the same float can be read.
 std::string Digits(float pValue)
 {
@@ -249,6 +237,24 @@ selvane_report ReportOf(const selvane* pHandle)
     return report;
 }
 
+selvane_settings AskedOf(const selvane* pHandle)
+{
+    selvane_settings asked{};
+    asked.struct_size = sizeof asked;
+    Must(selvane_get_settings(pHandle, &asked), pHandle);
+    return asked;
+}
+
+/// The suggestion, if there was one.
+std::optional<selvane_settings> SuggestedBy(selvane* pHandle)
+{
+    if (selvane_reason(pHandle, 0) == nullptr) return {};
+    selvane_settings suggested{};
+    suggested.struct_size = sizeof suggested;
+    Must(selvane_suggest(pHandle, &suggested), pHandle);
+    return suggested;
+}
+
 } // namespace
 
 bool TakesEntryForm(const sLook& pLook)
@@ -261,28 +267,103 @@ bool StandsAlone(const sLook& pLook)
     return pLook.fManual || TakesEntryForm(pLook) || pLook.fSettled.has_value();
 }
 
-sDeveloped Develop(const sPicture& pInput, const sLook& pLook, int pSpace, const sRunning& pRunning, sPicture& pOutput,
-                   const sArea& pArea)
+void WithPicture(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning,
+                 const std::function<void(selvane*)>& pUse)
 {
     const cRender render(pRunning);
     SetPicture(render.Handle(), pInput, TakesEntryForm(pLook));
-    const selvane_settings settings = SetSettings(render.Handle(), pLook);
-    const selvane_target target = Describe(pOutput, pArea, pSpace);
-    Must(selvane_render(render.Handle(), &target), render.Handle());
-    return {ReasonOf(render.Handle()), WordsOf(settings, pLook), settings, ReportOf(render.Handle())};
+    pUse(render.Handle());
+}
+
+selvane_settings SetSettings(selvane* pHandle, const sLook& pLook)
+{
+    if (pLook.fSettled) {
+        Must(selvane_set_settings(pHandle, &*pLook.fSettled), pHandle);
+        return *pLook.fSettled;
+    }
+    const bool alone = StandsAlone(pLook);
+    const selvane_settings settings = alone ? ManualSettings(pHandle, pLook) : SuggestedSettings(pHandle, pLook);
+    if (alone || !pLook.fGiven.empty()) Must(selvane_set_settings(pHandle, &settings), pHandle);
+    return settings;
+}
+
+sDeveloped DevelopedBy(selvane* pHandle, const sLook& pLook, const selvane_settings& pSettings)
+{
+    sDeveloped developed{.fReason = ReasonOf(pHandle),
+                         .fWords = WordsOf(pSettings, pLook),
+                         .fSettings = pSettings,
+                         .fReport = ReportOf(pHandle), // before the suggestion, which sets the times
+                         .fAsked = AskedOf(pHandle),
+                         .fSuggested = SuggestedBy(pHandle),
+                         .fReasons = {}};
+    for (int i = 0; const char* const reason = selvane_reason(pHandle, i); i++)
+        developed.fReasons.emplace_back(reason);
+    return developed;
+}
+
+sDeveloped Develop(const sPicture& pInput, const sLook& pLook, int pSpace, const sRunning& pRunning, sPicture& pOutput,
+                   const sArea& pArea)
+{
+    sDeveloped developed;
+    WithPicture(pInput, pLook, pRunning, [&](selvane* pHandle) {
+        const selvane_settings settings = SetSettings(pHandle, pLook);
+        const selvane_target target = Describe(pOutput, pArea, pSpace);
+        Must(selvane_render(pHandle, &target), pHandle);
+        developed = DevelopedBy(pHandle, pLook, settings);
+    });
+    return developed;
+}
+
+std::string SettingsText(const selvane_settings& pSettings)
+{
+    size_t needed = 0;
+    Must(selvane_settings_to_text(nullptr, &pSettings, nullptr, 0, &needed), nullptr);
+    std::string text(needed, '\0');
+    Must(selvane_settings_to_text(nullptr, &pSettings, text.data(), text.size(), nullptr), nullptr);
+    text.pop_back(); // the final zero
+    return text;
 }
 
 std::string SuggestionText(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning)
 {
+    std::string text;
+    WithPicture(pInput, pLook, pRunning, [&](selvane* pHandle) { text = SettingsText(SetSettings(pHandle, pLook)); });
+    return text;
+}
+
+selvane_frame MeasureFrame(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning)
+{
     const cRender render(pRunning);
     SetPicture(render.Handle(), pInput, TakesEntryForm(pLook));
-    const selvane_settings settings = SetSettings(render.Handle(), pLook);
-    size_t needed = 0;
-    selvane_settings_to_text(render.Handle(), &settings, nullptr, 0, &needed);
-    std::string text(needed, '\0');
-    Must(selvane_settings_to_text(render.Handle(), &settings, text.data(), text.size(), nullptr), render.Handle());
-    text.pop_back(); // the final zero
-    return text;
+    SetSettings(render.Handle(), pLook);
+    selvane_frame frame;
+    selvane_frame_init(&frame);
+    Must(selvane_measure(render.Handle(), &frame), render.Handle());
+    return frame;
+}
+
+std::string BaseText(const sLook& pLook)
+{
+    const cRender render({});
+    return SettingsText(BaseSettings(render.Handle(), pLook));
+}
+
+selvane_settings SettingsOf(const selvane_frame& pFrame, const std::string& pBaseText)
+{
+    const cRender render({});
+    selvane_settings settings;
+    selvane_settings_init(&settings);
+    Must(selvane_settings_from_text(render.Handle(), pBaseText.c_str(), &settings), render.Handle());
+    Must(selvane_frame_to_settings(render.Handle(), &pFrame, &settings), render.Handle());
+    return settings;
+}
+
+std::vector<selvane_frame> SmoothFrames(const std::vector<selvane_frame>& pFrames, int pWindow)
+{
+    const cRender render({});
+    std::vector<selvane_frame> smooth = pFrames;
+    Must(selvane_smooth(render.Handle(), pFrames.data(), smooth.data(), smooth.size(), pWindow), render.Handle());
+    return smooth;
 }
 
 void Equalize(const sPicture& pInput, const selvane_settings& pSettings, int pSpace, const sRunning& pRunning,

@@ -12,6 +12,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace SelvaneHost
 {
@@ -56,14 +57,46 @@ struct sDeveloped
     std::string fWords;           ///< options that give the same picture again, "--manual --compression 40 ..."
     selvane_settings fSettings{}; ///< complete, with automatic 0
     selvane_report fReport{};
+    selvane_settings fAsked{};                  ///< what was set; with automatic 1, offsets to the suggestion
+    std::optional<selvane_settings> fSuggested; ///< empty if the settings need no suggestion
+    std::vector<std::string> fReasons;          ///< all that decided the suggestion
 };
 
-/// Renders the input into a part of the output, which has 8 or 16 bits.
+/// Gives a function a handle that has the picture. The handle lives as long as the call.
+/// @throws cHostError, cUsageError
+void WithPicture(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning,
+                 const std::function<void(selvane*)>& pUse);
+
+/// Sets the settings of the look. Returns them complete, with automatic 0.
+/// @throws cHostError, cUsageError
+selvane_settings SetSettings(selvane* pHandle, const sLook& pLook);
+
+/// Tells how the latest render of a handle came about.
+/// @param pSettings as SetSettings returned them
+sDeveloped DevelopedBy(selvane* pHandle, const sLook& pLook, const selvane_settings& pSettings);
+
+/// Settings as text (TOML).
+std::string SettingsText(const selvane_settings& pSettings);
+
+/// Renders the input into a part of the output, which has 8 or 16 bits, or floats: those become linear.
 /// @param pSpace SELVANE_SRGB to SELVANE_REC2020
 /// @param pArea of the input's size
 /// @throws cHostError, cUsageError
 sDeveloped Develop(const sPicture& pInput, const sLook& pLook, int pSpace, const sRunning& pRunning, sPicture& pOutput,
                    const sArea& pArea);
+
+/// Measures the input as a frame of a sequence, with the settings that Develop would use.
+/// @throws cHostError, cUsageError
+selvane_frame MeasureFrame(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning);
+
+/// Returns the settings of the look without those that suit a picture, as text (TOML).
+std::string BaseText(const sLook& pLook);
+
+/// Returns complete settings: the sliders and points of a frame, and all else from a text that BaseText gave.
+selvane_settings SettingsOf(const selvane_frame& pFrame, const std::string& pBaseText);
+
+/// Smooths the frames of a sequence. @param pWindow frames that count for one; 0: the usual number
+std::vector<selvane_frame> SmoothFrames(const std::vector<selvane_frame>& pFrames, int pWindow);
 
 /// Returns the settings that Develop would use, as text (TOML).
 std::string SuggestionText(const sPicture& pInput, const sLook& pLook, const sRunning& pRunning);

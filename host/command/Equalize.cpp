@@ -3,7 +3,6 @@
 #include "command/Develop.h"
 #include "command/HueCurve.h"
 #include "command/Report.h"
-#include "write/PictureWriter.h"
 
 #include <selvane.h>
 
@@ -33,22 +32,22 @@ selvane_settings SettingsOf(const sEqualizeOptions& pOptions)
 void RunEqualize(const sEqualizeOptions& pOptions)
 {
     const std::string& path = pOptions.fOutput.fPath;
-    const eFileKind kind = KindFor(path);
-    CheckDepth(pOptions.fOutput, kind);
+    CheckOutputKind(pOptions.fOutput);
     const selvane_settings settings = SettingsOf(pOptions);
     CheckOutput(pOptions.fInput, pOptions.fOutput);
 
     const sReadOptions options{.fAsEntry = false, .fInputSpace = pOptions.fInputSpace, .fLayer = {}};
     sPicture input = Read(pOptions.fInput, options, Report);
     const int space = SpaceOf(input, pOptions.fInput, pOptions.fColorSpace, false, Report);
+    const sStorage storage = StorageFor(pOptions.fOutput, input, space, SettingsText(settings), 0);
     const sPicture output = About(pOptions.fInput, [&] {
         if (input.fForm == eExponentPlanes || input.fForm == eFloats)
             throw cHostError("holds high-dynamic-range values; tone-map it first, then equalize the result");
-        sPicture picture = Blank(input, kind, DepthFor(pOptions.fOutput, kind, input.fForm));
+        sPicture picture = Blank(input, FormFor(storage.fDepth));
         Equalize(input, settings, space, {.fLog = pOptions.fVerbose ? tLine(Report) : tLine()}, picture);
         return picture;
     });
-    About(path, [&] { WritePicture(output, space, kind, path); });
+    Write(output, storage, path, Report);
 }
 
 } // namespace SelvaneHost

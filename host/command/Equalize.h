@@ -18,7 +18,7 @@ struct sEqualizeOptions
     std::string fHueShift; ///< lists of HUE:VALUE; empty: the curve changes nothing
     std::string fSaturation;
     std::string fLightness;
-    std::optional<int> fColorSpace; ///< of the output, SELVANE_SRGB to SELVANE_REC2020; empty: the file decides
+    std::optional<int> fColorSpace;         ///< of the output, SELVANE_SRGB to SELVANE_REC2020; empty: the file decides
     std::optional<eInputSpace> fInputSpace; ///< what the samples mean; empty: the file decides
     bool fVerbose = false;                  ///< show the lines of libselvane's log
 };

@@ -5,8 +5,6 @@
 
 #include <selvane.h>
 
-#include <algorithm>
-#include <cmath>
 #include <cstring>
 
 namespace SelvaneHost
@@ -15,46 +13,16 @@ namespace SelvaneHost
 namespace
 {
 
-/// Replaces exponents by floats.
-void MakeFloats(sPicture& pPixel)
-{
-    const tBytes bytes = pPixel.fPixels;
-    AllocatePixels(pPixel, 1, 1, eFloats);
-    auto* const floats = reinterpret_cast<float*>(pPixel.fPixels.data());
-    for (size_t i = 0; i < 3; i++)
-        floats[i] = bytes[3] == 0 ? 0.0F : std::ldexp(static_cast<float>(bytes[i]), bytes[3] - 136);
-}
-
-/// Replaces floats, which are linear, by 16-bit samples of the light of 0 to 1.
-void MakeDisplayable(sPicture& pPixel)
-{
-    if (pPixel.fForm == eExponentPlanes) MakeFloats(pPixel);
-    if (pPixel.fForm != eFloats) return;
-    const tBytes floats = pPixel.fPixels;
-    AllocatePixels(pPixel, 1, 1, eSamples16, pPixel.fChannels);
-    for (size_t i = 0; i < static_cast<size_t>(pPixel.fChannels); i++) {
-        float value = 0.0F;
-        std::memcpy(&value, floats.data() + i * sizeof value, sizeof value);
-        const float limited = value > 0.0F ? std::min(value, 1.0F) : 0.0F;
-        reinterpret_cast<uint16_t*>(pPixel.fPixels.data())[i] = static_cast<uint16_t>(std::lround(limited * 65535.0F));
-    }
-    pPixel.fColor.fTransfer = SELVANE_TRANSFER_LINEAR;
-}
-
-/// Returns the colour in the form and the space of the output.
-tBytes ColorOf(const sFrame& pFrame, int pSpace, const sPicture& pOutput)
+/// Returns the colour in the form and the space of the output. libselvane keeps the colour of a flat picture.
+tBytes ColorOf(const sBorder& pFrame, int pSpace, const sPicture& pOutput)
 {
     const sPicture& border = pFrame.fColor;
     const bool same = border.fColor.fTransfer == SELVANE_TRANSFER_ENGINE && border.fColor.fPrimaries == pSpace &&
                       border.fForm == pOutput.fForm && border.fChannels == pOutput.fChannels;
     if (same) return border.fPixels;
-    sPicture pixel = border;
-    MakeDisplayable(pixel);
     sPicture color;
     AllocatePixels(color, 1, 1, pOutput.fForm, pOutput.fChannels);
-    selvane_settings settings;
-    selvane_settings_init(&settings);
-    Equalize(pixel, settings, pSpace, {}, color);
+    Develop(border, {}, pSpace, {}, color, {1, 1, 0, 0});
     return color.fPixels;
 }
 
@@ -66,9 +34,9 @@ void FillRow(sPicture& pOutput, const tBytes& pColor, int pRow, int pLeft, int p
 
 } // namespace
 
-sFrame TakeFrame(sPicture& pPicture)
+sBorder TakeFrame(sPicture& pPicture)
 {
-    sFrame frame{{pPicture.fWidth, pPicture.fHeight, 0, 0}, {}};
+    sBorder frame{{pPicture.fWidth, pPicture.fHeight, 0, 0}, {}};
     const std::optional<sArea> inside = InsideOfBorder(pPicture);
     if (!inside) return frame;
     frame.fInside = *inside;
@@ -77,7 +45,7 @@ sFrame TakeFrame(sPicture& pPicture)
     return frame;
 }
 
-void PutFrame(const sFrame& pFrame, int pSpace, sPicture& pOutput)
+void PutFrame(const sBorder& pFrame, int pSpace, sPicture& pOutput)
 {
     if (pFrame.fColor.fPixels.empty()) return;
     const tBytes color = ColorOf(pFrame, pSpace, pOutput);

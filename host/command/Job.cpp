@@ -1,7 +1,7 @@
 #include "command/Job.h"
 
 #include "command/Frame.h"
-#include "write/PictureWriter.h"
+#include "picture/SizeWatch.h"
 
 #include <cstdint>
 #include <utility>
@@ -53,17 +53,6 @@ std::string CropWords(const std::optional<sArea>& pCrop)
            std::to_string(pCrop->fLeft) + "+" + std::to_string(pCrop->fTop);
 }
 
-std::string CommandFor(const sJob& pJob, const sDeveloped& pDeveloped)
-{
-    std::string command = "selvane tonemap " + Quoted(pJob.fInput) + " -o " + Quoted(pJob.fOutput.fPath) + " " +
-                          pDeveloped.fWords + CropWords(pJob.fCrop);
-    if (pJob.fColorSpace) command += std::string(" --color-space ") + SpaceWord(*pJob.fColorSpace);
-    if (pJob.fInputSpace) command += std::string(" --input-space ") + InputSpaceWord(*pJob.fInputSpace);
-    if (!pJob.fLayer.empty()) command += " --layer " + Quoted(pJob.fLayer);
-    if (pJob.fOutput.fDepth) command += " --depth " + std::to_string(*pJob.fOutput.fDepth);
-    return command;
-}
-
 /// Share of the colour samples that pTest holds for, of 8 or 16 bits, by their high byte.
 template <class tTest>
 double ShareOf(const sPicture& pPicture, tTest pTest)
@@ -97,7 +86,7 @@ void PrepareForm(const sJob& pJob, sPicture& pPicture, const tLine& pLine)
 }
 
 /// Takes the border off, unless the numbers have to be those of the engine's entry.
-sFrame FrameFor(const sJob& pJob, sPicture& pInput)
+sBorder FrameFor(const sJob& pJob, sPicture& pInput)
 {
     if (TakesEntryForm(pJob.fLook)) return {{pInput.fWidth, pInput.fHeight, 0, 0}, {}};
     return TakeFrame(pInput);
@@ -109,17 +98,41 @@ void NoteColors(const sJob& pJob, const sColor& pColor, int pSpace, const tLine&
     pNote(pJob.fInput + ": " + pColor.fWords + "; the output is in " + SpaceName(pSpace));
 }
 
+/// Returns whether the result gets another size than the picture.
+bool ChangesSize(const sOutput& pOutput, const sPicture& pPicture)
+{
+    if (!pOutput.fResize) return false;
+    const sSize size = SizeAfter(*pOutput.fResize, pPicture.fWidth, pPicture.fHeight, pOutput.fEnlarge);
+    return size.fWidth != pPicture.fWidth || size.fHeight != pPicture.fHeight;
+}
+
+/// Renders the samples of the file, or linear floats if the size is still to change. Takes the border off the input.
+sPicture Rendered(const sJob& pJob, sPicture& pInput, const sRunning& pRunning, sDone& pDone)
+{
+    const sStorage storage = StorageFor(pJob.fOutput, pInput, pDone.fSpace, {}, pRunning.fThreads);
+    sPicture output = Blank(pInput, ChangesSize(pJob.fOutput, pInput) ? eFloats : FormFor(storage.fDepth));
+    const sBorder frame = FrameFor(pJob, pInput);
+    pDone.fDeveloped = Develop(pInput, pJob.fLook, pDone.fSpace, pRunning, output, frame.fInside);
+    PutFrame(frame, pDone.fSpace, output);
+    return output;
+}
+
+/// Gives linear floats their size and the samples of the file.
+void Finish(const sOutput& pOutput, const sStorage& pStorage, sPicture& pPicture)
+{
+    if (pPicture.fForm != eFloats) return;
+    const sSize size = SizeAfter(*pOutput.fResize, pPicture.fWidth, pPicture.fHeight, pOutput.fEnlarge);
+    pPicture = EncodedFrom(Resized(pPicture, size), pStorage.fSpace, FormFor(pStorage.fDepth));
+}
+
 void Tell(const sJobHooks& pHooks, eJobStage pStage, float pShare)
 {
     if (pHooks.fProgress && !pHooks.fProgress(pStage, pShare)) throw cHostError("cancelled");
 }
 
-sRunning RunningOf(const sJob& pJob, const sJobHooks& pHooks)
+tLine LineOf(const sJobHooks& pHooks)
 {
-    sRunning running{.fThreads = pJob.fThreads, .fLog = pHooks.fLog};
-    if (pHooks.fProgress)
-        running.fProgress = [&pHooks](int, float pShare) { return pHooks.fProgress(eJobRenders, pShare); };
-    return running;
+    return pHooks.fLine ? pHooks.fLine : [](const std::string&) {};
 }
 
 } // namespace
@@ -134,12 +147,22 @@ void CheckLook(const sLook& pLook)
     CheckPoints(pLook);
 }
 
+std::string CommandFor(const sJob& pJob, const sDeveloped& pDeveloped)
+{
+    std::string command = "selvane tonemap " + Quoted(pJob.fInput) + " -o " + Quoted(pJob.fOutput.fPath) + " " +
+                          pDeveloped.fWords + CropWords(pJob.fCrop);
+    if (pJob.fColorSpace) command += std::string(" --color-space ") + SpaceWord(*pJob.fColorSpace);
+    if (pJob.fInputSpace) command += std::string(" --input-space ") + InputSpaceWord(*pJob.fInputSpace);
+    if (!pJob.fLayer.empty()) command += " --layer " + Quoted(pJob.fLayer);
+    return command + OutputWords(pJob.fOutput);
+}
+
 void CheckJob(const sJob& pJob)
 {
     CheckLook(pJob.fLook);
     if (pJob.fInputSpace && TakesEntryForm(pJob.fLook))
         throw cUsageError("--input-space does not go with --exact and --white-point: there --color-space is both");
-    CheckDepth(pJob.fOutput, KindFor(pJob.fOutput.fPath));
+    CheckOutputKind(pJob.fOutput);
 }
 
 sPicture ReadFor(const sJob& pJob, const tLine& pLine)
@@ -154,33 +177,51 @@ sPicture ReadFor(const sJob& pJob, const tLine& pLine)
     return picture;
 }
 
+sPicture ReadFor(const sJob& pJob, const sJobHooks& pHooks, int& pThreads)
+{
+    pThreads = pJob.fThreads;
+    cSizeWatch::tWatch watch;
+    if (pHooks.fAdmit) watch = [&](const sPicture& pPicture) { pThreads = pHooks.fAdmit(pPicture); };
+    const cSizeWatch watched(watch);
+    Tell(pHooks, eJobReads, 0.0F);
+    sPicture picture = ReadFor(pJob, LineOf(pHooks));
+    Tell(pHooks, eJobReads, 1.0F);
+    return picture;
+}
+
+sRunning RunningOf(const sJobHooks& pHooks, int pThreads)
+{
+    sRunning running{.fThreads = pThreads, .fLog = pHooks.fLog};
+    if (pHooks.fProgress)
+        running.fProgress = [&pHooks](int, float pShare) { return pHooks.fProgress(eJobRenders, pShare); };
+    return running;
+}
+
 sDone RunJob(const sJob& pJob, const sJobHooks& pHooks)
 {
     const std::string& path = pJob.fOutput.fPath;
-    const tLine line = pHooks.fLine ? pHooks.fLine : [](const std::string&) {};
+    const tLine line = LineOf(pHooks);
     CheckJob(pJob);
     CheckOutput(pJob.fInput, pJob.fOutput);
-    const eFileKind kind = KindFor(path);
 
-    Tell(pHooks, eJobReads, 0.0F);
-    sPicture input = ReadFor(pJob, line);
-    Tell(pHooks, eJobReads, 1.0F);
+    int threads = 0;
+    sPicture input = ReadFor(pJob, pHooks, threads);
     sDone done;
     done.fSpace = SpaceOf(input, pJob.fInput, pJob.fColorSpace, TakesEntryForm(pJob.fLook), line);
     NoteColors(pJob, input.fColor, done.fSpace, pHooks.fNote);
     done.fWidth = input.fWidth;
     done.fHeight = input.fHeight;
-    sPicture output = Blank(input, kind, DepthFor(pJob.fOutput, kind, input.fForm));
-    About(pJob.fInput, [&] {
-        const sFrame frame = FrameFor(pJob, input);
-        done.fDeveloped = Develop(input, pJob.fLook, done.fSpace, RunningOf(pJob, pHooks), output, frame.fInside);
-        PutFrame(frame, done.fSpace, output);
-    });
+    sPicture output = About(pJob.fInput, [&] { return Rendered(pJob, input, RunningOf(pHooks, threads), done); });
     done.fCommand = CommandFor(pJob, done.fDeveloped);
+    const sStorage storage =
+        StorageFor(pJob.fOutput, input, done.fSpace, SettingsText(done.fDeveloped.fSettings), threads);
     input.fPixels = {}; // frees memory for the encoded file
+    About(path, [&] { Finish(pJob.fOutput, storage, output); });
+    input.fMetadata = {};
+    done.fInput = std::move(input);
     if (!pJob.fLook.fExact) WarnOfEmptiness(output, path, line);
     Tell(pHooks, eJobWrites, 0.0F);
-    About(path, [&] { WritePicture(output, done.fSpace, kind, path); });
+    Write(output, storage, path, line);
     Tell(pHooks, eJobWrites, 1.0F);
     return done;
 }

@@ -19,7 +19,7 @@ struct sJob
     std::string fInput;
     std::optional<sArea> fCrop; ///< the part of the input to use
     sLook fLook;
-    std::optional<int> fColorSpace; ///< of the output, SELVANE_SRGB to SELVANE_REC2020; empty: the file decides
+    std::optional<int> fColorSpace;         ///< of the output, SELVANE_SRGB to SELVANE_REC2020; empty: the file decides
     std::optional<eInputSpace> fInputSpace; ///< what the samples mean; empty: the file decides
     std::string fLayer;                     ///< of an OpenEXR file; empty: the first that has colours
     sOutput fOutput;
@@ -40,6 +40,9 @@ struct sJobHooks
     /// Takes a stage and the share of it that is done, 0 to 1. On any thread, never twice at once. Returns false to
     /// cancel the job.
     std::function<bool(eJobStage, float)> fProgress = {};
+    /// Takes the input with its size and form, before its rows take memory. May wait for memory, and may throw. Returns
+    /// the workers for the picture, as sJob::fThreads.
+    std::function<int(const sPicture&)> fAdmit = {};
     tLine fLine = {}; ///< takes warnings
     tLine fNote = {}; ///< takes what was done with unusual colours
     tLine fLog = {};  ///< takes the lines of libselvane's log
@@ -53,6 +56,7 @@ struct sDone
     int fSpace = 0;  ///< SELVANE_SRGB to SELVANE_REC2020
     sDeveloped fDeveloped;
     std::string fCommand; ///< a command line that gives the same file again, for a shell
+    sPicture fInput;      ///< what was developed, without its pixels and its metadata
 };
 
 /// Refuses a look whose options contradict each other.
@@ -67,9 +71,19 @@ void CheckJob(const sJob& pJob);
 /// @throws cHostError, cUsageError
 sDone RunJob(const sJob& pJob, const sJobHooks& pHooks);
 
+/// A command line that gives the same file again, for a POSIX shell.
+std::string CommandFor(const sJob& pJob, const sDeveloped& pDeveloped);
+
 /// Reads the part of the picture that a job uses, in the form that its look needs.
 /// @throws cHostError
 sPicture ReadFor(const sJob& pJob, const tLine& pLine);
+
+/// The same as the first step of a job: tells progress, and asks to be admitted.
+/// @param pThreads receives the workers for the picture
+sPicture ReadFor(const sJob& pJob, const sJobHooks& pHooks, int& pThreads);
+
+/// How libselvane runs for a job.
+sRunning RunningOf(const sJobHooks& pHooks, int pThreads);
 
 } // namespace SelvaneHost
 

@@ -2,6 +2,8 @@
 
 #include "command/Frame.h"
 #include "command/Report.h"
+#include "explain/JobReport.h"
+#include "sequence/Sequence.h"
 
 #include <array>
 #include <charconv>
@@ -13,14 +15,14 @@ namespace SelvaneHost
 namespace
 {
 
-sJobHooks HooksOf(const sTonemapOptions& pOptions)
+sTelling TellingOf(const sTonemapOptions& pOptions)
 {
-    return {.fLine = Report, .fNote = pOptions.fQuiet ? tLine() : tLine(Report), .fLog = pOptions.fVerbose ? tLine(Report) : tLine()};
+    return {.fQuiet = pOptions.fQuiet, .fVerbose = pOptions.fVerbose};
 }
 
 sRunning RunningOf(const sTonemapOptions& pOptions)
 {
-    return {.fThreads = pOptions.fJob.fThreads, .fLog = HooksOf(pOptions).fLog};
+    return {.fThreads = pOptions.fJob.fThreads, .fLog = pOptions.fVerbose ? tLine(Report) : tLine()};
 }
 
 /// One line for what was chosen and one for the options that give the same picture again.
@@ -60,13 +62,69 @@ void Print(const char* pName, float pValue)
     std::printf("%s %.*s\n", pName, static_cast<int>(end.ptr - digits.data()), digits.data());
 }
 
+void TonemapOne(const sTonemapOptions& pOptions)
+{
+    if (pOptions.fJob.fOutput.fPath.empty()) throw cUsageError("--output is required");
+    if (pOptions.fBatch.fResume || pOptions.fBatch.fOverwrite)
+        throw cUsageError("--resume and --overwrite go with --out-dir; a single --output is replaced");
+    if (!pOptions.fReport.empty()) CheckReport(pOptions.fReport, pOptions.fJob);
+    const sTelling telling = TellingOf(pOptions);
+    std::optional<cProgressShow> show;
+    show.emplace(ShowFor(telling.fQuiet), 1);
+    cJobReport report;
+    const sDone done = RunJob(pOptions.fJob, report.Hooks(HooksOf(*show, telling)));
+    show.reset(); // takes the bar away
+    SayWhatWasChosen(pOptions, done);
+    if (!pOptions.fReport.empty()) report.Write(pOptions.fJob, done, pOptions.fReport);
+}
+
+/// The files that decide how the outputs look.
+std::vector<std::string> SettingsFiles(const sTonemapOptions& pOptions)
+{
+    std::vector<std::string> files;
+    for (const std::string& file : {pOptions.fJob.fLook.fSettings, pOptions.fPoints})
+        if (!file.empty()) files.push_back(file);
+    return files;
+}
+
+void TonemapSeveral(const sTonemapOptions& pOptions)
+{
+    if (pOptions.fSuggest) throw cUsageError("--suggest takes one picture");
+    if (!pOptions.fReport.empty()) throw cUsageError("--report takes one picture");
+    std::vector<sPlanned> plan = PlanBatch(pOptions.fJob, pOptions.fBatch, SettingsFiles(pOptions));
+    if (!pOptions.fPoints.empty()) UsePoints(ReadPoints(pOptions.fPoints), plan);
+    RunPlan(plan, SharesOf(pOptions), MemoryOf(pOptions.fBatch), TellingOf(pOptions));
+}
+
+/// Refuses a look beside that of the points.
+void CheckPointsOption(const sTonemapOptions& pOptions)
+{
+    if (pOptions.fPoints.empty()) return;
+    const sLook& look = pOptions.fJob.fLook;
+    const bool hasLook = !look.fPreset.empty() || !look.fSettings.empty() || !look.fGiven.empty() || look.fExposure ||
+                         look.fContrast || look.fSaturation || look.fWrap || look.fManual || pOptions.fSuggest;
+    if (hasLook) throw cUsageError("--points has the look of each frame; give the look to selvane points");
+    CheckWithPoints(look);
+}
+
 } // namespace
 
 void RunTonemap(const sTonemapOptions& pOptions)
 {
-    if (pOptions.fSuggest) return Suggest(pOptions);
-    if (pOptions.fJob.fOutput.fPath.empty()) throw cUsageError("--output is required");
-    SayWhatWasChosen(pOptions, RunJob(pOptions.fJob, HooksOf(pOptions)));
+    CheckPointsOption(pOptions);
+    const sBatchOptions& batch = pOptions.fBatch;
+    const bool isSingle = batch.fInputs.size() == 1 && batch.fFolder.empty();
+    if (!isSingle) return TonemapSeveral(pOptions);
+    sTonemapOptions options = pOptions;
+    options.fJob.fInput = batch.fInputs[0];
+    if (pOptions.fSuggest) return Suggest(options);
+    if (!pOptions.fPoints.empty()) UsePoints(ReadPoints(pOptions.fPoints), options.fJob);
+    TonemapOne(options);
+}
+
+sShares SharesOf(const sTonemapOptions& pOptions)
+{
+    return {.fJobs = pOptions.fBatch.fShares.fJobs, .fThreads = pOptions.fJob.fThreads};
 }
 
 void RunStats(const sTonemapOptions& pOptions)

@@ -6,16 +6,21 @@
 //   2  the command line is wrong
 // Each failure is one line on the standard error stream.
 
+#include "batch/BatchOptions.h"
 #include "command/Equalize.h"
+#include "command/PictureOptions.h"
 #include "command/Report.h"
 #include "command/Streams.h"
 #include "command/Tonemap.h"
+#include "explain/ExplainOptions.h"
 #include "picture/Errors.h"
-#include "picture/Sliders.h"
 #include "read/ReadingProcess.h"
+#include "sequence/SequenceOptions.h"
+#include "sheet/SheetOptions.h"
 #include "shell/Defaults.h"
 #include "shell/HelpText.h"
 #include "shell/ShellOptions.h"
+#include "write/OutputOptions.h"
 #include "write/UnfinishedFile.h"
 
 #include <CLI/CLI.hpp>
@@ -28,127 +33,23 @@ using namespace SelvaneHost;
 
 constexpr int kFailed = 1;
 constexpr int kWrongCommandLine = 2;
-constexpr int kMostThreads = 256;
-
-void AddInput(CLI::App& pCommand, std::string& pInput)
-{
-    pCommand.add_option("INPUT", pInput, "picture to read")->required();
-}
-
-CLI::Option* AddOutput(CLI::App& pCommand, sOutput& pOutput)
-{
-    CLI::Option* const output =
-        pCommand.add_option("-o,--output", pOutput.fPath, "picture to write: .png, .tif, .tiff, .jpg or .jpeg");
-    pCommand.add_flag("--force", pOutput.fForce, "write the output even where it is the input");
-    pCommand
-        .add_option("--depth", pOutput.fDepth,
-                    "bits of an output sample (default: 8 for JPEG and 8-bit input, else 16)")
-        ->check(CLI::IsMember({8, 16}));
-    return output;
-}
-
-void AddColorSpace(CLI::App& pCommand, std::optional<int>& pSpace)
-{
-    pCommand
-        .add_option_function<std::string>(
-            "--color-space", [&pSpace](const std::string& pName) { pSpace = SpaceOfWord(pName); },
-            "colours of the output; with --exact of the input too (default: as the input, or srgb)")
-        ->check(CLI::IsMember({"srgb", "adobe", "prophoto", "p3", "rec2020"}));
-}
-
-void AddInputSpace(CLI::App& pCommand, std::optional<eInputSpace>& pSpace)
-{
-    pCommand
-        .add_option_function<std::string>(
-            "--input-space", [&pSpace](const std::string& pName) { pSpace = InputSpaceOfWord(pName); },
-            "colours of the input, whatever it says of them")
-        ->check(
-            CLI::IsMember({"srgb", "adobe", "prophoto", "p3", "rec2020", "aces", "acescg", "linear", "pq", "hlg"}));
-}
-
-void AddLayer(CLI::App& pCommand, std::string& pLayer)
-{
-    pCommand.add_option("--layer", pLayer, "layer of an OpenEXR file (default: the first that has colours)");
-}
-
-/// Reads "640x330+330+120". Returns false for any other text.
-bool ReadArea(const std::string& pText, sArea& pArea)
-{
-    const char* at = pText.data();
-    const char* const end = at + pText.size();
-    const auto number = [&](int& pNumber, char pBefore) {
-        if (pBefore != 0 && (at == end || *at++ != pBefore)) return false;
-        const std::from_chars_result result = std::from_chars(at, end, pNumber);
-        at = result.ptr;
-        return result.ec == std::errc();
-    };
-    return number(pArea.fWidth, 0) && number(pArea.fHeight, 'x') && number(pArea.fLeft, '+') &&
-           number(pArea.fTop, '+') && at == end;
-}
-
-void AddLimits(CLI::App& pCommand)
-{
-    constexpr int kMost = 1 << 20;
-    pCommand
-        .add_option_function<int>(
-            "--max-megapixels", [](int pMegapixels) { UseReadingProcesses({.fMegapixels = pMegapixels, .fBytes = 0}); },
-            "refuse larger pictures before they are unpacked (400)")
-        ->check(CLI::Range(1, kMost));
-}
-
-void AddCrop(CLI::App& pCommand, std::optional<sArea>& pCrop)
-{
-    pCommand.add_option_function<std::string>(
-        "--crop",
-        [&pCrop](const std::string& pText) {
-            sArea area{};
-            if (!ReadArea(pText, area))
-                throw CLI::ValidationError("--crop", "write WIDTHxHEIGHT+LEFT+TOP, all in pixels");
-            pCrop = area;
-        },
-        "take only the part WIDTHxHEIGHT+LEFT+TOP of the input, in pixels");
-}
-
 void AddVerbose(CLI::App& pCommand, bool& pVerbose)
 {
     pCommand.add_flag("-v,--verbose", pVerbose, "show the lines of libselvane's log");
 }
 
-void SetSlider(const sSlider& pSlider, float pValue, sJob& pJob)
+/// What all subcommands share that look at pictures and render them.
+void AddPictures(CLI::App& pCommand, sTonemapOptions& pOptions)
 {
-    if (!(pValue >= pSlider.fLowest && pValue <= pSlider.fHighest)) // NaN too
-        throw CLI::ValidationError(pSlider.fOption, RangeOf(pSlider));
-    pJob.fLook.fGiven[KeyOf(pSlider)] = pValue;
-}
-
-void AddSliders(CLI::App& pCommand, sJob& pJob)
-{
-    for (const sSlider& slider : kSliders)
-        pCommand.add_option_function<float>(
-            slider.fOption, [&pJob, &slider](float pValue) { SetSlider(slider, pValue, pJob); }, HelpOf(slider));
-    pCommand.add_flag("--wrap", pJob.fLook.fWrap, "left and right edge meet: a full panorama");
-    pCommand.add_option("--threads", pJob.fThreads, "workers (default 0: one for each processor)")
-        ->check(CLI::Range(0, kMostThreads));
-}
-
-void AddLook(CLI::App& pCommand, sTonemapOptions& pOptions)
-{
-    sLook& look = pOptions.fJob.fLook;
-    pCommand.add_option("--preset", look.fPreset,
-                        "natural (default), clear, soft, dramatic, interior, night, flat, or one of your own");
-    pCommand.add_option("--settings", look.fSettings, "file of settings, as --suggest prints them");
-    pCommand.add_option("--exposure", look.fExposure, "stops brighter, or darker below 0")
-        ->check(CLI::Range(-20.0, 20.0));
-    pCommand.add_option("--contrast", look.fContrast, "more contrast, or less below 0, -100 to 100")
-        ->check(CLI::Range(-100.0, 100.0));
-    pCommand.add_option("--saturation", look.fSaturation, "more colour, or less below 0, -100 grey to 100")
-        ->check(CLI::Range(-100.0, 100.0));
-    pCommand.add_flag("--suggest", pOptions.fSuggest, "print the settings that suit the picture; render nothing");
-    pCommand.add_flag("--manual", look.fManual, "take the sliders as they stand, 0 where they are not given");
-    pCommand.add_flag("--exact", look.fExact, "the same with the numbers of the engine's entry, for scripts");
-    pCommand.add_option("--black-point", look.fBlackPoint, "black point of an earlier run (see stats)");
-    pCommand.add_option("--white-point", look.fWhitePoint, "white point of an earlier run");
-    pCommand.add_flag("-q,--quiet", pOptions.fQuiet, "do not say what was chosen");
+    AddLook(pCommand, pOptions.fJob.fLook);
+    pCommand.add_flag("-q,--quiet", pOptions.fQuiet, "show no progress, and do not say what was chosen");
+    AddSliders(pCommand, pOptions.fJob);
+    AddCrop(pCommand, pOptions.fJob.fCrop);
+    AddColorSpace(pCommand, pOptions.fJob.fColorSpace);
+    AddInputSpace(pCommand, pOptions.fJob.fInputSpace);
+    AddLayer(pCommand, pOptions.fJob.fLayer);
+    AddLimits(pCommand);
+    AddVerbose(pCommand, pOptions.fVerbose);
 }
 
 void AddTonemap(CLI::App& pApp, sTonemapOptions& pOptions)
@@ -159,18 +60,53 @@ void AddTonemap(CLI::App& pApp, sTonemapOptions& pOptions)
                     "  selvane tonemap photo.exr -o photo.jpg --exposure 0.5    the same, half a stop brighter\n"
                     "  selvane tonemap photo.exr -o photo.jpg --preset soft     another character\n"
                     "  selvane tonemap photo.exr --suggest > photo.toml         the chosen settings as a file\n"
-                    "  selvane tonemap other.exr -o other.jpg --settings photo.toml");
-    AddInput(*command, pOptions.fJob.fInput);
-    AddOutput(*command, pOptions.fJob.fOutput);
-    AddLook(*command, pOptions);
-    AddSliders(*command, pOptions.fJob);
-    AddCrop(*command, pOptions.fJob.fCrop);
-    AddColorSpace(*command, pOptions.fJob.fColorSpace);
-    AddInputSpace(*command, pOptions.fJob.fInputSpace);
-    AddLayer(*command, pOptions.fJob.fLayer);
-    AddLimits(*command);
-    AddVerbose(*command, pOptions.fVerbose);
+                    "  selvane tonemap other.exr -o other.jpg --settings photo.toml\n"
+                    "  selvane tonemap *.exr --out-dir done --name '{stem}.jpg'  several pictures at once");
+    AddInputs(*command, pOptions.fBatch);
+    AddOutputs(*command, pOptions.fBatch);
+    AddOutputOptions(*command, pOptions.fJob.fOutput);
+    AddResizeOptions(*command, pOptions.fJob.fOutput);
+    command->add_flag("--suggest", pOptions.fSuggest, "print the settings that suit the picture; render nothing");
+    command->add_option("--black-point", pOptions.fJob.fLook.fBlackPoint, "black point of an earlier run (see stats)");
+    command->add_option("--white-point", pOptions.fJob.fLook.fWhitePoint, "white point of an earlier run");
+    AddReport(*command, pOptions.fReport);
+    command->add_option("--points", pOptions.fPoints, "settings and points of a sequence's frames (see points)");
+    command->add_flag("--exact", pOptions.fJob.fLook.fExact,
+                      "as --manual, with the numbers of the engine's entry, for scripts");
+    AddPictures(*command, pOptions);
     command->callback([&pOptions] { RunTonemap(pOptions); });
+}
+
+void AddSequence(CLI::App& pApp, sSequenceOptions& pOptions)
+{
+    CLI::App* const command =
+        pApp.add_subcommand("sequence", "turn the frames of a film or a time-lapse, without flicker");
+    command->footer("Examples:\n"
+                    "  selvane sequence frame*.exr --out-dir graded --name '{stem}.png'\n"
+                    "  selvane sequence frame*.exr --out-dir graded --window 49 --plot points.svg");
+    AddInputs(*command, pOptions.fBatch);
+    AddOutputs(*command, pOptions.fBatch);
+    AddStorageOptions(*command, pOptions.fJob.fOutput);
+    AddResizeOptions(*command, pOptions.fJob.fOutput);
+    AddSmoothing(*command, pOptions);
+    AddPictures(*command, pOptions);
+    command->callback([&pOptions] { RunSequence(pOptions); });
+}
+
+void AddPoints(CLI::App& pApp, sPointsOptions& pOptions)
+{
+    CLI::App* const command = pApp.add_subcommand("points", "measure the frames of a sequence, and join such measures");
+    command->footer("Examples:\n"
+                    "  selvane points frame*.exr -o points.json                 measures and smooths\n"
+                    "  selvane points frame0001.exr -o parts/frame0001.json     measures one, on any machine\n"
+                    "  selvane points --join parts/*.json -o points.json        puts them together and smooths\n"
+                    "  selvane tonemap --points points.json frame*.exr --out-dir graded");
+    AddInputs(*command, pOptions.fBatch);
+    command->add_option("-o,--output", pOptions.fFile, "file of points to write (.json)")->required();
+    command->add_flag("--join", pOptions.fJoin, "the inputs are files of points");
+    AddSmoothing(*command, pOptions);
+    AddPictures(*command, pOptions);
+    command->callback([&pOptions] { RunPoints(pOptions); });
 }
 
 void AddStats(CLI::App& pApp, sTonemapOptions& pOptions)
@@ -196,7 +132,7 @@ void AddEqualize(CLI::App& pApp, sEqualizeOptions& pOptions)
                     "  selvane equalize photo.png -o cooler.png --hue-shift 0:0.5,0.33:0.6,1:0.5\n"
                     "  selvane equalize photo.png -o vivid.png --saturation 0:0.6");
     AddInput(*command, pOptions.fInput);
-    AddOutput(*command, pOptions.fOutput)->required();
+    AddOutputOptions(*command, pOptions.fOutput)->required();
     command->add_option("--hue-shift", pOptions.fHueShift, "points HUE:VALUE,... from 0 to 1; 0.5 changes nothing");
     command->add_option("--saturation", pOptions.fSaturation, "points HUE:VALUE,...");
     command->add_option("--lightness", pOptions.fLightness, "points HUE:VALUE,...");
@@ -234,11 +170,19 @@ int Run(const std::vector<std::string>& pWords)
     sTonemapOptions tonemap;
     sTonemapOptions stats;
     sEqualizeOptions equalize;
+    sSequenceOptions sequence;
+    sPointsOptions points;
+    sExplainOptions explain;
+    sSheetOptions sheet;
     sShellOptions shell{
         .fVersion = SELVANE_COMMAND_VERSION, .fName = {}, .fValue = {}, .fUnset = {}, .fShell = {}, .fPage = {}};
     AddTonemap(app, tonemap);
     AddStats(app, stats);
     AddEqualize(app, equalize);
+    AddSequence(app, sequence);
+    AddPoints(app, points);
+    AddExplain(app, explain);
+    AddSheet(app, sheet);
     AddShell(app, shell);
     CheckSubcommand(app, pWords);
     try {

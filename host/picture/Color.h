@@ -21,7 +21,7 @@ struct sColor
     float fGamma = 0.0F;                       ///< of SELVANE_TRANSFER_POWER
     int fOutput = 0;                           ///< space of the output, unless another one is chosen
     bool fIsNamed = false;                     ///< the file says so; else the picture is taken as sRGB
-    std::string fWords = {};                        ///< what was done with them, "its colours are ..."; empty: nothing to say
+    std::string fWords = {}; ///< what was done with them, "its colours are ..."; empty: nothing to say
 };
 
 /// The spaces of an output are SELVANE_SRGB to SELVANE_REC2020.

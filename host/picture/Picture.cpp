@@ -2,6 +2,7 @@
 
 #include "picture/Errors.h"
 #include "picture/ExponentPlanes.h"
+#include "picture/SizeWatch.h"
 
 #include <cstring>
 #include <utility>
@@ -83,6 +84,7 @@ void SetSize(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pF
     pPicture.fHeight = static_cast<int>(pHeight);
     pPicture.fForm = pForm;
     pPicture.fChannels = pChannels;
+    cSizeWatch::Tell(pPicture);
 }
 
 void AllocatePixels(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pForm, int pChannels)

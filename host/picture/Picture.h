@@ -64,7 +64,7 @@ size_t AllBytes(const sPicture& pPicture);
 unsigned char* Row(sPicture& pPicture, int pRow);
 const unsigned char* Row(const sPicture& pPicture, int pRow);
 
-/// Sets size, form and channels. Allocates no pixels.
+/// Sets size, form and channels, and tells a cSizeWatch. Allocates no pixels.
 /// @throws cHostError when a side is below 1 or the picture has more than MostPixels()
 void SetSize(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pForm, int pChannels = 3);
 

@@ -4,8 +4,8 @@
 #include <array>
 #include <cstring>
 #include <new>
-#include <span>
 #include <selvane.h>
+#include <span>
 #include <zlib.h>
 
 namespace SelvaneHost
@@ -82,7 +82,9 @@ std::span<const unsigned char> ChunkData(const tBytes& pFile, const char* pType)
     return {};
 }
 
-void PutChunk(tBytes& pTo, const char* pType, const tBytes& pData)
+} // namespace
+
+void PutPngChunk(tBytes& pTo, const char* pType, const tBytes& pData)
 {
     Put32(pTo, pData.size());
     const size_t checked = pTo.size();
@@ -90,8 +92,6 @@ void PutChunk(tBytes& pTo, const char* pType, const tBytes& pData)
     pTo.insert(pTo.end(), pData.begin(), pData.end());
     Put32(pTo, crc32(0, pTo.data() + checked, static_cast<uInt>(pTo.size() - checked)));
 }
-
-} // namespace
 
 tBytes PngProfile(const tBytes& pFile)
 {
@@ -129,7 +129,7 @@ tBytes PngProfileChunk(const tBytes& pProfile, const char* pName)
         throw std::bad_alloc();
     data.resize(head + deflated);
     tBytes chunk;
-    PutChunk(chunk, "iCCP", data);
+    PutPngChunk(chunk, "iCCP", data);
     return chunk;
 }
 
@@ -141,9 +141,9 @@ tBytes PngSrgbChunks()
     for (const size_t number : kChromaticities)
         Put32(chromaticities, number);
     tBytes chunks;
-    PutChunk(chunks, "sRGB", {kPerceptual});
-    PutChunk(chunks, "gAMA", gamma);
-    PutChunk(chunks, "cHRM", chromaticities);
+    PutPngChunk(chunks, "sRGB", {kPerceptual});
+    PutPngChunk(chunks, "gAMA", gamma);
+    PutPngChunk(chunks, "cHRM", chromaticities);
     return chunks;
 }
 

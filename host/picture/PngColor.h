@@ -31,6 +31,10 @@ tBytes PngProfileChunk(const tBytes& pProfile, const char* pName);
 /// and cHRM have the values of the standard, for readers that do not know sRGB.
 tBytes PngSrgbChunks();
 
+/// Appends a chunk: its length, type, data and checksum.
+/// @param pType four letters
+void PutPngChunk(tBytes& pTo, const char* pType, const tBytes& pData);
+
 } // namespace SelvaneHost
 
 #endif

@@ -33,8 +33,8 @@ struct sReadOptions
 {
     /// Samples and colours as the engine's entry takes them: one of its three colour spaces, without a conversion.
     bool fAsEntry = false;
-    std::optional<eInputSpace> fInputSpace; ///< empty: the file decides. Not with fAsEntry
-    std::string fLayer;                     ///< of an OpenEXR file; empty: the first that has colours
+    std::optional<eInputSpace> fInputSpace = {}; ///< empty: the file decides. Not with fAsEntry
+    std::string fLayer = {};                     ///< of an OpenEXR file; empty: the first that has colours
 };
 
 } // namespace SelvaneHost

@@ -80,13 +80,14 @@ scmp_arg_cmp Masked(unsigned pArgument, uint64_t pMask, uint64_t pValue)
     return {pArgument, SCMP_CMP_MASKED_EQ, pMask, pValue};
 }
 
-void AllowReading(cFilter& pFilter, int pFile)
+void AllowReading(cFilter& pFilter, const std::vector<int>& pFiles)
 {
     pFilter.Allow({SCMP_SYS(read), SCMP_SYS(readv), SCMP_SYS(pread64), SCMP_SYS(lseek), SCMP_SYS(fstat),
                    SCMP_SYS(close), SCMP_SYS(fadvise64)});
     pFilter.AllowIf(SCMP_SYS(newfstatat), Masked(3, AT_EMPTY_PATH, AT_EMPTY_PATH));
-    for (const int call : {SCMP_SYS(write), SCMP_SYS(writev), SCMP_SYS(ftruncate)})
-        pFilter.AllowIf(call, Equal(0, static_cast<uint64_t>(pFile)));
+    for (const int file : pFiles)
+        for (const int call : {SCMP_SYS(write), SCMP_SYS(writev), SCMP_SYS(ftruncate)})
+            pFilter.AllowIf(call, Equal(0, static_cast<uint64_t>(file)));
     pFilter.AllowIf(SCMP_SYS(write), Equal(0, STDERR_FILENO)); // leads nowhere, but the libraries write to it
     pFilter.AllowIf(SCMP_SYS(writev), Equal(0, STDERR_FILENO));
     pFilter.AllowIf(SCMP_SYS(fcntl), Equal(1, F_GETFL));
@@ -160,11 +161,11 @@ void LimitResources(uint64_t pBytes, uint64_t pSeconds)
     AllowAllOf(RLIMIT_FSIZE); // of files on a disk; the picture is handed over in memory
 }
 
-bool ForbidAllButReading(int pFile)
+bool ForbidAllButReading(const std::vector<int>& pFiles)
 {
     if (SELVANE_SANITIZED_PROCESS != 0) return false;
     cFilter filter;
-    AllowReading(filter, pFile);
+    AllowReading(filter, pFiles);
     AllowMemory(filter);
     AllowThreads(filter);
     RefuseNames(filter);

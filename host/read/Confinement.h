@@ -4,6 +4,7 @@
 // Takes from this process all that the decoding of a picture does not need, for good.
 
 #include <cstdint>
+#include <vector>
 
 namespace SelvaneHost
 {
@@ -12,10 +13,10 @@ namespace SelvaneHost
 /// gets none; one beyond its time is ended by SIGXCPU.
 void LimitResources(uint64_t pBytes, uint64_t pSeconds);
 
-/// From here on this process may read what is open, take memory, run threads of its own, write to pFile, and exit. An
+/// From here on this process may read what is open, take memory, run threads of its own, write to pFiles, and exit. An
 /// attempt to open a file by name answers with an error; anything else ends the process by SIGSYS.
 /// @return false if the system has no such filter (kernels without seccomp, and sanitizers, which need more)
-bool ForbidAllButReading(int pFile);
+bool ForbidAllButReading(const std::vector<int>& pFiles);
 
 } // namespace SelvaneHost
 

@@ -80,38 +80,6 @@ sColorNotes NotesOf(const heif_image_handle* pHandle)
     return notes;
 }
 
-/// Returns the first block of metadata of a type and content type. Empty if there is none.
-tBytes BlockOf(const heif_image_handle* pHandle, const char* pType, std::string_view pContent)
-{
-    constexpr int kMostBlocks = 16;
-    heif_item_id ids[kMostBlocks];
-    const int count = heif_image_handle_get_list_of_metadata_block_IDs(pHandle, pType, ids, kMostBlocks);
-    for (int i = 0; i < count; i++) {
-        const char* const content = heif_image_handle_get_metadata_content_type(pHandle, ids[i]);
-        if (!pContent.empty() && (content == nullptr || pContent != content)) continue;
-        tBytes block(heif_image_handle_get_metadata_size(pHandle, ids[i]));
-        if (block.empty()) continue;
-        Must(heif_image_handle_get_metadata(pHandle, ids[i], block.data()));
-        return block;
-    }
-    return {};
-}
-
-/// Returns the Exif block in the form of a JPEG file: behind "Exif\0\0". In the file, a number of 32 bits says how many
-/// bytes come before the block.
-tBytes ExifOf(const heif_image_handle* pHandle)
-{
-    constexpr size_t kOffset = 4;
-    const tBytes block = BlockOf(pHandle, "Exif", {});
-    if (block.size() < kOffset) return {};
-    const size_t skipped = static_cast<size_t>(block[0]) << 24 | static_cast<size_t>(block[1]) << 16 |
-                           static_cast<size_t>(block[2]) << 8 | block[3];
-    if (skipped >= block.size() - kOffset) return {};
-    tBytes exif = {'E', 'x', 'i', 'f', 0, 0};
-    exif.insert(exif.end(), block.begin() + static_cast<std::ptrdiff_t>(kOffset + skipped), block.end());
-    return exif;
-}
-
 /// Copies a row of 16-bit samples whose largest value is pMost, as 16 bits of full range.
 void CopyDeepRow(const unsigned char* pFrom, unsigned pMost, size_t pSamples, unsigned char* pTo)
 {
@@ -153,7 +121,8 @@ void CopyPixels(const heif_image* pImage, sPicture& pPicture)
 
 bool LooksLikeHeif(const tBytes& pBytes)
 {
-    constexpr std::string_view kBrands[] = {"heic", "heix", "heim", "heis", "mif1", "mif2", "msf1", "avif", "avis", "miaf"};
+    constexpr std::string_view kBrands[] = {"heic", "heix", "heim", "heis", "mif1",
+                                            "mif2", "msf1", "avif", "avis", "miaf"};
     if (pBytes.size() < 12 || std::memcmp(pBytes.data() + 4, "ftyp", 4) != 0) return false;
     const std::string_view brand(reinterpret_cast<const char*>(pBytes.data()) + 8, 4);
     return std::find(std::begin(kBrands), std::end(kBrands), brand) != std::end(kBrands);
@@ -173,7 +142,6 @@ sPicture ReadHeif(const tBytes& pBytes, const sReadOptions& pOptions)
     const tImage image = Decode(handle.get(), deep, alpha);
     picture.fPixels.resize(AllBytes(picture));
     CopyPixels(image.get(), picture);
-    picture.fMetadata = {.fExif = ExifOf(handle.get()), .fIptc = {}, .fXmp = BlockOf(handle.get(), "mime", "application/rdf+xml")};
     Interpret(picture, NotesOf(handle.get()), pOptions);
     return picture;
 }

@@ -70,10 +70,8 @@ bool Has(const Imf::ChannelList& pChannels, const std::string& pName)
 }
 
 /// The names that programs give to red, green, blue and alpha.
-constexpr std::array<std::array<const char*, 4>, 4> kColorNames = {{{"R", "G", "B", "A"},
-                                                                   {"r", "g", "b", "a"},
-                                                                   {"red", "green", "blue", "alpha"},
-                                                                   {"Red", "Green", "Blue", "Alpha"}}};
+constexpr std::array<std::array<const char*, 4>, 4> kColorNames = {
+    {{"R", "G", "B", "A"}, {"r", "g", "b", "a"}, {"red", "green", "blue", "alpha"}, {"Red", "Green", "Blue", "Alpha"}}};
 
 /// Returns the colours behind a prefix, with alpha if there is some. Empty if there are none.
 std::vector<std::string> ColorsOf(const Imf::ChannelList& pChannels, const std::string& pPrefix)

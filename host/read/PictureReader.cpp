@@ -1,5 +1,6 @@
 #include "read/PictureReader.h"
 
+#include "metadata/MetadataReader.h"
 #include "picture/Errors.h"
 #include "read/HeifReader.h"
 #include "read/InputFile.h"
@@ -69,7 +70,9 @@ void CheckKind(const tBytes& pFirst)
 
 sPicture ReadPicture(const tBytes& pBytes, const sReadOptions& pOptions)
 {
-    return ReaderFor(pBytes).fRead(pBytes, pOptions);
+    sPicture picture = ReaderFor(pBytes).fRead(pBytes, pOptions);
+    picture.fMetadata = ReadMetadata(pBytes, picture.fWarnings);
+    return picture;
 }
 
 sPicture ReadPictureFile(const std::string& pPath, const sReadOptions& pOptions)

@@ -2,6 +2,7 @@
 
 #include "picture/Errors.h"
 #include "picture/PictureLibrary.h"
+#include "picture/SizeWatch.h"
 #include "read/Confinement.h"
 #include "read/InputFile.h"
 #include "read/PictureParcel.h"
@@ -20,8 +21,10 @@
 #include <spawn.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 
 namespace SelvaneHost
 {
@@ -29,7 +32,10 @@ namespace SelvaneHost
 namespace
 {
 
-constexpr int kParcel = 3; // descriptor of the file in memory, in the process that decodes
+// Descriptors in the process that decodes.
+constexpr int kParcel = 3; // the file in memory
+constexpr int kTalk = 4;   // to the parent: the size of the picture, and a byte back that lets it go on
+constexpr int kFirstFree = 10;
 
 std::optional<sReadLimits> gLimits; // set once, before any thread
 
@@ -43,33 +49,57 @@ uint64_t HalfOfMemory()
 
 // ---- The parent -----------------------------------------------------------------------------------------------------
 
-/// A file in memory, without a name.
-class cMemoryFile
+/// A descriptor that is closed, and stays away from those of the process that decodes.
+class cDescriptor
 {
 public:
-    cMemoryFile() : fDescriptor(::memfd_create("selvane-picture", MFD_CLOEXEC))
+    explicit cDescriptor(int pDescriptor) : fDescriptor(::fcntl(pDescriptor, F_DUPFD_CLOEXEC, kFirstFree))
     {
-        if (fDescriptor < 0) throw cHostError("cannot be read: " + SystemWords(errno));
+        const int error = errno;
+        ::close(pDescriptor);
+        if (fDescriptor < 0) throw cHostError("cannot be read: " + SystemWords(error));
     }
-    ~cMemoryFile() { ::close(fDescriptor); }
-    cMemoryFile(const cMemoryFile&) = delete;
-    cMemoryFile& operator=(const cMemoryFile&) = delete;
-    int Descriptor() const { return fDescriptor; }
+    ~cDescriptor() { Close(); }
+    cDescriptor(const cDescriptor&) = delete;
+    cDescriptor& operator=(const cDescriptor&) = delete;
+    operator int() const { return fDescriptor; }
+    void Close()
+    {
+        if (fDescriptor >= 0) ::close(fDescriptor);
+        fDescriptor = -1;
+    }
 
 private:
-    const int fDescriptor;
+    int fDescriptor;
 };
 
-/// What the new process begins with: the file in memory, and nobody to talk to.
+/// The two ends of a conversation.
+struct sTalk
+{
+    explicit sTalk(const std::array<int, 2>& pEnds) : fParent(pEnds[0]), fChild(pEnds[1]) {}
+    cDescriptor fParent;
+    cDescriptor fChild;
+};
+
+std::array<int, 2> NewPair()
+{
+    std::array<int, 2> ends{};
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0)
+        throw cHostError("cannot be read: " + SystemWords(errno));
+    return ends;
+}
+
+/// What the new process begins with: its two descriptors, and nobody else to talk to.
 class cBeginning
 {
 public:
-    explicit cBeginning(int pParcel)
+    cBeginning(int pParcel, int pTalk)
     {
         ::posix_spawn_file_actions_init(&fActions);
         ::posix_spawn_file_actions_addopen(&fActions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
         ::posix_spawn_file_actions_addopen(&fActions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
         ::posix_spawn_file_actions_adddup2(&fActions, pParcel, kParcel);
+        ::posix_spawn_file_actions_adddup2(&fActions, pTalk, kTalk);
     }
     ~cBeginning() { ::posix_spawn_file_actions_destroy(&fActions); }
     cBeginning(const cBeginning&) = delete;
@@ -80,7 +110,7 @@ private:
     posix_spawn_file_actions_t fActions{};
 };
 
-pid_t Start(const std::string& pPath, const sReadOptions& pOptions, int pParcel)
+pid_t Start(const std::string& pPath, const sReadOptions& pOptions, int pParcel, int pTalk)
 {
     const std::array<std::string, 9> words = {"selvane",
                                               kReadingWord,
@@ -94,7 +124,7 @@ pid_t Start(const std::string& pPath, const sReadOptions& pOptions, int pParcel)
     std::array<char*, words.size() + 1> arguments{};
     std::transform(words.begin(), words.end(), arguments.begin(),
                    [](const std::string& pWord) { return const_cast<char*>(pWord.c_str()); });
-    const cBeginning beginning(pParcel);
+    const cBeginning beginning(pParcel, pTalk);
     pid_t process = 0;
     const int error =
         ::posix_spawn(&process, "/proc/self/exe", beginning.Actions(), nullptr, arguments.data(), environ);
@@ -108,6 +138,24 @@ int WaitFor(pid_t pProcess)
     while (::waitpid(pProcess, &status, 0) < 0)
         if (errno != EINTR) throw cHostError("the process that decodes it is lost: " + SystemWords(errno));
     return status;
+}
+
+/// Size and form of a picture, as the two processes tell each other.
+struct sSizeWords
+{
+    int32_t fWidth, fHeight, fForm, fChannels;
+};
+
+/// Waits for the size of the picture, and lets the other process go on when SetSize, and who watches it, agrees. The
+/// size never comes if the picture cannot be read.
+/// @throws what SetSize throws
+void AgreeOnSize(int pTalk)
+{
+    sSizeWords words{};
+    if (::recv(pTalk, &words, sizeof words, MSG_WAITALL) != ssize_t{sizeof words}) return;
+    sPicture picture;
+    SetSize(picture, words.fWidth, words.fHeight, static_cast<eSampleForm>(words.fForm), words.fChannels);
+    ::send(pTalk, "", 1, MSG_NOSIGNAL);
 }
 
 [[noreturn]] void Explain(int pStatus)
@@ -124,6 +172,25 @@ int WaitFor(pid_t pProcess)
     throw cHostError("cannot be decoded: the decoder ended early");
 }
 
+/// A process that runs. One that nobody waited for is ended.
+class cProcess
+{
+public:
+    explicit cProcess(pid_t pProcess) : fProcess(pProcess) {}
+    ~cProcess()
+    {
+        if (fProcess == 0) return;
+        ::kill(fProcess, SIGKILL);
+        ::waitpid(fProcess, nullptr, 0);
+    }
+    cProcess(const cProcess&) = delete;
+    cProcess& operator=(const cProcess&) = delete;
+    int Wait() { return WaitFor(std::exchange(fProcess, 0)); }
+
+private:
+    pid_t fProcess;
+};
+
 // ---- The process that decodes ---------------------------------------------------------------------------------------
 
 /// Settings of the libraries that would not survive the confinement: no machine code of their own, no files.
@@ -136,13 +203,22 @@ void PrepareLibraries()
     ::heif_init(nullptr); // loads its decoders
 }
 
+/// Tells the parent the size of the picture, and waits until it agrees.
+void TellSize(const sPicture& pPicture)
+{
+    const sSizeWords words{pPicture.fWidth, pPicture.fHeight, pPicture.fForm, pPicture.fChannels};
+    char agreed = 0;
+    if (::write(kTalk, &words, sizeof words) != ssize_t{sizeof words} || ::read(kTalk, &agreed, 1) != 1) ::_exit(1);
+}
+
 void Decode(const std::string& pPath, const sReadOptions& pOptions, const sReadLimits& pLimits)
 {
     SetMostPixels(pLimits.fMegapixels * 1000000);
     const tBytes bytes = ReadFile(pPath, CheckKind);
     PrepareLibraries();
     LimitResources(pLimits.fBytes, pLimits.fSeconds);
-    ForbidAllButReading(kParcel);
+    ForbidAllButReading({kParcel, kTalk});
+    const cSizeWatch watch(TellSize);
     SendPicture(kParcel, ReadPicture(bytes, pOptions));
 }
 
@@ -165,10 +241,14 @@ sPicture ReadInProcess(const std::string& pPath, const sReadOptions& pOptions)
         StartPictureLibrary();
         return ReadPictureFile(pPath, pOptions);
     }
-    const cMemoryFile parcel;
-    const int status = WaitFor(Start(pPath, pOptions, parcel.Descriptor()));
+    const cDescriptor parcel(::memfd_create("selvane-picture", MFD_CLOEXEC));
+    sTalk talk(NewPair());
+    cProcess process(Start(pPath, pOptions, parcel, talk.fChild));
+    talk.fChild.Close(); // so that its end is seen
+    AgreeOnSize(talk.fParent);
+    const int status = process.Wait();
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) Explain(status);
-    return ReceivePicture(parcel.Descriptor());
+    return ReceivePicture(parcel);
 }
 
 int RunReadingProcess(const std::vector<std::string>& pWords)

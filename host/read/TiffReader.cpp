@@ -1,7 +1,7 @@
 #include "read/TiffReader.h"
 
 #include "color/Interpret.h"
-#include "read/HalfTiff.h"
+#include "read/FloatTiff.h"
 #include "read/ReaderSteps.h"
 #include "read/TiffCheck.h"
 #include "read/VipsReader.h"
@@ -30,9 +30,9 @@ bool LooksLikeTiff(const tBytes& pBytes)
 sPicture ReadTiff(const tBytes& pBytes, const sReadOptions& pOptions)
 {
     CheckTiff(pBytes);
-    if (HoldsHalfFloats(pBytes)) {
+    if (HoldsFloatsOfOtherSizes(pBytes)) {
         sColorNotes notes;
-        sPicture picture = ReadHalfTiff(pBytes, notes);
+        sPicture picture = ReadFloatTiff(pBytes, notes);
         Interpret(picture, notes, pOptions);
         return picture;
     }

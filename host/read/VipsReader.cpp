@@ -74,12 +74,11 @@ eSampleForm FormOf(VipsImage* pImage)
     case VIPS_FORMAT_USHORT:
         return eSamples16;
     case VIPS_FORMAT_FLOAT:
-    case VIPS_FORMAT_DOUBLE:
         return eFloats;
     default:
         throw cHostError(std::string("the picture's samples are of the kind \"") +
                          vips_enum_nick(VIPS_TYPE_BAND_FORMAT, vips_image_get_format(pImage)) +
-                         "\"; only 8 and 16-bit samples and floats can be read");
+                         "\"; only 8 and 16-bit samples and 32-bit floats can be read");
     }
 }
 
@@ -88,15 +87,6 @@ bool IsGrey(VipsImage* pImage)
     const VipsInterpretation colors = vips_image_get_interpretation(pImage);
     return vips_image_get_bands(pImage) < 3 || colors == VIPS_INTERPRETATION_B_W ||
            colors == VIPS_INTERPRETATION_GREY16;
-}
-
-/// Narrows floats of 64 bits.
-tVipsImage WithFloats(tVipsImage pImage)
-{
-    if (vips_image_get_format(pImage.get()) != VIPS_FORMAT_DOUBLE) return pImage;
-    VipsImage* narrow = nullptr;
-    if (vips_cast_float(pImage.get(), &narrow, nullptr) != 0) FailedInVips();
-    return tVipsImage(narrow);
 }
 
 /// Bands of a pixel that become green, blue and alpha. Red is the first band.
@@ -175,13 +165,6 @@ sColorNotes NotesOf(VipsImage* pImage, const sVipsKind& pKind, const tBytes& pBy
     return notes;
 }
 
-void ReadMetadata(VipsImage* pImage, sPicture& pPicture)
-{
-    pPicture.fMetadata = {.fExif = Block(pImage, VIPS_META_EXIF_NAME),
-                          .fIptc = Block(pImage, VIPS_META_IPTC_NAME),
-                          .fXmp = Block(pImage, VIPS_META_XMP_NAME)};
-}
-
 /// Bands beside grey or red, green and blue.
 int FurtherBands(VipsImage* pImage)
 {
@@ -205,10 +188,9 @@ sPicture ReadThroughVips(const sVipsKind& pKind, const tBytes& pBytes, const sRe
     SetSize(picture, vips_image_get_width(loaded.get()), vips_image_get_height(loaded.get()), FormOf(loaded.get()),
             FurtherBands(loaded.get()) == 1 ? 4 : 3);
     CheckClaim(picture, pBytes.size());
-    const tVipsImage image = WithFloats(Upright(std::move(loaded), pKind, pBytes));
+    const tVipsImage image = Upright(std::move(loaded), pKind, pBytes);
     picture.fWidth = vips_image_get_width(image.get());
     picture.fHeight = vips_image_get_height(image.get());
-    ReadMetadata(image.get(), picture);
     WarnOfDroppedBands(image.get(), picture);
     ReadPixels(image.get(), picture);
     Interpret(picture, NotesOf(image.get(), pKind, pBytes), pOptions);

@@ -13,7 +13,8 @@ namespace SelvaneHost
 bool LooksLikeWebp(const tBytes& pBytes)
 {
     constexpr std::string_view kMark = "WEBP";
-    return BeginsWith(pBytes, "RIFF") && pBytes.size() >= 12 && std::equal(kMark.begin(), kMark.end(), pBytes.begin() + 8);
+    return BeginsWith(pBytes, "RIFF") && pBytes.size() >= 12 &&
+           std::equal(kMark.begin(), kMark.end(), pBytes.begin() + 8);
 }
 
 sPicture ReadWebp(const tBytes& pBytes, const sReadOptions& pOptions)

@@ -96,13 +96,13 @@ void MakeScene(const std::string& pScene, const std::string& pPhotograph, int pW
 {
     const sImage image = SelvaneScene::Render(pWidth, Workers());
     if (!pScene.empty()) WriteRadiance(image, pScene);
-    if (!pPhotograph.empty()) WritePicture(Photograph(image, pStops), SELVANE_SRGB, KindFor(pPhotograph), pPhotograph);
+    if (!pPhotograph.empty()) WritePicture(Photograph(image, pStops), {.fKind = KindFor(pPhotograph)}, pPhotograph);
 }
 
 void Join(const std::string& pLeft, const std::string& pRight, const std::string& pOutput)
 {
     const sPicture both = SideBySide(ReadPictureFile(pLeft), ReadPictureFile(pRight));
-    WritePicture(both, SELVANE_SRGB, KindFor(pOutput), pOutput);
+    WritePicture(both, {.fKind = KindFor(pOutput)}, pOutput);
 }
 
 void Run(int pCount, char** pWords)

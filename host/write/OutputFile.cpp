@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
+#include <mutex>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -45,6 +46,17 @@ mode_t TakeOver(int pDescriptor, const struct stat& pReplaced)
     return rights & ~static_cast<mode_t>(S_IRWXG);
 }
 
+/// The permissions that a new file does not get. The system tells them only by changing them, so one thread at a time
+/// asks; a file that another part of the program makes in that moment is closed to others.
+mode_t NewFileMask()
+{
+    static std::mutex mutex;
+    const std::lock_guard lock(mutex);
+    const mode_t mask = ::umask(0077);
+    ::umask(mask);
+    return mask;
+}
+
 /// Returns the permissions for the new file: those of the replaced file, or those of any new file.
 mode_t ModeFor(int pDescriptor, const std::string& pTarget)
 {
@@ -52,9 +64,7 @@ mode_t ModeFor(int pDescriptor, const std::string& pTarget)
     {
     };
     if (::stat(pTarget.c_str(), &replaced) == 0) return TakeOver(pDescriptor, replaced);
-    const mode_t mask = ::umask(0);
-    ::umask(mask);
-    return 0666 & ~mask;
+    return 0666 & ~NewFileMask();
 }
 
 /// Syncs the folder, so that the rename survives a power cut. Failures are ignored: some file systems cannot do it, and
@@ -67,10 +77,17 @@ void SyncFolder(const std::string& pFolder)
     ::close(folder);
 }
 
+void CheckNoTerminal()
+{
+    if (::isatty(STDOUT_FILENO) == 1)
+        throw cUsageError("standard output is a terminal; send it to a file or a program");
+}
+
 } // namespace
 
 void CheckWritable(const std::string& pPath)
 {
+    if (pPath == "-") return CheckNoTerminal();
     const std::string target = Resolved(pPath);
     struct stat facts
     {
@@ -85,7 +102,7 @@ void CheckWritable(const std::string& pPath)
     if (::access(folder.c_str(), W_OK | X_OK) != 0) CannotWrite(errno);
 }
 
-void WriteFile(const std::string& pPath, const std::vector<std::span<const unsigned char>>& pPieces)
+void WriteFile(const std::string& pPath, const std::vector<std::span<const unsigned char>>& pPieces, bool pMustBeNew)
 {
     const std::string target = Resolved(pPath);
     const std::string folder = FolderOf(target);
@@ -93,8 +110,21 @@ void WriteFile(const std::string& pPath, const std::vector<std::span<const unsig
     for (const std::span<const unsigned char> piece : pPieces)
         file.Write(piece.data(), piece.size());
     file.Finish(ModeFor(file.Descriptor(), target));
-    file.RenameTo(target);
+    if (pMustBeNew)
+        file.RenameToNew(target);
+    else
+        file.RenameTo(target);
     SyncFolder(folder);
+}
+
+void WriteStandardOutput(std::span<const unsigned char> pBytes)
+{
+    while (!pBytes.empty()) {
+        const ssize_t written = ::write(STDOUT_FILENO, pBytes.data(), pBytes.size());
+        if (written < 0 && errno == EINTR) continue;
+        if (written < 0) CannotWrite(errno);
+        pBytes = pBytes.subspan(static_cast<size_t>(written));
+    }
 }
 
 } // namespace SelvaneHost

@@ -8,8 +8,9 @@
 namespace SelvaneHost
 {
 
-/// Checks whether the file can be written. Call it before a long computation.
+/// Checks whether the file can be written. Call it before a long computation. "-" is standard output.
 /// @throws cHostError when the folder is missing or closed, or when the name belongs to a folder or device
+/// @throws cUsageError when standard output is a terminal
 void CheckWritable(const std::string& pPath);
 
 /// Writes the pieces, one after the other, to a new file in the same folder, syncs it and renames it. After a failure
@@ -20,8 +21,16 @@ void CheckWritable(const std::string& pPath);
 /// The new file gets the permissions of the file that it replaces, without set-user-ID, set-group-ID and sticky bits.
 /// It also gets that file's owner and group if this user may give files to them. If the group cannot be given, the
 /// group's permissions are dropped.
+///
+/// Several threads may write files at once.
+/// @param pMustBeNew a file of that name is never replaced, also not one that another program made a moment before
 /// @throws cHostError with the system's text
-void WriteFile(const std::string& pPath, const std::vector<std::span<const unsigned char>>& pPieces);
+void WriteFile(const std::string& pPath, const std::vector<std::span<const unsigned char>>& pPieces,
+               bool pMustBeNew = false);
+
+/// Writes to standard output.
+/// @throws cHostError with the system's text
+void WriteStandardOutput(std::span<const unsigned char> pBytes);
 
 } // namespace SelvaneHost
 

@@ -1,14 +1,13 @@
 #include "write/PictureWriter.h"
 
+#include "metadata/EmbedMetadata.h"
 #include "picture/Errors.h"
 #include "picture/PngColor.h"
-#include "picture/VipsObject.h"
+#include "picture/ProfileMatch.h"
 #include "write/OutputFile.h"
 
-#include <selvane.h>
-
 #include <algorithm>
-#include <span>
+#include <selvane.h>
 
 namespace SelvaneHost
 {
@@ -16,52 +15,44 @@ namespace SelvaneHost
 namespace
 {
 
-constexpr int kJpegQuality = 95;
-constexpr int kPngEffort = 6; // deflate level
-constexpr int kMostJpegSide = 65500;
+using tWarnings = std::vector<std::string>;
 
-/// An encoded file. The memory belongs to GLib.
-struct sEncoded
+int UsualQuality(eFileKind pKind)
 {
-    ~sEncoded() { g_free(fBytes); }
-    void* fBytes = nullptr;
-    size_t fSize = 0;
-};
-
-[[noreturn]] void FailedInVips()
-{
-    throw cHostError("cannot be written: " + VipsWords());
+    return pKind == eJpeg ? 95 : pKind == eAvif ? 80 : 90;
 }
 
-/// Makes an image of libvips that uses the picture's memory.
-tVipsImage Wrap(const sPicture& pPicture)
+void CheckSides(const sPicture& pPicture, eFileKind pKind)
 {
-    const bool deep = pPicture.fForm == eSamples16;
-    tVipsImage pixels(vips_image_new_from_memory(pPicture.fPixels.data(), pPicture.fPixels.size(), pPicture.fWidth,
-                                                 pPicture.fHeight, pPicture.fChannels,
-                                                 deep ? VIPS_FORMAT_USHORT : VIPS_FORMAT_UCHAR));
-    VipsImage* image = nullptr;
-    if (!pixels || vips_copy(pixels.get(), &image, "interpretation",
-                             deep ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB, nullptr) != 0)
-        FailedInVips();
-    return tVipsImage(image);
+    if (std::max(pPicture.fWidth, pPicture.fHeight) <= MostSide(pKind)) return;
+    throw cHostError(std::string("cannot be written: ") + SpokenName(pKind) + " files hold at most " +
+                     std::to_string(MostSide(pKind)) + " pixels a side; write a .png or .tif file");
 }
 
-void Attach(VipsImage* pImage, const sPicture& pPicture)
+/// A TIFF file would show a thumbnail as its second page.
+bool HoldsThumbnail(eFileKind pKind)
 {
-    const auto attach = [&](const char* pName, const tBytes& pBlock) {
-        if (!pBlock.empty()) vips_image_set_blob_copy(pImage, pName, pBlock.data(), pBlock.size());
-    };
-    attach(VIPS_META_EXIF_NAME, pPicture.fMetadata.fExif);
-    attach(VIPS_META_IPTC_NAME, pPicture.fMetadata.fIptc);
-    attach(VIPS_META_XMP_NAME, pPicture.fMetadata.fXmp);
-    vips_image_set_int(pImage, VIPS_META_ORIENTATION, 1); // the pixels are upright
+    return pKind != eTiff;
 }
 
-void AttachProfile(VipsImage* pImage, int pSpace)
+bool HoldsIptc(eFileKind pKind)
 {
-    const tBytes profile = StoredProfile(pSpace);
-    vips_image_set_blob_copy(pImage, VIPS_META_ICC_NAME, profile.data(), profile.size());
+    return pKind == eJpeg || pKind == eTiff || pKind == ePng;
+}
+
+sOutputFacts FactsOf(const sPicture& pPicture, const sStorage& pStorage)
+{
+    sOutputFacts facts{pPicture.fWidth, pPicture.fHeight, pStorage.fSpace, {}, pStorage.fSettings, pStorage.fVersion};
+    if (HoldsThumbnail(pStorage.fKind) && !pStorage.fMetadata.fNone && HasThumbnail(pPicture.fMetadata))
+        facts.fThumbnail = EncodeThumbnail(pPicture);
+    return facts;
+}
+
+sMetadata MetadataFor(const sPicture& pPicture, const sStorage& pStorage, tWarnings& pWarnings)
+{
+    sMetadata metadata = OutputMetadata(pPicture.fMetadata, FactsOf(pPicture, pStorage), pStorage.fMetadata, pWarnings);
+    if (!HoldsIptc(pStorage.fKind)) MoveIptcIntoXmp(metadata, pWarnings);
+    return metadata;
 }
 
 /// Returns the colour chunks of a PNG file.
@@ -71,43 +62,66 @@ tBytes PngColorChunks(int pSpace)
     return PngProfileChunk(StoredProfile(pSpace), SpaceName(pSpace));
 }
 
-/// Writes the encoded picture. A PNG file gets its colour chunks here, see picture/PngColor.h.
-void Write(const sEncoded& pEncoded, eFileKind pKind, int pSpace, const std::string& pPath)
+/// Puts colour and metadata behind the header.
+tBytes WithChunks(const tBytes& pFile, int pSpace, const sMetadata& pMetadata)
 {
-    const std::span file(static_cast<const unsigned char*>(pEncoded.fBytes), pEncoded.fSize);
-    if (pKind != ePng) return WriteFile(pPath, {file});
-    const tBytes color = PngColorChunks(pSpace);
-    WriteFile(pPath, {file.first(kPngColorPlace), color, file.subspan(kPngColorPlace)});
+    const auto place = pFile.begin() + static_cast<std::ptrdiff_t>(kPngColorPlace);
+    tBytes file(pFile.begin(), place);
+    for (const tBytes& chunks : {PngColorChunks(pSpace), PngMetadataChunks(pMetadata)})
+        file.insert(file.end(), chunks.begin(), chunks.end());
+    file.insert(file.end(), place, pFile.end());
+    return file;
 }
 
-int Encode(VipsImage* pImage, eFileKind pKind, sEncoded& pTo)
+tBytes Encode(const sEncoding& pEncoding, const sStorage& pStorage, tWarnings& pWarnings)
 {
-    switch (pKind) {
-    case eTiff:
-        return vips_tiffsave_buffer(pImage, &pTo.fBytes, &pTo.fSize, "compression",
-                                    VIPS_FOREIGN_TIFF_COMPRESSION_DEFLATE, "predictor",
-                                    VIPS_FOREIGN_TIFF_PREDICTOR_HORIZONTAL, nullptr);
-    case eJpeg:
-        return vips_jpegsave_buffer(pImage, &pTo.fBytes, &pTo.fSize, "Q", kJpegQuality, "optimize_coding", TRUE,
-                                    "subsample_mode", VIPS_FOREIGN_SUBSAMPLE_OFF, nullptr);
+    switch (pStorage.fKind) {
+    case eAvif:
+        return EncodeAvif(pEncoding);
+    case eJxl:
+        return EncodeJxl(pEncoding);
+    case ePng:
+        return WithChunks(EncodeThroughVips(pEncoding, ePng), pStorage.fSpace, pEncoding.fMetadata);
     default:
-        return vips_pngsave_buffer(pImage, &pTo.fBytes, &pTo.fSize, "compression", kPngEffort, nullptr);
+        return WithMetadata(EncodeThroughVips(pEncoding, pStorage.fKind), pEncoding.fMetadata, pWarnings);
     }
+}
+
+/// Returns whether the picture shows something of what is behind it.
+bool IsTransparent(const sPicture& pPicture)
+{
+    const size_t bytes = pPicture.fForm == eSamples8 ? 1 : 2, pixel = 4 * bytes;
+    if (pPicture.fChannels != 4) return false;
+    for (size_t i = pixel - bytes; i < pPicture.fPixels.size(); i += pixel)
+        if (pPicture.fPixels[i] != 0xFF || pPicture.fPixels[i + bytes - 1] != 0xFF) return true;
+    return false;
 }
 
 } // namespace
 
-void WritePicture(const sPicture& pPicture, int pSpace, eFileKind pKind, const std::string& pPath)
+std::vector<std::string> WritePicture(const sPicture& pPicture, const sStorage& pStorage, const std::string& pPath)
 {
-    if (pKind == eJpeg && std::max(pPicture.fWidth, pPicture.fHeight) > kMostJpegSide)
-        throw cHostError("cannot be written: a JPEG file holds at most " + std::to_string(kMostJpegSide) +
-                         " pixels a side; write a .png or .tif file");
-    const tVipsImage image = Wrap(pPicture);
-    Attach(image.get(), pPicture);
-    if (pKind != ePng) AttachProfile(image.get(), pSpace);
-    sEncoded encoded;
-    if (Encode(image.get(), pKind, encoded) != 0) FailedInVips();
-    Write(encoded, pKind, pSpace, pPath);
+    CheckSides(pPicture, pStorage.fKind);
+    tWarnings warnings;
+    if (pStorage.fKind == eJpeg && IsTransparent(pPicture))
+        warnings.emplace_back("JPEG files hold no transparency; it was left out");
+    const sMetadata metadata = MetadataFor(pPicture, pStorage, warnings);
+    const tBytes profile = StoredProfile(pStorage.fSpace);
+    const sEncoding encoding{pPicture,
+                             pStorage.fDepth,
+                             pStorage.fQuality.value_or(UsualQuality(pStorage.fKind)),
+                             pStorage.fSubsampling,
+                             pStorage.fThreads,
+                             pStorage.fSpace,
+                             profile,
+                             metadata,
+                             PixelsPerMillimetre(pPicture.fMetadata)};
+    const tBytes file = Encode(encoding, pStorage, warnings);
+    if (pPath == "-")
+        WriteStandardOutput(file);
+    else
+        WriteFile(pPath, {file}, pStorage.fMustBeNew);
+    return warnings;
 }
 
 } // namespace SelvaneHost

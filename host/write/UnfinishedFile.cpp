@@ -12,6 +12,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <fcntl.h>
 #include <iterator>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -23,10 +25,41 @@ namespace SelvaneHost
 namespace
 {
 
-// Name of the file that the signal handler removes. The name is complete before gUnfinished is set.
-char gUnfinishedName[PATH_MAX];
-std::atomic<bool> gUnfinished{false};
-static_assert(std::atomic<bool>::is_always_lock_free);
+/// Who may use a slot. The signal handler removes the file of a slot that is there: its name is complete.
+enum eSlot : int
+{
+    eFree,
+    eTaken, ///< its name is being written, or its file is gone
+    eThere
+};
+
+/// The name of an unfinished file.
+struct sSlot
+{
+    std::atomic<int> fState{eFree};
+    char fName[PATH_MAX];
+};
+static_assert(std::atomic<int>::is_always_lock_free);
+
+constexpr size_t kMostUnfinished = 256; // as many as there can be jobs
+sSlot gSlots[kMostUnfinished];
+
+// A signal can meet one thread while another makes a file. So the handler waits until no file is being made, and after
+// that none is made any more. A folder that does not answer ends the wait.
+std::atomic<int> gMaking{0}; ///< threads that make a file
+std::atomic<bool> gEnds{false};
+constexpr int kMostWaits = 1000;
+constexpr timespec kWait = {.tv_sec = 0, .tv_nsec = 1000000};
+
+/// @return the number of a free slot, taken
+size_t TakeSlot()
+{
+    for (size_t slot = 0; slot < kMostUnfinished; slot++) {
+        int free = eFree;
+        if (gSlots[slot].fState.compare_exchange_strong(free, eTaken)) return slot;
+    }
+    CannotWrite(EMFILE);
+}
 
 // Signals without a handler: they do not end a program, or cannot be caught. SIGXFSZ, for a file that grows beyond the
 // limit, becomes an error. All other signals end a program, also those that have a number and no name.
@@ -37,7 +70,11 @@ constexpr int kFirstRealTimeSignal = 32; // of the kernel; the C library hands o
 extern "C" void RemoveAndEnd(int pSignal)
 {
     const int before = errno;
-    if (gUnfinished.load()) ::unlink(gUnfinishedName);
+    gEnds.store(true);
+    for (int i = 0; i < kMostWaits && gMaking.load() > 0; i++)
+        ::nanosleep(&kWait, nullptr);
+    for (sSlot& slot : gSlots)
+        if (slot.fState.load() == eThere) ::unlink(slot.fName);
     ::signal(pSignal, SIG_DFL);
     ::raise(pSignal); // delivered when the handler returns
     errno = before;
@@ -60,6 +97,36 @@ public:
 private:
     sigset_t fBefore{};
 };
+
+/// Another thread ends the program.
+[[noreturn]] void WaitForTheEnd()
+{
+    for (;;)
+        ::pause();
+}
+
+/// Makes a file and says so in its slot, in one step as far as signals can see.
+/// @return its descriptor, or below 0 with errno
+int MakeFile(sSlot& pSlot)
+{
+    const cBlockedSignals blocked;
+    gMaking.fetch_add(1);
+    if (gEnds.load()) {
+        gMaking.fetch_sub(1);
+        WaitForTheEnd();
+    }
+    const int descriptor = ::mkstemp(pSlot.fName);
+    if (descriptor >= 0) pSlot.fState.store(eThere);
+    gMaking.fetch_sub(1);
+    return descriptor;
+}
+
+/// The file is gone if another thread ends the program.
+[[noreturn]] void CannotRename(int pErrorNumber)
+{
+    if (gEnds.load()) WaitForTheEnd();
+    CannotWrite(pErrorNumber);
+}
 
 /// Returns whether the signal ends the program and has its default action. Under nohup and the like some signals are
 /// ignored, and a sanitizer installs its own handlers.
@@ -84,23 +151,27 @@ void IgnoreKeptSignals()
 
 } // namespace
 
-cUnfinishedFile::cUnfinishedFile(const std::string& pFolder)
+cUnfinishedFile::cUnfinishedFile(const std::string& pFolder) : fSlot(TakeSlot())
 {
+    sSlot& slot = gSlots[fSlot];
     const std::string pattern = pFolder + "/.selvane-XXXXXX";
-    if (pattern.size() >= sizeof gUnfinishedName) CannotWrite(ENAMETOOLONG);
-    std::memcpy(gUnfinishedName, pattern.c_str(), pattern.size() + 1);
-    const cBlockedSignals blocked; // until gUnfinished is set
-    fDescriptor = ::mkstemp(gUnfinishedName);
-    if (fDescriptor < 0) CannotWrite(errno);
-    gUnfinished.store(true);
+    const bool fits = pattern.size() < sizeof slot.fName;
+    if (fits) {
+        std::memcpy(slot.fName, pattern.c_str(), pattern.size() + 1);
+        fDescriptor = MakeFile(slot);
+    }
+    if (fDescriptor >= 0) return;
+    const int number = fits ? errno : ENAMETOOLONG;
+    slot.fState.store(eFree);
+    CannotWrite(number);
 }
 
 cUnfinishedFile::~cUnfinishedFile()
 {
+    sSlot& slot = gSlots[fSlot];
     if (fDescriptor >= 0) ::close(fDescriptor);
-    if (!gUnfinished.load()) return;
-    ::unlink(gUnfinishedName);
-    gUnfinished.store(false);
+    if (slot.fState.load() == eThere) ::unlink(slot.fName);
+    slot.fState.store(eFree);
 }
 
 void cUnfinishedFile::Write(const unsigned char* pBytes, size_t pSize)
@@ -125,8 +196,18 @@ void cUnfinishedFile::Finish(mode_t pMode)
 
 void cUnfinishedFile::RenameTo(const std::string& pTarget)
 {
-    if (std::rename(gUnfinishedName, pTarget.c_str()) != 0) CannotWrite(errno);
-    gUnfinished.store(false);
+    sSlot& slot = gSlots[fSlot];
+    if (std::rename(slot.fName, pTarget.c_str()) != 0) CannotRename(errno);
+    slot.fState.store(eTaken);
+}
+
+void cUnfinishedFile::RenameToNew(const std::string& pTarget)
+{
+    sSlot& slot = gSlots[fSlot];
+    if (::link(slot.fName, pTarget.c_str()) == 0) return; // the destructor removes the other name
+    if (errno == EEXIST) CannotWrite(EEXIST);
+    if (::renameat2(AT_FDCWD, slot.fName, AT_FDCWD, pTarget.c_str(), RENAME_NOREPLACE) != 0) CannotRename(errno);
+    slot.fState.store(eTaken);
 }
 
 void CannotWrite(int pErrorNumber)

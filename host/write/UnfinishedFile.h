@@ -10,7 +10,7 @@ namespace SelvaneHost
 {
 
 /// A new file with the name .selvane-XXXXXX. The destructor removes it unless it was renamed. After CatchSignals, a
-/// signal that ends the program removes it too. Only one such file may exist at a time.
+/// signal that ends the program removes it too. Up to 256 such files may exist at a time, on any threads.
 class cUnfinishedFile
 {
 public:
@@ -29,7 +29,11 @@ public:
 
     void RenameTo(const std::string& pTarget);
 
+    /// The same for a name that must not exist yet, whoever makes a file of that name meanwhile.
+    void RenameToNew(const std::string& pTarget);
+
 private:
+    size_t fSlot; // of the name, for the signal handler
     int fDescriptor = -1;
 };
 

@@ -30,8 +30,7 @@ int64_t BytesFor(const selvane_picture& pPicture, const sLayout& pLayout)
     int width = 0, height = 0;
     ReducedSize(pLayout.fWidth, pLayout.fHeight, kSuggestionSize, width, height);
     const int alpha = AlphaBytesOf(pPicture, pLayout);
-    return PictureBytes(pLayout.fWidth, pLayout.fHeight, alpha) +
-           cKeptRender::BytesFor(pLayout.fWidth, pLayout.fHeight, alpha > 0) + PreviewBytes(width, height, alpha > 0);
+    return SumOf(LargeBytes(pLayout.fWidth, pLayout.fHeight, alpha)) + SumOf(PreviewBytes(width, height, alpha > 0));
 }
 
 void SetPicture(selvane& pHandle, const selvane_picture* pPicture)
@@ -41,8 +40,7 @@ void SetPicture(selvane& pHandle, const selvane_picture* pPicture)
     CheckPicture(picture);
     Require(picture.pixels != nullptr, "pixels of the picture is null");
     const int alpha = AlphaBytesOf(picture, layout);
-    CheckLimit(pHandle, PictureBytes(layout.fWidth, layout.fHeight, alpha) +
-                            cKeptRender::BytesFor(layout.fWidth, layout.fHeight, alpha > 0));
+    CheckLimit(pHandle, SumOf(LargeBytes(layout.fWidth, layout.fHeight, alpha)));
     cRun run(pHandle.fCallbacks, kReadWeight);
     auto kept = std::make_unique<sKept>(ReadPicture(picture, layout, run));
     pHandle.fFull = std::move(kept);

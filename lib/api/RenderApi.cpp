@@ -5,8 +5,11 @@
 #include "api/Suggestion.h"
 #include "settings/Record.h"
 #include "settings/Settings.h"
+#include "write/Space.h"
+#include "write/TargetWriter.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 using namespace SelvaneLib;
@@ -15,6 +18,8 @@ namespace
 {
 
 constexpr double kRenderWeight = 13.0; // of a call, before its stages are planned
+constexpr double kPlainWeight = 4.0;
+constexpr float kMostStops = 100.0f; // either way, of a plain picture
 
 selvane_target EmptyTarget()
 {
@@ -53,7 +58,7 @@ void RenderInto(selvane& pHandle, sKept& pKept, const selvane_target& pTarget, c
 
 selvane_target CheckedTarget(const selvane_target* pTarget)
 {
-    const selvane_target target = TakeRecord(pTarget, EmptyTarget());
+    const selvane_target target = TakeRecord(pTarget, EmptyTarget(), kFirstTargetSize);
     LayoutOf(target);
     CheckTarget(target);
     return target;
@@ -82,11 +87,36 @@ void Preview(selvane& pHandle, int pLongest, const selvane_target* pTarget)
     RenderInto(pHandle, PreviewOf(pHandle, pLongest, run), target, run);
 }
 
+void Plain(selvane& pHandle, float pStops, int pLongest, const selvane_target* pTarget)
+{
+    const cPicture& full = *PictureOf(pHandle).fPicture;
+    Require(pStops >= -kMostStops && pStops <= kMostStops, "stops is not -100 to 100");
+    Require(pLongest >= 0, "the longest side is below 0");
+    const selvane_target target = CheckedTarget(pTarget);
+    int width = full.Width(), height = full.Height();
+    if (pLongest > 0) ReducedSize(full.Width(), full.Height(), pLongest, width, height);
+    CheckSize(target, width, height);
+    CheckLimit(pHandle, 0);
+    cRun run(pHandle.fCallbacks, kReduceWeight + kPlainWeight);
+    const cPicture& picture = pLongest == 0 ? full : *PreviewOf(pHandle, pLongest, run).fPicture;
+    const sLayout layout = LayoutOf(target);
+    cTargetTables tables;
+    tables.Prepare(target);
+    const Vornik::cMatrix33 fromXYZ = FromXYZ(target.space, target.chromaticities);
+    const double factor = std::exp2(static_cast<double>(pStops));
+    run.Plan(kPlainWeight);
+    run.Begin(SELVANE_STAGE_WRITE, kPlainWeight);
+    run.DivideOrThrow(0, height, width, [&](int, int pBegin, int pEnd) {
+        for (int y = pBegin; y < pEnd; y++)
+            WritePlainRow(target, layout, tables, fromXYZ, factor, picture, y);
+    });
+}
+
 void CopyPlane(selvane& pHandle, int pPlane, float* pValues, ptrdiff_t pRowStride)
 {
     sKept& kept = PictureOf(pHandle);
     const cPicture& picture = *kept.fPicture;
-    Require(pPlane >= SELVANE_PLANE_LUMINANCE && pPlane <= SELVANE_PLANE_DETAIL, "the plane is unknown");
+    Require(pPlane >= SELVANE_PLANE_LUMINANCE && pPlane <= SELVANE_PLANE_MAPPED, "the plane is unknown");
     Require(pValues != nullptr, "the values are null");
     const auto rowBytes = static_cast<ptrdiff_t>(sizeof(float)) * picture.Width();
     const ptrdiff_t stride = pRowStride == 0 ? rowBytes : pRowStride;
@@ -96,8 +126,10 @@ void CopyPlane(selvane& pHandle, int pPlane, float* pValues, ptrdiff_t pRowStrid
     CheckLimit(pHandle, 0);
     cRun run(pHandle.fCallbacks, kRenderWeight);
     const selvane_settings settings = EffectiveSettings(pHandle, run);
-    run.Plan(kept.fRender.SplitWeightFor(settings));
+    const bool maps = pPlane == SELVANE_PLANE_MAPPED;
+    run.Plan(maps ? kept.fRender.MapWeightFor(settings) : kept.fRender.SplitWeightFor(settings));
     kept.fRender.Split(settings, run);
+    if (maps) kept.fRender.Map(settings, run);
     KeepTimes(pHandle, run);
     for (int y = 0; y < picture.Height(); y++)
         kept.fRender.CopyPlaneRow(pPlane, y, pValues + y * (stride / static_cast<ptrdiff_t>(sizeof(float))));
@@ -175,6 +207,14 @@ int selvane_preview(selvane* handle, int longest_side, const selvane_target* tar
     return Guarded(handle, [&] {
         Require(handle != nullptr, "the handle is null");
         Preview(*handle, longest_side, target);
+    });
+}
+
+int selvane_plain(selvane* handle, float stops, int longest_side, const selvane_target* target)
+{
+    return Guarded(handle, [&] {
+        Require(handle != nullptr, "the handle is null");
+        Plain(*handle, stops, longest_side, target);
     });
 }
 

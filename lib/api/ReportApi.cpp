@@ -7,12 +7,14 @@
 #include "write/Profile.h"
 
 #include <algorithm>
+#include <cstddef>
 
 using namespace SelvaneLib;
 
 namespace
 {
 
+constexpr size_t kFirstReportSize = offsetof(selvane_report, stage_bytes);
 constexpr int kMostThreads = 256;
 constexpr float kStopsPerDecade = 3.3219281f; // 1 / log10(2)
 
@@ -40,7 +42,9 @@ selvane_report ReportOf(const selvane& pHandle)
     if (pHandle.fFull != nullptr) ReportPicture(*pHandle.fFull->fPicture, report);
     report.previews = pHandle.fSuggestionPreviews;
     std::copy_n(pHandle.fMilliseconds, SELVANE_STAGES, report.milliseconds);
-    report.bytes = HeldBytes(pHandle);
+    const tStageBytes bytes = HeldBytes(pHandle);
+    report.bytes = SumOf(bytes);
+    std::copy(bytes.begin(), bytes.end(), report.stage_bytes);
     return report;
 }
 
@@ -50,8 +54,7 @@ int selvane_get_report(const selvane* handle, selvane_report* report)
 {
     return Guarded(handle, [&] {
         Require(handle != nullptr, "the handle is null");
-        CheckRecord(report);
-        GiveRecord(ReportOf(*handle), report);
+        GiveRecord(ReportOf(*handle), report, kFirstReportSize);
     });
 }
 
@@ -110,7 +113,7 @@ int selvane_set_memory_limit(selvane* handle, uint64_t bytes)
 int selvane_profile(int space, int linear, const unsigned char** bytes, size_t* size)
 {
     return Guarded(nullptr, [&] {
-        Require(space >= SELVANE_SRGB && space <= SELVANE_REC2020, "space is none of a target");
+        Require(space >= SELVANE_SRGB && space <= SELVANE_REC2020, "space has no profile");
         Require(linear == 0 || linear == 1, "linear is neither 0 nor 1");
         Require(bytes != nullptr && size != nullptr, "bytes or size is null");
         const sProfile profile = ProfileOf(space, linear != 0);

@@ -58,6 +58,17 @@ int selvane_preset(selvane* handle, const char* name, selvane_settings* settings
     });
 }
 
+int selvane_preset_names(const selvane* handle, char* text, size_t size, size_t* needed)
+{
+    if (text != nullptr && size > 0) text[0] = 0;
+    return Guarded(handle, [&] {
+        std::string names;
+        for (const std::string& name : PresetNames(UserPresets()))
+            names += name + '\n';
+        GiveText(names, text, size, needed);
+    });
+}
+
 const char* selvane_preset_name(int index)
 {
     return index >= 0 && index < static_cast<int>(kPresetCount) ? kPresets[static_cast<size_t>(index)].fName : nullptr;

@@ -2,8 +2,11 @@
 
 #include "api/Failure.h"
 #include "settings/Settings.h"
+#include "suggest/LookSettings.h"
 
 #include <algorithm>
+#include <functional>
+#include <numeric>
 #include <string>
 
 namespace SelvaneLib
@@ -13,22 +16,11 @@ namespace
 {
 
 constexpr int kMostSuggestionPreviews = 13; // of Suggest, for the progress alone
+constexpr int kSuggestionRows = 4;          // of the rows that a pixel of the reduced picture stands for
 
-/// Settings of a look, complete.
-selvane_settings SettingsOf(const sLook& pLook)
+void AddTo(tStageBytes& pSum, const tStageBytes& pBytes)
 {
-    selvane_settings settings = DefaultSettings();
-    settings.automatic = 0;
-    settings.compression = pLook.compression;
-    settings.smoothness = pLook.smoothness;
-    settings.adaptation = pLook.adaptation;
-    settings.white_clip = pLook.white_clip;
-    settings.black_clip = pLook.black_clip;
-    settings.radius = pLook.radius;
-    settings.exposure = pLook.exposure;
-    settings.contrast = std::clamp(pLook.contrast - kEngineContrast, -100.0f, 100.0f);
-    settings.saturation = pLook.saturation;
-    return settings;
+    std::transform(pSum.begin(), pSum.end(), pBytes.begin(), pSum.begin(), std::plus<>());
 }
 
 selvane_target BytesTarget(const cPicture& pPicture, unsigned char* pRGB)
@@ -61,10 +53,24 @@ std::vector<float> PackedXYZ(const cPicture& pPicture)
     return xyz;
 }
 
+/// The reduced picture that the suggestion looks at, and nobody else; null: the picture is small enough.
+std::unique_ptr<sKept> Glimpse(selvane& pHandle, cRun& pRun)
+{
+    const cPicture& full = *PictureOf(pHandle).fPicture;
+    int width = 0, height = 0;
+    ReducedSize(full.Width(), full.Height(), kSuggestionSize, width, height);
+    if (width == full.Width() && height == full.Height()) return nullptr;
+    CheckLimit(pHandle, SumOf(PreviewBytes(width, height, full.HasAlpha())));
+    pRun.Begin(SELVANE_STAGE_READ, kReduceWeight);
+    return std::make_unique<sKept>(Reduced(full, width, height, kSuggestionRows, pRun),
+                                   Sampled(full, std::max(1, width / 2), std::max(1, height / 2)));
+}
+
 /// Looks at the reduced picture. Progress is asked between the previews.
 sSuggestion Look(selvane& pHandle, cRun& pRun)
 {
-    sKept& kept = PreviewOf(pHandle, kSuggestionSize, pRun);
+    const std::unique_ptr<sKept> own = Glimpse(pHandle, pRun);
+    sKept& kept = own == nullptr ? PictureOf(pHandle) : *own;
     cPicture& picture = *kept.fPicture;
     sCallbacks quiet = pHandle.fCallbacks;
     quiet.fProgress = nullptr;
@@ -75,7 +81,8 @@ sSuggestion Look(selvane& pHandle, cRun& pRun)
                        .fWeight = weights.empty() ? nullptr : weights.data(),
                        .fWidth = picture.Width(),
                        .fHeight = picture.Height(),
-                       .fLevels = picture.fStatistics.fLevels};
+                       .fLevels = picture.fStatistics.fLevels,
+                       .fIsFlat = picture.fStatistics.fFlat};
     pRun.Begin(SELVANE_STAGE_READ, kSuggestWeight);
     pRun.PauseClock();
     sSuggestion suggestion = Suggest(scene, [&](const sLook& pLook, unsigned char* pRGB) {
@@ -102,27 +109,40 @@ sKept& PictureOf(selvane& pHandle)
     return *pHandle.fFull;
 }
 
-int64_t PreviewBytes(int pWidth, int pHeight, bool pHasAlpha)
+int64_t SumOf(const tStageBytes& pBytes)
 {
-    return 2 * PictureBytes(pWidth, pHeight, pHasAlpha ? 4 : 0) + cKeptRender::BytesFor(pWidth, pHeight, pHasAlpha) +
-           cKeptRender::BytesWithoutGrid(pWidth, pHeight, pHasAlpha);
+    return std::accumulate(pBytes.begin(), pBytes.end(), int64_t{0});
 }
 
-int64_t HeldBytes(const selvane& pHandle)
+tStageBytes LargeBytes(int pWidth, int pHeight, int pAlphaBytes)
 {
-    if (pHandle.fFull == nullptr) return 0;
+    tStageBytes bytes = cKeptRender::StageBytes(pWidth, pHeight, pAlphaBytes > 0, true);
+    bytes[SELVANE_STAGE_READ] += PictureBytes(pWidth, pHeight, pAlphaBytes);
+    return bytes;
+}
+
+tStageBytes PreviewBytes(int pWidth, int pHeight, bool pHasAlpha)
+{
+    tStageBytes bytes = cKeptRender::StageBytes(pWidth, pHeight, pHasAlpha, true);
+    AddTo(bytes, cKeptRender::StageBytes(pWidth, pHeight, pHasAlpha, false)); // the render that has its points
+    bytes[SELVANE_STAGE_READ] += 2 * PictureBytes(pWidth, pHeight, pHasAlpha ? 4 : 0);
+    return bytes;
+}
+
+tStageBytes HeldBytes(const selvane& pHandle)
+{
+    if (pHandle.fFull == nullptr) return {};
     const cPicture& full = *pHandle.fFull->fPicture;
     const bool alpha = full.HasAlpha();
-    int64_t bytes = PictureBytes(full.Width(), full.Height(), alpha ? full.fAlphaBytes : 0) +
-                    cKeptRender::BytesFor(full.Width(), full.Height(), alpha);
+    tStageBytes bytes = LargeBytes(full.Width(), full.Height(), alpha ? full.fAlphaBytes : 0);
     for (const sPreview& preview : pHandle.fPreviews)
-        bytes += PreviewBytes(preview.fKept->fPicture->Width(), preview.fKept->fPicture->Height(), alpha);
+        AddTo(bytes, PreviewBytes(preview.fKept->fPicture->Width(), preview.fKept->fPicture->Height(), alpha));
     return bytes;
 }
 
 void CheckLimit(const selvane& pHandle, int64_t pMore)
 {
-    const int64_t needed = HeldBytes(pHandle) + pMore;
+    const int64_t needed = SumOf(HeldBytes(pHandle)) + pMore;
     if (pHandle.fLimit != 0 && static_cast<uint64_t>(needed) > pHandle.fLimit)
         throw cFailure(SELVANE_ERROR_LIMIT, "the call needs " + std::to_string(needed) + " bytes, the limit is " +
                                                 std::to_string(pHandle.fLimit));
@@ -142,10 +162,10 @@ sKept& PreviewOf(selvane& pHandle, int pLongest, cRun& pRun)
     const int longest = std::max(width, height);
     for (const sPreview& preview : pHandle.fPreviews)
         if (preview.fLongest == longest) return *preview.fKept;
-    CheckLimit(pHandle, PreviewBytes(width, height, full.HasAlpha()));
+    CheckLimit(pHandle, SumOf(PreviewBytes(width, height, full.HasAlpha())));
     pHandle.fPreviews.reserve(kMostPreviews + 1);
     pRun.Begin(SELVANE_STAGE_READ, kReduceWeight);
-    auto kept = std::make_unique<sKept>(Reduced(full, width, height, pRun), Sampled(full, width, height));
+    auto kept = std::make_unique<sKept>(Reduced(full, width, height, kAllRows, pRun), Sampled(full, width, height));
     if (pHandle.fPreviews.size() == kMostPreviews) pHandle.fPreviews.erase(pHandle.fPreviews.begin());
     pHandle.fPreviews.push_back({longest, std::move(kept)});
     return *pHandle.fPreviews.back().fKept;

@@ -32,11 +32,17 @@ void KeepTimes(selvane& pHandle, cRun& pRun);
 /// Refuses if the handle would hold more bytes than its limit. @param pMore bytes beyond what it holds
 void CheckLimit(const selvane& pHandle, int64_t pMore);
 
+int64_t SumOf(const tStageBytes& pBytes);
+
+/// Bytes of the large picture with its results.
+/// @param pAlphaBytes of a sample of alpha; 0 without alpha
+tStageBytes LargeBytes(int pWidth, int pHeight, int pAlphaBytes);
+
 /// Bytes of a preview with its results.
-int64_t PreviewBytes(int pWidth, int pHeight, bool pHasAlpha);
+tStageBytes PreviewBytes(int pWidth, int pHeight, bool pHasAlpha);
 
 /// Bytes that the handle holds or will hold for the pictures that it has.
-int64_t HeldBytes(const selvane& pHandle);
+tStageBytes HeldBytes(const selvane& pHandle);
 
 } // namespace SelvaneLib
 

@@ -274,6 +274,15 @@ SELVANE_FUNCTION const char* selvane_preset_name(int index);
 /* Returns a sentence that says what a preset of the library is for; null behind the last. */
 SELVANE_FUNCTION const char* selvane_preset_description(int index);
 
+/*
+ * Writes the names of all presets that selvane_preset finds, each with a line feed behind it: those of the library in
+ * their order, then those of the user's folder by the order of their bytes. A file that replaces a preset of the library
+ * stands once, in the library's place. A folder that is not there has no presets.
+ *
+ * text, size and needed as in selvane_settings_to_text. handle may be null.
+ */
+SELVANE_FUNCTION int selvane_preset_names(const selvane* handle, char* text, size_t size, size_t* needed);
+
 /* ---- Pictures out ------------------------------------------------------------------------------------------- */
 
 /*
@@ -285,16 +294,17 @@ typedef struct selvane_target
     size_t struct_size;
     int32_t width; /* as the picture, or as selvane_preview_size says */
     int32_t height;
-    int32_t format;       /* SELVANE_U8, SELVANE_U16, SELVANE_F16 or SELVANE_F32; floats are 0 to 1 */
-    int32_t channels;     /* 3 or 4; 0 is 3. A fourth channel gets the picture's alpha, or the largest value */
-    int32_t order;        /* selvane_order */
-    int32_t space;        /* selvane_primaries: SELVANE_SRGB to SELVANE_REC2020 */
-    int32_t linear;       /* 1: samples stay linear; 0: encoded with the space's curve */
-    int32_t dither;       /* 1: 8-bit samples are dithered by an ordered pattern of 8 x 8 pixels, else 0 */
-    void* pixels;         /* first sample of the top left pixel */
+    int32_t format;   /* SELVANE_U8, SELVANE_U16, SELVANE_F16 or SELVANE_F32; floats are 0 to 1 */
+    int32_t channels; /* 3 or 4; 0 is 3. A fourth channel gets the picture's alpha, or the largest value */
+    int32_t order;    /* selvane_order */
+    int32_t space;    /* selvane_primaries */
+    int32_t linear;   /* 1: samples stay linear; 0: encoded with the space's curve. ACES and custom ones have none */
+    int32_t dither;   /* 1: 8-bit samples are dithered by an ordered pattern of 8 x 8 pixels, else 0 */
+    void* pixels;     /* first sample of the top left pixel */
     ptrdiff_t row_stride; /* bytes, as in selvane_picture */
     ptrdiff_t pixel_stride;
     ptrdiff_t channel_stride;
+    float chromaticities[8]; /* of SELVANE_CUSTOM: x and y of red, green, blue, white */
 } selvane_target;
 
 /* Fills a record with zeros and its size. */
@@ -310,6 +320,13 @@ SELVANE_FUNCTION int selvane_preview_size(const selvane* handle, int longest_sid
 /* Renders a small picture that looks like the large one. The picture is reduced at the first call with a size, and the
  * reduced one is kept with results of its own. target has the size that selvane_preview_size gives. */
 SELVANE_FUNCTION int selvane_preview(selvane* handle, int longest_side, const selvane_target* target);
+
+/* Writes the picture as it is, without tone mapping, as a camera would expose it: linear samples times 2^stops, each cut
+ * off at 0 and 1. Settings, report and results of the handle stay.
+ *
+ * @param stops  -100 to 100
+ * @param longest_side  as in selvane_preview; 0: the whole picture */
+SELVANE_FUNCTION int selvane_plain(selvane* handle, float stops, int longest_side, const selvane_target* target);
 
 /*
  * Applies the three curves over hue of settings to a finished picture: hue, hue_saturation and hue_lightness. Nothing
@@ -365,7 +382,8 @@ typedef struct selvane_report
     int32_t previews;                    /* previews that the suggestion took */
     int32_t reserved;                    /* 0 */
     double milliseconds[SELVANE_STAGES]; /* of the latest call, by selvane_stage; 0: the stage was not needed */
-    int64_t bytes;                       /* memory that the handle holds */
+    int64_t bytes;                       /* memory of the handle, with what its next render keeps */
+    int64_t stage_bytes[SELVANE_STAGES]; /* the same by selvane_stage: the stage that needs it first */
 } selvane_report;
 
 /* Copies the report. Set struct_size before. */
@@ -379,7 +397,9 @@ typedef enum selvane_plane
 {
     SELVANE_PLANE_LUMINANCE = 0, /* logarithm of luminance, of the input */
     SELVANE_PLANE_BASE = 1,      /* its smooth part */
-    SELVANE_PLANE_DETAIL = 2     /* the difference of the two */
+    SELVANE_PLANE_DETAIL = 2,    /* the difference of the two */
+    SELVANE_PLANE_MAPPED = 3     /* logarithm of the new luminance, before the black and the white point, which stand on
+                                    its scale; at least -10. That of the input for a picture of one tone */
 } selvane_plane;
 
 /* Copies a plane of the latest render of the whole picture: width * height floats in decades. row_stride in bytes; 0:

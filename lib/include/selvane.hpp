@@ -144,6 +144,20 @@ inline std::vector<sPreset> Presets()
     return presets;
 }
 
+/// Names of all presets: those of the library, then those of the user's folder.
+inline std::vector<std::string> PresetNames()
+{
+    size_t needed = 0;
+    int status = selvane_preset_names(nullptr, nullptr, 0, &needed);
+    std::string text(needed, '\0');
+    if (status == SELVANE_OK) status = selvane_preset_names(nullptr, &text[0], text.size(), nullptr);
+    if (status != SELVANE_OK) throw cError(status, selvane_status_text(status));
+    std::vector<std::string> names;
+    for (size_t begin = 0, end; (end = text.find('\n', begin)) != std::string::npos; begin = end + 1)
+        names.push_back(text.substr(begin, end - begin));
+    return names;
+}
+
 /// Gives the most bytes that a tone mapper needs for a picture, whose pixels need not be there.
 inline uint64_t EstimateMemory(const selvane_picture& pPicture)
 {
@@ -277,6 +291,12 @@ public:
         sImage<tSample> image = Blank<tSample>(width, height, pChannels);
         Preview(pLongestSide, TargetOf(image, pSpace));
         return image;
+    }
+
+    /// Writes the picture as it is, without tone mapping. @param pLongestSide 0: the whole picture
+    void Plain(float pStops, int pLongestSide, const selvane_target& pTarget)
+    {
+        Check(selvane_plain(Handle(), pStops, pLongestSide, &pTarget));
     }
 
     selvane_report Report() const

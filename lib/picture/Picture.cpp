@@ -48,14 +48,6 @@ const unsigned char* RowOf(const selvane_picture& pPicture, const sLayout& pLayo
     return static_cast<const unsigned char*>(pPicture.pixels) + pLayout.OffsetOfRow(pRow);
 }
 
-Vornik::cMatrix33 MatrixOf(const selvane_picture& pPicture)
-{
-    if (pPicture.primaries != SELVANE_CUSTOM) return ToXYZ(pPicture.primaries);
-    sChromaticities custom;
-    std::copy_n(pPicture.chromaticities, 8, custom.fXY);
-    return ToXYZ(custom);
-}
-
 sOddSamples CountAllOddSamples(const selvane_picture& pPicture, const sLayout& pLayout, cRun& pRun)
 {
     std::vector<sOddSamples> slots(static_cast<size_t>(pRun.Threads()));
@@ -98,7 +90,7 @@ cLuminanceHistogram ReadRows(const selvane_picture& pPicture, const sLayout& pLa
                              cRun& pRun)
 {
     const cSampleReader reader(pPicture, pLayout, pInstead);
-    const Vornik::cMatrix33 matrix = MatrixOf(pPicture);
+    const Vornik::cMatrix33 matrix = ToXYZ(pPicture.primaries, pPicture.chromaticities);
     std::vector<cLuminanceHistogram> slots(static_cast<size_t>(pRun.Threads()));
     pRun.DivideOrThrow(0, pLayout.fHeight, pLayout.fWidth, [&](int pSlot, int pBegin, int pEnd) {
         for (int y = pBegin; y < pEnd; y++)
@@ -108,16 +100,6 @@ cLuminanceHistogram ReadRows(const selvane_picture& pPicture, const sLayout& pLa
     for (const cLuminanceHistogram& slot : slots)
         all.Add(slot);
     return all;
-}
-
-/// Nine finite numbers that can be undone.
-bool IsUsable(const Vornik::cMatrix33& m)
-{
-    const float entries[] = {m.m00, m.m01, m.m02, m.m10, m.m11, m.m12, m.m20, m.m21, m.m22};
-    if (!std::all_of(std::begin(entries), std::end(entries), [](float e) { return std::fabs(e) < 1e4f; })) return false;
-    const float determinant = m.m00 * (m.m11 * m.m22 - m.m12 * m.m21) - m.m01 * (m.m10 * m.m22 - m.m12 * m.m20) +
-                              m.m02 * (m.m10 * m.m21 - m.m11 * m.m20);
-    return std::fabs(determinant) > 1e-4f;
 }
 
 void CheckTransfer(const selvane_picture& pPicture)
@@ -165,13 +147,11 @@ int64_t PictureBytes(int pWidth, int pHeight, int pAlphaBytes)
 
 void CheckPicture(const selvane_picture& pPicture)
 {
-    Require((pPicture.primaries >= SELVANE_SRGB && pPicture.primaries <= SELVANE_ACES_AP1) ||
-                pPicture.primaries == SELVANE_CUSTOM,
-            "primaries are unknown");
+    Require(IsSpace(pPicture.primaries), "primaries are unknown");
     CheckTransfer(pPicture);
     Require(pPicture.keep_hot_samples == 0 || pPicture.keep_hot_samples == 1, "keep_hot_samples is neither 0 nor 1");
     Require(pPicture.reserved == 0, "reserved is not 0");
-    Require(IsUsable(MatrixOf(pPicture)), "chromaticities make no colour space");
+    Require(IsUsable(ToXYZ(pPicture.primaries, pPicture.chromaticities)), "chromaticities make no colour space");
 }
 
 std::unique_ptr<cPicture> ReadPicture(const selvane_picture& pPicture, const sLayout& pLayout, cRun& pRun)

@@ -80,8 +80,11 @@ void ReducedSize(int pWidth, int pHeight, int pLongest, int& pNewWidth, int& pNe
 /// dark and bright pixels that means lose, as often as the large picture has them.
 std::unique_ptr<cPicture> Sampled(const cPicture& pPicture, int pWidth, int pHeight);
 
+constexpr int kAllRows = 1 << 30;
+
 /// A smaller picture of that size: each pixel is the mean of the visible pixels of its box.
-std::unique_ptr<cPicture> Reduced(const cPicture& pPicture, int pWidth, int pHeight, cRun& pRun);
+/// @param pMostRows rows of a box that are read, spread evenly, unless the picture has alpha: kAllRows is exact
+std::unique_ptr<cPicture> Reduced(const cPicture& pPicture, int pWidth, int pHeight, int pMostRows, cRun& pRun);
 
 } // namespace SelvaneLib
 

@@ -91,12 +91,14 @@ void ReduceRowWithAlpha(const cPicture& pFrom, cPicture& pTo, int pY, int pY0, i
     }
 }
 
-void ReduceRow(const cPicture& pFrom, cPicture& pTo, int pY, int pY0, int pY1)
+/// @param pMostRows of the box are read, spread evenly
+void ReduceRow(const cPicture& pFrom, cPicture& pTo, int pY, int pY0, int pY1, int pMostRows)
 {
     std::vector<float> columns(3 * static_cast<size_t>(pFrom.Width()));
-    for (int y = pY0; y < pY1; y++)
-        AddRow(pFrom.Row(y), columns);
-    MeansOf(columns, pFrom.Width(), pTo.Width(), pY1 - pY0, pTo.Row(pY));
+    const int rows = std::min(pY1 - pY0, pMostRows);
+    for (int i = 0; i < rows; i++)
+        AddRow(pFrom.Row(pY0 + EdgeOf(i, rows, pY1 - pY0)), columns);
+    MeansOf(columns, pFrom.Width(), pTo.Width(), rows, pTo.Row(pY));
 }
 
 } // namespace
@@ -129,7 +131,7 @@ std::unique_ptr<cPicture> Sampled(const cPicture& pPicture, int pWidth, int pHei
     return small;
 }
 
-std::unique_ptr<cPicture> Reduced(const cPicture& pPicture, int pWidth, int pHeight, cRun& pRun)
+std::unique_ptr<cPicture> Reduced(const cPicture& pPicture, int pWidth, int pHeight, int pMostRows, cRun& pRun)
 {
     auto small = std::make_unique<cPicture>(pWidth, pHeight);
     small->fOfIntegers = pPicture.fOfIntegers;
@@ -144,7 +146,7 @@ std::unique_ptr<cPicture> Reduced(const cPicture& pPicture, int pWidth, int pHei
             if (pPicture.HasAlpha())
                 ReduceRowWithAlpha(pPicture, *small, y, y0, y1);
             else
-                ReduceRow(pPicture, *small, y, y0, y1);
+                ReduceRow(pPicture, *small, y, y0, y1, pMostRows);
         }
     });
     return small;

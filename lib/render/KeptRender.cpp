@@ -2,11 +2,13 @@
 
 #include "api/Failure.h"
 #include "base/BigPages.h"
+#include "base/Log10.h"
 #include "color/MatrixProduct.h"
 #include "entry/SliderScales.h"
 #include "render/HueTables.h"
 #include "render/Stages.h"
 #include "render/cTmRenderer_Points.h"
+#include "suggest/LookSettings.h"
 #include "write/Space.h"
 #include "yhmv/EncodeStrip.h"
 #include "yhmv/cYHMVColorSpace.h"
@@ -30,6 +32,7 @@ constexpr double kSplitWeight = 4.0;
 constexpr double kMapWeight = 2.0;
 constexpr double kPointsWeight = 1.0;
 constexpr double kWriteWeight = 4.0;
+constexpr float kLeastLuminance = 1e-10f; // of logarithms
 constexpr int64_t kBandPixels = int64_t{1} << 16;
 constexpr int64_t kMostGridBytes = int64_t{48} << 20;
 constexpr int64_t kTableBytes = int64_t{8} << 20;
@@ -75,14 +78,14 @@ cKeptRender::cKeptRender(cPicture& pPicture, cKeptRender* pCounting)
     fRenderer->SetInput(&fPicture.fXYZ);
 }
 
-int64_t cKeptRender::BytesWithoutGrid(int pWidth, int pHeight, bool pHasAlpha)
+tStageBytes cKeptRender::StageBytes(int pWidth, int pHeight, bool pHasAlpha, bool pHasGrid)
 {
-    return int64_t{pWidth} * pHeight * (pHasAlpha ? 20 : 12) + kTableBytes;
-}
-
-int64_t cKeptRender::BytesFor(int pWidth, int pHeight, bool pHasAlpha)
-{
-    return BytesWithoutGrid(pWidth, pHeight, pHasAlpha) + kMostGridBytes;
+    const int64_t plane = int64_t{pWidth} * pHeight * static_cast<int64_t>(sizeof(float));
+    tStageBytes bytes{};
+    bytes[SELVANE_STAGE_SPLIT] = (pHasAlpha ? 4 : 2) * plane + (pHasGrid ? kMostGridBytes : 0);
+    bytes[SELVANE_STAGE_MAP] = plane;
+    bytes[SELVANE_STAGE_WRITE] = kTableBytes;
+    return bytes;
 }
 
 cKeptRender::sSplitKey cKeptRender::SplitKeyOf(const selvane_settings& pSettings)
@@ -105,13 +108,19 @@ double cKeptRender::SplitWeightFor(const selvane_settings& pSettings) const
     return (fMeasured ? 0.0 : kMeasureWeight) + (fSplit == SplitKeyOf(pSettings) ? 0.0 : kSplitWeight);
 }
 
-double cKeptRender::PointsWeightFor(const selvane_settings& pSettings) const
+double cKeptRender::MapWeightFor(const selvane_settings& pSettings) const
 {
     const double split = SplitWeightFor(pSettings);
     const bool maps = split > 0.0 || fMap != MapKeyOf(pSettings);
-    const bool findsPoints = maps || fPoints != PointsKeyOf(pSettings);
+    return split + (maps ? kMapWeight : 0.0);
+}
+
+double cKeptRender::PointsWeightFor(const selvane_settings& pSettings) const
+{
+    const double map = MapWeightFor(pSettings);
+    const bool findsPoints = map > 0.0 || fPoints != PointsKeyOf(pSettings);
     const double counting = fCounting == nullptr ? 0.0 : fCounting->PointsWeightFor(pSettings);
-    return counting + split + (maps ? kMapWeight : 0.0) + (findsPoints ? kPointsWeight : 0.0);
+    return counting + map + (findsPoints ? kPointsWeight : 0.0);
 }
 
 double cKeptRender::WeightFor(const selvane_settings& pSettings) const
@@ -357,7 +366,7 @@ sFinalPass cKeptRender::FinalPass(const selvane_settings& pSettings, bool pOwnGr
     const float black = r.fBlack;
     const float white = black + (r.fWhite - black) * std::exp2(-pSettings.exposure);
     sFinalPass pass{.fFromXYZ = Vornik::ProPhotoFromPCS(),
-                    .fToTarget = Vornik::Multiply(FromXYZ(pTarget.space), r.fWorkToPCS),
+                    .fToTarget = Vornik::Multiply(FromXYZ(pTarget.space, pTarget.chromaticities), r.fWorkToPCS),
                     .fIntensity = {pOwnGrey ? std::exp2(pSettings.exposure) : Vornik::ExposureScale(r),
                                    InverseRange(pSettings, black, white), black},
                     .fContrast = Contrast(pSettings, pOwnGrey),
@@ -412,8 +421,13 @@ void cKeptRender::CopyPlaneRow(int pPlane, int pRow, float* pTo) const
     const ptrdiff_t first = ptrdiff_t{pRow} * fPicture.Width();
     const float* log = fRenderer->fLogLuminance + first;
     const float* base = fRenderer->fBase + first;
+    if (pPlane == SELVANE_PLANE_MAPPED && !fFlat) {
+        std::transform(fLuminance.get() + first, fLuminance.get() + first + fPicture.Width(), pTo,
+                       [](float pLuminance) { return Vornik::Log10(std::max(pLuminance, kLeastLuminance)); });
+        return;
+    }
     for (int x = 0; x < fPicture.Width(); x++)
-        pTo[x] = pPlane == SELVANE_PLANE_LUMINANCE ? log[x] : pPlane == SELVANE_PLANE_BASE ? base[x] : log[x] - base[x];
+        pTo[x] = pPlane == SELVANE_PLANE_BASE ? base[x] : pPlane == SELVANE_PLANE_DETAIL ? log[x] - base[x] : log[x];
 }
 
 void cKeptRender::Report(selvane_report& pReport) const

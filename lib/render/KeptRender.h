@@ -19,6 +19,7 @@
 #include "render/cTmRenderer.h"
 #include "write/TargetWriter.h"
 
+#include <array>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -26,7 +27,8 @@
 namespace SelvaneLib
 {
 
-constexpr float kEngineContrast = 20.0f; ///< contrast of the entry, at which the setting is 0
+/// Bytes by selvane_stage.
+using tStageBytes = std::array<int64_t, SELVANE_STAGES>;
 
 class cKeptRender
 {
@@ -45,8 +47,9 @@ public:
     /// Expected time of a render with these settings, for cRun::Plan: only the steps that have to run.
     double WeightFor(const selvane_settings& pSettings) const;
 
-    /// The same for Split alone.
+    /// The same for Split alone, and for Split and Map.
     double SplitWeightFor(const selvane_settings& pSettings) const;
+    double MapWeightFor(const selvane_settings& pSettings) const;
 
     /// The same for FindAllPoints alone.
     double PointsWeightFor(const selvane_settings& pSettings) const;
@@ -60,18 +63,19 @@ public:
     /// Computes the logarithm and the base layer.
     void Split(const selvane_settings& pSettings, cRun& pRun);
 
-    /// Copies a row of a plane. Split has to come first.
+    /// Computes the new luminance. Split has to come first.
+    void Map(const selvane_settings& pSettings, cRun& pRun);
+
+    /// Copies a row of a plane. Split has to come first; for SELVANE_PLANE_MAPPED, Map too.
     void CopyPlaneRow(int pPlane, int pRow, float* pTo) const;
 
     /// Fills the layers, the points and the clipped shares of a report. Render has to come first.
     void Report(selvane_report& pReport) const;
 
-    /// Bytes of the planes of a render, with the grid of the filter at its largest. With alpha, two planes of the
-    /// pixels that count are measured on the way.
-    static int64_t BytesFor(int pWidth, int pHeight, bool pHasAlpha);
-
-    /// The same without the grid, which lives only during Split.
-    static int64_t BytesWithoutGrid(int pWidth, int pHeight, bool pHasAlpha);
+    /// Bytes of a render by the step that needs them first, with the grid of the filter at its largest. With alpha, two
+    /// planes of the pixels that count are measured on the way.
+    /// @param pHasGrid false leaves out the grid, which lives only during Split
+    static tStageBytes StageBytes(int pWidth, int pHeight, bool pHasAlpha, bool pHasGrid);
 
 private:
     struct sSplitKey
@@ -104,7 +108,6 @@ private:
     void Allocate();
     void Measure(cRun& pRun);
     void MeasureVisibleLayers();
-    void Map(const selvane_settings& pSettings, cRun& pRun);
     void RemapAll(const Vornik::sRemapping& pRemapping, cRun& pRun);
     void FindPoints(const selvane_settings& pSettings, cRun& pRun);
     void MeasurePoints(const selvane_settings& pSettings);

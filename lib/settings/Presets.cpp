@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <system_error>
@@ -19,13 +20,22 @@ namespace
 
 constexpr size_t kMostName = 100; // bytes
 
-/// Refuses names that lead to another folder or a hidden file.
+/// Whether a byte leads to another folder, a hidden file or another line.
+bool IsRefused(unsigned char pByte)
+{
+    return pByte < 0x20 || pByte == '/' || pByte == '\\' || pByte == '.';
+}
+
+bool IsName(const std::string& pName)
+{
+    return !pName.empty() && pName.size() <= kMostName && std::none_of(pName.begin(), pName.end(), IsRefused);
+}
+
 void CheckName(const std::string& pName)
 {
-    const auto refused = [](unsigned char c) { return c < 0x20 || c == '/' || c == '\\' || c == '.'; };
     Require(!pName.empty(), "the name of the preset is empty");
     Require(pName.size() <= kMostName, "the name of the preset is too long");
-    Require(std::none_of(pName.begin(), pName.end(), refused),
+    Require(std::none_of(pName.begin(), pName.end(), IsRefused),
             "the name of a preset has no slash, dot or control character");
 }
 
@@ -67,6 +77,22 @@ std::optional<selvane_settings> UserPreset(const std::string& pName, const std::
     }
 }
 
+/// Names of the presets in the folder, sorted.
+std::vector<std::string> UserNames(const std::string& pFolder)
+{
+    std::vector<std::string> names;
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(pFolder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        const std::filesystem::path& path = entry->path();
+        std::error_code unknown;
+        if (path.extension() == ".toml" && IsName(path.stem()) && entry->is_regular_file(unknown))
+            names.push_back(path.stem());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
 bool IsAbsolute(const char* pPath)
 {
     return pPath != nullptr && pPath[0] == '/';
@@ -98,6 +124,18 @@ selvane_settings Preset(const std::string& pName, const std::string& pFolder)
     for (const sPreset& preset : kPresets)
         if (pName == preset.fName) return ReadSettings(preset.fText).fSettings;
     throw cFailure(SELVANE_ERROR_ARGUMENT, "there is no preset \"" + pName + "\"");
+}
+
+std::vector<std::string> PresetNames(const std::string& pFolder)
+{
+    std::vector<std::string> names;
+    for (const sPreset& preset : kPresets)
+        names.emplace_back(preset.fName);
+    const std::vector<std::string> own = UserNames(pFolder);
+    std::copy_if(own.begin(), own.end(), std::back_inserter(names), [](const std::string& pName) {
+        return std::none_of(kPresets.begin(), kPresets.end(), [&](const sPreset& p) { return pName == p.fName; });
+    });
+    return names;
 }
 
 const char* PresetDescription(int pIndex)

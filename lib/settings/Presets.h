@@ -8,6 +8,7 @@
 
 #include <array>
 #include <string>
+#include <vector>
 
 namespace SelvaneLib
 {
@@ -31,6 +32,10 @@ std::string UserPresets();
 /// @throws cFailure with SELVANE_ERROR_ARGUMENT for a name that no preset has or that leads out of the folder, and for
 ///         a file that cannot be read; with SELVANE_ERROR_TEXT for a text that cannot be read
 selvane_settings Preset(const std::string& pName, const std::string& pFolder);
+
+/// Names of the library's presets in their order, then of those files in the folder whose name can be read.
+/// @param pFolder may be "", or not there
+std::vector<std::string> PresetNames(const std::string& pFolder);
 
 /// Returns the description of a preset of the library, which lives as long as the library; null behind the last.
 /// @throws std::bad_alloc

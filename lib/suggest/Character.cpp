@@ -34,6 +34,7 @@ double LuminanceAt(const sScene& pScene, size_t pPixel)
 std::vector<size_t> CountedPixels(const sScene& pScene)
 {
     std::vector<size_t> pixels;
+    pixels.reserve(PixelCount(pScene));
     for (size_t i = 0; i < PixelCount(pScene); i++)
         if (Counts(pScene, i)) pixels.push_back(i);
     return pixels;
@@ -42,11 +43,11 @@ std::vector<size_t> CountedPixels(const sScene& pScene)
 /// Local contrast of log10 luminance between the levels, in decades.
 double Texture(const sScene& pScene)
 {
+    const auto low = static_cast<float>(pScene.fLevels.fLow), high = static_cast<float>(pScene.fLevels.fHigh);
     std::vector<float> plane(PixelCount(pScene)), weight(plane.size());
     for (size_t i = 0; i < plane.size(); i++)
         if (Counts(pScene, i)) {
-            const double level = std::log10(LuminanceAt(pScene, i));
-            plane[i] = static_cast<float>(std::clamp(level, pScene.fLevels.fLow, pScene.fLevels.fHigh));
+            plane[i] = std::clamp(std::log10(pScene.fXYZ[3 * i + 1]), low, high);
             weight[i] = 1.0f;
         }
     return MeasureLight(plane.data(), weight.data(), pScene.fWidth, pScene.fHeight, kFineFrequency).fContrast;
@@ -60,20 +61,28 @@ std::array<double, 3> ToSRGB(const std::array<double, 3>& pXYZ)
             0.0719453 * x - 0.2289914 * y + 1.4052427 * z};
 }
 
+/// The largest luminance of the darkest tenth.
+float DarkestTenth(const sScene& pScene, const std::vector<size_t>& pPixels)
+{
+    std::vector<float> luminances(pPixels.size());
+    std::transform(pPixels.begin(), pPixels.end(), luminances.begin(),
+                   [&](size_t pPixel) { return pScene.fXYZ[3 * pPixel + 1]; });
+    const auto count = static_cast<ptrdiff_t>(std::ceil(kDarkestShare * static_cast<double>(luminances.size())));
+    const auto last = luminances.begin() + count - 1;
+    std::nth_element(luminances.begin(), last, luminances.end());
+    return *last;
+}
+
 /// By how much both red and blue exceed green in the darkest tenth, as a share of green. Surfaces in shade are brown,
 /// green or blue; violet comes from noise, since a sensor's red and blue are amplified more than its green.
-double VioletShare(const sScene& pScene, std::vector<size_t> pPixels)
+double VioletShare(const sScene& pScene, const std::vector<size_t>& pPixels)
 {
-    const auto count = static_cast<ptrdiff_t>(std::ceil(kDarkestShare * static_cast<double>(pPixels.size())));
-    std::nth_element(pPixels.begin(), pPixels.begin() + count - 1, pPixels.end(), [&](size_t a, size_t b) {
-        const double left = LuminanceAt(pScene, a), right = LuminanceAt(pScene, b);
-        return left != right ? left < right : a < b;
-    });
-    std::sort(pPixels.begin(), pPixels.begin() + count); // one order of summing
+    const float most = DarkestTenth(pScene, pPixels);
     std::array<double, 3> sum{};
-    for (ptrdiff_t n = 0; n < count; n++)
-        for (size_t c = 0; c < 3; c++)
-            sum[c] += static_cast<double>(pScene.fXYZ[3 * pPixels[static_cast<size_t>(n)] + c]);
+    for (const size_t i : pPixels)
+        if (pScene.fXYZ[3 * i + 1] <= most)
+            for (size_t c = 0; c < 3; c++)
+                sum[c] += static_cast<double>(pScene.fXYZ[3 * i + c]);
     const auto [red, green, blue] = ToSRGB(sum);
     return green > 0.0 ? (std::min(red, blue) - green) / green : 0.0;
 }
@@ -101,12 +110,10 @@ sCharacter CharacterOf(const sScene& pScene)
     const double above = levels.fMean - levels.fLow, range = std::max(levels.fHigh - levels.fLow, 1e-3);
     const double key = above / range;
     sCharacter character;
-    character.fDarkPlace = Ramp(levels.fMean, -1.0, -1.6);
     character.fLowKey = Ramp(key, 0.42, 0.28) * Ramp(above, 0.4, 0.7);
-    character.fVioletShadows = Ramp(VioletShare(pScene, pixels), 0.05, 0.3);
-    character.fNight = std::min(1.0, (character.fDarkPlace + character.fLowKey + character.fVioletShadows) / 1.5);
-    character.fHighKey =
-        std::max(Ramp(key, 0.6, 0.8), Ramp(above, 0.6, 0.3) * (1.0 - character.fDarkPlace)) * (1.0 - character.fNight);
+    character.fVioletShadows = Ramp(VioletShare(pScene, pixels), 0.05, 0.6);
+    character.fNight = std::min(1.0, (character.fLowKey + character.fVioletShadows) / 1.2);
+    character.fHighKey = std::max(Ramp(key, 0.6, 0.8), Ramp(above, 0.6, 0.3)) * (1.0 - character.fNight);
     character.fTexture = Texture(pScene);
     character.fSources = SourceShare(pScene, pixels);
     return character;

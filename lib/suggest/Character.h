@@ -1,7 +1,7 @@
 #ifndef SELVANE_LIB_SUGGEST_CHARACTER_H
 #define SELVANE_LIB_SUGGEST_CHARACTER_H
 
-// What kind of scene it is, before anything is rendered.
+// What kind of scene it is, before anything is rendered. Only ratios of luminance count: a scene has no unit.
 
 #include "suggest/Suggest.h"
 
@@ -11,10 +11,9 @@ namespace SelvaneLib
 /// Each mark is 0 (not at all) to 1.
 struct sCharacter
 {
-    double fDarkPlace = 0.0;     ///< mean luminance far below white: taken in the dark
     double fLowKey = 0.0;        ///< most lies near the darkest parts, a little far above: lamps in the night
     double fVioletShadows = 0.0; ///< the darkest tenth is violet: noise of the sensor
-    double fNight = 0.0;         ///< the three together
+    double fNight = 0.0;         ///< the two together
     double fHighKey = 0.0;       ///< most lies near the brightest parts or nothing is dark: snow, fog, a white room
     double fTexture = 0.0;       ///< local contrast, decades
     double fSources = 0.0;       ///< share of pixels far above the median: windows, sky, lamps

@@ -5,6 +5,10 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
+#include <functional>
+#include <iterator>
+#include <numeric>
 
 namespace SelvaneLib
 {
@@ -12,7 +16,7 @@ namespace SelvaneLib
 namespace
 {
 
-constexpr int kWhite = 250; // least sample of a white pixel
+constexpr int kBurnt = 243; // least grey level of a burnt pixel: white, or a colour without drawing
 constexpr int kBlack = 6;   // grey level above that of a black pixel
 
 struct sGrey
@@ -20,49 +24,62 @@ struct sGrey
     int fWidth;
     int fHeight;
     std::vector<float> fLevel;
-    std::vector<float> fWeight; // 0 or 1
-};
+    std::vector<float> fWeight; // 0 or 1; empty: all count
 
-bool HasWeight(const sScene& pScene, size_t pPixel)
-{
-    return pScene.fWeight == nullptr || pScene.fWeight[pPixel] > 0.0f;
-}
+    const float* Weights() const { return fWeight.empty() ? nullptr : fWeight.data(); }
+};
 
 sGrey GreyOf(const sScene& pScene, const unsigned char* pRGB8)
 {
     const size_t count = static_cast<size_t>(pScene.fWidth) * static_cast<size_t>(pScene.fHeight);
-    sGrey grey{pScene.fWidth, pScene.fHeight, std::vector<float>(count), std::vector<float>(count)};
+    sGrey grey{pScene.fWidth, pScene.fHeight, std::vector<float>(count), {}};
     for (size_t i = 0; i < count; i++) {
         const unsigned char* rgb = pRGB8 + 3 * i;
         grey.fLevel[i] = 0.2126f * static_cast<float>(rgb[0]) + 0.7152f * static_cast<float>(rgb[1]) +
                          0.0722f * static_cast<float>(rgb[2]);
-        grey.fWeight[i] = HasWeight(pScene, i) ? 1.0f : 0.0f;
     }
+    if (pScene.fWeight != nullptr)
+        std::transform(pScene.fWeight, pScene.fWeight + count, std::back_inserter(grey.fWeight),
+                       [](float pWeight) { return pWeight > 0.0f ? 1.0f : 0.0f; });
     return grey;
+}
+
+/// Adds the values and the weights of a row to the sums of the columns.
+void AddRow(const sGrey& pGrey, size_t pRow, std::vector<float>& pSums, std::vector<float>& pWeights)
+{
+    const float* level = pGrey.fLevel.data() + pRow * pSums.size();
+    const float* weight = pGrey.fWeight.empty() ? nullptr : pGrey.fWeight.data() + pRow * pSums.size();
+    for (size_t x = 0; x < pSums.size(); x++) {
+        const float counts = weight == nullptr ? 1.0f : weight[x];
+        pSums[x] += counts * level[x];
+        pWeights[x] += counts;
+    }
 }
 
 /// Means over 4 x 4 pixels, of those that count. An edge that does not fill a square is left out.
 sGrey Quartered(const sGrey& pGrey)
 {
     sGrey small{pGrey.fWidth / 4, pGrey.fHeight / 4, {}, {}};
-    for (int y = 0; y < small.fHeight; y++)
-        for (int x = 0; x < small.fWidth; x++) {
-            float sum = 0.0f, weight = 0.0f;
-            for (int n = 0; n < 16; n++) {
-                const size_t at = static_cast<size_t>(4 * y + n / 4) * static_cast<size_t>(pGrey.fWidth) +
-                                  static_cast<size_t>(4 * x + n % 4);
-                sum += pGrey.fWeight[at] * pGrey.fLevel[at];
-                weight += pGrey.fWeight[at];
-            }
+    const auto width = static_cast<size_t>(pGrey.fWidth);
+    std::vector<float> sums(width), weights(width);
+    for (int y = 0; y < small.fHeight; y++) {
+        std::fill(sums.begin(), sums.end(), 0.0f);
+        std::fill(weights.begin(), weights.end(), 0.0f);
+        for (size_t row = 0; row < 4; row++)
+            AddRow(pGrey, 4 * static_cast<size_t>(y) + row, sums, weights);
+        for (size_t x = 0; x < 4 * static_cast<size_t>(small.fWidth); x += 4) {
+            const float sum = sums[x] + sums[x + 1] + sums[x + 2] + sums[x + 3];
+            const float weight = weights[x] + weights[x + 1] + weights[x + 2] + weights[x + 3];
             small.fLevel.push_back(weight > 0.0f ? sum / weight : 0.0f);
             small.fWeight.push_back(weight > 0.0f ? 1.0f : 0.0f);
         }
+    }
     return small;
 }
 
 sLight LightOf(const sGrey& pGrey, double pFrequency)
 {
-    return MeasureLight(pGrey.fLevel.data(), pGrey.fWeight.data(), pGrey.fWidth, pGrey.fHeight, pFrequency);
+    return MeasureLight(pGrey.fLevel.data(), pGrey.Weights(), pGrey.fWidth, pGrey.fHeight, pFrequency);
 }
 
 /// Structure on a fine and a coarse scale, by the weights that structural fidelity gives to the scales of more than 4
@@ -75,33 +92,40 @@ double Structure(const sGrey& pGrey, const sLight& pLight)
     return std::pow(pLight.fVisible, 0.3304) * std::pow(coarse, 0.6696);
 }
 
+using tHistogram = std::array<int64_t, 256>;
+
+int64_t SumOf(const tHistogram& pHistogram, size_t pFrom, size_t pTo)
+{
+    return std::accumulate(pHistogram.begin() + static_cast<ptrdiff_t>(pFrom),
+                           pHistogram.begin() + static_cast<ptrdiff_t>(pTo), int64_t{0});
+}
+
 /// The first grey level such that it and those below hold more than the share.
-double LevelAt(const std::array<double, 256>& pHistogram, double pShare, double pCount)
+double LevelAt(const tHistogram& pHistogram, double pShare, double pCount)
 {
     double sum = 0.0;
     for (size_t level = 0; level < pHistogram.size(); level++) {
-        sum += pHistogram[level];
+        sum += static_cast<double>(pHistogram[level]);
         if (sum > pShare * pCount) return static_cast<double>(level);
     }
     return 0.0;
 }
 
-void CountEnds(const sScene& pScene, const unsigned char* pRGB8, const sGrey& pGrey, sImpression& pImpression)
+tHistogram HistogramOf(const sGrey& pGrey)
 {
-    std::array<double, 256> histogram{};
-    double count = 0.0, burnt = 0.0, blocked = 0.0;
-    for (size_t i = 0; i < pGrey.fLevel.size(); i++) {
-        if (!HasWeight(pScene, i)) continue;
-        const unsigned char* rgb = pRGB8 + 3 * i;
-        const int level = static_cast<int>(pGrey.fLevel[i]);
-        histogram[static_cast<size_t>(level)] += 1.0;
-        count += 1.0;
-        burnt += std::min({rgb[0], rgb[1], rgb[2]}) >= kWhite ? 1.0 : 0.0;
-        blocked += level < kBlack ? 1.0 : 0.0;
-    }
+    tHistogram histogram{};
+    for (size_t i = 0; i < pGrey.fLevel.size(); i++)
+        if (pGrey.fWeight.empty() || pGrey.fWeight[i] > 0.0f) histogram[static_cast<size_t>(pGrey.fLevel[i])]++;
+    return histogram;
+}
+
+void CountEnds(const sGrey& pGrey, sImpression& pImpression)
+{
+    const tHistogram histogram = HistogramOf(pGrey);
+    const auto count = static_cast<double>(SumOf(histogram, 0, histogram.size()));
     if (count == 0.0) return;
-    pImpression.fBurnt = burnt / count;
-    pImpression.fBlocked = blocked / count;
+    pImpression.fBurnt = static_cast<double>(SumOf(histogram, kBurnt, histogram.size())) / count;
+    pImpression.fBlocked = static_cast<double>(SumOf(histogram, 0, kBlack)) / count;
     pImpression.fShadow = LevelAt(histogram, 0.25, count);
     pImpression.fHighlight = LevelAt(histogram, 0.98, count);
 }
@@ -116,7 +140,7 @@ sImpression ImpressionOf(const sScene& pScene, const unsigned char* pRGB8)
     impression.fMean = light.fMean;
     impression.fContrast = light.fContrast;
     impression.fStructure = Structure(grey, light);
-    CountEnds(pScene, pRGB8, grey, impression);
+    CountEnds(grey, impression);
     return impression;
 }
 
@@ -126,9 +150,9 @@ sAim AimFor(const sCharacter& pCharacter)
     const double night = pCharacter.fNight, high = pCharacter.fHighKey;
     const double texture = std::max(pCharacter.fTexture, 1e-3) / kCommonTexture;
     return {
-        .fMean = kCommonMean - 34.0 * night + 54.0 * high,
-        .fContrast = std::clamp(kCommonContrast * std::pow(texture, 0.2), 10.0, 20.0),
-        .fBurnt = 0.01 + high * std::min(pCharacter.fSources, 0.1) + night * std::min(pCharacter.fSources, 0.03),
+        .fMean = kCommonMean - 20.0 * night + 64.0 * high * high,
+        .fContrast = std::clamp(kCommonContrast * std::pow(texture, 0.1), 10.0, 19.0),
+        .fBurnt = 0.01 + high * std::min(pCharacter.fSources, 0.1) + night * std::min(pCharacter.fSources, 0.02),
         .fShadow = 60.0 * (1.0 - night),
         .fHighlight = 225.0 - 60.0 * night + 15.0 * high,
     };
@@ -136,12 +160,13 @@ sAim AimFor(const sCharacter& pCharacter)
 
 double Score(const sImpression& pImpression, const sAim& pAim)
 {
+    const auto above = [](double pValue, double pMost) { return std::max(0.0, pValue - pMost); };
     const sImpression& seen = pImpression;
     const double naturalness =
         Naturalness(seen.fMean + kCommonMean - pAim.fMean, seen.fContrast * kCommonContrast / pAim.fContrast);
-    return Quality(seen.fStructure, naturalness) - 2.0 * std::max(0.0, seen.fBurnt - pAim.fBurnt) -
-           0.5 * std::max(0.0, seen.fBlocked - 0.03) - 0.001 * std::max(0.0, pAim.fShadow - seen.fShadow) -
-           0.002 * std::max(0.0, pAim.fHighlight - seen.fHighlight);
+    return Quality(seen.fStructure, naturalness) - 1.5 * above(seen.fBurnt, pAim.fBurnt) -
+           0.5 * above(seen.fBlocked, 0.03) - 0.001 * above(pAim.fShadow, seen.fShadow) -
+           0.002 * above(pAim.fHighlight, seen.fHighlight);
 }
 
 } // namespace SelvaneLib

@@ -13,7 +13,7 @@ struct sImpression
     double fMean = 0.0;      ///< grey level
     double fContrast = 0.0;  ///< local, grey levels
     double fStructure = 0.0; ///< how much structure can be seen, 0 to 1
-    double fBurnt = 0.0;     ///< share of pixels that are white
+    double fBurnt = 0.0;     ///< share of pixels that are burnt: grey level 243 and above
     double fBlocked = 0.0;   ///< share of pixels that are black
     double fShadow = 0.0;    ///< grey level below which a quarter lies
     double fHighlight = 0.0; ///< grey level below which 98 per cent lie
@@ -27,7 +27,7 @@ struct sAim
 {
     double fMean = 0.0;      ///< grey level
     double fContrast = 0.0;  ///< local, grey levels
-    double fBurnt = 0.0;     ///< largest share of white pixels
+    double fBurnt = 0.0;     ///< largest share of burnt pixels
     double fShadow = 0.0;    ///< least grey level below which a quarter lies
     double fHighlight = 0.0; ///< least grey level below which 98 per cent lie
 };

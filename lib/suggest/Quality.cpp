@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <vector>
 
 namespace SelvaneLib
 {
@@ -20,19 +21,12 @@ constexpr double kAlpha = 4.4;
 constexpr double kBeta = 10.1;
 constexpr double kMode = (kAlpha - 1.0) / (kAlpha + kBeta - 2.0);
 
-/// Running count, sum and sum of squares.
+/// Count, sum and sum of squares of the values of a block.
 struct sSums
 {
     double fCount = 0.0;
     double fSum = 0.0;
     double fSquares = 0.0;
-
-    void Add(double pValue)
-    {
-        fCount += 1.0;
-        fSum += pValue;
-        fSquares += pValue * pValue;
-    }
 
     /// Standard deviation of a sample, by the count less one; 0 for a single value.
     double Deviation() const
@@ -42,17 +36,48 @@ struct sSums
     }
 };
 
-/// A block, cut at the right and the lower edge.
-sSums Block(const float* pValues, const float* pWeight, int pLeft, int pTop, int pWidth, int pHeight)
+/// The sums of a row of blocks, kept column by column.
+class cColumnSums
 {
-    sSums sums;
-    for (int y = pTop; y < std::min(pTop + kBlock, pHeight); y++)
-        for (int x = pLeft; x < std::min(pLeft + kBlock, pWidth); x++) {
-            const size_t at = static_cast<size_t>(y) * static_cast<size_t>(pWidth) + static_cast<size_t>(x);
-            if (pWeight == nullptr || pWeight[at] > 0.0f) sums.Add(static_cast<double>(pValues[at]));
+public:
+    explicit cColumnSums(int pWidth) : fCount(static_cast<size_t>(pWidth)), fSum(fCount.size()), fSquares(fCount.size())
+    {
+    }
+
+    void Clear()
+    {
+        for (std::vector<double>* sums : {&fCount, &fSum, &fSquares})
+            std::fill(sums->begin(), sums->end(), 0.0);
+    }
+
+    /// @param pWeight null: all values count
+    void AddRow(const float* pValues, const float* pWeight)
+    {
+        for (size_t x = 0; x < fSum.size(); x++) {
+            const double weight = pWeight == nullptr || pWeight[x] > 0.0f ? 1.0 : 0.0;
+            const double value = weight == 0.0 ? 0.0 : static_cast<double>(pValues[x]);
+            fCount[x] += weight;
+            fSum[x] += value;
+            fSquares[x] += value * value;
         }
-    return sums;
-}
+    }
+
+    /// The block of the columns from pLeft on.
+    sSums Block(int pLeft) const
+    {
+        sSums sums;
+        const auto end = std::min(static_cast<size_t>(pLeft + kBlock), fSum.size());
+        for (auto x = static_cast<size_t>(pLeft); x < end; x++) {
+            sums.fCount += fCount[x];
+            sums.fSum += fSum[x];
+            sums.fSquares += fSquares[x];
+        }
+        return sums;
+    }
+
+private:
+    std::vector<double> fCount, fSum, fSquares;
+};
 
 /// A density over its largest value.
 double NormalShare(double pMean)
@@ -85,11 +110,17 @@ double cVisibility::operator()(double pDeviation) const
 sLight MeasureLight(const float* pValues, const float* pWeight, int pWidth, int pHeight, double pFrequency)
 {
     const cVisibility visibility(pFrequency);
+    cColumnSums columns(pWidth);
     double sum = 0.0, count = 0.0, blocks = 0.0;
     sLight light;
-    for (int top = 0; top < pHeight; top += kBlock)
+    for (int top = 0; top < pHeight; top += kBlock) {
+        columns.Clear();
+        for (int y = top; y < std::min(top + kBlock, pHeight); y++) {
+            const ptrdiff_t first = ptrdiff_t{y} * pWidth;
+            columns.AddRow(pValues + first, pWeight == nullptr ? nullptr : pWeight + first);
+        }
         for (int left = 0; left < pWidth; left += kBlock) {
-            const sSums block = Block(pValues, pWeight, left, top, pWidth, pHeight);
+            const sSums block = columns.Block(left);
             if (block.fCount == 0.0) continue;
             const double deviation = block.Deviation(), visible = visibility(deviation);
             sum += block.fSum;
@@ -98,6 +129,7 @@ sLight MeasureLight(const float* pValues, const float* pWeight, int pWidth, int 
             light.fContrast += deviation;
             light.fVisible += 2.0 * visible / (1.0 + visible * visible);
         }
+    }
     if (count == 0.0) return {};
     return {sum / count, light.fContrast / blocks, light.fVisible / blocks};
 }

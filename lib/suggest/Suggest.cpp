@@ -4,15 +4,16 @@
 #include "suggest/Impression.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <optional>
+#include <set>
 
-// The search. Three white clips are tried. For each, the compression walks until the preview is as bright as it
-// should be,
-// and the contrast until it has the local contrast that it should have. If even the least white clip burns or is too
-// bright, the exposure is held back instead of the third. That makes 13 previews at most: 3 + 2 + 2 for the white
-// clips, 2 x 2 for the exposure, 2 for the balance in the end.
+// The search. Two or three white clips are tried. For each, the compression walks until the preview is as bright as it
+// should be, and the contrast until it has the local contrast that it should have. If even the least white clip burns
+// or is too bright, the exposure is held back instead of the third. Then the best look is refined, one setting at a
+// time, until there are no previews left.
 
 namespace SelvaneLib
 {
@@ -20,15 +21,20 @@ namespace SelvaneLib
 namespace
 {
 
-constexpr double kLeastRange = 0.02; // decades between the levels
-constexpr double kBetterBy = 5e-4;   // score that a later look must be ahead: equals keep the earlier one
+constexpr double kOneTone = 0.1;      // decades between the levels: such a picture keeps its own contrast
+constexpr double kFewTones = 0.3;     // decades between the levels from which on it does not
+constexpr double kBetterBy = 5e-4;    // score that a later look must be ahead: equals keep the earlier one
+constexpr double kWorthTelling = 0.1; // least weight of a part of the rule that the report names
+constexpr size_t kMostPreviews = 13;
 
 constexpr float kMiddleClip = 12.0f;
 constexpr float kLeastClip = 4.0f;
+constexpr float kLeastRefinedClip = 0.5f;
 constexpr float kMostClip = 36.0f;
-constexpr float kMostExposure = 1.0f; // stops either way
-constexpr float kLeastContrast = -35.0f;
-constexpr float kMostContrastKey = 60.0f;
+constexpr float kMostExposure = 1.0f;    // stops either way
+constexpr float kLeastContrast = -80.0f; // the slider's end
+constexpr float kMostContrast = 60.0f;   // more changes nothing
+constexpr float kWideRadius = -8.0f;     // wide: no halo along roofs
 
 struct sTrial
 {
@@ -45,6 +51,18 @@ std::string Sentence(const char* pFormat, double pValue)
     return words;
 }
 
+constexpr double kMostStretch = 0.6; // of the way from 0 to the darkest tones, for the black point of few tones
+constexpr double kLeastGrey = 0.02;  // own grey of a scene of one tone, linear
+constexpr double kMostGrey = 0.8;
+constexpr double kMostLuminance = 1e30; // of a point
+
+/// Linear light of a grey level, 0 to 1 (the sRGB curve).
+double LinearOf(double pGreyLevel)
+{
+    const double encoded = pGreyLevel / 255.0;
+    return encoded <= 0.04045 ? encoded / 12.92 : std::pow((encoded + 0.055) / 1.055, 2.4);
+}
+
 class cSearch
 {
 public:
@@ -52,9 +70,12 @@ public:
         : fScene(pScene), fRender(pRender), fAim(AimFor(pCharacter)),
           fPixels(3 * static_cast<size_t>(pScene.fWidth) * static_cast<size_t>(pScene.fHeight))
     {
-        fMostCompression = static_cast<float>(100.0 - 60.0 * std::max(pCharacter.fHighKey, pCharacter.fVioletShadows));
+        const double violet = pCharacter.fVioletShadows;
+        fMostCompression = static_cast<float>(100.0 - std::max(60.0 * pCharacter.fHighKey, 90.0 * violet * violet));
         fFirst.white_clip = kMiddleClip;
+        fFirst.radius = kWideRadius;
         fFirst.black_clip = static_cast<float>(std::round(20.0 * (0.4 + 0.6 * pCharacter.fNight)) / 20.0);
+        fFirst.saturation = static_cast<float>(std::round(-30.0 * violet) + 0.0);
     }
 
     void Run()
@@ -65,7 +86,28 @@ public:
             HoldBack(least);
         else
             Open(middle, least);
-        Balance();
+        Refine();
+    }
+
+    /// For a scene of few tones: white is where its own grey asks for it, black rises with the range, and the exposure
+    /// moves until the picture is as bright as it should be.
+    void KeepTones(double pRange)
+    {
+        const double stretch = std::clamp((pRange - kOneTone) / (kFewTones - kOneTone), 0.0, 1.0);
+        const double middle = std::pow(10.0, fScene.fLevels.fMiddle), own = std::clamp(middle, kLeastGrey, kMostGrey);
+        const double aim = (1.0 - stretch) * own + stretch * LinearOf(fAim.fMean);
+        sLook look = fFirst;
+        look.compression = -100.0f;
+        look.black_point = static_cast<float>(kMostStretch * stretch * std::pow(10.0, fScene.fLevels.fLow));
+        look.white_point = static_cast<float>(std::min(middle / own, kMostLuminance));
+        for (int step = 0; step < 4; step++) {
+            const std::optional<sTrial> trial = Try(look);
+            if (!trial) return;
+            fBest = *trial;
+            const double seen = LinearOf(std::clamp(trial->fSeen.fMean, 1.0, 254.0));
+            if (std::fabs(seen / aim - 1.0) < 0.02) return;
+            look.exposure = Exposure(static_cast<double>(look.exposure) + std::log2(aim / seen));
+        }
     }
 
     const sTrial& Best() const { return fBest; }
@@ -73,7 +115,24 @@ public:
     size_t Previews() const { return fPreviews; }
 
 private:
-    float Compression(float pWanted) const { return std::clamp(std::round(pWanted), -100.0f, fMostCompression); }
+    float Compression(float pWanted) const { return std::clamp(std::round(pWanted) + 0.0f, -100.0f, fMostCompression); }
+
+    static float Contrast(float pWanted)
+    {
+        return std::clamp(std::round(pWanted) + 0.0f, kLeastContrast, kMostContrast);
+    }
+
+    /// To a hundredth.
+    static float Exposure(double pWanted)
+    {
+        return static_cast<float>(std::clamp(std::round(100.0 * pWanted) / 100.0 + 0.0, -20.0, 20.0));
+    }
+
+    /// To a tenth.
+    static float WhiteClip(float pWanted)
+    {
+        return std::clamp(std::round(10.0f * pWanted) / 10.0f, kLeastRefinedClip, kMostClip);
+    }
 
     sLook With(sLook pLook, float pWhiteClip, float pMoreCompression) const
     {
@@ -129,23 +188,40 @@ private:
         Walk(look, 2);
     }
 
-    /// Where the contrast key is at its end and the contrast is not there yet, compression gives up some brightness
-    /// for it.
-    void Balance()
+    /// Goes on from the best look: towards the aim, then one setting at a time, as long as there are previews.
+    void Refine()
     {
-        constexpr float kNearEnd = 15.0f;
-        const sTrial from = fBest;
-        const double ratio = from.fSeen.fContrast / fAim.fContrast;
-        const bool isTooHard = ratio > 1.1 && from.fLook.contrast <= kLeastContrast + kNearEnd;
-        const bool isTooSoft = ratio < 0.9 && from.fLook.contrast >= kMostContrastKey - kNearEnd;
-        if (!isTooHard && !isTooSoft) return;
-        for (const float step : {30.0f, 60.0f}) {
-            sLook look = from.fLook;
-            look.compression = Compression(look.compression + (isTooHard ? -step : step / 2.0f));
-            if (look.compression == fBest.fLook.compression) return;
-            const std::optional<sTrial> trial = Try(look);
-            if (!trial || trial->fScore < fBest.fScore) return;
+        float compression = 16.0f, contrast = 14.0f, octaves = 0.7f;
+        for (int round = 0; round < 3; round++) {
+            while (Helps(Towards(fBest)))
+                ;
+            Slide(compression,
+                  [this](sLook& pLook, float pBy) { pLook.compression = Compression(pLook.compression + pBy); });
+            Slide(contrast, [](sLook& pLook, float pBy) { pLook.contrast = Contrast(pLook.contrast + pBy); });
+            Slide(octaves,
+                  [](sLook& pLook, float pBy) { pLook.white_clip = WhiteClip(pLook.white_clip * std::exp2(pBy)); });
         }
+    }
+
+    /// Moves a setting by a step; if that does not help, the other way; if neither does, the next step is half as long.
+    template <class tMove>
+    void Slide(float& pStep, const tMove& pMove)
+    {
+        for (int way = 0; way < 2; way++) {
+            sLook look = fBest.fLook;
+            pMove(look, pStep);
+            if (Helps(look)) return;
+            pStep = -pStep;
+        }
+        pStep *= 0.5f;
+    }
+
+    /// Whether a look is the best so far.
+    bool Helps(const sLook& pLook)
+    {
+        const double before = fBest.fScore;
+        Try(pLook);
+        return fBest.fScore > before;
     }
 
     /// Up to pSteps previews towards the aim. Returns the best of them.
@@ -166,9 +242,10 @@ private:
         return best;
     }
 
+    /// Looks at a preview, unless it was seen before or there were enough.
     std::optional<sTrial> Try(const sLook& pLook)
     {
-        if (fIsStopped) return std::nullopt;
+        if (fIsStopped || fPreviews == kMostPreviews || !IsNew(pLook)) return std::nullopt;
         if (!fRender(pLook, fPixels.data())) {
             fIsStopped = true;
             return std::nullopt;
@@ -178,6 +255,12 @@ private:
         trial.fScore = Score(trial.fSeen, fAim);
         if (trial.fScore > fBest.fScore + kBetterBy) fBest = trial;
         return trial;
+    }
+
+    bool IsNew(const sLook& pLook)
+    {
+        return fTried.insert({pLook.compression, pLook.contrast, pLook.white_clip, pLook.exposure, pLook.black_point})
+            .second;
     }
 
     /// How many grey levels a step of compression brightens.
@@ -194,8 +277,7 @@ private:
         const double lack = fAim.fContrast / std::max(pTrial.fSeen.fContrast, 1.0) - 1.0;
         sLook look = pTrial.fLook;
         look.compression = Compression(look.compression + static_cast<float>(more));
-        look.contrast += static_cast<float>(std::clamp(lack / kContrastRate, -40.0, 40.0));
-        look.contrast = std::clamp(std::round(look.contrast), kLeastContrast, kMostContrastKey);
+        look.contrast = Contrast(look.contrast + static_cast<float>(std::clamp(lack / kContrastRate, -40.0, 40.0)));
         return look;
     }
 
@@ -213,6 +295,7 @@ private:
     sTrial fBest;
     float fMostCompression = 100.0f; // less on bright walls and snow, for halos, and on violet noise
     double fSlope = 0.5;
+    std::set<std::array<float, 5>> fTried;
     size_t fPreviews = 0;
     bool fIsStopped = false;
 };
@@ -222,37 +305,28 @@ void Tell(std::vector<sReason>& pReasons, const char* pRule, double pValue, cons
     pReasons.push_back({pRule, Sentence(pFormat, pValue), pValue});
 }
 
-void TellIfAny(std::vector<sReason>& pReasons, const char* pRule, double pValue, const char* pFormat)
+void TellIfWorth(std::vector<sReason>& pReasons, const char* pRule, double pValue, const char* pFormat)
 {
-    if (pValue > 0.0) Tell(pReasons, pRule, pValue, pFormat);
+    if (pValue >= kWorthTelling) Tell(pReasons, pRule, pValue, pFormat);
 }
 
 void TellCharacter(const sCharacter& pCharacter, std::vector<sReason>& pReasons)
 {
-    TellIfAny(
-        pReasons, "dark-place", pCharacter.fDarkPlace,
-        "The mean luminance lies far below white: the place was dark, so the picture stays darker (weight %.2f).");
-    TellIfAny(pReasons, "low-key", pCharacter.fLowKey,
-              "Most of the scene is near its darkest parts: it stays dark around its lights (weight %.2f).");
-    TellIfAny(pReasons, "violet-shadows", pCharacter.fVioletShadows,
-              "The darkest tenth is violet, which is noise: it is not pulled up (weight %.2f).");
-    TellIfAny(pReasons, "high-key", pCharacter.fHighKey,
-              "Most of the scene is near its brightest parts, or nothing is dark: it stays bright (weight %.2f).");
-    Tell(pReasons, "texture", pCharacter.fTexture,
-         "The local contrast of the scene is %.3f decades; the picture's contrast follows it.");
+    TellIfWorth(pReasons, "low-key", pCharacter.fLowKey, "Most of it is dark and stays dark.");
+    TellIfWorth(pReasons, "violet-shadows", pCharacter.fVioletShadows, "Its shadows are violet noise and lose colour.");
+    TellIfWorth(pReasons, "high-key", pCharacter.fHighKey, "Most of it is bright and stays bright.");
+    if (pReasons.empty()) Tell(pReasons, "ordinary", 1.0, "Light and dark are in balance.");
 }
 
 void TellResult(const cSearch& pSearch, std::vector<sReason>& pReasons)
 {
     const sImpression& seen = pSearch.Best().fSeen;
-    Tell(pReasons, "brightness", seen.fMean, "The mean grey level of the preview is %.0f of 255.");
-    Tell(pReasons, "contrast", seen.fContrast, "The local contrast of the preview is %.1f grey levels.");
     const auto exposure = static_cast<double>(pSearch.Best().fLook.exposure);
-    TellIfAny(pReasons, "held-back", -exposure,
-              "The exposure is held back by %.2f stops, so that bright areas keep their drawing.");
-    TellIfAny(pReasons, "lifted", exposure,
-              "The exposure is lifted by %.2f stops: windows and lamps may burn so that walls are white.");
-    Tell(pReasons, "burnt", seen.fBurnt, "A share of %.4f of the preview is white.");
+    TellIfWorth(pReasons, "held-back", -exposure, "The exposure is %.1f stops lower, for the bright parts.");
+    TellIfWorth(pReasons, "lifted", exposure, "The exposure is %.1f stops higher, for the walls.");
+    Tell(pReasons, "brightness", seen.fMean, "The mean grey level is %.0f of 255.");
+    Tell(pReasons, "contrast", seen.fContrast, "The local contrast is %.1f grey levels.");
+    Tell(pReasons, "burnt", 100.0 * seen.fBurnt, "%.1f per cent of the picture are burnt.");
 }
 
 bool HasLight(const sScene& pScene)
@@ -271,24 +345,30 @@ sSuggestion Suggest(const sScene& pScene, const tRenderPreview& pRender)
 {
     sSuggestion suggestion;
     std::vector<sReason>& reasons = suggestion.fReasons;
-    const double range = pScene.fLevels.fHigh - pScene.fLevels.fLow;
     if (!HasLight(pScene)) {
-        Tell(reasons, "no-light", 1.0, "No pixel has light, so the default look is taken.");
+        Tell(reasons, "no-light", 1.0, "It has no light.");
         return suggestion;
     }
-    if (!(range >= kLeastRange)) {
-        Tell(reasons, "one-tone", range, "All luminances lie within %.3f decades, so the default look is taken.");
+    if (pScene.fIsFlat) {
+        Tell(reasons, "flat", 1.0, "It is flat and keeps its own grey.");
         return suggestion;
     }
+    const double range = pScene.fLevels.fHigh - pScene.fLevels.fLow;
     const sCharacter character = CharacterOf(pScene);
     cSearch search(pScene, pRender, character);
-    search.Run();
-    TellCharacter(character, reasons);
+    if (range < kFewTones) {
+        search.KeepTones(range);
+        Tell(reasons, "one-tone", range, "It has few tones and keeps its own contrast.");
+    } else {
+        search.Run();
+        TellCharacter(character, reasons);
+    }
     const auto previews = static_cast<double>(search.Previews());
     if (search.Previews() > 0) {
         suggestion.fLook = search.Best().fLook;
         TellResult(search, reasons);
     }
+    Tell(reasons, "texture", character.fTexture, "The scene's local contrast is %.3f decades.");
     if (search.IsStopped())
         Tell(reasons, "stopped", previews, "The search was stopped after %.0f previews.");
     else

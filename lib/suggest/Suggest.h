@@ -24,6 +24,8 @@ struct sLook
     float exposure = 0.0f;     ///< stops on top of the automatic exposure: white - black is divided by 2 to its power
     float contrast = 20.0f;    ///< contrast key of the renderer, -100 to 100; the sliders alone use 20
     float saturation = 0.0f;   ///< per cent more colour; 0 leaves it
+    float black_point = 0.0f;  ///< new luminance that becomes black, of given points
+    float white_point = 0.0f;  ///< above black_point: points are given, else they are measured by the clips
 };
 
 /// A scene: a reduced picture and the levels of the full one.
@@ -35,6 +37,7 @@ struct sScene
     int fWidth = 0;                 ///< pixels
     int fHeight = 0;                ///< pixels
     sLevels fLevels;                ///< of the full picture, without pixels of weight 0
+    bool fIsFlat = false;           ///< the pixels of the full picture that count have one luminance
 };
 
 /// Renders the scene's reduced picture into width * height * 3 bytes of sRGB, red first, row by row. Returns false to
@@ -45,23 +48,24 @@ using tRenderPreview = std::function<bool(const sLook& pLook, unsigned char* pRG
 ///
 ///     fRule               fValue
 ///     "no-light"          1: no pixel counts or no luminance is above 0; the look is the default one
-///     "one-tone"          decades between the levels; too few to tone-map, the look is the default one
+///     "flat"              1: one luminance; the look is the default one, since a flat picture keeps its grey
+///     "one-tone"          decades between the levels: so few that the picture keeps its own contrast
 ///     "stopped"           previews until the callback returned false; the look is the best of those
-///     "dark-place"        0 to 1: mean luminance far below white
 ///     "low-key"           0 to 1: most of the scene lies near its darkest parts
 ///     "violet-shadows"    0 to 1: the darkest tenth is violet, as the noise of a sensor is
 ///     "high-key"          0 to 1: most of the scene lies near its brightest parts, or nothing is dark
-///     "texture"           decades: local contrast of the scene
-///     "brightness"        mean grey level of the preview, 0 to 255
-///     "contrast"          local contrast of the preview, grey levels
+///     "ordinary"          1: nothing of the above
 ///     "held-back"         stops by which the exposure lies below the automatic one
 ///     "lifted"            stops by which it lies above
-///     "burnt"             share of white pixels in the preview
+///     "brightness"        mean grey level of the preview, 0 to 255
+///     "contrast"          local contrast of the preview, grey levels
+///     "burnt"             per cent of burnt pixels in the preview
+///     "texture"           decades: local contrast of the scene
 ///     "previews"          how many were looked at
 struct sReason
 {
     std::string fRule;
-    std::string fSentence; ///< English
+    std::string fSentence; ///< English, short
     double fValue = 0.0;
 };
 

@@ -4,8 +4,10 @@
 #include "color/EncodeTable.h"
 #include "color/cColorSpace.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <iterator>
 #include <memory>
 
 namespace SelvaneLib
@@ -40,6 +42,11 @@ std::unique_ptr<Vornik::cColorSpace> EngineSpace(int pSpace)
 int SpaceOfTransfer(int pSpace)
 {
     return pSpace == SELVANE_DISPLAY_P3 ? SELVANE_SRGB : pSpace;
+}
+
+const float* XYOf(int pPrimaries, const float* pCustom)
+{
+    return pPrimaries == SELVANE_CUSTOM ? pCustom : ChromaticitiesOf(pPrimaries).fXY;
 }
 
 } // namespace
@@ -96,24 +103,34 @@ sCurve CurveOf(int pPrimaries)
     }
 }
 
-Vornik::cMatrix33 ToXYZ(const sChromaticities& pChromaticities)
+Vornik::cMatrix33 ToXYZ(int pPrimaries, const float* pCustom)
 {
-    const float* xy = pChromaticities.fXY;
+    const auto engine = EngineSpace(pPrimaries);
+    if (engine != nullptr) return engine->GetToPCSTransform();
+    const float* xy = XYOf(pPrimaries, pCustom);
     return Vornik::cColorSpace::RGBToPCSTransform(xy[0], xy[1], xy[2], xy[3], xy[4], xy[5], xy[6], xy[7]);
 }
 
-Vornik::cMatrix33 ToXYZ(int pPrimaries)
-{
-    const auto engine = EngineSpace(pPrimaries);
-    return engine != nullptr ? engine->GetToPCSTransform() : ToXYZ(ChromaticitiesOf(pPrimaries));
-}
-
-Vornik::cMatrix33 FromXYZ(int pPrimaries)
+Vornik::cMatrix33 FromXYZ(int pPrimaries, const float* pCustom)
 {
     const auto engine = EngineSpace(pPrimaries);
     if (engine != nullptr) return engine->GetFromPCSTransform();
-    const float* xy = ChromaticitiesOf(pPrimaries).fXY;
+    const float* xy = XYOf(pPrimaries, pCustom);
     return Vornik::cColorSpace::PCSToRGBTransform(xy[0], xy[1], xy[2], xy[3], xy[4], xy[5], xy[6], xy[7]);
+}
+
+bool IsSpace(int pPrimaries)
+{
+    return (pPrimaries >= SELVANE_SRGB && pPrimaries <= SELVANE_ACES_AP1) || pPrimaries == SELVANE_CUSTOM;
+}
+
+bool IsUsable(const Vornik::cMatrix33& m)
+{
+    const float entries[] = {m.m00, m.m01, m.m02, m.m10, m.m11, m.m12, m.m20, m.m21, m.m22};
+    if (!std::all_of(std::begin(entries), std::end(entries), [](float e) { return std::fabs(e) < 1e4f; })) return false;
+    const float determinant = m.m00 * (m.m11 * m.m22 - m.m12 * m.m21) - m.m01 * (m.m10 * m.m22 - m.m12 * m.m20) +
+                              m.m02 * (m.m10 * m.m21 - m.m11 * m.m20);
+    return std::fabs(determinant) > 1e-4f;
 }
 
 std::vector<uint16_t> SampleTable(int pSpace, bool pLinear)

@@ -39,14 +39,20 @@ double Encode(const sCurve& pCurve, double pLinear);
 /// Primaries by number, SELVANE_SRGB to SELVANE_ACES_AP1.
 const sChromaticities& ChromaticitiesOf(int pPrimaries);
 
-/// The curve that belongs to a space. ACES spaces are linear.
+/// The curve that belongs to a space. ACES and custom ones are linear.
 sCurve CurveOf(int pPrimaries);
 
 /// Linear RGB to XYZ relative to D50, by the Bradford adaptation. For the first three spaces the engine's own.
-Vornik::cMatrix33 ToXYZ(const sChromaticities& pChromaticities);
-Vornik::cMatrix33 ToXYZ(int pPrimaries);
+/// @param pCustom x and y of red, green, blue, white; read for SELVANE_CUSTOM only
+Vornik::cMatrix33 ToXYZ(int pPrimaries, const float* pCustom = nullptr);
 /// The inverse.
-Vornik::cMatrix33 FromXYZ(int pPrimaries);
+Vornik::cMatrix33 FromXYZ(int pPrimaries, const float* pCustom);
+
+/// Whether the number is one of selvane_primaries.
+bool IsSpace(int pPrimaries);
+
+/// Whether a matrix to XYZ has nine finite numbers and can be undone. Chromaticities may give any.
+bool IsUsable(const Vornik::cMatrix33& m);
 
 /// The encoded sample of each linear 16-bit value, 65536 entries. For the first three spaces the engine's own table;
 /// for the others the curve's value times 65535, truncated as there.

@@ -193,6 +193,12 @@ void WritePlaced(const cPlacer& pPlacer, int pWidth, int pY, const sFinalPass& p
     }
 }
 
+/// The index of a linear sample in the encode table, rounded to the nearest.
+uint16_t PlainIndex(double pSample)
+{
+    return static_cast<uint16_t>(std::clamp(pSample, 0.0, 1.0) * 65535.0 + 0.5);
+}
+
 } // namespace
 
 void cTargetTables::Prepare(const selvane_target& pTarget)
@@ -218,7 +224,8 @@ void cTargetTables::Prepare(const selvane_target& pTarget)
 
 void CheckTarget(const selvane_target& pTarget)
 {
-    Require(pTarget.space >= SELVANE_SRGB && pTarget.space <= SELVANE_REC2020, "space is none of a target");
+    Require(IsSpace(pTarget.space), "space is unknown");
+    Require(IsUsable(ToXYZ(pTarget.space, pTarget.chromaticities)), "chromaticities make no colour space");
     Require(pTarget.linear == 0 || pTarget.linear == 1, "linear is neither 0 nor 1");
     Require(pTarget.dither == 0 || pTarget.dither == 1, "dither is neither 0 nor 1");
     Require(pTarget.pixels != nullptr, "pixels of the target is null");
@@ -231,6 +238,27 @@ void WriteTargetRow(const selvane_target& pTarget, const sLayout& pLayout, const
     const float* xyz = pPicture.Row(pRow);
     if (!WritePacked(pTarget, pLayout, pTables, pPass, xyz, pLuminance, row))
         WritePlaced(cPlacer(pTarget, pLayout, pTables), pLayout.fWidth, pRow, pPass, xyz, pLuminance, row);
+    if (pLayout.fChannels == 4) WriteAlpha(row, pLayout, pPicture, pRow);
+}
+
+void WritePlainRow(const selvane_target& pTarget, const sLayout& pLayout, const cTargetTables& pTables,
+                   const cMatrix33& pFromXYZ, double pFactor, const cPicture& pPicture, int pRow)
+{
+    unsigned char* row = static_cast<unsigned char*>(pTarget.pixels) + pLayout.OffsetOfRow(pRow);
+    const cPlacer placer(pTarget, pLayout, pTables);
+    const float* xyz = pPicture.Row(pRow);
+    const cMatrix33& m = pFromXYZ;
+    for (int x = 0; x < pLayout.fWidth; x++, xyz += 3) {
+        const double light[] = {pFactor * static_cast<double>(xyz[0]), pFactor * static_cast<double>(xyz[1]),
+                                pFactor * static_cast<double>(xyz[2])};
+        const auto sample = [&](float pX, float pY, float pZ) {
+            return PlainIndex(static_cast<double>(pX) * light[0] + static_cast<double>(pY) * light[1] +
+                              static_cast<double>(pZ) * light[2]);
+        };
+        const uint16_t indices[] = {sample(m.m00, m.m01, m.m02), sample(m.m10, m.m11, m.m12),
+                                    sample(m.m20, m.m21, m.m22)};
+        placer.Place(row, x, pRow, indices);
+    }
     if (pLayout.fChannels == 4) WriteAlpha(row, pLayout, pPicture, pRow);
 }
 

@@ -9,6 +9,7 @@
 #include "selvane.h"
 #include "yhmv/DecodeStrip.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -43,12 +44,21 @@ private:
     int fLinear = 0;
 };
 
+/// Bytes of the record in the first release, before custom chromaticities.
+inline constexpr size_t kFirstTargetSize = offsetof(selvane_target, channel_stride) + sizeof(ptrdiff_t);
+
 /// @throws cFailure that names the field
 void CheckTarget(const selvane_target& pTarget);
 
 /// Writes one row. pLuminance has the new luminance; null: the luminance of the input.
 void WriteTargetRow(const selvane_target& pTarget, const sLayout& pLayout, const cTargetTables& pTables,
                     const sFinalPass& pPass, const cPicture& pPicture, const float* pLuminance, int pRow);
+
+/// Writes one row of the picture as it is. Samples are cut off at 0 and 1.
+/// @param pFromXYZ to the linear samples of the target
+/// @param pFactor of the light, finite
+void WritePlainRow(const selvane_target& pTarget, const sLayout& pLayout, const cTargetTables& pTables,
+                   const Vornik::cMatrix33& pFromXYZ, double pFactor, const cPicture& pPicture, int pRow);
 
 } // namespace SelvaneLib
 

@@ -60,6 +60,14 @@ SELVANE_INLINE float LowerTo(float pValue, float pMost)
     return std::bit_cast<float>(std::min(std::bit_cast<int32_t>(pValue), std::bit_cast<int32_t>(pMost)));
 }
 
+/// pCondition ? pFirst : pSecond, on bits. Of nested selects g++ makes masks for each combination of the conditions, a
+/// quarter of the time of a loop that packs pixels.
+SELVANE_INLINE float Choose(bool pCondition, float pFirst, float pSecond)
+{
+    const uint32_t mask = pCondition ? UINT32_MAX : 0U;
+    return std::bit_cast<float>((std::bit_cast<uint32_t>(pFirst) & mask) | (std::bit_cast<uint32_t>(pSecond) & ~mask));
+}
+
 /// Index of pValue in a table of 65536 entries on the unit interval. Below 0 gives 0; above 1 or NaN gives 65535. Any
 /// other value is multiplied by 65535 and truncated.
 SELVANE_INLINE int UnitIndex(float pValue)

@@ -1,6 +1,8 @@
 #include "bitmap/cBitmapBGR16.h"
 
 #include "base/Require.h"
+#include "base/Strips.h"
+#include "base/Versions.h"
 #include "bitmap/FlatBlock.h"
 #include "bitmap/cBitmapBGR8.h"
 #include "bitmap/cBitmapXYZ32.h"
@@ -8,9 +10,10 @@
 #include "curve/cTransfer.h"
 #include "image/cImageUtils.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
 #include <memory>
-#include <unistd.h>
-#include <utility>
 
 namespace Vornik
 {
@@ -20,10 +23,38 @@ namespace
 
 constexpr int kPixelSize = 6; // bytes
 
-void SwapFirstAndThird(unsigned short* pRow, int pWidth)
+constexpr ptrdiff_t kStrip = 128; // pixels
+
+/// Reverses the six bytes of each pixel, which swaps the bytes of each sample and the first and the third sample. Two
+/// pixels move as a block of 16 bytes, which reaches into the next one; so the last ones go byte by byte.
+SELVANE_INLINE void TurnStrip(const unsigned char* pFrom, unsigned char* pTo, ptrdiff_t pWidth)
 {
-    for (ptrdiff_t x = 0; x < pWidth; ++x)
-        std::swap(pRow[3 * x], pRow[3 * x + 2]);
+    using tBlock = unsigned char __attribute__((vector_size(16)));
+    ptrdiff_t at = 0;
+    for (; at + ptrdiff_t{sizeof(tBlock)} <= kPixelSize * pWidth; at += ptrdiff_t{2} * kPixelSize) {
+        tBlock block;
+        std::memcpy(&block, pFrom + at, sizeof block);
+        block = __builtin_shufflevector(block, block, 5, 4, 3, 2, 1, 0, 11, 10, 9, 8, 7, 6, 12, 13, 14, 15);
+        std::memcpy(pTo + at, &block, sizeof block);
+    }
+    for (; at < kPixelSize * pWidth; at += kPixelSize)
+        for (ptrdiff_t i = 0; i < kPixelSize; ++i)
+            pTo[at + i] = pFrom[at + kPixelSize - 1 - i];
+}
+
+/// Through a strip beside the row, so that a row may be turned in place.
+SELVANE_CLONES void TurnRow(const unsigned short* pFrom, unsigned short* pTo, ptrdiff_t pWidth)
+{
+    const auto* const from = reinterpret_cast<const unsigned char*>(pFrom);
+    auto* const to = reinterpret_cast<unsigned char*>(pTo);
+    unsigned char turned[kPixelSize * kStrip];
+    for (ptrdiff_t x = 0; x < pWidth; x += kStrip) {
+        const ptrdiff_t count = std::min(kStrip, pWidth - x);
+        PrefetchPageAhead<sizeof turned>(from + kPixelSize * x);
+        PrefetchPageAhead<sizeof turned>(to + kPixelSize * x);
+        TurnStrip(from + kPixelSize * x, turned, count);
+        std::copy_n(turned, kPixelSize * count, to + kPixelSize * x);
+    }
 }
 
 } // namespace
@@ -186,11 +217,8 @@ void cBitmapBGR16::CopyFromLittleEndianRGB16(int pFromWidth, int pFromHeight, in
     Require(cArgumentNullException, pFromLERGB16 != nullptr, "Argument pFromLERGB16 cannot be null.");
     const ptrdiff_t targetStep = fStride / 2; // samples
     const ptrdiff_t sourceStep = pFromStride / 2;
-    for (ptrdiff_t y = 0; y < fHeight; ++y) {
-        unsigned short* const row = fData + y * targetStep;
-        swab(pFromLERGB16 + y * sourceStep, row, ptrdiff_t{6} * fWidth); // Required: swaps on big-endian hosts too.
-        SwapFirstAndThird(row, fWidth);
-    }
+    for (ptrdiff_t y = 0; y < fHeight; ++y) // Required: swaps bytes on big-endian hosts too.
+        TurnRow(pFromLERGB16 + y * sourceStep, fData + y * targetStep, fWidth);
 }
 
 void cBitmapBGR16::ToBGR8(cBitmapBGR8* pToBGR8)

@@ -1,10 +1,10 @@
 #include "bitmap/cBitmapXYZ32.h"
 
-#include "base/Numeric.h"
 #include "base/Require.h"
 #include "bitmap/FlatBlock.h"
 #include "bitmap/cMemUtils.h"
 #include "image/cImageUtils.h"
+#include "image/cImageUtils_Rows.h"
 
 namespace Vornik
 {
@@ -13,19 +13,6 @@ namespace
 {
 
 constexpr int kPixelSize = 12; // bytes
-
-/// Below 0 gives 0; above 1 or NaN gives 255. Any other value is multiplied by 255 and truncated.
-SELVANE_INLINE unsigned char ByteOf(float pValue)
-{
-    const float scaled = pValue <= 1.0f ? pValue * kToSample8 : kToSample8;
-    return static_cast<unsigned char>(static_cast<int>(scaled < 0.0f ? 0.0f : scaled));
-}
-
-SELVANE_CLONES void ToBytes_row(const float* __restrict pFrom, unsigned char* __restrict pTo, ptrdiff_t pCount)
-{
-    for (ptrdiff_t i = 0; i < pCount; ++i)
-        pTo[i] = ByteOf(pFrom[i]);
-}
 
 } // namespace
 
@@ -104,7 +91,7 @@ void cBitmapXYZ32::BGRFloatToBGR8Data(int pToWidth, int pToHeight, int pToStride
     Require(cArgumentException, pToHeight == fHeight, "Argument pToHeight must be equal to  this->fHeight.");
     Require(cArgumentNullException, pToBGR8 != nullptr, "Argument pToBGR8 cannot be null.");
     for (ptrdiff_t y = 0; y < fHeight; ++y)
-        ToBytes_row(fData + y * (fStride / 4), pToBGR8 + y * pToStride, ptrdiff_t{3} * fWidth);
+        Rows::FromFloat(fData + y * (fStride / 4), pToBGR8 + y * pToStride, size_t{3} * static_cast<size_t>(fWidth));
 }
 
 } // namespace Vornik

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <type_traits>
 
 // The checks of the operations and their loops over the rows. The loops within a row are in cImageUtils_Rows.cpp.
@@ -235,6 +236,42 @@ struct sSums
         pThird = fSums[2];
     }
 };
+
+struct sMeans
+{
+    float fMeans[3];
+};
+
+/// The means, added up in picture order.
+sMeans MeansInOrder(const cBitmapXYZ32* pBitmap)
+{
+    double sums[3] = {0.0, 0.0, 0.0};
+    ForEachRow(pBitmap, [&](const float* pRow) { Rows::AddUp(pRow, PixelsOf(pBitmap), sums); });
+    const double factor = Rows::MeanFactor(pBitmap->fWidth, pBitmap->fHeight);
+    return {static_cast<float>(sums[0] * factor), static_cast<float>(sums[1] * factor),
+            static_cast<float>(sums[2] * factor)};
+}
+
+/// The same means from sums in lanes, where each addition need not wait for the one before; none if the order might
+/// decide. Any order of n additions of values from 0 up is within n * 2^-53 of the exact sum, relative, and a lane adds
+/// a 16th of them. So both orders are within (n + 32) * 2^-52 of each other, roundings of these lines included, and if
+/// both ends give one float, that is the mean.
+std::optional<sMeans> CertainMeans(const cBitmapXYZ32* pBitmap)
+{
+    Rows::sLaneSums lanes;
+    ForEachRow(pBitmap, [&](const float* pRow) { Rows::AddUp(pRow, PixelsOf(pBitmap), lanes); });
+    if (lanes.AnyNegative()) return std::nullopt;
+    const double factor = Rows::MeanFactor(pBitmap->fWidth, pBitmap->fHeight);
+    const double error = (static_cast<double>(pBitmap->fWidth) * pBitmap->fHeight + 32.0) * 0x1p-52;
+    sMeans means{};
+    for (size_t c = 0; c < 3; ++c) {
+        const double sum = lanes.Of(c);
+        means.fMeans[c] = static_cast<float>((sum - sum * error) * factor);
+        const auto high = static_cast<float>((sum + sum * error) * factor);
+        if (!(means.fMeans[c] == high)) return std::nullopt; // NaN too
+    }
+    return means;
+}
 
 template <class tBitmap>
 sSums DifferencesOf(const tBitmap* pFirst, const tBitmap* pSecond)
@@ -798,12 +835,11 @@ void cImageUtils::Mean(const cBitmapXYZ32* pSrc, float& pMean0, float& pMean1, f
 {
     Require(cArgumentNullException, pSrc != nullptr, "Argument pSrc cannot be null.");
 
-    double sums[3] = {0.0, 0.0, 0.0};
-    ForEachRow(pSrc, [&](const float* pRow) { Rows::AddUp(pRow, PixelsOf(pSrc), sums); });
-    const double factor = Rows::MeanFactor(pSrc->fWidth, pSrc->fHeight);
-    pMean0 = static_cast<float>(sums[0] * factor);
-    pMean1 = static_cast<float>(sums[1] * factor);
-    pMean2 = static_cast<float>(sums[2] * factor);
+    const std::optional<sMeans> certain = CertainMeans(pSrc);
+    const sMeans means = certain ? *certain : MeansInOrder(pSrc);
+    pMean0 = means.fMeans[0];
+    pMean1 = means.fMeans[1];
+    pMean2 = means.fMeans[2];
 }
 
 // ---- Comparison -----------------------------------------------------------------------------------------------------

@@ -1,8 +1,10 @@
 #include "image/cImageUtils_Rows.h"
 
 #include "base/Numeric.h"
+#include "base/Strips.h"
 #include "color/MatrixProduct.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -16,13 +18,28 @@ namespace Vornik::Rows
 namespace
 {
 
-constexpr size_t kStrip = 128; // pixels in a strip: a few kilobytes on the stack
-constexpr size_t kLanes = 48;  // running extremes side by side, a multiple of the 3 channels
+constexpr size_t kStrip = 128;               // pixels in a strip: a few kilobytes on the stack
+constexpr size_t kStripSamples = 3 * kStrip; // samples in a strip
+constexpr size_t kAhead = 1024;              // floats from a strip to what is asked for meanwhile
+constexpr size_t kLanes = sLaneSums::kLanes; // running extremes or sums side by side
+constexpr size_t kSumLanes = 96;             // running sums of distances, a multiple of the 3 channels
+constexpr size_t kRounds = 256;              // distances of bytes that a sum of 16 bits holds, or of 16 bits one of 32
 
 /// Length of the strip that begins at pStart: pStrip, or what is left of pCount.
 SELVANE_INLINE size_t StripLength(size_t pStart, size_t pCount, size_t pStrip)
 {
     return pCount - pStart < pStrip ? pCount - pStart : pStrip;
+}
+
+template <class tSample>
+SELVANE_INLINE void PrefetchStrip(const tSample* pAt)
+{
+    PrefetchPageAhead<static_cast<ptrdiff_t>(kStripSamples * sizeof(tSample))>(pAt);
+}
+
+SELVANE_INLINE void PrefetchLanes(const float* pFrom)
+{
+    PrefetchPageAhead<static_cast<ptrdiff_t>(kLanes * sizeof(float))>(pFrom);
 }
 
 // ---- Formulas of a sample or a pixel --------------------------------------------------------------------------------
@@ -48,16 +65,24 @@ SELVANE_INLINE void TransformPixel(const cMatrix33& pMatrix, float pV0, float pV
 template <class tSample>
 SELVANE_CLONES void ToFloatLoop(const tSample* __restrict pFrom, float* __restrict pTo, size_t pSamples, float pStep)
 {
-    for (size_t i = 0; i < pSamples; ++i)
-        pTo[i] = static_cast<float>(pFrom[i]) * pStep;
+    for (size_t start = 0; start < pSamples; start += kStripSamples) {
+        PrefetchStrip(pTo + start);
+        const size_t end = start + StripLength(start, pSamples, kStripSamples);
+        for (size_t i = start; i < end; ++i)
+            pTo[i] = static_cast<float>(pFrom[i]) * pStep;
+    }
 }
 
 template <class tSample>
 SELVANE_CLONES void FromFloatLoop(const float* __restrict pFrom, tSample* __restrict pTo, size_t pSamples,
                                   float pLargest)
 {
-    for (size_t i = 0; i < pSamples; ++i)
-        pTo[i] = ClampedTruncation<tSample>(pFrom[i], pLargest);
+    for (size_t start = 0; start < pSamples; start += kStripSamples) {
+        PrefetchStrip(pFrom + start);
+        const size_t end = start + StripLength(start, pSamples, kStripSamples);
+        for (size_t i = start; i < end; ++i)
+            pTo[i] = ClampedTruncation<tSample>(pFrom[i], pLargest);
+    }
 }
 
 SELVANE_CLONES void NarrowLoop(const unsigned short* __restrict pFrom, unsigned char* __restrict pTo, size_t pSamples)
@@ -76,41 +101,44 @@ template <class tSample>
 SELVANE_CLONES void DecodeLoop(const tSample* __restrict pFrom, float* __restrict pTo, size_t pSamples,
                                const float* __restrict pTable)
 {
-    for (size_t i = 0; i < pSamples; ++i)
-        pTo[i] = pTable[pFrom[i]];
+    for (size_t start = 0; start < pSamples; start += kStripSamples) {
+        float* const to = pTo + start;
+        const auto count = static_cast<ptrdiff_t>(StripLength(start, pSamples, kStripSamples));
+        LookUp(pFrom + start, count, pTable, to, to + kAhead);
+    }
 }
 
-/// Looks up one strip of at most 3 * kStrip floats.
+/// Looks up one strip.
 template <class tSample>
 SELVANE_INLINE void EncodeStrip(const float* __restrict pFrom, tSample* __restrict pTo, size_t pSamples,
-                                const tSample* __restrict pTable)
+                                const tSample* __restrict pTable, const float* pAhead)
 {
-    int index[3 * kStrip];
+    int index[kStripSamples];
     for (size_t i = 0; i < pSamples; ++i)
         index[i] = UnitIndex(pFrom[i]);
-    for (size_t i = 0; i < pSamples; ++i)
-        pTo[i] = pTable[index[i]];
+    LookUp(index, static_cast<ptrdiff_t>(pSamples), pTable, pTo, pAhead);
 }
 
 template <class tSample>
 SELVANE_CLONES void EncodeLoop(const float* __restrict pFrom, tSample* __restrict pTo, size_t pSamples,
                                const tSample* __restrict pTable)
 {
-    for (size_t start = 0; start < pSamples; start += 3 * kStrip)
-        EncodeStrip(pFrom + start, pTo + start, StripLength(start, pSamples, 3 * kStrip), pTable);
+    for (size_t start = 0; start < pSamples; start += kStripSamples) {
+        PrefetchStrip(pTo + start);
+        const float* const from = pFrom + start;
+        EncodeStrip(from, pTo + start, StripLength(start, pSamples, kStripSamples), pTable, from + kAhead);
+    }
 }
 
 template <class tSample>
 SELVANE_CLONES void DecodeTransformLoop(const tSample* __restrict pFrom, float* __restrict pTo, size_t pPixels,
                                         const float* __restrict pTable, const cMatrix33 pMatrix)
 {
-    float linear[3 * kStrip];
+    float linear[kStripSamples];
     for (size_t start = 0; start < pPixels; start += kStrip) {
         const size_t count = StripLength(start, pPixels, kStrip);
-        const tSample* const from = pFrom + 3 * start;
         float* const to = pTo + 3 * start;
-        for (size_t i = 0; i < 3 * count; ++i)
-            linear[i] = pTable[from[i]];
+        LookUp(pFrom + 3 * start, static_cast<ptrdiff_t>(3 * count), pTable, linear, to + kAhead);
         for (size_t i = 0; i < count; ++i)
             // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): the loop before has filled the strip
             TransformPixel(pMatrix, linear[3 * i + 2], linear[3 * i + 1], linear[3 * i], to[3 * i], to[3 * i + 1],
@@ -122,23 +150,28 @@ template <class tSample>
 SELVANE_CLONES void TransformEncodeLoop(const float* __restrict pFrom, tSample* __restrict pTo, size_t pPixels,
                                         const tSample* __restrict pTable, const cMatrix33 pMatrix)
 {
-    float linear[3 * kStrip];
+    float linear[kStripSamples];
     for (size_t start = 0; start < pPixels; start += kStrip) {
         const size_t count = StripLength(start, pPixels, kStrip);
         const float* const from = pFrom + 3 * start;
+        PrefetchStrip(pTo + 3 * start);
         for (size_t i = 0; i < count; ++i)
             TransformPixel(pMatrix, from[3 * i], from[3 * i + 1], from[3 * i + 2], linear[3 * i + 2], linear[3 * i + 1],
                            linear[3 * i]);
-        EncodeStrip(linear, pTo + 3 * start, 3 * count, pTable);
+        EncodeStrip(linear, pTo + 3 * start, 3 * count, pTable, from + kAhead);
     }
 }
 
 SELVANE_CLONES void TransformLoop(const float* __restrict pFrom, float* __restrict pTo, size_t pPixels,
                                   const cMatrix33 pMatrix)
 {
-    for (size_t i = 0; i < pPixels; ++i)
-        TransformPixel(pMatrix, pFrom[3 * i], pFrom[3 * i + 1], pFrom[3 * i + 2], pTo[3 * i], pTo[3 * i + 1],
-                       pTo[3 * i + 2]);
+    for (size_t start = 0; start < pPixels; start += kStrip) {
+        PrefetchStrip(pTo + 3 * start);
+        const size_t end = start + StripLength(start, pPixels, kStrip);
+        for (size_t i = start; i < end; ++i)
+            TransformPixel(pMatrix, pFrom[3 * i], pFrom[3 * i + 1], pFrom[3 * i + 2], pTo[3 * i], pTo[3 * i + 1],
+                           pTo[3 * i + 2]);
+    }
 }
 
 SELVANE_CLONES void TransformInPlaceLoop(float* __restrict pRow, size_t pPixels, const cMatrix33 pMatrix)
@@ -166,6 +199,17 @@ SELVANE_CLONES void ScaleLoop(const float* pFrom, float* pTo, size_t pSamples, f
         pTo[i] = pFrom[i] * pFactor;
 }
 
+/// Widens a range of order keys by a value. NaN changes nothing.
+SELVANE_INLINE void Widen(float pValue, int32_t& pLeast, int32_t& pMost)
+{
+    const bool number = pValue == pValue;
+    const int32_t key = OrderKey(pValue);
+    const int32_t low = number ? key : sExtremes::kNone;
+    const int32_t high = number ? key : -sExtremes::kNone;
+    pLeast = low < pLeast ? low : pLeast;
+    pMost = high > pMost ? high : pMost;
+}
+
 /// Extremes of the three channels, in lanes of one channel each. The lanes are joined at the end.
 SELVANE_CLONES void MeasureLoop(const float* __restrict pRow, size_t pSamples, int32_t* __restrict pMin,
                                 int32_t* __restrict pMax)
@@ -176,18 +220,14 @@ SELVANE_CLONES void MeasureLoop(const float* __restrict pRow, size_t pSamples, i
         least[j] = pMin[j % 3];
         most[j] = pMax[j % 3];
     }
-    for (size_t start = 0; start < pSamples; start += kLanes) {
-        const size_t count = StripLength(start, pSamples, kLanes);
-        for (size_t j = 0; j < count; ++j) {
-            const float value = pRow[start + j];
-            const bool number = value == value;
-            const int32_t key = OrderKey(value);
-            const int32_t low = number ? key : sExtremes::kNone;
-            const int32_t high = number ? key : -sExtremes::kNone;
-            least[j] = low < least[j] ? low : least[j];
-            most[j] = high > most[j] ? high : most[j];
-        }
+    size_t at = 0;
+    for (; at + kLanes <= pSamples; at += kLanes) { // of one length, so that the lanes stay in registers
+        PrefetchLanes(pRow + at);
+        for (size_t j = 0; j < kLanes; ++j)
+            Widen(pRow[at + j], least[j], most[j]);
     }
+    for (size_t j = 0; at + j < pSamples; ++j)
+        Widen(pRow[at + j], least[j], most[j]);
     for (size_t j = 0; j < kLanes; ++j) {
         pMin[j % 3] = least[j] < pMin[j % 3] ? least[j] : pMin[j % 3];
         pMax[j % 3] = most[j] > pMax[j % 3] ? most[j] : pMax[j % 3];
@@ -203,47 +243,74 @@ SELVANE_CLONES void NormalizeLoop(float* __restrict pRow, size_t pPixels, const 
     }
 }
 
-SELVANE_INLINE int Distance(int pFirst, int pSecond)
+/// Without a wider type, so that a vector holds as many distances as samples.
+template <class tSample>
+SELVANE_INLINE tSample Distance(tSample pFirst, tSample pSecond)
 {
-    return pFirst > pSecond ? pFirst - pSecond : pSecond - pFirst;
+    const tSample larger = pFirst > pSecond ? pFirst : pSecond;
+    const tSample smaller = pFirst > pSecond ? pSecond : pFirst;
+    return static_cast<tSample>(larger - smaller);
+}
+
+/// Adds kRounds distances to each of kSumLanes sums at a time.
+/// @tparam tSum holds kRounds times the largest distance
+template <class tSum, class tSample>
+SELVANE_CLONES void AddDistancesLoop(const tSample* pRow1, const tSample* pRow2, size_t pSamples,
+                                     uint64_t* __restrict pSums)
+{
+    size_t at = 0;
+    while (at + kSumLanes <= pSamples) {
+        tSum lanes[kSumLanes] = {};
+        for (size_t round = 0; round < kRounds && at + kSumLanes <= pSamples; ++round, at += kSumLanes)
+            for (size_t j = 0; j < kSumLanes; ++j)
+                lanes[j] = static_cast<tSum>(lanes[j] + Distance(pRow1[at + j], pRow2[at + j]));
+        for (size_t j = 0; j < kSumLanes; ++j)
+            pSums[j % 3] += lanes[j];
+    }
+    for (size_t j = 0; at + j < pSamples; ++j)
+        pSums[j % 3] += Distance(pRow1[at + j], pRow2[at + j]);
 }
 
 /// The sums are integers below 2^53. A double holds them exactly, in any order of addition.
-template <class tSample>
-SELVANE_CLONES void AddDistancesLoop(const tSample* pRow1, const tSample* pRow2, size_t pPixels,
-                                     uint64_t* __restrict pSums)
-{
-    uint64_t sum0 = 0;
-    uint64_t sum1 = 0;
-    uint64_t sum2 = 0;
-    for (size_t i = 0; i < pPixels; ++i) {
-        sum0 += static_cast<uint32_t>(Distance(pRow1[3 * i], pRow2[3 * i]));
-        sum1 += static_cast<uint32_t>(Distance(pRow1[3 * i + 1], pRow2[3 * i + 1]));
-        sum2 += static_cast<uint32_t>(Distance(pRow1[3 * i + 2], pRow2[3 * i + 2]));
-    }
-    pSums[0] = sum0;
-    pSums[1] = sum1;
-    pSums[2] = sum2;
-}
-
-template <class tSample>
+template <class tSum, class tSample>
 void AddDistances(const tSample* pRow1, const tSample* pRow2, size_t pPixels, double (&pSums)[3])
 {
-    uint64_t sums[3];
-    AddDistancesLoop(pRow1, pRow2, pPixels, sums);
+    uint64_t sums[3] = {0, 0, 0};
+    AddDistancesLoop<tSum>(pRow1, pRow2, 3 * pPixels, sums);
     for (int c = 0; c < 3; ++c)
         pSums[c] += static_cast<double>(sums[c]);
 }
 
 template <class tSample>
-SELVANE_CLONES int LargestDistanceLoop(const tSample* pRow1, const tSample* pRow2, size_t pSamples, int pMax)
+SELVANE_CLONES int LargestDistanceLoop(const tSample* pRow1, const tSample* pRow2, size_t pSamples)
 {
-    int largest = pMax;
+    tSample largest = 0;
     for (size_t i = 0; i < pSamples; ++i) {
-        const int distance = Distance(pRow1[i], pRow2[i]);
+        const tSample distance = Distance(pRow1[i], pRow2[i]);
         largest = distance > largest ? distance : largest;
     }
     return largest;
+}
+
+SELVANE_CLONES void AddUpLoop(const float* __restrict pRow, size_t pSamples, sLaneSums* __restrict pSums)
+{
+    sLaneSums sums = *pSums;
+    size_t at = 0;
+    for (; at + kLanes <= pSamples; at += kLanes) {
+        PrefetchLanes(pRow + at);
+        for (size_t j = 0; j < kLanes; ++j)
+            sums.Add(j, pRow[at + j]);
+    }
+    for (size_t j = 0; at + j < pSamples; ++j)
+        sums.Add(j, pRow[at + j]);
+    *pSums = sums;
+}
+
+/// The sizes of the differences of a strip. The sums wait for each other, so nothing else should be left for them.
+SELVANE_CLONES void SizesLoop(const float* pRow1, const float* pRow2, size_t pSamples, double* __restrict pSizes)
+{
+    for (size_t i = 0; i < pSamples; ++i)
+        pSizes[i] = static_cast<double>(std::fabs(pRow1[i] - pRow2[i]));
 }
 
 } // namespace
@@ -401,31 +468,41 @@ void AddUp(const float* pRow, size_t pPixels, double (&pSums)[3])
             pSums[c] += static_cast<double>(pRow[3 * i + c]);
 }
 
+void AddUp(const float* pRow, size_t pPixels, sLaneSums& pSums)
+{
+    AddUpLoop(pRow, 3 * pPixels, &pSums);
+}
+
 void AddDifferences(const float* pRow1, const float* pRow2, size_t pPixels, double (&pSums)[3])
 {
-    for (size_t i = 0; i < pPixels; ++i)
-        for (size_t c = 0; c < 3; ++c)
-            pSums[c] += static_cast<double>(std::fabs(pRow1[3 * i + c] - pRow2[3 * i + c]));
+    double sizes[kStripSamples];
+    for (size_t start = 0; start < 3 * pPixels; start += kStripSamples) {
+        const size_t count = StripLength(start, 3 * pPixels, kStripSamples);
+        SizesLoop(pRow1 + start, pRow2 + start, count, sizes);
+        for (size_t i = 0; i < count; i += 3)
+            for (size_t c = 0; c < 3; ++c)
+                pSums[c] += sizes[i + c];
+    }
 }
 
 void AddDifferences(const unsigned char* pRow1, const unsigned char* pRow2, size_t pPixels, double (&pSums)[3])
 {
-    AddDistances(pRow1, pRow2, pPixels, pSums);
+    AddDistances<uint16_t>(pRow1, pRow2, pPixels, pSums);
 }
 
 void AddDifferences(const unsigned short* pRow1, const unsigned short* pRow2, size_t pPixels, double (&pSums)[3])
 {
-    AddDistances(pRow1, pRow2, pPixels, pSums);
+    AddDistances<uint32_t>(pRow1, pRow2, pPixels, pSums);
 }
 
 int LargestDifference(const unsigned char* pRow1, const unsigned char* pRow2, size_t pSamples, int pMax)
 {
-    return LargestDistanceLoop(pRow1, pRow2, pSamples, pMax);
+    return std::max(pMax, LargestDistanceLoop(pRow1, pRow2, pSamples));
 }
 
 int LargestDifference(const unsigned short* pRow1, const unsigned short* pRow2, size_t pSamples, int pMax)
 {
-    return LargestDistanceLoop(pRow1, pRow2, pSamples, pMax);
+    return std::max(pMax, LargestDistanceLoop(pRow1, pRow2, pSamples));
 }
 
 } // namespace Vornik::Rows

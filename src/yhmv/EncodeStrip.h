@@ -33,20 +33,16 @@ SELVANE_INLINE float Smaller(float pA, float pB)
 }
 
 /// The hue in degrees, 0 to 360 inclusive, of a colour that is not grey. The product with 60 comes before the division
-/// and may overflow. With a NaN primary the result may be NaN.
+/// and may overflow. With a NaN primary the result may be NaN. Between red and yellow the start is -0, which as an
+/// addend leaves every value, and the sign of a zero, as it is.
 SELVANE_INLINE float HueDegrees(float pR, float pG, float pB, float pMin, float pMax)
 {
-    const bool red = pR == pMax;
-    const bool redToYellow = red & (pG >= pB);
-    const bool magentaToRed = red & (pG < pB);
     const bool green = pG == pMax;
-    const float ofRed = pG - pB, ofGreen = pB - pR, ofBlue = pR - pG;
-    const float notRed = green ? ofGreen : ofBlue;
-    const float difference = (redToYellow | magentaToRed) ? ofRed : notRed;
-    const float startNotRed = green ? 120.0f : 240.0f;
-    const float start = magentaToRed ? 360.0f : startNotRed;
-    const float degrees = difference * 60.0f / (pMax - pMin);
-    return redToYellow ? degrees : degrees + start;
+    const bool fromMagenta = pG < pB;
+    const bool red = (pR == pMax) & ((pG >= pB) | fromMagenta);
+    const float difference = Choose(red, pG - pB, Choose(green, pB - pR, pR - pG));
+    const float start = Choose(red, Choose(fromMagenta, 360.0f, -0.0f), Choose(green, 120.0f, 240.0f));
+    return difference * 60.0f / (pMax - pMin) + start;
 }
 
 /// Degrees to 16 bits, truncated. The difference of two primaries is at most that of the extremes, so the value is

@@ -1,7 +1,7 @@
 #ifndef SELVANE_YHMV_PIXELRECORD_H
 #define SELVANE_YHMV_PIXELRECORD_H
 
-// Byte offsets of the two pixel records, internal; cYHMVColorSpace.h draws them. Rows are processed in strips, field by
+// The bytes of the two pixel records, internal; cYHMVColorSpace.h draws them. Rows are processed in strips, field by
 // field over small arrays, so that the arithmetic between loading and storing vectorises.
 
 #include "base/Versions.h"
@@ -20,13 +20,8 @@ constexpr int kLine = 16; // pixels whose floats fill a line of the cache
 
 constexpr int kYHMVBytes = 14;
 constexpr int kYHMVLuminance = 0;
-constexpr int kYHMVHue = 4;
-constexpr int kYHMVSmallest = 6;
-constexpr int kYHMVLargest = 10;
 
 constexpr int kHMVBytes = 10;
-constexpr int kHMVSmallest = 2;
-constexpr int kHMVLargest = 6;
 
 /// The records of a scanline.
 inline unsigned char* RecordsOf(unsigned short* pScanline)
@@ -51,19 +46,6 @@ SELVANE_INLINE void StoreFloat(unsigned char* pTo, float pValue)
     std::memcpy(pTo, &pValue, sizeof pValue);
 }
 
-SELVANE_INLINE int LoadHue(const unsigned char* pFrom)
-{
-    uint16_t hue = 0;
-    std::memcpy(&hue, pFrom, sizeof hue);
-    return hue;
-}
-
-SELVANE_INLINE void StoreHue(unsigned char* pTo, int pHue)
-{
-    const uint16_t hue = static_cast<uint16_t>(pHue);
-    std::memcpy(pTo, &hue, sizeof hue);
-}
-
 /// Asks for the lines of kLine records of tBytes bytes. Records are many lines for the processor to foresee, and a
 /// store that waits for its line holds up all later ones.
 /// @tparam tWrite whether they will be written
@@ -76,7 +58,8 @@ SELVANE_INLINE void PrefetchRecords(const unsigned char* pRecords)
 }
 
 /// The records of a strip as they stand, at a distance of 16 bytes. A record moves as one block of 16 bytes; the last
-/// one takes 14, since the next two bytes need not belong to the picture.
+/// one takes its own bytes only, since the next ones need not belong to the picture. An HMV record stands where the same
+/// fields of a YHMV record do, from the second word on.
 struct sRawRecords
 {
     uint32_t fWords[4 * kStrip]; ///< Y; H and half of M; halves of M and V; half of V in the low 16 bits
@@ -110,31 +93,44 @@ private:
 };
 
 /// Moves pCount records, at least 1, from a distance of tFromBytes to one of tToBytes, in this order: each block of 16
-/// bytes may reach into the next record. pAhead is where the records of a later strip stand, and are asked for.
+/// bytes may reach into the next record. One of the distances is that of the picture. pAhead is where the records of a
+/// later strip stand in it, and are asked for.
 template <int tFromBytes, int tToBytes>
 SELVANE_INLINE void MoveRecords(const unsigned char* pFrom, unsigned char* pTo, int pCount, const unsigned char* pAhead)
 {
+    constexpr int kBytes = tFromBytes < tToBytes ? tFromBytes : tToBytes;
     for (int first = 0; first < pCount - 1; first += kLine) {
-        PrefetchRecords<kYHMVBytes, tToBytes == kYHMVBytes>(pAhead + ptrdiff_t{kYHMVBytes} * first);
+        PrefetchRecords<kBytes, tToBytes == kBytes>(pAhead + ptrdiff_t{kBytes} * first);
         const int end = first + kLine < pCount - 1 ? first + kLine : pCount - 1;
 #pragma GCC unroll 4
         for (int n = first; n < end; ++n)
             std::memcpy(pTo + ptrdiff_t{tToBytes} * n, pFrom + ptrdiff_t{tFromBytes} * n, 16);
     }
     const ptrdiff_t last = pCount - 1;
-    std::memcpy(pTo + tToBytes * last, pFrom + tFromBytes * last, kYHMVBytes);
+    std::memcpy(pTo + tToBytes * last, pFrom + tFromBytes * last, kBytes);
 }
 
-SELVANE_INLINE void LoadYHMVRecords(const unsigned char* pRecords, int pCount, sRawRecords& pRaw)
+/// The first word of pRaw that a record of tBytes bytes fills.
+template <int tBytes>
+SELVANE_INLINE auto* FirstWord(auto& pRaw)
 {
-    auto* raw = reinterpret_cast<unsigned char*>(pRaw.fWords);
-    MoveRecords<kYHMVBytes, 16>(pRecords, raw, pCount, pRecords + ptrdiff_t{2} * kStrip * kYHMVBytes);
+    return pRaw.fWords + (tBytes == kYHMVBytes ? 0 : 1);
 }
 
-SELVANE_INLINE void StoreYHMVRecords(unsigned char* pRecords, int pCount, const sRawRecords& pRaw)
+/// @tparam tBytes of a record
+template <int tBytes>
+SELVANE_INLINE void LoadRecords(const unsigned char* pRecords, int pCount, sRawRecords& pRaw)
 {
-    const auto* raw = reinterpret_cast<const unsigned char*>(pRaw.fWords);
-    MoveRecords<16, kYHMVBytes>(raw, pRecords, pCount, pRecords + ptrdiff_t{2} * kStrip * kYHMVBytes);
+    auto* raw = reinterpret_cast<unsigned char*>(FirstWord<tBytes>(pRaw));
+    MoveRecords<tBytes, 16>(pRecords, raw, pCount, pRecords + ptrdiff_t{2} * kStrip * tBytes);
+}
+
+/// @tparam tBytes of a record
+template <int tBytes>
+SELVANE_INLINE void StoreRecords(unsigned char* pRecords, int pCount, const sRawRecords& pRaw)
+{
+    const auto* raw = reinterpret_cast<const unsigned char*>(FirstWord<tBytes>(pRaw));
+    MoveRecords<16, tBytes>(raw, pRecords, pCount, pRecords + ptrdiff_t{2} * kStrip * tBytes);
 }
 
 /// Number of pixels in the strip that begins at pFirst.

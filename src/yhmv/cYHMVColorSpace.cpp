@@ -2,12 +2,14 @@
 
 #include "base/Numeric.h"
 #include "base/Require.h"
+#include "base/Strips.h"
 #include "bitmap/cBitmap.h"
 #include "bitmap/cBitmapU16T.h"
 #include "bitmap/cBitmapXYZ32.h"
 #include "color/MatrixProduct.h"
 #include "color/cColorSpace.h"
 #include "curve/cTransfer.h"
+#include "yhmv/DecodeStrip.h"
 #include "yhmv/EncodeStrip.h"
 #include "yhmv/PixelRecord.h"
 
@@ -27,12 +29,6 @@ namespace
 constexpr float kDegreesToUnit = 0x1.6c16c2p-9f; // 0.0027777778, 1 / 360
 
 // ---- One pixel ------------------------------------------------------------------------------------------------------
-
-// Raises a negative or NaN primary to 0.
-SELVANE_INLINE float AtLeastZero(float pValue)
-{
-    return pValue > 0.0f ? pValue : 0.0f;
-}
 
 // Three primaries from hue on the unit scale, smallest and largest primary. The sextant is a truncating remainder. So a
 // negative hue takes the last case, unless it is in the first sixth of a turn.
@@ -72,7 +68,7 @@ SELVANE_INLINE void StoreYHMV(const sRecordStrip& pStrip, int pCount, unsigned c
     sRawRecords raw;
     for (int n = 0; n < kStrip; ++n)
         raw.Set(n, pStrip.fLuminance[n], pStrip.fHue[n], pStrip.fSmallest[n], pStrip.fLargest[n]);
-    StoreYHMVRecords(pTo, pCount, raw);
+    StoreRecords<kYHMVBytes>(pTo, pCount, raw);
 }
 
 SELVANE_CLONES void EncodeRowXYZ(const float* pFrom, unsigned short* pTo, int pWidth, cMatrix33 pMatrix)
@@ -94,32 +90,28 @@ struct sPrimaries
     float fB[kStrip];
 };
 
-// Samples are stored blue, green, red.
-template <class tSample>
-SELVANE_INLINE void FetchLinear(const tSample* pFrom, const float* pLUT, int pCount, sPrimaries& pTo)
+// Raises a negative or NaN primary to 0.
+SELVANE_INLINE float AtLeastZero(float pValue)
 {
-    for (int n = 0; n < pCount; ++n) {
-        const tSample* from = pFrom + ptrdiff_t{3} * n;
-        pTo.fB[n] = pLUT[from[0]];
-        pTo.fG[n] = pLUT[from[1]];
-        pTo.fR[n] = pLUT[from[2]];
+    return pValue > 0.0f ? pValue : 0.0f;
+}
+
+// Transforms linear samples, stored blue, green, red, to linear ProPhoto RGB. A separate step, because it would not
+// vectorise together with the next.
+SELVANE_INLINE void TransformLinear(const float* pLinear, const cMatrix33& pMatrix, sPrimaries& pTo)
+{
+    for (int n = 0; n < kStrip; ++n) {
+        const float* const bgr = pLinear + ptrdiff_t{3} * n;
+        const cVector3 linear = MultiplyColumn<cVector3>(pMatrix, bgr[2], bgr[1], bgr[0]);
+        pTo.fR[n] = AtLeastZero(linear.x);
+        pTo.fG[n] = AtLeastZero(linear.y);
+        pTo.fB[n] = AtLeastZero(linear.z);
     }
 }
 
-// Transforms to linear ProPhoto RGB, in place. A separate step, because it would not vectorise together with the next.
-SELVANE_INLINE void TransformLinear(sPrimaries& pStrip, const cMatrix33& pMatrix, int pCount)
+SELVANE_INLINE void EncodeLinear(const sPrimaries& pFrom, sRecordStrip& pTo)
 {
-    for (int n = 0; n < pCount; ++n) {
-        const cVector3 linear = MultiplyColumn<cVector3>(pMatrix, pStrip.fR[n], pStrip.fG[n], pStrip.fB[n]);
-        pStrip.fR[n] = AtLeastZero(linear.x);
-        pStrip.fG[n] = AtLeastZero(linear.y);
-        pStrip.fB[n] = AtLeastZero(linear.z);
-    }
-}
-
-SELVANE_INLINE void EncodeLinear(const sPrimaries& pFrom, int pCount, sRecordStrip& pTo)
-{
-    for (int n = 0; n < pCount; ++n) {
+    for (int n = 0; n < kStrip; ++n) {
         const sHMV color = Encode(pFrom.fR[n], pFrom.fG[n], pFrom.fB[n]);
         pTo.fHue[n] = color.fHue;
         pTo.fSmallest[n] = color.fSmallest;
@@ -129,24 +121,25 @@ SELVANE_INLINE void EncodeLinear(const sPrimaries& pFrom, int pCount, sRecordStr
 
 SELVANE_INLINE void StoreHMV(const sRecordStrip& pStrip, int pCount, unsigned char* pTo)
 {
-    for (int n = 0; n < pCount; ++n, pTo += kHMVBytes) {
-        StoreHue(pTo, pStrip.fHue[n]);
-        StoreFloat(pTo + kHMVSmallest, pStrip.fSmallest[n]);
-        StoreFloat(pTo + kHMVLargest, pStrip.fLargest[n]);
-    }
+    sRawRecords raw;
+    for (int n = 0; n < kStrip; ++n)
+        raw.Set(n, 0.0f, pStrip.fHue[n], pStrip.fSmallest[n], pStrip.fLargest[n]);
+    StoreRecords<kHMVBytes>(pTo, pCount, raw);
 }
 
+// All loops but the look-ups go over whole strips; the rest of a short one is what the strip before left.
 template <class tSample>
 SELVANE_CLONES void EncodeRowLDR(const tSample* pFrom, const float* pLUT, unsigned short* pTo, int pWidth,
                                  cMatrix33 pMatrix)
 {
+    float linear[3 * kStrip] = {};
     sPrimaries primaries;
     sRecordStrip strip;
     for (ptrdiff_t x = 0; x < pWidth; x += kStrip) {
         const int count = StripCount(pWidth, x);
-        FetchLinear(pFrom + 3 * x, pLUT, count, primaries);
-        TransformLinear(primaries, pMatrix, count);
-        EncodeLinear(primaries, count, strip);
+        LookUp(pFrom + 3 * x, 3 * count, pLUT, linear);
+        TransformLinear(linear, pMatrix, primaries);
+        EncodeLinear(primaries, strip);
         StoreHMV(strip, count, RecordsOf(pTo) + kHMVBytes * x);
     }
 }
@@ -165,10 +158,18 @@ void EncodeRows(const void* pFrom, ptrdiff_t pStride, const float* pLUT, const c
 
 // ---- The table ------------------------------------------------------------------------------------------------------
 
+// The formula of the decoders gives the bits of Decode for all 65536 hues, and vectorises.
 SELVANE_CLONES void FillNeutral(float (*pTable)[3])
 {
-    for (int i = 0; i < kTableSize; ++i)
-        Decode(static_cast<float>(i) * kFromSample16, 0.0f, 1.0f, pTable[i][0], pTable[i][1], pTable[i][2]);
+    sDecodeStrip strip{};
+    for (int first = 0; first < kTableSize; first += kStrip) {
+        for (int n = 0; n < kStrip; ++n)
+            strip.fHue[n] = first + n;
+        ColorOfHue(strip);
+        for (int n = 0; n < kStrip; ++n)
+            for (int k = 0; k < 3; ++k)
+                pTable[first + n][k] = strip.fColor[k][n];
+    }
 }
 
 // A shift of 32767 is neutral. The hue wraps around the circle as its 16 bits wrap. Twice the saturation is exact, so

@@ -1,6 +1,7 @@
 #include "yhmv/cYHMVColorSpace.h"
 
 #include "base/Numeric.h"
+#include "base/Strips.h"
 #include "bitmap/cBitmap.h"
 #include "bitmap/cBitmapU16T.h"
 #include "yhmv/DecodeStrip.h"
@@ -28,7 +29,7 @@ SELVANE_INLINE void LoadYHMV(sDecodeStrip& pStrip, int pCount, const unsigned ch
 {
     sRawRecords raw;
     if (pCount < kStrip) raw = {};
-    LoadYHMVRecords(pRow, pCount, raw);
+    LoadRecords<kYHMVBytes>(pRow, pCount, raw);
     for (int n = 0; n < kStrip; ++n) {
         pStrip.fLuminance[n] = raw.Luminance(n);
         pStrip.fHue[n] = raw.Hue(n);
@@ -39,10 +40,13 @@ SELVANE_INLINE void LoadYHMV(sDecodeStrip& pStrip, int pCount, const unsigned ch
 
 SELVANE_INLINE void LoadHMV(sDecodeStrip& pStrip, int pCount, const unsigned char* pRow)
 {
-    for (int n = 0; n < pCount; ++n, pRow += kHMVBytes) {
-        pStrip.fHue[n] = LoadHue(pRow);
-        pStrip.fSmallest[n] = LoadFloat(pRow + kHMVSmallest);
-        pStrip.fLargest[n] = LoadFloat(pRow + kHMVLargest);
+    sRawRecords raw;
+    if (pCount < kStrip) raw = {};
+    LoadRecords<kHMVBytes>(pRow, pCount, raw);
+    for (int n = 0; n < kStrip; ++n) {
+        pStrip.fHue[n] = raw.Hue(n);
+        pStrip.fSmallest[n] = raw.Smallest(n);
+        pStrip.fLargest[n] = raw.Largest(n);
     }
 }
 
@@ -58,8 +62,7 @@ SELVANE_INLINE float Lightness(float pLightness, float pSmallest, float pLargest
 
 SELVANE_INLINE void IntensityOfLightness(sDecodeStrip& pStrip, int pCount, const float* pHLLUT)
 {
-    for (int n = 0; n < pCount; ++n)
-        pStrip.fIntensity[n] = pHLLUT[pStrip.fHue[n]];
+    LookUp(pStrip.fHue, pCount, pHLLUT, pStrip.fIntensity);
     for (int n = 0; n < kStrip; ++n)
         pStrip.fIntensity[n] = Lightness(pStrip.fIntensity[n], pStrip.fSmallest[n], pStrip.fLargest[n]);
 }
@@ -138,6 +141,11 @@ SELVANE_INLINE void Store(sTarget& pTarget, const sDecodeStrip& pStrip, int pCou
 
 constexpr int64_t kPixelsToAsk = int64_t{1} << 19; // with fewer, the question takes longer than what it saves
 
+bool IsWorthAsking(const cBitmapU16T& pPicture)
+{
+    return int64_t{pPicture.fWidth} * pPicture.fHeight >= kPixelsToAsk;
+}
+
 /// Whether the table has the colours of a neutral one, bit for bit.
 SELVANE_CLONES bool IsNeutral(const float (*pTable)[3])
 {
@@ -200,6 +208,8 @@ SELVANE_CLONES void DecodeRef(const unsigned char* pRow, sTarget pTarget, int pW
     }
 }
 
+/// @tparam tNeutral whether pTable is neutral
+template <bool tNeutral>
 SELVANE_CLONES void DecodeHMV(const unsigned char* pRow, sTarget pTarget, int pWidth, const float (*pTable)[3],
                               const unsigned short* pEncodeLUT, cMatrix33 pMatrix, const float* pHLLUT)
 {
@@ -209,7 +219,10 @@ SELVANE_CLONES void DecodeHMV(const unsigned char* pRow, sTarget pTarget, int pW
         const int count = StripCount(pWidth, x);
         const unsigned char* records = pRow + kHMVBytes * x;
         LoadHMV(strip, count, records);
-        ColorOfTable(strip, count, pTable);
+        if (tNeutral)
+            ColorOfHue(strip);
+        else
+            ColorOfTable(strip, count, pTable);
         IntensityOfLightness(strip, count, pHLLUT);
         if (ordinary) RaiseBlack(strip);
         Primaries(strip);
@@ -240,8 +253,7 @@ void cYHMVColorSpace::YHMVToRGB(const cBitmapU16T* pInput, cBitmapLDR* pOutput, 
 {
     const float invRange = InverseRange(pBlack, pWhite);
     const int bits = pOutput->GetBitsPerChannel();
-    const bool large = int64_t{pInput->fWidth} * pInput->fHeight >= kPixelsToAsk;
-    const auto decode = large && IsNeutral(fHMVToRGBLUT) ? DecodeSimple<true> : DecodeSimple<false>;
+    const auto decode = IsWorthAsking(*pInput) && IsNeutral(fHMVToRGBLUT) ? DecodeSimple<true> : DecodeSimple<false>;
     for (int y = 0; y < pInput->fHeight; ++y)
         decode(RecordsOf(pInput->GetScanline(y)), TargetOf(OutputRow(pOutput, bits, y), bits), pInput->fWidth,
                fHMVToRGBLUT, pEncodeLUT, pScale, invRange, pBlack, pMatrix, pContrastLUT);
@@ -251,9 +263,10 @@ void cYHMVColorSpace::HMVToRGB(const cBitmapU16T* pInput, cBitmapLDR* pOutput, u
                                cMatrix33 pMatrix, float* pHLLUT)
 {
     const int bits = pOutput->GetBitsPerChannel();
+    const auto decode = IsWorthAsking(*pInput) && IsNeutral(fHMVToRGBLUT) ? DecodeHMV<true> : DecodeHMV<false>;
     for (int y = 0; y < pInput->fHeight; ++y)
-        HMVToRGB_RowRef(pInput->GetScanline(y), OutputRow(pOutput, bits, y), pInput->fWidth, bits, pEncodeLUT, pMatrix,
-                        pHLLUT);
+        decode(RecordsOf(pInput->GetScanline(y)), TargetOf(OutputRow(pOutput, bits, y), bits), pInput->fWidth,
+               fHMVToRGBLUT, pEncodeLUT, pMatrix, pHLLUT);
 }
 
 void cYHMVColorSpace::YHMVToRGB_RowSimple(const unsigned short* pRow, void* pDest, int pWidth, int pBits,
@@ -275,7 +288,7 @@ void cYHMVColorSpace::YHMVToRGB_RowRef(const unsigned short* pRow, void* pDest, 
 void cYHMVColorSpace::HMVToRGB_RowRef(const unsigned short* pRow, void* pDest, int pWidth, int pBits,
                                       unsigned short* pEncodeLUT, cMatrix33 pMatrix, float* pHLLUT)
 {
-    DecodeHMV(RecordsOf(pRow), TargetOf(pDest, pBits), pWidth, fHMVToRGBLUT, pEncodeLUT, pMatrix, pHLLUT);
+    DecodeHMV<false>(RecordsOf(pRow), TargetOf(pDest, pBits), pWidth, fHMVToRGBLUT, pEncodeLUT, pMatrix, pHLLUT);
 }
 
 } // namespace Vornik

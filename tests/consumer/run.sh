@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # run.sh BUILD VERSION LIBRARY-VERSION: installs BUILD into a scratch prefix, moves the prefix, and builds and runs from there, with
 # find_package and with pkg-config, under g++ and clang++: both hosts of the engine, and the program of libselvane with either form of
-# the library. Compares the installed files with the list beside this script.
+# the library. Compares the installed files, but for the Python package, with the list beside this script.
 set -euo pipefail
 build=$1 version=$2 library_version=$3
 here=$(cd "$(dirname "$0")" && pwd)
@@ -11,7 +11,7 @@ trap 'rm -rf "$scratch"' EXIT
 cmake --install "$build" --prefix "$scratch/first" >/dev/null
 mv "$scratch/first" "$scratch/prefix"
 prefix=$scratch/prefix
-(cd "$prefix" && find . \( -type f -o -type l \) | sed -E 's#SelvaneTargets-[a-z]+#SelvaneTargets-CONFIG#; s#/lib/[^/]*-linux-gnu[^/]*/#/lib/#; s#^\./##; s#(libselvane\.so\.)[0-9]+\.[0-9.]+$#\1VERSION#' | LC_ALL=C sort) >"$scratch/files"
+(cd "$prefix" && find . \( -type f -o -type l \) ! -path '*/dist-packages/*' | sed -E 's#SelvaneTargets-[a-z]+#SelvaneTargets-CONFIG#; s#/lib/[^/]*-linux-gnu[^/]*/#/lib/#; s#^\./##; s#(libselvane\.so\.)[0-9]+\.[0-9.]+$#\1VERSION#' | LC_ALL=C sort) >"$scratch/files"
 diff -u "$here/installed.txt" "$scratch/files"
 
 pc=$(dirname "$(find "$prefix" -name selvane.pc)")

@@ -141,6 +141,41 @@ TEST(cBilateral, EqualsTheDirectFormulaOnRowsOfManyStrips)
         }
 }
 
+/// Noise whose level moves by pDrift from row to row, so that the rows of a band need other cells in value.
+tPlane DriftingNoise(int pWidth, int pHeight, float pSpread, float pDrift)
+{
+    tPlane plane = Noise(Count(pWidth, pHeight), 0.0f, pSpread);
+    for (size_t i = 0; i < plane.size(); i++)
+        plane[i] += pDrift * static_cast<float>(i / static_cast<size_t>(pWidth));
+    return plane;
+}
+
+// Many rows of pixels lie between two rows of cells. Their values are within 32 cells of each other (spread 0.1), leave
+// what the rows before them needed (drift), or are too far apart for that (spread 0.6).
+TEST(cBilateral, EqualsTheDirectFormulaWhereCellsAreManyPixelsApart)
+{
+    for (const int width : {1, 127, 128, 129, 300})
+        for (const float space : {9.0f, 40.0f})
+            for (const float spread : {0.1f, 0.6f})
+                for (const float drift : {0.0f, 0.02f, -0.02f}) {
+                    tPlane plane = DriftingNoise(width, 47, spread, drift);
+                    for (float& sample : plane)
+                        sample += drift < 0.0f ? 1.0f : 0.0f;
+                    ExpectDirect(plane, {width, 47, space, 0.01f, 0.0f, 2.0f});
+                }
+}
+
+// One row whose values are too far apart stands among others.
+TEST(cBilateral, EqualsTheDirectFormulaBesideARowOfDistantValues)
+{
+    for (const int row : {0, 5, 19})
+        for (const float stray : {3.9f, kNaN}) {
+            tPlane plane = Noise(Count(140, 20), 0.0f, 0.2f);
+            plane[Count(140, row) + 130] = stray;
+            ExpectDirect(plane, {140, 20, 25.0f, 0.02f, 0.0f, 4.0f});
+        }
+}
+
 TEST(cBilateral, EqualsTheDirectFormulaWithTheClosingBlur)
 {
     const tPlane plane = Noise(Count(50, 33), 0.0f, 4.0f);

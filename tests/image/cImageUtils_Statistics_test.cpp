@@ -331,6 +331,34 @@ TEST(Mean, TheOrderOfTheAdditionsShows)
     EXPECT_TRUE(Same(mean[2], static_cast<float>(1.0 / 3.0)));
 }
 
+TEST(Mean, OfSamplesFrom0UpEqualsTheOrderedSum)
+{
+    unsigned seed = 50;
+    for (const int width : {1, 15, 16, 17, 255, 300})
+        for (const int height : {1, 40, 200}) {
+            auto picture = MakePicture<cBitmapXYZ32>(width, height, 3);
+            SetRandom(*picture, seed++);
+            ForEachSample(*picture,
+                          [&](int x, int y, int c) { At(*picture, x, y, c) = std::fabs(At(*picture, x, y, c)); });
+            ExpectMean(*picture);
+        }
+}
+
+// 2^53 + 2^29 is a tie between two floats. In picture order each 1 after it is lost, and the tie goes down; added up
+// before, the ones would tip it upwards.
+TEST(Mean, AtATieTheOrderOfTheAdditionsDecides)
+{
+    const auto picture = MakePicture<cBitmapXYZ32>(64, 1, 0);
+    ForEachSample(*picture, [&](int x, int y, int c) {
+        At(*picture, x, y, c) = x == 0 ? 0x1p53f : x == 1 ? 0x1p29f : 1.0f;
+    });
+    ExpectMean(*picture);
+    float mean[3] = {-1, -1, -1};
+    cImageUtils::Mean(picture.get(), mean[0], mean[1], mean[2]);
+    for (const float channel : mean)
+        EXPECT_EQ(channel, 0x1p47f);
+}
+
 TEST(Mean, OfOnePixelIsThePixel)
 {
     const auto picture = Row({0.1f, -2.5f, 1e-30f});

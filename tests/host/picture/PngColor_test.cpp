@@ -60,9 +60,9 @@ TEST(PngColor, DamagedChunksGiveNoProfile)
 
 TEST(PngColor, TheSrgbChunksAreFoundAgain)
 {
-    EXPECT_TRUE(PngSaysSrgb(PngWith(PngSrgbChunks())));
-    EXPECT_FALSE(PngSaysSrgb(PngWith({})));
-    EXPECT_FALSE(PngSaysSrgb(PngWith(PngProfileChunk({7, 7, 7}, "sRGB"))));
+    EXPECT_EQ(PngNotes(PngWith(PngSrgbChunks())).fSpace, SELVANE_SRGB);
+    EXPECT_FALSE(PngNotes(PngWith({})).fSpace.has_value());
+    EXPECT_FALSE(PngNotes(PngWith(PngProfileChunk({7, 7, 7}, "sRGB"))).fSpace.has_value());
     const std::vector<SelvaneTest::sPngChunk> chunks = SelvaneTest::PngChunks(PngWith(PngSrgbChunks()));
     ASSERT_GE(chunks.size(), 5U);
     EXPECT_EQ(chunks[0].fType + chunks[1].fType + chunks[2].fType + chunks[3].fType, "IHDRsRGBgAMAcHRM");
@@ -72,14 +72,28 @@ TEST(PngColor, AnSrgbChunkThatIsNoneSaysNothing)
 {
     const tBytes whole = PngWith(PngSrgbChunks());
     for (size_t size = 0; size < whole.size(); size++)
-        PngSaysSrgb(tBytes(whole.begin(), whole.begin() + static_cast<long>(size)));
+        PngNotes(tBytes(whole.begin(), whole.begin() + static_cast<long>(size)));
     tBytes longer = PngSrgbChunks();
     longer[3] = 2; // two bytes where one intent belongs
-    EXPECT_FALSE(PngSaysSrgb(PngWith(longer)));
+    EXPECT_FALSE(PngNotes(PngWith(longer)).fSpace.has_value());
     tBytes behind = PngWith({});
     const tBytes chunks = PngSrgbChunks();
     behind.insert(behind.end() - 12, chunks.begin(), chunks.end()); // before the end chunk: after the pixels
-    EXPECT_FALSE(PngSaysSrgb(behind));
+    EXPECT_FALSE(PngNotes(behind).fSpace.has_value());
+}
+
+TEST(PngColor, EveryColorChunkIsNoted)
+{
+    const sColorNotes own = PngNotes(PngWith(PngSrgbChunks()));
+    ASSERT_TRUE(own.fGamma && own.fChromaticities);
+    EXPECT_DOUBLE_EQ(*own.fGamma, 100000.0 / 45455.0);
+    EXPECT_EQ(*own.fChromaticities, (std::array<float, 8>{0.64F, 0.33F, 0.3F, 0.6F, 0.15F, 0.06F, 0.3127F, 0.329F}));
+    EXPECT_FALSE(own.fCodePoints.has_value());
+    const sColorNotes coded = PngNotes(PngWith({0, 0, 0, 4, 'c', 'I', 'C', 'P', 9, 16, 0, 1, 0, 0, 0, 0}));
+    ASSERT_TRUE(coded.fCodePoints.has_value());
+    EXPECT_EQ(coded.fCodePoints->fPrimaries, 9);
+    EXPECT_EQ(coded.fCodePoints->fTransfer, 16);
+    EXPECT_FALSE(PngNotes(PngWith({0, 0, 0, 3, 'c', 'I', 'C', 'P', 9, 16, 0, 0, 0, 0, 0})).fCodePoints.has_value());
 }
 
 TEST(PngColor, AProfileThatGrowsBeyondReasonIsNone)

@@ -43,7 +43,7 @@ int Confined(const std::function<int(int pFile)>& pAction)
 {
     return InChild([&] {
         const int file = ::memfd_create("test", 0);
-        return ForbidAllButReading(file) ? pAction(file) : kUnavailable;
+        return ForbidAllButReading({file}) ? pAction(file) : kUnavailable;
     });
 }
 

@@ -72,9 +72,38 @@ TEST_F(OpenExrReader, ChannelsAreFoundInPartsAndLayers)
         grey.insert(grey.end(), 3, value);
     EXPECT_EQ(Read("grey.exr").fPixels, BytesOf(grey));
     StoreExr(fFolder / "none.exr", 4, 3, {{"R", r}, {"G", g}});
-    EXPECT_THAT(RefusalOf("none.exr"), HasSubstr("no channels R, G and B"));
+    EXPECT_THAT(RefusalOf("none.exr"), HasSubstr("no channels R, G and B; its channels are G, R"));
     StoreExr(fFolder / "chroma.exr", 4, 3, {{"Y", g}, {"RY", r}, {"BY", b}});
     EXPECT_THAT(RefusalOf("chroma.exr"), HasSubstr("subsampled colour"));
+}
+
+TEST_F(OpenExrReader, OtherNamesOfColorsAreKnown)
+{
+    const std::vector<float> floats = Floats(4, 3);
+    const std::vector<float> r = Channel(floats, 0), g = Channel(floats, 1), b = Channel(floats, 2);
+    StoreExr(fFolder / "small.exr", 4, 3, {{"r", r}, {"g", g}, {"b", b}});
+    StoreExr(fFolder / "words.exr", 4, 3, {{"red", r}, {"green", g}, {"blue", b}, {"alpha", r}});
+    StoreExr(fFolder / "layer.exr", 4, 3, {{"sun.Red", r}, {"sun.Green", g}, {"sun.Blue", b}});
+    EXPECT_EQ(Read("small.exr").fPixels, BytesOf(floats));
+    EXPECT_EQ(Read("words.exr").fChannels, 4);
+    EXPECT_EQ(Read("layer.exr").fPixels, BytesOf(floats));
+}
+
+TEST_F(OpenExrReader, ALayerIsChosenByName)
+{
+    const std::vector<float> floats = Floats(4, 3);
+    const std::vector<float> r = Channel(floats, 0), g = Channel(floats, 1), b = Channel(floats, 2);
+    StoreExr(fFolder / "a.exr", 4, 3,
+             {{"R", b}, {"G", b}, {"B", b}, {"sky.R", r}, {"sky.G", g}, {"sky.B", b}, {"depth.Y", g}, {"mask.Z", r}});
+    const auto layer = [&](const std::string& pName) {
+        return SelvaneHost::ReadPictureFile(fFolder / "a.exr", {.fLayer = pName});
+    };
+    EXPECT_EQ(layer("sky").fPixels, BytesOf(floats));
+    EXPECT_TRUE(layer("sky").fWarnings.empty());
+    EXPECT_EQ(layer("depth").fPixels.size(), BytesOf(floats).size());
+    for (const char* none : {"mask", "sk", "sea", "sky."})
+        EXPECT_THAT(Refusal([&] { layer(none); }), testing::AllOf(HasSubstr("no layer \"" + std::string(none) + "\""),
+                                                                  HasSubstr("sky.B, sky.G, sky.R")));
 }
 
 /// A picture of 20 x 18 pixels with R, G and B of 3 in 16-bit floats.
@@ -250,13 +279,14 @@ TEST_F(OpenExrReader, ChromaticitiesDecideTheColorSpace)
     const std::vector<float> plane(4, 1.0F);
     const auto read = [&](const std::vector<float>& pChromaticities) {
         StoreExr(fFolder / "a.exr", 2, 2, {{"R", plane}, {"G", plane}, {"B", plane}}, pChromaticities);
-        return Read("a.exr");
+        return SelvaneHost::ReadPictureFile(fFolder / "a.exr", {.fAsEntry = true});
     };
     EXPECT_FALSE(read({}).fColor.fIsNamed);
     EXPECT_EQ(NamedSpace(read({0.7347F, 0.2653F, 0.1596F, 0.8404F, 0.0366F, 0.0001F})), SELVANE_PROPHOTO);
     const sPicture other = read({0.713F, 0.293F, 0.165F, 0.830F, 0.128F, 0.044F});
     EXPECT_FALSE(other.fColor.fIsNamed);
     EXPECT_THAT(other.fColorSpaceWarning, HasSubstr("none of sRGB"));
+    EXPECT_EQ(NamedSpace(Read("a.exr")), SELVANE_CUSTOM) << "ACEScg with the white of sRGB";
 }
 
 } // namespace

@@ -23,7 +23,7 @@ TEST_F(PictureReader, FilesOfOtherKindsAreRefused)
     WriteAll(fFolder / "empty.png", "");
     EXPECT_THAT(RefusalOf("empty.png"), HasSubstr("empty"));
     for (const char* text :
-         {"hello", "P6 1 1 255\n...", "GIF89a......", "RIFF....WEBPVP8 ", "<svg xmlns='x'/>", "\x89PN", "II*"}) {
+         {"hello", "P6 1 1 255\n...", "GIF89a......", "RIFF....WAVEfmt ", "<svg xmlns='x'/>", "\x89PN", "II*"}) {
         WriteAll(fFolder / "other.png", std::string(text));
         EXPECT_THAT(RefusalOf("other.png"), HasSubstr("not a picture of a kind that can be read")) << text;
     }

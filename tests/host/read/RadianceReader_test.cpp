@@ -149,7 +149,7 @@ TEST(RadianceReader, PrimariesDecideTheColorSpace)
 {
     const tBytes pixel = {1, 2, 3, 128};
     const auto read = [&](const std::string& pPrimaries) {
-        return ReadRadiance(Radiance(1, 1, pixel, "PRIMARIES=" + pPrimaries + "\n"));
+        return ReadRadiance(Radiance(1, 1, pixel, "PRIMARIES=" + pPrimaries + "\n"), {.fAsEntry = true});
     };
     EXPECT_EQ(NamedSpace(read("0.640 0.330 0.290 0.600 0.150 0.060 0.3333 0.3333")), SELVANE_SRGB);
     EXPECT_EQ(NamedSpace(read("0.64 0.33 0.21 0.71 0.15 0.06 0.3127 0.329")), SELVANE_ADOBE_RGB);
@@ -158,6 +158,10 @@ TEST(RadianceReader, PrimariesDecideTheColorSpace)
         EXPECT_FALSE(picture.fColor.fIsNamed) << other;
         EXPECT_THAT(picture.fColorSpaceWarning, testing::HasSubstr("none of sRGB")) << other;
     }
+    const sPicture wide =
+        ReadRadiance(Radiance(1, 1, pixel, "PRIMARIES=0.708 0.292 0.170 0.797 0.131 0.046 0.3127 0.329\n"));
+    EXPECT_EQ(NamedSpace(wide), SELVANE_REC2020);
+    EXPECT_EQ(wide.fForm, eExponentPlanes);
 }
 
 TEST(RadianceReader, EveryCutIsRefused)

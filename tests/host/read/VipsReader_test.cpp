@@ -144,9 +144,10 @@ TEST_F(VipsReader, AProfileThatIsNoneOfTheThreeIsNamed)
     how.fProfile[500 + 8 + 2] = 0; // its red primary is no longer that of Adobe RGB
     const tBytes samples = Samples8(2, 2);
     Store(fFolder / "a.tif", samples.data(), 2, 2, how);
-    const sPicture picture = Read("a.tif");
+    const sPicture picture = SelvaneHost::ReadPictureFile(fFolder / "a.tif", {.fAsEntry = true});
     EXPECT_FALSE(picture.fColor.fIsNamed);
     EXPECT_THAT(picture.fColorSpaceWarning, HasSubstr("\"Adobe RGB (1998)\" is none of"));
+    EXPECT_EQ(NamedSpace(Read("a.tif")), SELVANE_CUSTOM);
 }
 
 // A 3 x 2 picture with each of the eight orientations. The table holds the upper left pixel and the upright size.

@@ -5,12 +5,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <csignal>
 #include <filesystem>
 #include <grp.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace
@@ -270,6 +272,86 @@ TEST(OutputFile, ASignalLeavesNoUnfinishedFile)
             EXPECT_EQ(WTERMSIG(status), signal);
             EXPECT_THAT(folder.Names(), ElementsAre("picture.png"));
             EXPECT_EQ(ReadAll(folder / "picture.png"), large);
+        }
+    }
+}
+
+TEST(OutputFile, ANameThatMustBeNewIsNotReplaced)
+{
+    const cFolder folder;
+    WriteAll(folder / "there.png", "old");
+    EXPECT_EQ(Refusal([&] { WriteFile(folder / "there.png", {kContent}, true); }), "cannot be written: File exists");
+    EXPECT_EQ(ReadAll(folder / "there.png"), (tBytes{'o', 'l', 'd'}));
+    WriteFile(folder / "new.png", {kContent}, true);
+    EXPECT_EQ(ReadAll(folder / "new.png"), kContent);
+    std::filesystem::create_symlink("nowhere", folder / "link.png");
+    EXPECT_EQ(Refusal([&] { WriteFile(folder / "link.png", {kContent}, true); }), "cannot be written: File exists");
+    EXPECT_THAT(folder.Names(), ElementsAre("link.png", "new.png", "there.png"));
+}
+
+/// Of many threads that write one new name, one does.
+TEST(OutputFile, OneOfManyMakesANewName)
+{
+    const cFolder folder;
+    std::atomic<int> made{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 16; i++)
+        threads.emplace_back([&] {
+            if (Refusal([&] { WriteFile(folder / "new.png", {kContent}, true); }).empty()) made++;
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(made.load(), 1);
+    EXPECT_THAT(folder.Names(), ElementsAre("new.png"));
+}
+
+TEST(OutputFile, ManyThreadsWriteAtOnce)
+{
+    const cFolder folder;
+    std::vector<std::thread> threads;
+    std::vector<std::string> names;
+    for (int i = 0; i < 16; i++) {
+        names.push_back(std::string("picture") + static_cast<char>('a' + i));
+        threads.emplace_back([&folder, i, name = names.back()] {
+            for (int round = 0; round < 10; round++)
+                WriteFile(folder / name, {tBytes(70000, static_cast<unsigned char>(i))});
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(folder.Names(), names);
+    for (size_t i = 0; i < names.size(); i++)
+        EXPECT_EQ(ReadAll(folder / names[i]), tBytes(70000, static_cast<unsigned char>(i)));
+}
+
+TEST(OutputFile, ASignalLeavesNoUnfinishedFileOfManyThreads)
+{
+    for (int round = 0; round < 20; round++) {
+        const cFolder folder;
+        const tBytes large(100000, 'x');
+        const pid_t child = ::fork();
+        if (child == 0) {
+            ::signal(SIGTERM, SIG_DFL);
+            CatchSignals();
+            std::vector<std::thread> threads;
+            for (int i = 0; i < 8; i++)
+                threads.emplace_back([&, i] {
+                    for (;;)
+                        WriteFile(folder / std::to_string(i), {large});
+                });
+            threads[0].join();
+        }
+        while (!Exists(folder / "0"))
+            ::usleep(200);
+        ::usleep(static_cast<useconds_t>(900 * round));
+        ::kill(child, SIGTERM);
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        ASSERT_TRUE(WIFSIGNALED(status));
+        EXPECT_EQ(WTERMSIG(status), SIGTERM);
+        for (const std::string& name : folder.Names()) {
+            EXPECT_EQ(name.size(), 1U) << name;
+            EXPECT_EQ(ReadAll(folder / name), large);
         }
     }
 }

@@ -129,6 +129,12 @@ TEST_F(Callbacks, ProgressRisesFromNothingToAllInEveryCall)
                        return selvane_preview(fHandle.get(), kWidth / 4, &target);
                    },
                    {kRead, kSplit, kMap, kPoints, kWrite});
+    ExpectProgress("a plain picture",
+                   [&] {
+                       const selvane_target target = TargetOf(kWidth, kHeight, SELVANE_U8, fBytes.data());
+                       return selvane_plain(fHandle.get(), 0.0f, 0, &target);
+                   },
+                   {kWrite});
     SetPicture();
     ExpectProgress("a suggestion", [&] { return selvane_suggest(fHandle.get(), &fSettings); }, {kRead});
     std::vector<float> plane(kWidth * kHeight);

@@ -227,6 +227,29 @@ TEST_F(Stages, OfARepeatedSuggestionAreNone)
     EXPECT_EQ(first.automatic, 0);
 }
 
+/// Pixels that differ by a hundred times ask for less contrast than there is. Offsets do not lead beyond the range.
+TEST(Suggestion, AtTheEndOfARangeStaysThereWhateverTheOffset)
+{
+    std::vector<float> samples;
+    std::mt19937 random(7);
+    for (int i = 0; i < 160 * 120; i++)
+        samples.insert(samples.end(), 3, std::pow(10.0f, static_cast<float>(random() % 2000) * 0.001f));
+    const tHandle handle = NewHandle();
+    const selvane_picture picture = PictureOf(160, 120, SELVANE_F32, samples.data());
+    ASSERT_DONE(handle.get(), selvane_set_picture(handle.get(), &picture));
+    selvane_settings suggestion = PlainSettings(), settings = PlainSettings(), effective = PlainSettings();
+    ASSERT_DONE(handle.get(), selvane_suggest(handle.get(), &suggestion));
+    ASSERT_EQ(suggestion.contrast, -100.0f);
+    const std::vector<uint8_t> suggested = RenderBytes(handle.get(), 160, 120);
+    settings.automatic = 1;
+    settings.contrast = -50.0f;
+    ASSERT_DONE(handle.get(), selvane_set_settings(handle.get(), &settings));
+    ASSERT_DONE(handle.get(), selvane_effective_settings(handle.get(), &effective));
+    EXPECT_EQ(effective.contrast, -100.0f);
+    EXPECT_TRUE(RenderBytes(handle.get(), 160, 120) == suggested);
+    ASSERT_DONE(handle.get(), selvane_set_settings(handle.get(), &effective)) << "what a render uses can be set";
+}
+
 /// The suggestion's own previews leave the report of the latest render alone.
 TEST_F(Stages, OfASuggestionDoNotTouchTheReport)
 {

@@ -83,10 +83,10 @@ TEST(Null, HandleIsRefusedByEveryFunction)
           selvane_get_settings(nullptr, &settings), selvane_suggest(nullptr, &settings),
           selvane_effective_settings(nullptr, &settings), selvane_render(nullptr, &target),
           selvane_preview_size(nullptr, 10, &width, &height), selvane_preview(nullptr, 10, &target),
-          selvane_get_report(nullptr, &report), selvane_get_plane(nullptr, 0, &value, 0),
-          selvane_set_progress(nullptr, nullptr, nullptr), selvane_set_log(nullptr, nullptr, nullptr),
-          selvane_set_executor(nullptr, nullptr, nullptr), selvane_set_threads(nullptr, 1),
-          selvane_set_memory_limit(nullptr, 0)})
+          selvane_plain(nullptr, 0, 10, &target), selvane_get_report(nullptr, &report),
+          selvane_get_plane(nullptr, 0, &value, 0), selvane_set_progress(nullptr, nullptr, nullptr),
+          selvane_set_log(nullptr, nullptr, nullptr), selvane_set_executor(nullptr, nullptr, nullptr),
+          selvane_set_threads(nullptr, 1), selvane_set_memory_limit(nullptr, 0)})
         EXPECT_EQ(status, SELVANE_ERROR_ARGUMENT);
     EXPECT_EQ(selvane_reason(nullptr, 0), nullptr);
     EXPECT_STRNE(selvane_error(nullptr), "");
@@ -109,6 +109,7 @@ TEST_F(Refusals, NullIsRefusedAnywhere)
     ExpectRefused(selvane_effective_settings(h, nullptr), "null");
     ExpectRefused(selvane_render(h, nullptr), "null");
     ExpectRefused(selvane_preview(h, 10, nullptr), "null");
+    ExpectRefused(selvane_plain(h, 0, 10, nullptr), "null");
     ExpectRefused(selvane_preview_size(h, 10, nullptr, &side), "null");
     ExpectRefused(selvane_preview_size(h, 10, &side, nullptr), "null");
     ExpectRefused(selvane_get_report(h, nullptr), "null");
@@ -152,8 +153,9 @@ TEST(NoPicture, IsSaidByEveryFunctionThatNeedsOne)
     int32_t width = 7, height = 7;
     float value = 0;
     for (const int status :
-         {selvane_render(h, &target), selvane_preview(h, 5, &target), selvane_preview_size(h, 5, &width, &height),
-          selvane_suggest(h, &settings), selvane_effective_settings(h, &settings), selvane_get_plane(h, 0, &value, 0)})
+         {selvane_render(h, &target), selvane_preview(h, 5, &target), selvane_plain(h, 0, 5, &target),
+          selvane_preview_size(h, 5, &width, &height), selvane_suggest(h, &settings),
+          selvane_effective_settings(h, &settings), selvane_get_plane(h, 0, &value, 0)})
         EXPECT_EQ(status, SELVANE_ERROR_NO_PICTURE);
     EXPECT_STREQ(selvane_error(h), "the handle has no picture yet");
     EXPECT_EQ(selvane_reason(h, 0), nullptr);
@@ -291,11 +293,18 @@ TEST_F(Refusals, APictureWhoseTransferDoesNotFit)
 TEST_F(Refusals, ChromaticitiesThatMakeNoSpace)
 {
     const float good[8] = {0.64f, 0.33f, 0.30f, 0.60f, 0.15f, 0.06f, 0.3127f, 0.3290f};
+    const auto change = [&](auto& pRecord, const std::function<void(float*)>& pChange) {
+        std::copy(good, good + 8, pRecord.chromaticities);
+        pChange(pRecord.chromaticities);
+    };
     const auto refuse = [&](const std::function<void(float*)>& pChange) {
         ExpectPictureRefused("chromaticities", [&](selvane_picture& p) {
             p.primaries = SELVANE_CUSTOM;
-            std::copy(good, good + 8, p.chromaticities);
-            pChange(p.chromaticities);
+            change(p, pChange);
+        });
+        ExpectTargetRefused("chromaticities", [&](selvane_target& t) {
+            t.space = SELVANE_CUSTOM;
+            change(t, pChange);
         });
     };
     refuse([](float* c) { std::fill(c, c + 8, 0.0f); });
@@ -456,7 +465,7 @@ TEST_F(Refusals, ATargetOfAnUnknownKind)
         ExpectTargetRefused("channels", [&](selvane_target& t) { t.channels = number; });
     for (const int number : {-1, 2, INT_MAX, INT_MIN})
         ExpectTargetRefused("order", [&](selvane_target& t) { t.order = number; });
-    for (const int number : {-1, int{SELVANE_ACES_AP0}, int{SELVANE_ACES_AP1}, int{SELVANE_CUSTOM}, INT_MAX, INT_MIN})
+    for (const int number : {-1, SELVANE_ACES_AP1 + 1, SELVANE_CUSTOM - 1, SELVANE_CUSTOM + 1, INT_MAX, INT_MIN})
         ExpectTargetRefused("space", [&](selvane_target& t) { t.space = number; });
     for (const int number : {-1, 2, INT_MAX, INT_MIN}) {
         ExpectTargetRefused("linear", [&](selvane_target& t) { t.linear = number; });
@@ -465,6 +474,18 @@ TEST_F(Refusals, ATargetOfAnUnknownKind)
 }
 
 // ---- The rest -------------------------------------------------------------------------------------------------------
+
+TEST_F(Refusals, PlainPicturesOfNoExposureOrSize)
+{
+    selvane_target target = Target();
+    for (const float stops : {100.5f, -100.5f, NAN, INFINITY})
+        ExpectRefused(selvane_plain(fHandle.get(), stops, 0, &target), "stops");
+    for (const int longest : {-1, INT_MIN})
+        ExpectRefused(selvane_plain(fHandle.get(), 0, longest, &target), "longest");
+    ExpectRefused(selvane_plain(fHandle.get(), 0, 3, &target), "width");
+    target.pixels = nullptr;
+    ExpectRefused(selvane_plain(fHandle.get(), 0, 0, &target), "pixels");
+}
 
 TEST_F(Refusals, PreviewsBelowAPixel)
 {
@@ -490,7 +511,7 @@ TEST_F(Refusals, PlanesThatDoNotExistOrOverlap)
     const auto plane = [&](int pPlane, ptrdiff_t pStride) {
         return selvane_get_plane(fHandle.get(), pPlane, values.data() + kWidth * kHeight, pStride);
     };
-    for (const int number : {-1, 3, INT_MAX, INT_MIN})
+    for (const int number : {-1, 4, INT_MAX, INT_MIN})
         ExpectRefused(plane(number, 0), "plane");
     for (const ptrdiff_t stride : {ptrdiff_t{4}, ptrdiff_t{4 * kWidth - 4}, ptrdiff_t{-4 * kWidth + 4}})
         ExpectRefused(plane(SELVANE_PLANE_BASE, stride), "overlap");

@@ -88,6 +88,46 @@ TEST_F(Report, HasTheSizeAndNoLayersBeforeARender)
     EXPECT_GE(report.bytes, static_cast<int64_t>(12 * kPixels));
 }
 
+int64_t SumOf(const int64_t (&pBytes)[SELVANE_STAGES])
+{
+    return std::accumulate(std::begin(pBytes), std::end(pBytes), int64_t{0});
+}
+
+/// A plane of floats each for the logarithm and the base, and one for the new luminance.
+TEST_F(Report, TellsTheBytesOfEachStage)
+{
+    const selvane_report before = Get();
+    EXPECT_EQ(SumOf(before.stage_bytes), before.bytes);
+    EXPECT_GE(before.stage_bytes[SELVANE_STAGE_READ], static_cast<int64_t>(12 * kPixels));
+    EXPECT_GE(before.stage_bytes[SELVANE_STAGE_SPLIT], static_cast<int64_t>(8 * kPixels));
+    EXPECT_EQ(before.stage_bytes[SELVANE_STAGE_MAP], static_cast<int64_t>(4 * kPixels));
+    EXPECT_EQ(before.stage_bytes[SELVANE_STAGE_POINTS], 0);
+    EXPECT_GT(before.stage_bytes[SELVANE_STAGE_WRITE], 0);
+    int32_t width = 0, height = 0;
+    EXPECT_DONE(fHandle.get(), selvane_preview_size(fHandle.get(), 40, &width, &height));
+    std::vector<uint8_t> pixels(3 * static_cast<size_t>(width) * static_cast<size_t>(height));
+    const selvane_target target = TargetOf(width, height, SELVANE_U8, pixels.data());
+    EXPECT_DONE(fHandle.get(), selvane_preview(fHandle.get(), 40, &target));
+    const selvane_report after = Get();
+    EXPECT_EQ(SumOf(after.stage_bytes), after.bytes);
+    const int64_t small = int64_t{width} * height;
+    EXPECT_GE(after.stage_bytes[SELVANE_STAGE_READ] - before.stage_bytes[SELVANE_STAGE_READ], 24 * small);
+    EXPECT_EQ(after.stage_bytes[SELVANE_STAGE_MAP] - before.stage_bytes[SELVANE_STAGE_MAP], 8 * small);
+}
+
+/// A program of the first header does not know the end of the record.
+TEST_F(Report, IsFilledAsFarAsAnOlderProgramKnowsIt)
+{
+    selvane_report report;
+    std::memset(&report, 0x5A, sizeof report);
+    report.struct_size = offsetof(selvane_report, stage_bytes);
+    EXPECT_DONE(fHandle.get(), selvane_get_report(fHandle.get(), &report));
+    EXPECT_GT(report.bytes, 0);
+    EXPECT_EQ(report.stage_bytes[0], 0x5A5A5A5A5A5A5A5A);
+    report.struct_size--;
+    EXPECT_EQ(selvane_get_report(fHandle.get(), &report), SELVANE_ERROR_ARGUMENT);
+}
+
 TEST_F(Report, MeasuresTheLayersThatThePlanesShow)
 {
     RenderBytes(fHandle.get(), kWidth, kHeight);
@@ -128,6 +168,53 @@ TEST_F(Report, PlanesFollowTheSettings)
     fSettings.radius = 0;
     ASSERT_DONE(fHandle.get(), selvane_set_settings(fHandle.get(), &fSettings));
     EXPECT_TRUE(Plane(SELVANE_PLANE_BASE) == before);
+}
+
+/// The points stand on the scale of the mapped luminance: the clipped shares can be counted on the plane.
+TEST_F(Report, TheMappedPlaneIsClippedAtThePoints)
+{
+    fSettings.compression = 40;
+    fSettings.white_clip = 30;
+    fSettings.black_clip = 3;
+    ASSERT_DONE(fHandle.get(), selvane_set_settings(fHandle.get(), &fSettings));
+    const std::vector<float> first = Plane(SELVANE_PLANE_MAPPED); // before a render
+    RenderBytes(fHandle.get(), kWidth, kHeight);
+    const std::vector<float> mapped = Plane(SELVANE_PLANE_MAPPED);
+    EXPECT_TRUE(first == mapped);
+    const selvane_report report = Get();
+    const auto share = [&](auto pTest) {
+        return static_cast<float>(std::count_if(mapped.begin(), mapped.end(), pTest)) / static_cast<float>(kPixels);
+    };
+    const float black = std::log10(report.black_point), white = std::log10(report.white_point);
+    EXPECT_NEAR(share([&](float pValue) { return pValue <= black; }), report.clipped_black, 1.0f / kPixels);
+    EXPECT_NEAR(share([&](float pValue) { return pValue >= white; }), report.clipped_white, 1.0f / kPixels);
+    EXPECT_GT(report.clipped_black, 0.02f);
+}
+
+TEST_F(Report, TheMappedPlaneOfOneToneIsThatOfTheInput)
+{
+    std::fill(fScene.begin(), fScene.end(), 0.25f);
+    const selvane_picture picture = PictureOf(kWidth, kHeight, SELVANE_F32, fScene.data());
+    ASSERT_DONE(fHandle.get(), selvane_set_picture(fHandle.get(), &picture));
+    EXPECT_TRUE(Plane(SELVANE_PLANE_MAPPED) == Plane(SELVANE_PLANE_LUMINANCE));
+    EXPECT_NEAR(Plane(SELVANE_PLANE_MAPPED)[0], std::log10(0.25f), 1e-5f);
+}
+
+/// A stronger compression takes range away from the mapped luminance; black has the logarithm of 1e-10.
+TEST_F(Report, TheMappedPlaneFollowsTheCompression)
+{
+    std::fill_n(fScene.begin(), 30, 0.0f);
+    const selvane_picture picture = PictureOf(kWidth, kHeight, SELVANE_F32, fScene.data());
+    ASSERT_DONE(fHandle.get(), selvane_set_picture(fHandle.get(), &picture));
+    const auto range = [&](float pCompression) {
+        fSettings.compression = pCompression;
+        EXPECT_DONE(fHandle.get(), selvane_set_settings(fHandle.get(), &fSettings));
+        std::vector<float> mapped = Plane(SELVANE_PLANE_MAPPED);
+        EXPECT_GE(*std::min_element(mapped.begin(), mapped.end()), -10.0f);
+        std::sort(mapped.begin(), mapped.end());
+        return mapped[kPixels * 99 / 100] - mapped[kPixels / 100];
+    };
+    EXPECT_LT(range(80), 0.6f * range(-80));
 }
 
 TEST_F(Report, PlanesStandInRowsWithGapsAndBottomUp)

@@ -130,6 +130,65 @@ TEST_F(Targets, FloatsAreTheExactCurveOfTheLinearRender)
     }
 }
 
+TEST_F(Targets, ChromaticitiesOfASpaceGiveTheSpace)
+{
+    for (int space = SELVANE_DISPLAY_P3; space <= SELVANE_ACES_AP1; space++) {
+        const auto named = Render<float>(SELVANE_F32, space, 1);
+        std::vector<float> custom(kSamples);
+        selvane_target target = TargetOf(kWidth, kHeight, SELVANE_F32, custom.data());
+        target.space = SELVANE_CUSTOM;
+        target.linear = 1;
+        for (size_t i = 0; i < 8; i++)
+            target.chromaticities[i] = static_cast<float>(kChromaticities[space][i]);
+        ASSERT_DONE(fHandle.get(), selvane_render(fHandle.get(), &target));
+        EXPECT_TRUE(custom == named) << "space " << space;
+        EXPECT_FALSE(custom == Render<float>(SELVANE_F32, SELVANE_SRGB, 1)) << "space " << space;
+    }
+}
+
+/// A flat colour, so that only the way in and out is at work.
+TEST_F(Targets, AColourComesOutOfItsOwnPrimaries)
+{
+    constexpr float kXY[8] = {0.70f, 0.31f, 0.19f, 0.75f, 0.14f, 0.05f, 0.3457f, 0.3585f};
+    const std::array<float, 3> colour = {0.45f, 0.40f, 0.35f};
+    selvane_picture picture = PictureOf(1, 1, SELVANE_F32, colour.data());
+    picture.primaries = SELVANE_CUSTOM;
+    std::array<float, 3> seen{};
+    selvane_target target = TargetOf(1, 1, SELVANE_F32, seen.data());
+    target.space = SELVANE_CUSTOM;
+    target.linear = 1;
+    std::copy(kXY, kXY + 8, picture.chromaticities);
+    std::copy(kXY, kXY + 8, target.chromaticities);
+    const tHandle handle = NewHandle();
+    ASSERT_DONE(handle.get(), selvane_set_picture(handle.get(), &picture));
+    ASSERT_DONE(handle.get(), selvane_render(handle.get(), &target));
+    for (size_t k = 0; k < 3; k++)
+        EXPECT_NEAR(seen[k], colour[k], 1e-4) << "channel " << k;
+}
+
+TEST_F(Targets, SpacesWithoutACurveAreLinear)
+{
+    for (const int space : {int{SELVANE_ACES_AP0}, int{SELVANE_ACES_AP1}}) {
+        EXPECT_TRUE(Render<uint16_t>(SELVANE_U16, space, 0) == Render<uint16_t>(SELVANE_U16, space, 1));
+        EXPECT_TRUE(Render<float>(SELVANE_F32, space, 0) == Render<float>(SELVANE_F32, space, 1));
+    }
+}
+
+/// The record of the first release has no chromaticities: what stands behind it is not read.
+TEST_F(Targets, TheFirstRecordHasNoChromaticities)
+{
+    std::vector<float> samples(kSamples);
+    selvane_target target = TargetOf(kWidth, kHeight, SELVANE_F32, samples.data());
+    target.struct_size = 72;
+    EXPECT_DONE(fHandle.get(), selvane_render(fHandle.get(), &target));
+    for (size_t i = 0; i < 8; i++)
+        target.chromaticities[i] = static_cast<float>(kChromaticities[SELVANE_REC2020][i]);
+    target.space = SELVANE_CUSTOM;
+    EXPECT_EQ(selvane_render(fHandle.get(), &target), SELVANE_ERROR_ARGUMENT);
+    target.struct_size = sizeof target;
+    EXPECT_DONE(fHandle.get(), selvane_render(fHandle.get(), &target));
+}
+
 TEST_F(Targets, HalvesAreTheFloatsRounded)
 {
     for (const int linear : {0, 1}) {

@@ -7,6 +7,7 @@ selvane_lib_test(api
   Incremental_test.cpp
   Memory_test.cpp
   OddSamples_test.cpp
+  Plain_test.cpp
   Previews_test.cpp
   Profiles_test.cpp
   Refusals_test.cpp

@@ -155,6 +155,22 @@ TEST(ToneMapper, GivesTheSuggestionWithItsReasons)
     EXPECT_TRUE(SameBytes(mapper.EffectiveSettings(), suggestion));
 }
 
+TEST(ToneMapper, GivesThePlainPicture)
+{
+    cToneMapper mapper = Loaded();
+    std::vector<uint8_t> bright(size_t{3} * kWidth * kHeight), black(bright.size(), 7);
+    selvane_target target = Selvane::Target();
+    target.width = kWidth;
+    target.height = kHeight;
+    target.format = SELVANE_U8;
+    target.pixels = bright.data();
+    mapper.Plain(100.0f, 0, target);
+    target.pixels = black.data();
+    mapper.Plain(-100.0f, 0, target);
+    EXPECT_EQ(*std::max_element(bright.begin(), bright.end()), 255);
+    EXPECT_EQ(black, std::vector<uint8_t>(bright.size(), 0));
+}
+
 TEST(ToneMapper, GivesPlanesAndTheReport)
 {
     cToneMapper mapper = Loaded();
@@ -191,6 +207,10 @@ TEST(ToneMapper, ListsAndReadsPresets)
         EXPECT_FALSE(preset.fDescription.empty());
         EXPECT_EQ(mapper.Preset(preset.fName).automatic, 1);
     }
+    const std::vector<std::string> names = Selvane::PresetNames();
+    ASSERT_GE(names.size(), presets.size());
+    for (size_t i = 0; i < presets.size(); i++)
+        EXPECT_EQ(names[i], presets[i].fName);
     EXPECT_EQ(StatusOf([&] { mapper.Preset("none"); }), SELVANE_ERROR_ARGUMENT);
     EXPECT_EQ(StatusOf([&] { mapper.Preset(std::string("soft\0x", 6)); }), SELVANE_ERROR_ARGUMENT);
 }

@@ -106,6 +106,7 @@ TEST(Shots, WhereMuchMovesACutIsMore)
 TEST(Shots, MayBeShort)
 {
     EXPECT_EQ(CutsOf(LitFrames({0, 0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5})), (tCuts{2, 4, 6, 8, 10}));
+    EXPECT_EQ(CutsOf(LitFrames({0, 0, 1, 2, 2, 3, 4, 4, 5, 6, 6})), (tCuts{2, 3, 5, 6, 8, 9}));
 }
 
 TEST(Shots, TheMiddleOfAnEvenNumberIsTheLowerOne)

@@ -141,6 +141,28 @@ TEST(Presets, TheUsersOwnComeFirst)
     EXPECT_EQ(TextOfSettings(Preset("clear", folder.Path() + "/none")), TextOfSettings(Preset("clear", "")));
 }
 
+TEST(Presets, NamesAreThoseOfTheLibraryThenThoseOfTheFolder)
+{
+    const std::vector<std::string> library = {"natural", "clear", "soft", "dramatic", "interior", "night", "flat"};
+    const cFolder folder;
+    EXPECT_EQ(PresetNames(""), library);
+    EXPECT_EQ(PresetNames(folder.Path() + "/none"), library);
+    EXPECT_EQ(PresetNames(folder.Path()), library);
+    for (const char* const name : {"zebra.toml", "Alps.toml", "soft.toml", "a b.toml", "notes.txt", ".hidden.toml",
+                                   ".toml", "two.dots.toml", "toml", "line\nfeed.toml"})
+        folder.Write(name, "exposure = 1.0\n");
+    folder.Write(std::string(101, 'n') + ".toml", "");
+    fs::create_directory(folder.Path() + "/folder.toml");
+    ASSERT_EQ(mkfifo((folder.Path() + "/pipe.toml").c_str(), 0600), 0);
+    std::vector<std::string> expected = library;
+    expected.insert(expected.end(), {"Alps", "a b", "zebra"});
+    const std::vector<std::string> names = PresetNames(folder.Path());
+    EXPECT_EQ(names, expected);
+    for (const std::string& name : names)
+        EXPECT_EQ(Refusal(name, folder.Path()), "") << name;
+    EXPECT_EQ(PresetNames(folder.Path() + "/zebra.toml"), library) << "no folder";
+}
+
 TEST(Presets, UnknownNamesAreRefused)
 {
     EXPECT_EQ(Refusal("mine"), "1 there is no preset \"mine\"");

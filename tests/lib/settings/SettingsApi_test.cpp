@@ -205,6 +205,16 @@ TEST(SettingsApi, PresetsOfTheUserAreFoundInTheFolderOfTheEnvironment)
     selvane_settings settings = Defaults();
     EXPECT_EQ(selvane_preset(nullptr, "mine", &settings), SELVANE_OK);
     EXPECT_EQ(settings.exposure, 1.25f);
+    const std::string names = "natural\nclear\nsoft\ndramatic\ninterior\nnight\nflat\nmine\n";
+    std::vector<char> text(names.size() + 1, 'x');
+    size_t needed = 0;
+    EXPECT_EQ(selvane_preset_names(nullptr, nullptr, 0, &needed), SELVANE_OK);
+    EXPECT_EQ(needed, text.size());
+    EXPECT_EQ(selvane_preset_names(nullptr, text.data(), text.size(), nullptr), SELVANE_OK);
+    EXPECT_EQ(text.data(), names);
+    EXPECT_EQ(selvane_preset_names(nullptr, text.data(), text.size() - 1, nullptr), SELVANE_ERROR_ARGUMENT);
+    EXPECT_STREQ(text.data(), "");
+    EXPECT_EQ(selvane_preset_names(nullptr, nullptr, 7, nullptr), SELVANE_ERROR_ARGUMENT);
     before != nullptr ? setenv("XDG_CONFIG_HOME", kept.c_str(), 1) : unsetenv("XDG_CONFIG_HOME");
     std::filesystem::remove_all(root);
 }
@@ -229,4 +239,5 @@ TEST(SettingsApi, ALackOfMemoryIsAStatusAndLosesNothing)
     EXPECT_GT(fails([&] { return selvane_settings_to_text(nullptr, &settings, text, sizeof(text), nullptr); }), 2);
     EXPECT_GT(fails([&] { return selvane_settings_from_text(nullptr, "hue = [[0.1, 0.5]]", &settings); }), 5);
     EXPECT_GT(fails([&] { return selvane_preset(nullptr, "dramatic", &settings); }), 5);
+    EXPECT_GT(fails([&] { return selvane_preset_names(nullptr, text, sizeof(text), nullptr); }), 5);
 }

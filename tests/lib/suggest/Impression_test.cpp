@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 using namespace SelvaneLib;
 
@@ -42,24 +43,31 @@ TEST(Impression, TheAimOfANightIsDarkerAndThatOfSnowBrighter)
     night.fSources = 0.5;
     snow.fHighKey = 1.0;
     snow.fSources = 0.07;
-    EXPECT_DOUBLE_EQ(AimFor(night).fMean, 81.94);
-    EXPECT_DOUBLE_EQ(AimFor(night).fBurnt, 0.04);
+    EXPECT_DOUBLE_EQ(AimFor(night).fMean, 95.94);
+    EXPECT_DOUBLE_EQ(AimFor(night).fBurnt, 0.03);
     EXPECT_EQ(AimFor(night).fShadow, 0.0);
     EXPECT_EQ(AimFor(night).fHighlight, 165.0);
-    EXPECT_DOUBLE_EQ(AimFor(snow).fMean, 169.94);
+    EXPECT_DOUBLE_EQ(AimFor(snow).fMean, 179.94);
     EXPECT_DOUBLE_EQ(AimFor(snow).fBurnt, 0.08);
     EXPECT_EQ(AimFor(snow).fHighlight, 240.0);
 }
 
-TEST(Impression, TheAimOfContrastIsTheFifthRootOfTextureWithinLimits)
+TEST(Impression, ALittleBrightnessOfTheSceneMovesTheAimLittle)
+{
+    sCharacter room = Plain();
+    room.fHighKey = 0.5;
+    EXPECT_DOUBLE_EQ(AimFor(room).fMean, 115.94 + 16.0);
+}
+
+TEST(Impression, TheAimOfContrastIsTheTenthRootOfTextureWithinLimits)
 {
     sCharacter rough = Plain(), smooth = Plain(), half = Plain();
     rough.fTexture = 1.0;
     smooth.fTexture = 0.0;
-    half.fTexture = 0.15 / 32.0 * 5.0; // the fifth root of 5 / 32
-    EXPECT_EQ(AimFor(rough).fContrast, 20.0);
-    EXPECT_EQ(AimFor(smooth).fContrast, 10.0);
-    EXPECT_NEAR(AimFor(half).fContrast, 17.48688 * std::pow(5.0, 0.2) / 2.0, 1e-9);
+    half.fTexture = 0.15 / 32.0;
+    EXPECT_EQ(AimFor(rough).fContrast, 19.0);
+    EXPECT_NEAR(AimFor(smooth).fContrast, 17.48688 * std::pow(1.0 / 150.0, 0.1), 1e-9);
+    EXPECT_NEAR(AimFor(half).fContrast, 17.48688 / std::sqrt(2.0), 1e-9);
 }
 
 TEST(Impression, MeetingTheAimScoresOneAndEachMissCosts)
@@ -69,7 +77,7 @@ TEST(Impression, MeetingTheAimScoresOneAndEachMissCosts)
     EXPECT_NEAR(Score(perfect, aim), 1.0, 1e-9);
     sImpression missed = perfect;
     missed.fBurnt += 0.02;
-    EXPECT_NEAR(Score(missed, aim), 0.96, 1e-9);
+    EXPECT_NEAR(Score(missed, aim), 0.97, 1e-9);
     missed = perfect;
     missed.fBlocked = 0.05;
     EXPECT_NEAR(Score(missed, aim), 0.99, 1e-9);
@@ -89,8 +97,8 @@ TEST(Impression, MeetingTheAimScoresOneAndEachMissCosts)
 
 TEST(Impression, CountsTheEndsOfThePixelsThatHaveWeight)
 {
-    // 10 x 1: white, almost white, white but for one channel, black, five of grey 100, and a white one without weight.
-    unsigned char rgb[30] = {255, 255, 255, 250, 250, 250, 255, 255, 249, 5, 5, 5};
+    // 10 x 1: white, almost white, a yellow without drawing, black, five of grey 100, and a white one without weight.
+    unsigned char rgb[30] = {255, 255, 255, 243, 243, 244, 255, 255, 100, 5, 5, 5};
     std::fill(rgb + 12, rgb + 27, static_cast<unsigned char>(100));
     std::fill(rgb + 27, rgb + 30, static_cast<unsigned char>(255));
     float weights[10] = {1, 1, 1, 1, 1, 1, 1, 1, 1, 0};
@@ -99,11 +107,32 @@ TEST(Impression, CountsTheEndsOfThePixelsThatHaveWeight)
     scene.fHeight = 1;
     scene.fWeight = weights;
     const sImpression impression = ImpressionOf(scene, rgb);
-    EXPECT_DOUBLE_EQ(impression.fBurnt, 2.0 / 9.0);
+    EXPECT_DOUBLE_EQ(impression.fBurnt, 3.0 / 9.0); // 255, 243.07 and 243.8
     EXPECT_DOUBLE_EQ(impression.fBlocked, 1.0 / 9.0);
     EXPECT_NEAR(impression.fShadow, 100.0, 1.0);    // the third of nine
     EXPECT_NEAR(impression.fHighlight, 255.0, 1.0); // the last of nine
-    EXPECT_NEAR(impression.fMean, (255 + 250 + 254.57 + 5 + 500) / 9.0, 0.01);
+    EXPECT_NEAR(impression.fMean, (255 + 243.0722 + 243.809 + 5 + 500) / 9.0, 0.01);
+    rgb[3] = rgb[4] = rgb[5] = 242;
+    EXPECT_DOUBLE_EQ(ImpressionOf(scene, rgb).fBurnt, 2.0 / 9.0);
+}
+
+/// 8 x 9 pixels: the coarse scale has two squares of 4 x 4 in a row; the ninth row fills none.
+TEST(Impression, WithoutWeightsAllPixelsCount)
+{
+    std::vector<unsigned char> rgb(3 * 8 * 9);
+    for (size_t i = 0; i < rgb.size(); i++)
+        rgb[i] = static_cast<unsigned char>(i / 3 * 29 % 200);
+    const std::vector<float> all(8 * 9, 0.5f);
+    sScene scene;
+    scene.fWidth = 8;
+    scene.fHeight = 9;
+    const sImpression plain = ImpressionOf(scene, rgb.data());
+    scene.fWeight = all.data();
+    const sImpression weighted = ImpressionOf(scene, rgb.data());
+    EXPECT_EQ(plain.fMean, weighted.fMean);
+    EXPECT_EQ(plain.fStructure, weighted.fStructure);
+    EXPECT_EQ(plain.fHighlight, weighted.fHighlight);
+    EXPECT_GT(plain.fStructure, 0.9);
 }
 
 } // namespace

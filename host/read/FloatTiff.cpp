@@ -1,4 +1,4 @@
-#include "read/HalfTiff.h"
+#include "read/FloatTiff.h"
 
 #include "picture/Errors.h"
 #include "read/ReaderSteps.h"
@@ -30,7 +30,8 @@ tmsize_t ReadBytes(thandle_t pMemory, void* pTo, tmsize_t pSize)
 {
     auto& memory = *static_cast<sMemory*>(pMemory);
     const uint64_t left = memory.fBytes->size() - std::min<uint64_t>(memory.fAt, memory.fBytes->size());
-    const auto count = static_cast<size_t>(std::min<uint64_t>(left, static_cast<uint64_t>(std::max<tmsize_t>(pSize, 0))));
+    const auto count =
+        static_cast<size_t>(std::min<uint64_t>(left, static_cast<uint64_t>(std::max<tmsize_t>(pSize, 0))));
     if (count > 0) std::memcpy(pTo, memory.fBytes->data() + memory.fAt, count);
     memory.fAt += count;
     return static_cast<tmsize_t>(count);
@@ -80,6 +81,11 @@ tValue Field(TIFF* pFile, uint32_t pTag, tValue pElse)
     return TIFFGetFieldDefaulted(pFile, pTag, &value) == 1 ? value : pElse;
 }
 
+uint16_t BitsOf(TIFF* pFile)
+{
+    return Field<uint16_t>(pFile, TIFFTAG_BITSPERSAMPLE, 1);
+}
+
 /// Where the samples of a picture are.
 struct sPlan
 {
@@ -89,6 +95,7 @@ struct sPlan
     bool fPlanes = false;
     uint32_t fTileWidth = 0; ///< of strips the width
     uint32_t fTileHeight = 0;
+    size_t fBytes = 2; ///< of a sample, 2 or 8
 };
 
 sPlan PlanOf(TIFF* pFile)
@@ -98,6 +105,7 @@ sPlan PlanOf(TIFF* pFile)
     plan.fHeight = Field<uint32_t>(pFile, TIFFTAG_IMAGELENGTH, 0);
     plan.fSamples = Field<uint16_t>(pFile, TIFFTAG_SAMPLESPERPIXEL, 1);
     plan.fPlanes = Field<uint16_t>(pFile, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG) == PLANARCONFIG_SEPARATE;
+    plan.fBytes = BitsOf(pFile) / 8U;
     const bool tiles = TIFFIsTiled(pFile) != 0;
     plan.fTileWidth = tiles ? Field<uint32_t>(pFile, TIFFTAG_TILEWIDTH, 0) : plan.fWidth;
     plan.fTileHeight = tiles ? Field<uint32_t>(pFile, TIFFTAG_TILELENGTH, 0)
@@ -109,17 +117,22 @@ void CheckPlan(TIFF* pFile, const sPlan& pPlan)
 {
     const auto colors = Field<uint16_t>(pFile, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_RGB);
     if (colors != PHOTOMETRIC_RGB && colors != PHOTOMETRIC_MINISBLACK)
-        throw cHostError("the picture's half floats are neither RGB nor grey");
+        throw cHostError("the picture's floats are neither RGB nor grey");
     if (pPlan.fSamples == 0 || pPlan.fSamples > kMostSamples)
         throw cHostError("the picture has " + std::to_string(pPlan.fSamples) + " channels; at most " +
                          std::to_string(kMostSamples) + " can be read");
     if (pPlan.fTileWidth == 0 || pPlan.fTileHeight == 0) Damaged("its tiles have no size");
-    const uint64_t bytes = uint64_t{pPlan.fTileWidth} * pPlan.fTileHeight * pPlan.fSamples * sizeof(uint16_t);
+    const uint64_t bytes = uint64_t{pPlan.fTileWidth} * pPlan.fTileHeight * pPlan.fSamples * pPlan.fBytes;
     if (bytes > std::numeric_limits<int32_t>::max()) throw cHostError("the picture's strips or tiles are too large");
 }
 
-float FloatOf(const unsigned char* pAt)
+float FloatOf(const unsigned char* pAt, size_t pBytes)
 {
+    if (pBytes == sizeof(double)) {
+        double wide = 0.0;
+        std::memcpy(&wide, pAt, sizeof wide);
+        return static_cast<float>(wide);
+    }
     uint16_t bits = 0;
     std::memcpy(&bits, pAt, sizeof bits);
     Imath::half value;
@@ -137,11 +150,11 @@ void Place(const tBytes& pTile, const sPlan& pPlan, uint32_t pX, uint32_t pY, si
     for (uint32_t y = 0; y < height; y++) {
         auto* pixel = reinterpret_cast<float*>(Row(pPicture, static_cast<int>(pY + y))) +
                       size_t{pX} * static_cast<size_t>(pPicture.fChannels);
-        const unsigned char* from = pTile.data() + size_t{y} * pPlan.fTileWidth * pStep * sizeof(uint16_t);
-        for (uint32_t x = 0; x < width; x++, pixel += pPicture.fChannels, from += pStep * sizeof(uint16_t))
+        const unsigned char* from = pTile.data() + size_t{y} * pPlan.fTileWidth * pStep * pPlan.fBytes;
+        for (uint32_t x = 0; x < width; x++, pixel += pPicture.fChannels, from += pStep * pPlan.fBytes)
             for (size_t sample = 0; sample < pChannels.size(); sample++)
                 for (const size_t channel : pChannels[sample])
-                    pixel[channel] = FloatOf(from + sample * sizeof(uint16_t));
+                    pixel[channel] = FloatOf(from + sample * pPlan.fBytes, pPlan.fBytes);
     }
 }
 
@@ -162,7 +175,7 @@ void Unpack(TIFF* pFile, const sPlan& pPlan, uint32_t pX, uint32_t pY, uint16_t 
     const uint32_t index = tiles ? TIFFComputeTile(pFile, pX, pY, 0, pPlane) : TIFFComputeStrip(pFile, pY, pPlane);
     const uint32_t rows = tiles ? pPlan.fTileHeight : std::min(pPlan.fTileHeight, pPlan.fHeight - pY);
     const size_t step = pPlan.fPlanes ? 1 : pPlan.fSamples;
-    const size_t needed = size_t{rows} * pPlan.fTileWidth * step * sizeof(uint16_t);
+    const size_t needed = size_t{rows} * pPlan.fTileWidth * step * pPlan.fBytes;
     const auto size = static_cast<tmsize_t>(needed);
     const tmsize_t count = tiles ? TIFFReadEncodedTile(pFile, index, pTile.data(), size)
                                  : TIFFReadEncodedStrip(pFile, index, pTile.data(), size);
@@ -174,7 +187,7 @@ void ReadPixels(TIFF* pFile, const sPlan& pPlan, sPicture& pPicture)
     const size_t step = pPlan.fPlanes ? 1 : pPlan.fSamples;
     const std::vector<std::vector<size_t>> channels = ChannelsOf(pPlan.fSamples);
     const auto planes = static_cast<uint16_t>(pPlan.fPlanes ? channels.size() : 1);
-    tBytes tile(size_t{pPlan.fTileWidth} * pPlan.fTileHeight * step * sizeof(uint16_t));
+    tBytes tile(size_t{pPlan.fTileWidth} * pPlan.fTileHeight * step * pPlan.fBytes);
     for (uint16_t plane = 0; plane < planes; plane++)
         for (uint32_t y = 0; y < pPlan.fHeight; y += pPlan.fTileHeight)
             for (uint32_t x = 0; x < pPlan.fWidth; x += pPlan.fTileWidth) {
@@ -202,16 +215,17 @@ void BeSilent()
 
 } // namespace
 
-bool HoldsHalfFloats(const tBytes& pBytes)
+bool HoldsFloatsOfOtherSizes(const tBytes& pBytes)
 {
     BeSilent();
     sMemory memory{&pBytes};
     const tTiff file = Open(memory);
-    return file != nullptr && Field<uint16_t>(file.get(), TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_UINT) == SAMPLEFORMAT_IEEEFP &&
-           Field<uint16_t>(file.get(), TIFFTAG_BITSPERSAMPLE, 1) == 16;
+    return file != nullptr &&
+           Field<uint16_t>(file.get(), TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_UINT) == SAMPLEFORMAT_IEEEFP &&
+           (BitsOf(file.get()) == 16 || BitsOf(file.get()) == 64);
 }
 
-sPicture ReadHalfTiff(const tBytes& pBytes, sColorNotes& pNotes)
+sPicture ReadFloatTiff(const tBytes& pBytes, sColorNotes& pNotes)
 {
     sMemory memory{&pBytes};
     const tTiff file = Open(memory);

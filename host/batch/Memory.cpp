@@ -1,0 +1,128 @@
+#include "batch/Memory.h"
+
+#include "picture/Errors.h"
+
+#include <selvane.h>
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <cmath>
+#include <fstream>
+#include <unistd.h>
+#include <utility>
+
+namespace SelvaneHost
+{
+
+namespace
+{
+
+constexpr uint64_t kMiB = uint64_t{1} << 20;
+constexpr double kMostBytes = 0x1p62;
+
+/// What the unit stands for; 0 for none that is known.
+double UnitOf(const std::string& pUnit)
+{
+    if (pUnit.empty()) return 1.0;
+    if (pUnit.size() > 1) return 0.0;
+    const size_t power =
+        std::string("KMGT").find(static_cast<char>(std::toupper(static_cast<unsigned char>(pUnit[0]))));
+    return power == std::string::npos ? 0.0 : std::exp2(10.0 * static_cast<double>(power + 1));
+}
+
+uint64_t MachineMemory()
+{
+    const auto pages = static_cast<uint64_t>(std::max(1L, ::sysconf(_SC_PHYS_PAGES)));
+    return pages * static_cast<uint64_t>(std::max(1L, ::sysconf(_SC_PAGESIZE)));
+}
+
+/// The limit of the control group; the largest number if there is none.
+uint64_t GroupMemory()
+{
+    for (const char* path : {"/sys/fs/cgroup/memory.max", "/sys/fs/cgroup/memory/memory.limit_in_bytes"}) {
+        std::ifstream file(path);
+        uint64_t bytes = 0;
+        if (file >> bytes && bytes > 0) return bytes;
+    }
+    return UINT64_MAX;
+}
+
+std::string InMegabytes(uint64_t pBytes)
+{
+    return std::to_string((pBytes + kMiB - 1) / kMiB) + " MiB";
+}
+
+} // namespace
+
+uint64_t BytesOf(const std::string& pText)
+{
+    double number = 0.0;
+    const auto [end, error] = std::from_chars(pText.data(), pText.data() + pText.size(), number);
+    const double unit = UnitOf(std::string(end, pText.data() + pText.size()));
+    const double bytes = number * unit;
+    if (error != std::errc() || unit == 0.0 || !(bytes < kMostBytes))
+        throw cUsageError("--memory " + pText + ": write a size such as 800M or 2.5G");
+    if (!(bytes >= static_cast<double>(kMiB))) throw cUsageError("--memory " + pText + ": the least is 1M");
+    return static_cast<uint64_t>(bytes);
+}
+
+uint64_t UsualMemory()
+{
+    return std::max(kMiB, std::min(MachineMemory(), GroupMemory()) / 2);
+}
+
+uint64_t NeededBytes(const sPicture& pInput, uint64_t pFileBytes, int pDepth)
+{
+    const uint64_t pixels = static_cast<uint64_t>(pInput.fWidth) * static_cast<uint64_t>(pInput.fHeight);
+    selvane_picture picture;
+    selvane_picture_init(&picture);
+    picture.width = pInput.fWidth;
+    picture.height = pInput.fHeight;
+    picture.format = SELVANE_F32; // whatever the form: alpha of floats is the largest
+    picture.channels = pInput.fChannels;
+    uint64_t handle = 0;
+    if (selvane_estimate_memory(&picture, &handle) != SELVANE_OK)
+        throw cHostError("a picture of this size is too large");
+    const uint64_t output = pixels * static_cast<uint64_t>(pInput.fChannels) * static_cast<uint64_t>(pDepth / 8);
+    const uint64_t reading = pFileBytes + 2 * AllBytes(pInput); // a step may copy the samples
+    const uint64_t rendering = AllBytes(pInput) + handle + output;
+    const uint64_t writing = 3 * output; // samples, encoder, file
+    return std::max({reading, rendering, writing});
+}
+
+cMemoryGate::cRoom::cRoom(cRoom&& pOther) noexcept
+    : fGate(std::exchange(pOther.fGate, nullptr)), fBytes(std::exchange(pOther.fBytes, 0))
+{
+}
+
+cMemoryGate::cRoom& cMemoryGate::cRoom::operator=(cRoom&& pOther) noexcept
+{
+    std::swap(fGate, pOther.fGate);
+    std::swap(fBytes, pOther.fBytes);
+    return *this;
+}
+
+void cMemoryGate::cRoom::GiveBack()
+{
+    if (fGate == nullptr) return;
+    {
+        const std::lock_guard lock(fGate->fMutex);
+        fGate->fFree += fBytes;
+    }
+    fGate->fFreed.notify_all();
+    fGate = nullptr;
+}
+
+cMemoryGate::cRoom cMemoryGate::Take(uint64_t pBytes)
+{
+    if (pBytes > fBytes)
+        throw cHostError("the picture needs " + InMegabytes(pBytes) + " of memory, and --memory allows " +
+                         InMegabytes(fBytes));
+    std::unique_lock lock(fMutex);
+    fFreed.wait(lock, [&] { return fFree >= pBytes; });
+    fFree -= pBytes;
+    return {*this, pBytes};
+}
+
+} // namespace SelvaneHost

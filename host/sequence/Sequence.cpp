@@ -1,0 +1,61 @@
+#include "sequence/Sequence.h"
+
+#include "command/Report.h"
+#include "sequence/Measure.h"
+#include "sequence/Plot.h"
+
+#include <algorithm>
+
+namespace SelvaneHost
+{
+
+namespace
+{
+
+/// Keeps the frames of a plan that were measured.
+void KeepMeasured(const sPoints& pPoints, std::vector<sPlanned>& pPlan)
+{
+    const auto isMissing = [&](const sPlanned& pPlanned) {
+        return std::none_of(pPoints.fFrames.begin(), pPoints.fFrames.end(),
+                            [&](const sFrame& pFrame) { return pFrame.fInput == pPlanned.fJob.fInput; });
+    };
+    std::erase_if(pPlan, isMissing);
+}
+
+} // namespace
+
+void CheckWithPoints(const sLook& pLook)
+{
+    if (pLook.fExact || pLook.fWhitePoint || pLook.fBlackPoint)
+        throw cUsageError("--exact, --black-point and --white-point do not go with the points of a sequence");
+    CheckLook(pLook);
+}
+
+void UsePoints(const sPoints& pPoints, sJob& pJob)
+{
+    pJob.fLook.fSettled = SettingsOf(FrameOf(pPoints, pJob.fInput).fSmooth, pPoints.fSettings);
+}
+
+void UsePoints(const sPoints& pPoints, std::vector<sPlanned>& pPlan)
+{
+    for (sPlanned& planned : pPlan)
+        UsePoints(pPoints, planned.fJob);
+}
+
+void RunSequence(const sSequenceOptions& pOptions)
+{
+    CheckWithPoints(pOptions.fJob.fLook);
+    std::vector<sPlanned> plan = PlanBatch(pOptions.fJob, pOptions.fBatch, {});
+    size_t failed = 0;
+    sPoints points = MeasureAll(pOptions.fBatch.fInputs, pOptions, failed);
+    SmoothAll(points, pOptions.fWindow);
+    if (!pOptions.fPlot.empty()) WritePlot(points, pOptions.fPlot);
+    if (!pOptions.fQuiet) Report(SummaryOf(points, failed));
+    KeepMeasured(points, plan);
+    UsePoints(points, plan);
+    RunPlan(plan, SharesOf(pOptions), MemoryOf(pOptions.fBatch), {pOptions.fQuiet, pOptions.fVerbose});
+    if (failed > 0)
+        throw cHostError(std::to_string(failed) + (failed == 1 ? " frame" : " frames") + " could not be measured");
+}
+
+} // namespace SelvaneHost

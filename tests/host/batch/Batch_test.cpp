@@ -1,0 +1,280 @@
+// The built command on several pictures.
+
+#include "host/Workshop.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+
+namespace
+{
+
+using namespace SelvaneTest;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+namespace fs = std::filesystem;
+
+constexpr int kWidth = 61, kHeight = 43;
+
+/// A folder in/ with three pictures, and an empty folder out/.
+class Batch : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        fs::create_directory(fFolder / "in");
+        for (const char* name : {"a", "b", "c"})
+            Make(In(name));
+    }
+
+    static void Make(const std::string& pPath, int pWidth = kWidth, int pHeight = kHeight)
+    {
+        WriteAll(pPath, Radiance(pWidth, pHeight, ExponentPixels(pWidth, pHeight)));
+    }
+
+    std::string In(const std::string& pName) const { return fFolder / ("in/" + pName + ".hdr"); }
+    std::string Out(const std::string& pName) const { return fFolder / ("out/" + pName); }
+
+    /// Tone-maps a, b and c into out/.
+    sRun Run(std::vector<std::string> pMore = {}, const std::function<void()>& pPrepare = {}) const
+    {
+        std::vector<std::string> words = {"tonemap", In("a"), In("b"), In("c"), "--out-dir", fFolder / "out"};
+        words.insert(words.end(), pMore.begin(), pMore.end());
+        return Selvane(words, pPrepare);
+    }
+
+    std::vector<std::string> Outputs() const
+    {
+        std::vector<std::string> names;
+        if (!fs::exists(fFolder / "out")) return names;
+        for (const auto& entry : fs::directory_iterator(fFolder / "out"))
+            names.push_back(entry.path().filename().string());
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    /// Sets the time of a file to so many seconds from a fixed day on.
+    static void SetTime(const std::string& pPath, int pSeconds)
+    {
+        const timespec time{1700000000 + pSeconds, 0};
+        const timespec both[2] = {time, time};
+        ASSERT_EQ(::utimensat(AT_FDCWD, pPath.c_str(), both, 0), 0);
+    }
+
+    cFolder fFolder;
+};
+
+TEST_F(Batch, EachPictureIsThatOfARunAlone)
+{
+    const sRun run = Run({"--name", "{stem}.png", "--jobs", "3"});
+    EXPECT_EQ(run.fStatus, 0) << run.fErr;
+    EXPECT_THAT(Outputs(), ElementsAre("a.png", "b.png", "c.png"));
+    for (const char* name : {"a", "b", "c"}) {
+        const std::string alone = fFolder / "alone.png";
+        EXPECT_EQ(Selvane({"tonemap", "-q", In(name), "-o", alone}).fStatus, 0);
+        EXPECT_TRUE(ReadAll(Out(std::string(name) + ".png")) == ReadAll(alone)) << name;
+    }
+}
+
+TEST_F(Batch, TellsEachPictureAndTheSum)
+{
+    const sRun run = Run();
+    EXPECT_EQ(Lines(run.fErr), 4U) << run.fErr;
+    EXPECT_THAT(run.fErr, HasSubstr("/3 " + Out("b-tm.jpg") + " (0.0 megapixels)\n"));
+    EXPECT_THAT(run.fErr, HasSubstr("selvane: 3 pictures: 3 done; 0.0 megapixels in "));
+    EXPECT_EQ(run.fOut, "");
+}
+
+TEST_F(Batch, TellsNothingWithQuiet)
+{
+    const sRun run = Run({"--quiet"});
+    EXPECT_EQ(run.fStatus, 0);
+    EXPECT_EQ(run.fErr, "");
+    EXPECT_EQ(Outputs().size(), 3U);
+}
+
+TEST_F(Batch, GoesOnAfterABadFileAndHasStatusOne)
+{
+    WriteAll(In("b"), std::string("no picture"));
+    for (const bool quiet : {false, true}) {
+        const sRun run = Run(quiet ? std::vector<std::string>{"-q", "--overwrite"} : std::vector<std::string>{});
+        EXPECT_EQ(run.fStatus, 1);
+        EXPECT_THAT(run.fErr, HasSubstr("selvane: " + In("b") + ": not a picture"));
+        EXPECT_THAT(run.fErr, HasSubstr("3 pictures: 2 done, 1 failed; "));
+        EXPECT_THAT(Outputs(), ElementsAre("a-tm.jpg", "c-tm.jpg"));
+    }
+}
+
+TEST_F(Batch, OutputsThatExistAreRefusedBeforeAnyWork)
+{
+    fs::create_directory(fFolder / "out");
+    WriteAll(Out("b-tm.jpg"), std::string("old"));
+    const sRun one = Run();
+    EXPECT_EQ(one.fStatus, 2);
+    EXPECT_EQ(one.fErr, "selvane: " + Out("b-tm.jpg") +
+                            " exists already; --overwrite replaces what is there, --resume keeps what is done\n");
+    EXPECT_THAT(Outputs(), ElementsAre("b-tm.jpg")) << "nothing was made";
+    fs::create_symlink("nowhere", Out("c-tm.jpg"));
+    EXPECT_THAT(Run().fErr, HasSubstr(Out("b-tm.jpg") + " and 1 more outputs exist already")) << "a link counts";
+    EXPECT_EQ(ReadAll(Out("b-tm.jpg")), (tBytes{'o', 'l', 'd'}));
+    EXPECT_EQ(Run({"--overwrite"}).fStatus, 0);
+    EXPECT_GT(ReadAll(Out("b-tm.jpg")).size(), 100U);
+}
+
+TEST_F(Batch, ResumeKeepsWhatIsDone)
+{
+    ASSERT_EQ(Run().fStatus, 0);
+    const auto set = [&](const std::string& pName, int pInput, int pOutput) {
+        SetTime(In(pName), pInput);
+        WriteAll(Out(pName + "-tm.jpg"), std::string("kept"));
+        SetTime(Out(pName + "-tm.jpg"), pOutput);
+    };
+    set("a", 0, 10);  // done
+    set("b", 20, 10); // the input is newer
+    set("c", 10, 10); // nobody knows
+    const sRun run = Run({"--resume"});
+    EXPECT_EQ(run.fStatus, 0) << run.fErr;
+    EXPECT_EQ(ReadAll(Out("a-tm.jpg")).size(), 4U);
+    EXPECT_GT(ReadAll(Out("b-tm.jpg")).size(), 100U);
+    EXPECT_GT(ReadAll(Out("c-tm.jpg")).size(), 100U);
+    EXPECT_THAT(run.fErr, HasSubstr(Out("a-tm.jpg") + " is done already\n"));
+    EXPECT_THAT(run.fErr, HasSubstr("3 pictures: 2 done, 1 done before; "));
+}
+
+TEST_F(Batch, ResumeMakesAnewWhatIsOlderThanTheSettings)
+{
+    WriteAll(fFolder / "look.toml", std::string("exposure = 1.0\n"));
+    const std::vector<std::string> more = {"--settings", fFolder / "look.toml", "--resume"};
+    ASSERT_EQ(Run(more).fStatus, 0);
+    for (const char* name : {"a", "b", "c"}) {
+        SetTime(In(name), 0);
+        SetTime(Out(std::string(name) + "-tm.jpg"), 10);
+    }
+    SetTime(fFolder / "look.toml", 5);
+    EXPECT_THAT(Run(more).fErr, HasSubstr("0 done, 3 done before"));
+    SetTime(fFolder / "look.toml", 15);
+    EXPECT_THAT(Run(more).fErr, HasSubstr("3 pictures: 3 done; "));
+}
+
+TEST_F(Batch, AnInputIsNoOutput)
+{
+    std::vector<std::string> words = {"tonemap",      In("a"),       In("b"), "--out-dir",
+                                      fFolder / "in", "--overwrite", "--name"};
+    fs::create_hard_link(In("b"), fFolder / "in/other.png");
+    const sRun run = Selvane({"tonemap", In("a"), In("b"), "--out-dir", fFolder / "in", "--overwrite", "--name",
+                              "other.png", "--jobs", "1"});
+    EXPECT_EQ(run.fStatus, 2);
+    EXPECT_THAT(run.fErr, HasSubstr("would both be written there"));
+    const sRun link = Selvane({"tonemap", In("b"), "--out-dir", fFolder / "in", "--overwrite", "--name", "other.png"});
+    EXPECT_EQ(link.fStatus, 2);
+    EXPECT_THAT(link.fErr, HasSubstr("other.png: is one of the inputs"));
+}
+
+TEST_F(Batch, CommandLinesThatMakeNoSenseHaveStatusTwo)
+{
+    const std::string out = fFolder / "out";
+    const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
+        {{"tonemap", In("a"), In("b")}, "several pictures need --out-dir"},
+        {{"tonemap", In("a"), In("b"), "-o", Out("x.png")}, "several pictures need --out-dir"},
+        {{"tonemap", In("a"), "-o", Out("x.png"), "--out-dir", out}, "--output does not go with --out-dir"},
+        {{"tonemap", In("a"), "--out-dir", out, "--overwrite", "--resume"}, "--overwrite and --resume do not go"},
+        {{"tonemap", In("a"), "--out-dir", out, "--force"}, "--force is for one output"},
+        {{"tonemap", In("a"), "-o", Out("x.png"), "--resume"}, "--resume and --overwrite go with --out-dir"},
+        {{"tonemap", In("a"), In("b"), "--out-dir", out, "--suggest"}, "--suggest takes one picture"},
+        {{"tonemap", In("a"), "--out-dir", out, "--name", "{stem}.xyz"}, ".xyz"},
+        {{"tonemap", In("a"), "--out-dir", out, "--depth", "16"}, "JPEG"},
+        {{"tonemap", In("a"), "--out-dir", out, "--memory", "4X"}, "--memory"},
+        {{"tonemap", In("a"), "--out-dir", out, "--jobs", "-1"}, "--jobs"},
+    };
+    for (const auto& [words, expected] : cases) {
+        const sRun run = Selvane(words);
+        EXPECT_EQ(run.fStatus, 2) << run.fErr;
+        EXPECT_EQ(Lines(run.fErr), 1U) << run.fErr;
+        EXPECT_THAT(run.fErr, HasSubstr(expected));
+    }
+    EXPECT_FALSE(fs::exists(out)) << "nothing was made";
+}
+
+TEST_F(Batch, APictureThatIsTooLargeIsRefusedByName)
+{
+    Make(In("b"), 1600, 1250); // with its share of the suggestion some 190 MiB, and 120 for the small ones
+    const sRun run = Run({"--memory", "150M"});
+    EXPECT_EQ(run.fStatus, 1);
+    EXPECT_THAT(run.fErr, HasSubstr(In("b") + ": the picture needs "));
+    EXPECT_THAT(run.fErr, HasSubstr("--memory allows 150 MiB"));
+    EXPECT_THAT(Outputs(), ElementsAre("a-tm.jpg", "c-tm.jpg"));
+}
+
+/// Eight pictures of 2 megapixels, each of which may need 190 MiB: with room for one, the peak stays at that of a run of
+/// one.
+TEST_F(Batch, TheMemoryIsBounded)
+{
+    std::vector<std::string> words = {"tonemap", "--out-dir", fFolder / "out", "--overwrite", "-q", "--jobs", "8"};
+    for (int i = 0; i < 8; i++) {
+        words.push_back(fFolder / ("in/" + std::to_string(i) + ".hdr"));
+        Make(words.back(), 1600, 1250);
+    }
+    const sRun alone = Selvane({"tonemap", words[7], "-q", "-o", fFolder / "alone.jpg"});
+    ASSERT_EQ(alone.fStatus, 0) << alone.fErr;
+    std::vector<std::string> narrow = words;
+    narrow.insert(narrow.end(), {"--memory", "250M"});
+    const sRun bounded = Selvane(narrow);
+    ASSERT_EQ(bounded.fStatus, 0) << bounded.fErr;
+    const sRun wide = Selvane(words);
+    ASSERT_EQ(wide.fStatus, 0) << wide.fErr;
+    EXPECT_LT(bounded.fPeak, alone.fPeak + (size_t{48} << 20)) << "leaves room for what threads keep";
+    EXPECT_GT(wide.fPeak, alone.fPeak + (size_t{96} << 20)) << "the limit matters";
+}
+
+/// Reads what a terminal shows of a run.
+std::string OnATerminal(const std::vector<std::string>& pWords, const char* pNoColor)
+{
+    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY);
+    EXPECT_GE(terminal, 0);
+    ::grantpt(terminal);
+    ::unlockpt(terminal);
+    const std::string name = ::ptsname(terminal);
+    const int open = ::open(name.c_str(), O_RDWR | O_NOCTTY); // so that the terminal stays when the run ends
+    std::string shown;
+    std::thread reader([&] {
+        char bytes[4096];
+        for (ssize_t count; (count = ::read(terminal, bytes, sizeof bytes)) > 0;)
+            shown.append(bytes, static_cast<size_t>(count));
+    });
+    Selvane(pWords, [&] {
+        ::dup2(::open(name.c_str(), O_RDWR | O_NOCTTY), STDERR_FILENO);
+        ::setenv("TERM", "xterm", 1);
+        if (pNoColor != nullptr) ::setenv("NO_COLOR", pNoColor, 1);
+    });
+    ::close(open);
+    reader.join();
+    ::close(terminal);
+    return shown;
+}
+
+TEST_F(Batch, ATerminalGetsABar)
+{
+    Make(In("a"), 2400, 1600); // long enough for a bar inside of one picture
+    const std::vector<std::string> several = {"tonemap",     In("a"),     In("b"),         "--jobs", "1",
+                                              "--overwrite", "--out-dir", fFolder / "out", "--name", "{stem}.png"};
+    const std::string shown = OnATerminal(several, nullptr);
+    EXPECT_THAT(shown, HasSubstr("/2 pictures  "));
+    EXPECT_THAT(shown, HasSubstr(" megapixels/s"));
+    EXPECT_THAT(shown, HasSubstr("\r\x1b[Kselvane: 2 pictures: 2 done; ")) << "the bar is gone at the end";
+    EXPECT_THAT(shown, HasSubstr("\x1b[32m"));
+    EXPECT_THAT(OnATerminal(several, "1"), Not(HasSubstr("\x1b[32m")));
+    const std::string one = OnATerminal({"tonemap", In("a"), "-o", fFolder / "one.png"}, nullptr);
+    EXPECT_THAT(one, HasSubstr(" %  "));
+    std::vector<std::string> quiet = several;
+    quiet.emplace_back("-q");
+    EXPECT_EQ(OnATerminal(quiet, nullptr), "");
+}
+
+} // namespace

@@ -1,0 +1,405 @@
+// PFM, WebP, HEIF, AVIF and JPEG XL files, and TIFF files of half and double floats.
+
+#include "color/Light.h"
+#include "host/read/ReadingTest.h"
+
+#include <Imath/half.h>
+#include <avif/avif.h>
+#include <jxl/encode.h>
+#include <libheif/heif.h>
+#include <tiffio.h>
+#include <vips/vips.h>
+
+#include <algorithm>
+#include <memory>
+#include <unistd.h>
+
+namespace
+{
+
+using namespace SelvaneHost;
+using namespace SelvaneTest;
+using testing::HasSubstr;
+
+class Kinds : public cReadingTest
+{
+};
+
+constexpr int kWide = 40;
+constexpr int kHigh = 24;
+constexpr size_t kSamples = size_t{3} * kWide * kHigh;
+
+std::vector<float> FloatsIn(const sPicture& pPicture)
+{
+    std::vector<float> floats(pPicture.fPixels.size() / sizeof(float));
+    std::memcpy(floats.data(), pPicture.fPixels.data(), pPicture.fPixels.size());
+    return floats;
+}
+
+std::vector<uint16_t> WordsIn(const sPicture& pPicture)
+{
+    std::vector<uint16_t> words(pPicture.fPixels.size() / 2);
+    std::memcpy(words.data(), pPicture.fPixels.data(), pPicture.fPixels.size());
+    return words;
+}
+
+/// A PFM file. Rows go from the bottom up.
+tBytes Pfm(const std::string& pHeader, const std::vector<float>& pFloats, size_t pRow, bool pLowestFirst)
+{
+    tBytes file(pHeader.begin(), pHeader.end());
+    for (size_t last = pFloats.size(); last > 0; last -= pRow)
+        for (size_t i = last - pRow; i < last; i++) {
+            unsigned char bytes[4];
+            std::memcpy(bytes, &pFloats[i], 4);
+            if (!pLowestFirst) std::reverse(std::begin(bytes), std::end(bytes));
+            file.insert(file.end(), std::begin(bytes), std::end(bytes));
+        }
+    return file;
+}
+
+TEST_F(Kinds, PfmFloatsArriveAsStored)
+{
+    const std::vector<float> floats = Floats(5, 3);
+    for (const bool low : {true, false}) {
+        const std::string scale = low ? "-1.0" : "1.000";
+        WriteAll(fFolder / "a.pfm", Pfm("PF\n5 3\n" + scale + "\n", floats, 15, low));
+        const sPicture picture = Read("a.pfm");
+        EXPECT_EQ(picture.fForm, eFloats);
+        EXPECT_EQ(picture.fPixels, BytesOf(floats));
+    }
+    WriteAll(fFolder / "a.pfm", Pfm("PF 5 3 -2\n", floats, 15, true));
+    EXPECT_EQ(FloatsIn(Read("a.pfm"))[7], 2.0F * floats[7]);
+    const std::vector<float> grey = {1.5F, 2.5F};
+    WriteAll(fFolder / "g.pfm", Pfm("Pf\n1 2\n-1\n", grey, 1, true));
+    EXPECT_EQ(FloatsIn(Read("g.pfm")), (std::vector<float>{1.5F, 1.5F, 1.5F, 2.5F, 2.5F, 2.5F}));
+}
+
+TEST_F(Kinds, DamagedPfmIsRefused)
+{
+    const std::vector<float> floats = Floats(5, 3);
+    const tBytes whole = Pfm("PF\n5 3\n-1\n", floats, 15, true);
+    for (size_t size = 3; size < whole.size(); size++) {
+        WriteAll(fFolder / "cut.pfm", tBytes(whole.begin(), whole.begin() + static_cast<long>(size)));
+        EXPECT_NE(RefusalOf("cut.pfm"), "") << size;
+    }
+    for (const char* header : {"PF\n0 3\n-1\n", "PF\n5 x\n-1\n", "PF\n5 3\nnan\n", "PF\n5 3\n0\n", "PF\n-5 3\n-1\n",
+                               "PF\n99999999 99999999\n-1\n", "PF\n13000 13000\n-1\n"}) {
+        WriteAll(fFolder / "bad.pfm", Pfm(header, floats, 15, true));
+        EXPECT_NE(RefusalOf("bad.pfm"), "") << header;
+    }
+}
+
+TEST_F(Kinds, LosslessWebpArrivesAsStored)
+{
+    const tBytes samples = Samples8(kWide, kHigh);
+    sStored how = Rgb8();
+    how.fProfile = StoredProfile(SELVANE_DISPLAY_P3);
+    Store(fFolder / "a.webp[lossless]", samples.data(), kWide, kHigh, how);
+    const sPicture picture = Read("a.webp");
+    EXPECT_EQ(picture.fForm, eSamples8);
+    EXPECT_EQ(picture.fPixels, samples);
+    EXPECT_EQ(NamedSpace(picture), SELVANE_DISPLAY_P3);
+}
+
+/// How a TIFF file of half or double floats is laid out.
+struct sHalfTiff
+{
+    uint16_t fSamples = 3;
+    uint16_t fPlanar = PLANARCONFIG_CONTIG;
+    uint32_t fTile = 0; ///< side; 0: strips of 5 rows
+    uint16_t fCompression = COMPRESSION_NONE;
+    uint16_t fPredictor = 1;
+    bool fDouble = false; ///< of 64 bits instead
+};
+
+/// The sample of a channel of a pixel, exact in half floats, up to 60000.
+float HalfSample(uint32_t pX, uint32_t pY, uint16_t pChannel)
+{
+    return std::ldexp(1.0F + static_cast<float>((pX * 7 + pY * 13 + pChannel * 29) % 64) / 64.0F,
+                      static_cast<int>((pX + pY) % 24) - 10);
+}
+
+void StoreHalfTiff(const std::string& pPath, const sHalfTiff& pHow)
+{
+    TIFF* const file = TIFFOpen(pPath.c_str(), "w");
+    TIFFSetField(file, TIFFTAG_IMAGEWIDTH, kWide);
+    TIFFSetField(file, TIFFTAG_IMAGELENGTH, kHigh);
+    TIFFSetField(file, TIFFTAG_BITSPERSAMPLE, pHow.fDouble ? 64 : 16);
+    TIFFSetField(file, TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_IEEEFP);
+    TIFFSetField(file, TIFFTAG_SAMPLESPERPIXEL, pHow.fSamples);
+    TIFFSetField(file, TIFFTAG_PHOTOMETRIC, pHow.fSamples < 3 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB);
+    TIFFSetField(file, TIFFTAG_PLANARCONFIG, pHow.fPlanar);
+    TIFFSetField(file, TIFFTAG_COMPRESSION, pHow.fCompression);
+    if (pHow.fPredictor != 1) TIFFSetField(file, TIFFTAG_PREDICTOR, pHow.fPredictor);
+    const uint32_t tileWidth = pHow.fTile > 0 ? pHow.fTile : kWide, tileHeight = pHow.fTile > 0 ? pHow.fTile : 5;
+    if (pHow.fTile > 0) {
+        TIFFSetField(file, TIFFTAG_TILEWIDTH, tileWidth);
+        TIFFSetField(file, TIFFTAG_TILELENGTH, tileHeight);
+    } else
+        TIFFSetField(file, TIFFTAG_ROWSPERSTRIP, tileHeight);
+    const bool planes = pHow.fPlanar == PLANARCONFIG_SEPARATE;
+    for (uint16_t plane = 0; plane < (planes ? pHow.fSamples : 1); plane++)
+        for (uint32_t y = 0; y < kHigh; y += tileHeight)
+            for (uint32_t x = 0; x < kWide; x += tileWidth) {
+                std::vector<uint16_t> tile;
+                std::vector<double> wide;
+                const uint32_t rows = pHow.fTile > 0 ? tileHeight : std::min<uint32_t>(tileHeight, kHigh - y);
+                for (uint32_t v = y; v < y + rows; v++)
+                    for (uint32_t u = x; u < x + tileWidth; u++)
+                        for (uint16_t s = planes ? plane : 0; s < (planes ? plane + 1 : pHow.fSamples); s++)
+                            for (const float sample : {HalfSample(u, v, s)}) {
+                                tile.push_back(Imath::half(sample).bits());
+                                wide.push_back(static_cast<double>(sample));
+                            }
+                void* const data = pHow.fDouble ? static_cast<void*>(wide.data()) : tile.data();
+                const auto size = static_cast<tmsize_t>((pHow.fDouble ? 8 : 2) * tile.size());
+                if (pHow.fTile > 0)
+                    TIFFWriteEncodedTile(file, TIFFComputeTile(file, x, y, 0, plane), data, size);
+                else
+                    TIFFWriteEncodedStrip(file, TIFFComputeStrip(file, y, plane), data, size);
+            }
+    TIFFClose(file);
+}
+
+TEST_F(Kinds, HalfAndDoubleFloatsOfATiffArriveInEveryLayout)
+{
+    const sHalfTiff cases[] = {{},
+                               {.fSamples = 1},
+                               {.fSamples = 4},
+                               {.fTile = 16},
+                               {.fPlanar = PLANARCONFIG_SEPARATE},
+                               {.fPlanar = PLANARCONFIG_SEPARATE, .fTile = 16},
+                               {.fCompression = COMPRESSION_LZW},
+                               {.fCompression = COMPRESSION_ADOBE_DEFLATE, .fPredictor = 3},
+                               {.fSamples = 5},
+                               {.fDouble = true},
+                               {.fSamples = 1, .fTile = 16, .fDouble = true}};
+    for (const sHalfTiff& how : cases) {
+        StoreHalfTiff(fFolder / "a.tif", how);
+        const sPicture picture = Read("a.tif");
+        ASSERT_EQ(picture.fForm, eFloats);
+        ASSERT_EQ(picture.fChannels, how.fSamples == 4 ? 4 : 3);
+        const std::vector<float> floats = FloatsIn(picture);
+        for (uint32_t i = 0; i < floats.size(); i++) {
+            const auto channels = static_cast<uint32_t>(picture.fChannels);
+            const uint32_t pixel = i / channels;
+            const auto channel = static_cast<uint16_t>(how.fSamples == 1 ? 0 : i % channels);
+            ASSERT_EQ(floats[i], HalfSample(pixel % kWide, pixel / kWide, channel)) << how.fSamples << " " << i;
+        }
+    }
+}
+
+TEST_F(Kinds, DamagedHalfFloatsEndInAPictureOrInWords)
+{
+    std::mt19937 random(9);
+    for (const sHalfTiff& how :
+         {sHalfTiff{}, {.fTile = 16}, {.fCompression = COMPRESSION_ADOBE_DEFLATE, .fPredictor = 3}}) {
+        StoreHalfTiff(fFolder / "a.tif", how);
+        const tBytes whole = ReadAll(fFolder / "a.tif");
+        for (int round = 0; round < 300; round++) {
+            try {
+                const sPicture picture = ReadPicture(Broken(whole, random));
+                EXPECT_EQ(picture.fPixels.size(), AllBytes(picture));
+            } catch (const cHostError& failure) {
+                EXPECT_STRNE(failure.what(), "");
+            } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): an answer too
+            }
+        }
+    }
+}
+
+void MustHeif(const heif_error& pError)
+{
+    if (pError.code != heif_error_Ok) throw std::runtime_error(pError.message);
+}
+
+/// Writes an AVIF file of pBits bits with libavif: the encoder of libheif ends the process at 10 bits.
+void StoreAvif(const std::string& pPath, const std::vector<uint16_t>& pSamples, int pBits, int pPrimaries,
+               int pTransfer)
+{
+    const auto bits = static_cast<uint32_t>(pBits);
+    avifImage* const image = avifImageCreate(kWide, kHigh, bits, AVIF_PIXEL_FORMAT_YUV444);
+    image->colorPrimaries = static_cast<avifColorPrimaries>(pPrimaries);
+    image->transferCharacteristics = static_cast<avifTransferCharacteristics>(pTransfer);
+    image->matrixCoefficients = AVIF_MATRIX_COEFFICIENTS_BT601;
+    image->yuvRange = AVIF_RANGE_FULL;
+    avifRGBImage rgb;
+    avifRGBImageSetDefaults(&rgb, image);
+    rgb.format = AVIF_RGB_FORMAT_RGB;
+    const tBytes narrow(pSamples.begin(), pSamples.end());
+    rgb.rowBytes = (bits > 8 ? 6U : 3U) * kWide;
+    const void* const pixels = bits > 8 ? static_cast<const void*>(pSamples.data()) : narrow.data();
+    rgb.pixels = static_cast<uint8_t*>(const_cast<void*>(pixels)); // only read
+    avifEncoder* const encoder = avifEncoderCreate();
+    avifRWData file = AVIF_DATA_EMPTY;
+    if (avifImageRGBToYUV(image, &rgb) != AVIF_RESULT_OK || avifEncoderWrite(encoder, image, &file) != AVIF_RESULT_OK)
+        throw std::runtime_error("AVIF");
+    WriteAll(pPath, tBytes(file.data, file.data + file.size));
+    avifRWDataFree(&file);
+    avifEncoderDestroy(encoder);
+    avifImageDestroy(image);
+}
+
+/// The samples of an AVIF file, as libheif decodes them.
+std::vector<uint16_t> DecodedAvif(const std::string& pPath, int pBits)
+{
+    heif_context* const context = heif_context_alloc();
+    heif_image_handle* handle = nullptr;
+    heif_image* image = nullptr;
+    MustHeif(heif_context_read_from_file(context, pPath.c_str(), nullptr));
+    MustHeif(heif_context_get_primary_image_handle(context, &handle));
+    MustHeif(heif_decode_image(handle, &image, heif_colorspace_RGB,
+                               pBits > 8 ? heif_chroma_interleaved_RRGGBB_LE : heif_chroma_interleaved_RGB, nullptr));
+    int stride = 0;
+    const uint8_t* const plane = heif_image_get_plane_readonly(image, heif_channel_interleaved, &stride);
+    std::vector<uint16_t> samples(kSamples);
+    for (size_t i = 0; i < kSamples; i++) {
+        const uint8_t* const row = plane + i / (3 * kWide) * static_cast<size_t>(stride);
+        const size_t x = i % (3 * kWide);
+        samples[i] = pBits > 8 ? static_cast<uint16_t>(row[2 * x] + 256 * row[2 * x + 1]) : row[x];
+    }
+    heif_image_release(image);
+    heif_image_handle_release(handle);
+    heif_context_free(context);
+    return samples;
+}
+
+std::vector<uint16_t> CodesOf(int pBits)
+{
+    std::vector<uint16_t> codes(kSamples);
+    for (size_t i = 0; i < kSamples; i++)
+        codes[i] = static_cast<uint16_t>((i * 37 + i / 120 * 11) % (size_t{1} << pBits));
+    return codes;
+}
+
+TEST_F(Kinds, AvifOfEveryDepthArrivesWithItsCodePoints)
+{
+    for (const int bits : {8, 10, 12}) {
+        StoreAvif(fFolder / "a.avif", CodesOf(bits), bits, 12, 13);
+        const std::vector<uint16_t> codes = DecodedAvif(fFolder / "a.avif", bits);
+        const sPicture picture = Read("a.avif");
+        EXPECT_EQ(picture.fForm, bits == 8 ? eSamples8 : eSamples16);
+        EXPECT_EQ(NamedSpace(picture), SELVANE_DISPLAY_P3);
+        const unsigned most = (1U << bits) - 1;
+        ASSERT_EQ(picture.fWidth, kWide);
+        for (size_t i = 0; i < kSamples; i++) {
+            if (bits == 8)
+                ASSERT_EQ(picture.fPixels[i], codes[i]) << i;
+            else
+                ASSERT_EQ(WordsIn(picture)[i], (codes[i] * 65535U + most / 2) / most) << bits << " bits, " << i;
+        }
+    }
+}
+
+TEST_F(Kinds, AvifInPqIsLight)
+{
+    StoreAvif(fFolder / "a.avif", CodesOf(10), 10, 9, 16);
+    const std::vector<uint16_t> codes = DecodedAvif(fFolder / "a.avif", 10);
+    const sPicture picture = Read("a.avif");
+    EXPECT_EQ(NamedSpace(picture), SELVANE_REC2020);
+    ASSERT_EQ(picture.fForm, eFloats);
+    for (size_t i = 0; i < kSamples; i += 17) {
+        const double signal = static_cast<double>((codes[i] * 65535U + 511) / 1023) / 65535.0;
+        ASSERT_EQ(FloatsIn(picture)[i], static_cast<float>(PqLight(signal))) << i;
+    }
+}
+
+/// Writes a JPEG XL file without a loss.
+template <typename tSample>
+void StoreJxl(const std::string& pPath, const std::vector<tSample>& pSamples, JxlPrimaries pPrimaries,
+              JxlTransferFunction pTransfer, double pGamma = 0.0)
+{
+    constexpr bool kReal = std::is_same_v<tSample, float>;
+    const std::unique_ptr<JxlEncoder, void (*)(JxlEncoder*)> encoder(JxlEncoderCreate(nullptr), JxlEncoderDestroy);
+    JxlBasicInfo info;
+    JxlEncoderInitBasicInfo(&info);
+    info.xsize = kWide;
+    info.ysize = kHigh;
+    info.bits_per_sample = 8 * sizeof(tSample);
+    info.exponent_bits_per_sample = kReal ? 8 : 0;
+    info.uses_original_profile = JXL_TRUE;
+    ASSERT_EQ(JxlEncoderSetBasicInfo(encoder.get(), &info), JXL_ENC_SUCCESS);
+    JxlColorEncoding colors{};
+    colors.color_space = JXL_COLOR_SPACE_RGB;
+    colors.white_point = JXL_WHITE_POINT_D65;
+    colors.primaries = pPrimaries;
+    colors.transfer_function = pTransfer;
+    colors.gamma = pGamma;
+    colors.rendering_intent = JXL_RENDERING_INTENT_RELATIVE;
+    ASSERT_EQ(JxlEncoderSetColorEncoding(encoder.get(), &colors), JXL_ENC_SUCCESS);
+    JxlEncoderFrameSettings* const frame = JxlEncoderFrameSettingsCreate(encoder.get(), nullptr);
+    JxlEncoderSetFrameLossless(frame, JXL_TRUE);
+    const JxlPixelFormat format = {3,
+                                   kReal                  ? JXL_TYPE_FLOAT
+                                   : sizeof(tSample) == 1 ? JXL_TYPE_UINT8
+                                                          : JXL_TYPE_UINT16,
+                                   JXL_NATIVE_ENDIAN, 0};
+    ASSERT_EQ(JxlEncoderAddImageFrame(frame, &format, pSamples.data(), pSamples.size() * sizeof(tSample)),
+              JXL_ENC_SUCCESS);
+    JxlEncoderCloseInput(encoder.get());
+    tBytes file(1 << 20);
+    uint8_t* next = file.data();
+    size_t left = file.size();
+    ASSERT_EQ(JxlEncoderProcessOutput(encoder.get(), &next, &left), JXL_ENC_SUCCESS);
+    file.resize(file.size() - left);
+    WriteAll(pPath, file);
+}
+
+TEST_F(Kinds, JpegXlOfEveryFormArrivesAsStored)
+{
+    const tBytes eight = Samples8(kWide, kHigh);
+    const std::vector<uint16_t> sixteen = Samples16(kWide, kHigh);
+    const std::vector<float> floats = Floats(kWide, kHigh);
+    StoreJxl(fFolder / "8.jxl", eight, JXL_PRIMARIES_SRGB, JXL_TRANSFER_FUNCTION_SRGB);
+    StoreJxl(fFolder / "16.jxl", sixteen, JXL_PRIMARIES_P3, JXL_TRANSFER_FUNCTION_SRGB);
+    StoreJxl(fFolder / "float.jxl", floats, JXL_PRIMARIES_2100, JXL_TRANSFER_FUNCTION_LINEAR);
+    StoreJxl(fFolder / "gamma.jxl", sixteen, JXL_PRIMARIES_SRGB, JXL_TRANSFER_FUNCTION_GAMMA, 1 / 1.8);
+    EXPECT_EQ(Read("8.jxl").fPixels, eight);
+    EXPECT_EQ(NamedSpace(Read("8.jxl")), SELVANE_SRGB);
+    EXPECT_EQ(Read("8.jxl").fColor.fTransfer, SELVANE_TRANSFER_ENGINE);
+    EXPECT_EQ(WordsIn(Read("16.jxl")), sixteen);
+    EXPECT_EQ(NamedSpace(Read("16.jxl")), SELVANE_DISPLAY_P3);
+    EXPECT_EQ(FloatsIn(Read("float.jxl")), floats);
+    EXPECT_EQ(NamedSpace(Read("float.jxl")), SELVANE_REC2020);
+    EXPECT_EQ(Read("gamma.jxl").fColor.fTransfer, SELVANE_TRANSFER_POWER);
+    EXPECT_NEAR(Read("gamma.jxl").fColor.fGamma, 1.8, 1e-5);
+}
+
+TEST_F(Kinds, JpegXlInHlgIsLight)
+{
+    const std::vector<uint16_t> sixteen = Samples16(kWide, kHigh);
+    StoreJxl(fFolder / "a.jxl", sixteen, JXL_PRIMARIES_2100, JXL_TRANSFER_FUNCTION_HLG);
+    const sPicture picture = Read("a.jxl");
+    EXPECT_EQ(NamedSpace(picture), SELVANE_REC2020);
+    ASSERT_EQ(picture.fForm, eFloats);
+    for (size_t i = 0; i < kSamples; i += 13)
+        ASSERT_NEAR(static_cast<double>(FloatsIn(picture)[i]) / HlgLight(sixteen[i] / 65535.0), 1.0, 1e-5) << i;
+}
+
+TEST_F(Kinds, CutAndBrokenFilesOfTheNewKindsEndInAPictureOrInWords)
+{
+    StoreJxl(fFolder / "a.jxl", Samples8(kWide, kHigh), JXL_PRIMARIES_SRGB, JXL_TRANSFER_FUNCTION_SRGB);
+    StoreAvif(fFolder / "a.avif", CodesOf(8), 8, 1, 13);
+    const tBytes eight = Samples8(kWide, kHigh);
+    Store(fFolder / "a.webp[lossless]", eight.data(), kWide, kHigh, Rgb8());
+    std::mt19937 random(3);
+    for (const char* name : {"a.jxl", "a.avif", "a.webp"}) {
+        const tBytes whole = ReadAll(fFolder / name);
+        for (size_t tenth = 0; tenth < 9; tenth++) {
+            WriteAll(fFolder / "cut",
+                     tBytes(whole.begin(), whole.begin() + static_cast<long>(whole.size() * tenth / 10)));
+            EXPECT_NE(RefusalOf("cut"), "") << name << " cut to " << tenth << " tenths";
+        }
+        for (int round = 0; round < 100; round++) {
+            try {
+                const sPicture picture = ReadPicture(Broken(whole, random));
+                EXPECT_EQ(picture.fPixels.size(), AllBytes(picture)) << name;
+            } catch (const cHostError& failure) {
+                EXPECT_STRNE(failure.what(), "") << name;
+            } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): an answer too
+            }
+        }
+    }
+}
+
+} // namespace
