@@ -1,7 +1,7 @@
 # Sourced by the other scripts: installs Debian packages when it may, and otherwise says which are missing.
 
 SELVANE_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libcli11-dev libvips-dev libopenexr-dev zlib1g-dev libtomlplusplus-dev nlohmann-json3-dev
-  libexiv2-dev libheif-dev libavif-dev libjxl-dev liblcms2-dev libtiff-dev)
+  libexiv2-dev libheif-dev libavif-dev libjxl-dev liblcms2-dev libtiff-dev libseccomp-dev)
 SELVANE_TEST_PACKAGES=(libgtest-dev libgmock-dev libpng-dev clang binutils doxygen valgrind libfltk1.3-dev man-db xauth xvfb zsh fish bsdextrautils
   libimage-exiftool-perl python3-jsonschema)
 SELVANE_DESKTOP_PACKAGES=(parallel slurm-wlm munge chromium chromium-driver python3-selenium) # of scripts/test --desktop

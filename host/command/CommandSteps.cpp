@@ -2,7 +2,7 @@
 
 #include "color/Space.h"
 #include "picture/PictureLibrary.h"
-#include "read/PictureReader.h"
+#include "read/ReadingProcess.h"
 #include "write/OutputFile.h"
 
 #include <selvane.h>
@@ -74,8 +74,8 @@ eSampleForm FormFor(int pDepth)
 
 sPicture Read(const std::string& pPath, const sReadOptions& pOptions, const tLine& pLine)
 {
-    StartPictureLibrary();
-    sPicture picture = About(pPath, [&] { return ReadPictureFile(pPath, pOptions); });
+    StartPictureLibrary(); // the writers need it too
+    sPicture picture = About(pPath, [&] { return ReadInProcess(pPath, pOptions); });
     WarnOfAll(picture.fWarnings, pPath, pLine);
     return picture;
 }

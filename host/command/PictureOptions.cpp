@@ -1,6 +1,7 @@
 #include "command/PictureOptions.h"
 
 #include "picture/Sliders.h"
+#include "read/ReadingProcess.h"
 
 #include <charconv>
 
@@ -105,6 +106,15 @@ void AddInputSpace(CLI::App& pCommand, std::optional<eInputSpace>& pSpace)
 void AddLayer(CLI::App& pCommand, std::string& pLayer)
 {
     pCommand.add_option("--layer", pLayer, "layer of an OpenEXR file (default: the first that has colours)");
+}
+
+void AddLimits(CLI::App& pCommand)
+{
+    pCommand
+        .add_option_function<int>(
+            "--max-megapixels", [](int pMegapixels) { UseReadingProcesses({.fMegapixels = pMegapixels, .fBytes = 0}); },
+            "refuse larger pictures before they are unpacked (400)")
+        ->check(CLI::Range(1, 1 << 20));
 }
 
 } // namespace SelvaneHost

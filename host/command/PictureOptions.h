@@ -25,6 +25,9 @@ void AddColorSpace(CLI::App& pCommand, std::optional<int>& pSpace);
 void AddInputSpace(CLI::App& pCommand, std::optional<eInputSpace>& pSpace);
 void AddLayer(CLI::App& pCommand, std::string& pLayer);
 
+/// What a file may take to decode. It holds for the whole process.
+void AddLimits(CLI::App& pCommand);
+
 } // namespace SelvaneHost
 
 #endif

@@ -14,6 +14,7 @@
 #include "command/Tonemap.h"
 #include "explain/ExplainOptions.h"
 #include "picture/Errors.h"
+#include "read/ReadingProcess.h"
 #include "sequence/SequenceOptions.h"
 #include "sheet/SheetOptions.h"
 #include "shell/Defaults.h"
@@ -47,6 +48,7 @@ void AddPictures(CLI::App& pCommand, sTonemapOptions& pOptions)
     AddColorSpace(pCommand, pOptions.fJob.fColorSpace);
     AddInputSpace(pCommand, pOptions.fJob.fInputSpace);
     AddLayer(pCommand, pOptions.fJob.fLayer);
+    AddLimits(pCommand);
     AddVerbose(pCommand, pOptions.fVerbose);
 }
 
@@ -118,6 +120,7 @@ void AddStats(CLI::App& pApp, sTonemapOptions& pOptions)
     AddCrop(*command, pOptions.fJob.fCrop);
     AddColorSpace(*command, pOptions.fJob.fColorSpace);
     AddLayer(*command, pOptions.fJob.fLayer);
+    AddLimits(*command);
     AddVerbose(*command, pOptions.fVerbose);
     command->callback([&pOptions] { RunStats(pOptions); });
 }
@@ -135,6 +138,7 @@ void AddEqualize(CLI::App& pApp, sEqualizeOptions& pOptions)
     command->add_option("--lightness", pOptions.fLightness, "points HUE:VALUE,...");
     AddColorSpace(*command, pOptions.fColorSpace);
     AddInputSpace(*command, pOptions.fInputSpace);
+    AddLimits(*command);
     AddVerbose(*command, pOptions.fVerbose);
     command->callback([&pOptions] { RunEqualize(pOptions); });
 }
@@ -193,10 +197,13 @@ int Run(const std::vector<std::string>& pWords)
 
 int main(int pCount, char** pWords)
 {
+    const std::vector<std::string> words(pWords, pWords + pCount);
     OpenStandardStreams();
+    if (pCount > 1 && words[1] == kReadingWord) return RunReadingProcess({words.begin() + 2, words.end()});
     CatchSignals();
+    UseReadingProcesses({});
     try {
-        const int status = Run({pWords, pWords + pCount});
+        const int status = Run(words);
         FlushStandardOutput();
         return status;
     } catch (const cUsageError& failure) {

@@ -29,6 +29,7 @@ void AddExplain(CLI::App& pApp, sExplainOptions& pOptions)
     AddColorSpace(*command, job.fColorSpace);
     AddInputSpace(*command, job.fInputSpace);
     AddLayer(*command, job.fLayer);
+    AddLimits(*command);
     command->add_flag("-v,--verbose", pOptions.fVerbose, "show the lines of libselvane's log");
     command->callback([&pOptions] { RunExplain(pOptions); });
 }

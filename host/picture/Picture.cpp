@@ -22,6 +22,23 @@ bool IsInside(const sPicture& pPicture, const sArea& pArea)
 
 } // namespace
 
+namespace
+{
+
+int64_t gMostPixels = 400'000'000;
+
+} // namespace
+
+int64_t MostPixels()
+{
+    return gMostPixels;
+}
+
+void SetMostPixels(int64_t pPixels)
+{
+    gMostPixels = pPixels;
+}
+
 size_t SampleBytes(eSampleForm pForm)
 {
     if (pForm == eFloats) return sizeof(float);
@@ -58,9 +75,10 @@ void SetSize(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pF
 {
     constexpr int64_t kLongestSide = INT32_MAX;
     if (pWidth < 1 || pHeight < 1) throw cHostError("the picture has no pixels");
-    if (pWidth > kLongestSide || pHeight > kLongestSide || pWidth > kMostPixels / pHeight) {
+    if (pWidth > kLongestSide || pHeight > kLongestSide || pWidth > gMostPixels / pHeight) {
         throw cHostError("a picture of " + std::to_string(pWidth) + " x " + std::to_string(pHeight) +
-                         " pixels is too large: the most is " + std::to_string(kMostPixels / 1000000) + " megapixels");
+                         " pixels is too large: the most is " + std::to_string(gMostPixels / 1000000) +
+                         " megapixels; --max-megapixels allows more");
     }
     pPicture.fWidth = static_cast<int>(pWidth);
     pPicture.fHeight = static_cast<int>(pHeight);

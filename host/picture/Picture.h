@@ -24,8 +24,12 @@ enum eSampleForm : int
     eFloats,         ///< interleaved; native 32-bit floats of any scale
 };
 
-/// The most pixels of a picture. The engine counts the bytes of its float picture, 12 a pixel, in 31 bits.
-constexpr int64_t kMostPixels = 0x7FFFFFFF / 12;
+/// The most pixels that a picture may have, at first 400 million. Any reader refuses a larger one by SetSize, before it
+/// unpacks a row.
+int64_t MostPixels();
+
+/// Sets it, for the whole process. Call it before any thread.
+void SetMostPixels(int64_t pPixels);
 
 /// A picture. It is upright, and its rows follow each other without padding.
 struct sPicture
@@ -61,11 +65,11 @@ unsigned char* Row(sPicture& pPicture, int pRow);
 const unsigned char* Row(const sPicture& pPicture, int pRow);
 
 /// Sets size, form and channels, and tells a cSizeWatch. Allocates no pixels.
-/// @throws cHostError when a side is below 1 or the picture has more than kMostPixels pixels
+/// @throws cHostError when a side is below 1 or the picture has more than MostPixels()
 void SetSize(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pForm, int pChannels = 3);
 
 /// Sets size, form and channels, and allocates the pixels as zeros.
-/// @throws cHostError when a side is below 1 or the picture has more than kMostPixels pixels
+/// @throws cHostError when a side is below 1 or the picture has more than MostPixels()
 void AllocatePixels(sPicture& pPicture, int64_t pWidth, int64_t pHeight, eSampleForm pForm, int pChannels = 3);
 
 /// A part of a picture, in pixels from the upper left corner.

@@ -28,6 +28,7 @@ void AddSheet(CLI::App& pApp, sSheetOptions& pOptions)
     AddColorSpace(*command, job.fColorSpace);
     AddInputSpace(*command, job.fInputSpace);
     AddLayer(*command, job.fLayer);
+    AddLimits(*command);
     AddThreads(*command, job.fThreads);
     command->add_flag("-v,--verbose", pOptions.fVerbose, "show the lines of libselvane's log");
     command->callback([&pOptions] {

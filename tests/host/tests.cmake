@@ -60,6 +60,8 @@ selvane_test(host
   read/Kinds_test.cpp
   read/OpenExrReader_test.cpp
   read/PictureReader_test.cpp
+  read/Confinement_test.cpp
+  read/PictureParcel_test.cpp
   read/RadianceReader_test.cpp
   read/VipsReader_test.cpp
   scene/Scene_test.cpp

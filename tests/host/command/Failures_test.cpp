@@ -5,6 +5,7 @@
 #include <vips/vips.h>
 
 #include <csignal>
+#include <cstring>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -61,7 +62,7 @@ TEST_F(Command, WhatCannotBeWrittenHasStatusOneAndKeepsTheOldFile)
     ExpectFailure(Selvane({"tonemap", "--exact", Hdr(), "-o", fFolder / "folder.png"}), 1, "Is a directory");
     // The limit of 2000 bytes for a file acts like a full disk.
     const sRun full = Selvane({"tonemap", "--exact", Hdr(), "-o", Out()}, [] {
-        const rlimit limit{2000, 2000};
+        const rlimit limit{2000, RLIM_INFINITY};
         ::setrlimit(RLIMIT_FSIZE, &limit);
     });
     ExpectFailure(full, 1, "out.png: cannot be written: File too large");
@@ -295,13 +296,13 @@ sRun Crashing(const char* pFunction, int pSignal, const std::vector<std::string>
     });
 }
 
-// A library crashes while it reads, while it encodes, or while the new file is half written. The run ends by that
-// signal, the name holds the old file, and no other file remains.
+// A library crashes while it encodes, or while the new file is half written. The run ends by that signal, the name holds
+// the old file, and no other file remains.
 TEST_F(Command, ACrashInALibraryLeavesNoHalfFileAndNoSuccess)
 {
     const std::string jpeg = fFolder / "out.jpg";
     WriteAll(jpeg, std::string("old"));
-    for (const char* function : {"vips_pngload_buffer", "vips_jpegsave_buffer", "fsync"}) {
+    for (const char* function : {"vips_jpegsave_buffer", "fsync"}) {
         for (const int signal : {SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGILL}) {
             const sRun run = Crashing(function, signal, {"tonemap", "--exact", Png(), "-o", jpeg});
             EXPECT_EQ(run.fStatus, 128 + signal) << function << ": " << run.fErr;
@@ -310,6 +311,23 @@ TEST_F(Command, ACrashInALibraryLeavesNoHalfFileAndNoSuccess)
         }
     }
     ExpectQuietSuccess(Selvane({"tonemap", "--exact", Png(), "-o", jpeg}));
+}
+
+// A library that crashes while it reads ends the process that decodes, and no other.
+TEST_F(Command, ACrashOfTheDecoderIsALineAndStatusOne)
+{
+    WriteAll(Out(), std::string("old"));
+    for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL})
+        ExpectFailure(Crashing("vips_pngload_buffer", signal, {"tonemap", "--exact", Png(), "-o", Out()}), 1,
+                      "in.png: cannot be decoded: the decoder crashed (" + std::string(::strsignal(signal)));
+    for (const int signal : {SIGABRT, SIGTRAP}) // GLib's ways to say that memory ran out
+        ExpectFailure(Crashing("vips_pngload_buffer", signal, {"tonemap", "--exact", Png(), "-o", Out()}), 1,
+                      "in.png: cannot be decoded: not enough memory for this picture, or it is damaged");
+    for (const int signal : {SIGXCPU, SIGKILL})
+        ExpectFailure(Crashing("vips_pngload_buffer", signal, {"tonemap", "--exact", Png(), "-o", Out()}), 1,
+                      "in.png: takes too long or too much memory to decode");
+    EXPECT_EQ(ReadAll(Out()), (tBytes{'o', 'l', 'd'}));
+    EXPECT_THAT(fFolder.Names(), ElementsAre("in.hdr", "in.png", "out.png"));
 }
 
 /// Returns every signal that ends a process by default ("Term" and "Core" in signal(7)) and can be caught.

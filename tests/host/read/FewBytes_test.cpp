@@ -309,7 +309,7 @@ TEST_F(FewBytes, ASizeBeyondTheLimitIsRefused)
     tiff.fWidth = tiff.fHeight = 200000;
     const tBytes pixel = {1, 2, 3, 128};
     for (const tBytes& file : {Tiff(tiff), Png(200000, 200000), Jpeg(0xC0, 65000, 65000), Hdr(200000, 200000, pixel)})
-        ExpectRefusal(file, "is too large: the most is 178 megapixels");
+        ExpectRefusal(file, "is too large: the most is 400 megapixels; --max-megapixels allows more");
 }
 
 // Without the check, two of these files would give a picture: the row of one colour, and the cut JPEG file, which
