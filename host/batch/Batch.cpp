@@ -35,10 +35,15 @@ uint64_t FileBytes(const std::string& pPath)
     return failure ? 0 : bytes; // a pipe
 }
 
-int AdmitJob(const cTaskRun& pRun, const sJob& pJob, const sPicture& pInput)
+uint64_t NeededBytes(const sJob& pJob, const sPicture& pInput)
 {
     const int depth = pJob.fOutput.fResize ? 32 : 16; // what libselvane renders, at most
-    return pRun.Admit(MegapixelsOf(pInput), NeededBytes(pInput, FileBytes(pJob.fInput), depth));
+    return NeededBytes(pInput, FileBytes(pJob.fInput), depth);
+}
+
+int AdmitJob(const cTaskRun& pRun, const sJob& pJob, const sPicture& pInput)
+{
+    return pRun.Admit(MegapixelsOf(pInput), NeededBytes(pJob, pInput));
 }
 
 std::string InMegapixels(double pMegapixels)
@@ -85,16 +90,17 @@ sJobHooks HooksOf(const cTaskRun& pRun, const sJob& pJob, const sTelling& pTelli
     return hooks;
 }
 
-sJobHooks HooksOf(cProgressShow& pShow, const sTelling& pTelling)
+sJobHooks HooksOf(cProgressShow& pShow, const sJob& pJob, uint64_t pMemory, const sTelling& pTelling)
 {
     sJobHooks hooks;
     hooks.fProgress = [&pShow](eJobStage pStage, float pShare) {
         pShow.SetShare(0, ShareOf(pStage, pShare));
         return true;
     };
-    hooks.fAdmit = [&pShow](const sPicture& pInput) {
+    hooks.fAdmit = [&pShow, &pJob, pMemory](const sPicture& pInput) {
         pShow.SetSize(0, MegapixelsOf(pInput));
-        return 0;
+        cMemoryGate(pMemory).Take(NeededBytes(pJob, pInput)); // refuses what has no room even alone
+        return pJob.fThreads;
     };
     hooks.fLine = [&pShow](const std::string& pText) { pShow.Say(pText); };
     if (!pTelling.fQuiet) hooks.fNote = hooks.fLine;

@@ -27,8 +27,9 @@ std::vector<tTask> TasksOf(const std::vector<sPlanned>& pPlan, const sTelling& p
 /// @throws cHostError with the summary, when a picture failed
 void RunPlan(const std::vector<sPlanned>& pPlan, const sShares& pShares, uint64_t pMemory, const sTelling& pTelling);
 
-/// The hooks of the only job of a run. @param pShow stays until the job is done
-sJobHooks HooksOf(cProgressShow& pShow, const sTelling& pTelling);
+/// The hooks of the only job of a run. Show and job stay until the job is done.
+/// @param pMemory bytes; a picture that needs more is refused
+sJobHooks HooksOf(cProgressShow& pShow, const sJob& pJob, uint64_t pMemory, const sTelling& pTelling);
 
 /// The memory of a run.
 uint64_t MemoryOf(const sBatchOptions& pOptions);

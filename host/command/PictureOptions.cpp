@@ -99,8 +99,7 @@ void AddInputSpace(CLI::App& pCommand, std::optional<eInputSpace>& pSpace)
         .add_option_function<std::string>(
             "--input-space", [&pSpace](const std::string& pName) { pSpace = InputSpaceOfWord(pName); },
             "colours of the input, whatever it says of them")
-        ->check(
-            CLI::IsMember({"srgb", "adobe", "prophoto", "p3", "rec2020", "aces", "acescg", "linear", "pq", "hlg"}));
+        ->check(CLI::IsMember({"srgb", "adobe", "prophoto", "p3", "rec2020", "aces", "acescg", "linear", "pq", "hlg"}));
 }
 
 void AddLayer(CLI::App& pCommand, std::string& pLayer)

@@ -72,7 +72,8 @@ void TonemapOne(const sTonemapOptions& pOptions)
     std::optional<cProgressShow> show;
     show.emplace(ShowFor(telling.fQuiet), 1);
     cJobReport report;
-    const sDone done = RunJob(pOptions.fJob, report.Hooks(HooksOf(*show, telling)));
+    const sDone done =
+        RunJob(pOptions.fJob, report.Hooks(HooksOf(*show, pOptions.fJob, MemoryOf(pOptions.fBatch), telling)));
     show.reset(); // takes the bar away
     SayWhatWasChosen(pOptions, done);
     if (!pOptions.fReport.empty()) report.Write(pOptions.fJob, done, pOptions.fReport);

@@ -141,6 +141,7 @@ class ReportRecord(_Record):
         ("reserved", c_int32),
         ("milliseconds", c_double * len(STAGES)),
         ("bytes", c_int64),
+        ("stage_bytes", c_int64 * len(STAGES)),
     ]
 
 

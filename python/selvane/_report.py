@@ -39,6 +39,7 @@ class Report(dict[str, Any]):
     | previews | previews that the suggestion took |
     | milliseconds | dict: stage of the latest call to its time; 0 where nothing had to be computed |
     | bytes | memory that the Renderer holds |
+    | stage_bytes | dict: stage to the part of it that the stage needs first |
     """
 
     def _repr_html_(self) -> str:
@@ -51,4 +52,5 @@ def to_report(record: ReportRecord) -> Report:
     values = {name: getattr(record, name) for name, *_ in record._fields_ if name not in ("struct_size", "reserved")}
     values["percentiles"] = dict(zip(_PERCENTILES, record.percentiles))
     values["milliseconds"] = dict(zip(STAGES, record.milliseconds))
+    values["stage_bytes"] = dict(zip(STAGES, record.stage_bytes))
     return Report(values)

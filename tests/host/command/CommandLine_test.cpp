@@ -58,7 +58,7 @@ TEST_F(Command, AWrongCommandLineHasStatusTwo)
         {{"tonemap", "--exact", Hdr(), "-o", out, "--compression"}, "--compression"},
         {{"tonemap", "--exact", Hdr(), "-o", out, "--threads", "-1"}, "--threads"},
         {{"tonemap", "--exact", Hdr(), "-o", out, "--threads", "257"}, "--threads"},
-        {{"tonemap", "--exact", Hdr(), Png(), "-o", out}, "in.png"},
+        {{"tonemap", "--exact", Hdr(), Png(), "-o", out}, "--out-dir"},
         {{"tonemap", "--exact", Hdr(), "-o", fFolder / "out.gif"}, ".png"},
         {{"tonemap", "--exact", Hdr(), "-o", fFolder / "out"}, ".png"},
         {{"tonemap", "--exact", Hdr(), "-o", fFolder / "a.png/out"}, ".png"},

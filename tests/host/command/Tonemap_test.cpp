@@ -157,7 +157,8 @@ TEST_F(Command, DepthIsChosenByHand)
     ExpectFailure(Selvane({"tonemap", "--exact", Hdr(), "-o", fFolder / "deep.jpg", "--depth", "16"}), 2,
                   "JPEG files hold 8 bits");
     EXPECT_FALSE(Exists(fFolder / "deep.jpg"));
-    ExpectFailure(Selvane({"tonemap", "--exact", Hdr(), "-o", Out(), "--depth", "12"}), 2, "--depth");
+    ExpectFailure(Selvane({"tonemap", "--exact", Hdr(), "-o", Out(), "--depth", "12"}), 2,
+                  "PNG files hold 8 or 16 bits a sample, not 12");
 }
 
 TEST_F(Command, SlidersOutsideTheirRangeAreRefused)
@@ -259,9 +260,10 @@ TEST_F(Command, OrientationIsBakedInAndMetadataTravels)
     const tBytes samples = Samples8(kWidth, kHeight);
     sStored how = Rgb8();
     how.fOrientation = 6;
-    how.fXmp = "<x:xmpmeta xmlns:x='adobe:ns:meta/'><rdf:RDF xmlns:rdf='http://www.w3.org/1999/02/22-rdf-syntax-ns#'>"
-               "<rdf:Description rdf:about='' xmlns:dc='http://purl.org/dc/elements/1.1/' dc:source='a source'/></rdf:RDF>"
-               "</x:xmpmeta>";
+    how.fXmp =
+        "<x:xmpmeta xmlns:x='adobe:ns:meta/'><rdf:RDF xmlns:rdf='http://www.w3.org/1999/02/22-rdf-syntax-ns#'>"
+        "<rdf:Description rdf:about='' xmlns:dc='http://purl.org/dc/elements/1.1/' dc:source='a source'/></rdf:RDF>"
+        "</x:xmpmeta>";
     for (const char* input : {"turned.jpg", "turned.tif"}) {
         Store(fFolder / input, samples.data(), kWidth, kHeight, how);
         for (const char* output : {"out.jpg", "out.png", "out.tif"}) {

@@ -160,7 +160,8 @@ TEST_F(Sequence, TheLookIsThatOfThePoints)
     words.insert(words.end(), look.begin(), look.end());
     ASSERT_EQ(Run("points", 0, kFrames, words).fStatus, 0);
     ASSERT_EQ(Run("sequence", 0, kFrames, Into(Folder("all"), look)).fStatus, 0);
-    ASSERT_EQ(Run("tonemap", 3, 4, {"-q", "--no-metadata", "--depth", "8", "--points", Folder("points.json"), "-o", Folder("one.png")})
+    ASSERT_EQ(Run("tonemap", 3, 4,
+                  {"-q", "--no-metadata", "--depth", "8", "--points", Folder("points.json"), "-o", Folder("one.png")})
                   .fStatus,
               0);
     EXPECT_TRUE(ReadAll(Folder("one.png")) == ReadAll(Output("all", 3)));

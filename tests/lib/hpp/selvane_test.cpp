@@ -234,7 +234,7 @@ TEST(ToneMapper, ThrowsTheStatusAndTheTextOfAFailure)
     EXPECT_EQ(StatusOf([&] { Selvane::EstimateMemory(Selvane::Picture()); }), SELVANE_ERROR_ARGUMENT);
     cToneMapper loaded = Loaded();
     EXPECT_EQ(StatusOf([&] { loaded.Render<uint8_t>(2); }), SELVANE_ERROR_ARGUMENT);
-    EXPECT_EQ(StatusOf([&] { loaded.Render<uint8_t>(3, SELVANE_ACES_AP0); }), SELVANE_ERROR_ARGUMENT);
+    EXPECT_EQ(StatusOf([&] { loaded.Render<uint8_t>(3, SELVANE_CUSTOM); }), SELVANE_ERROR_ARGUMENT);
     EXPECT_EQ(StatusOf([&] { loaded.Preview<uint8_t>(0); }), SELVANE_ERROR_ARGUMENT);
 }
 
