@@ -117,6 +117,7 @@ static void PrintReport(void)
     FIELD(report, reserved);
     FIELD(report, milliseconds);
     FIELD(report, bytes);
+    FIELD(report, stage_bytes);
 }
 
 static void PrintFrame(void)
