@@ -176,7 +176,8 @@ bool TakeProfile(sPicture& pPicture, const tBytes& pProfile)
     const tProfile profile(cmsOpenProfileFromMem(pProfile.data(), static_cast<cmsUInt32Number>(pProfile.size())));
     if (profile == nullptr) return false;
     const std::string name = NameOf(pProfile);
-    const cmsColorSpaceSignature colors = cmsGetColorSpace(profile.get());
+    // As a number: a damaged profile has one that the enumeration does not know.
+    const auto colors = static_cast<cmsUInt32Number>(cmsGetColorSpace(profile.get()));
     if (colors == cmsSigGrayData) return TakeGrey(pPicture, profile, name);
     if (colors != cmsSigRgbData) return false;
     const bool tables = cmsIsTag(profile.get(), cmsSigAToB0Tag) != 0 || cmsIsTag(profile.get(), cmsSigDToB0Tag) != 0;

@@ -84,7 +84,7 @@ eFileKind KindFor(const std::string& pPath, const std::string& pFormat)
 
 int DepthFor(eFileKind pKind, std::optional<int> pAsked, bool pInputIsDeep)
 {
-    const sKind& kind = kKinds[pKind];
+    const sKind& kind = kKinds[static_cast<size_t>(pKind)];
     if (!pAsked) return pInputIsDeep ? kind.fUsualDepth : 8;
     if (std::ranges::find(kind.fDepths, *pAsked) == kind.fDepths.end())
         throw cUsageError(std::string(kind.fSpoken) + " files hold " + ListOf(kind.fDepths) + " bits a sample, not " +
@@ -94,12 +94,12 @@ int DepthFor(eFileKind pKind, std::optional<int> pAsked, bool pInputIsDeep)
 
 int MostSide(eFileKind pKind)
 {
-    return kKinds[pKind].fMostSide;
+    return kKinds[static_cast<size_t>(pKind)].fMostSide;
 }
 
 const char* SpokenName(eFileKind pKind)
 {
-    return kKinds[pKind].fSpoken;
+    return kKinds[static_cast<size_t>(pKind)].fSpoken;
 }
 
 } // namespace SelvaneHost
