@@ -165,6 +165,10 @@ selvane_settings BaseSettings(selvane* pHandle, const sLook& pLook)
     settings.exposure += pLook.fExposure.value_or(0.0F);
     settings.contrast += pLook.fContrast.value_or(0.0F);
     settings.saturation += pLook.fSaturation.value_or(0.0F);
+    for (const sCurveOption& option : kCurveOptions) {
+        const auto given = pLook.fCurves.find(option.fOption);
+        if (given != pLook.fCurves.end()) settings.*option.fMember = given->second;
+    }
     if (pLook.fWrap) settings.wrap = 1;
     return settings;
 }
@@ -211,12 +215,26 @@ std::string Digits(float pValue)
     return {digits.data(), end.ptr};
 }
 
+/// "0:0.5,0.25:0.6".
+std::string PointsText(const selvane_curve& pCurve)
+{
+    std::string text;
+    for (int i = 0; i < pCurve.count; i++) {
+        if (i > 0) text += ',';
+        text.append(Digits(pCurve.points[i].x)).append(":").append(Digits(pCurve.points[i].y));
+    }
+    return text;
+}
+
 std::string WordsOf(const selvane_settings& pSettings, const sLook& pLook)
 {
     std::string words = TakesEntryForm(pLook) ? "--exact" : "--manual";
     for (const sOption& option : kOptions)
         if (pSettings.*option.fMember != 0.0F)
             words += std::string(" ") + option.fOption + " " + Digits(pSettings.*option.fMember);
+    for (const sCurveOption& option : kCurveOptions)
+        if ((pSettings.*option.fMember).count > 0)
+            words += std::string(" ") + option.fOption + " " + PointsText(pSettings.*option.fMember);
     if (pSettings.wrap != 0) words += " --wrap";
     return words;
 }

@@ -27,12 +27,27 @@ struct sLook
     std::optional<float> fExposure;   ///< stops, on top of the suggestion
     std::optional<float> fContrast;   ///< on top of the suggestion
     std::optional<float> fSaturation; ///< on top of the suggestion
+    std::map<std::string, selvane_curve> fCurves; ///< over hue, by their option, "--hue-shift"
     bool fWrap = false;
     bool fManual = false;                     ///< sliders as they stand, 0 where they are not given
     bool fExact = false;                      ///< the same, on the samples that the engine's entry takes
     std::optional<float> fBlackPoint;         ///< points of an earlier run; both or none. As fExact
     std::optional<float> fWhitePoint;         ///< above the black point
     std::optional<selvane_settings> fSettled; ///< complete settings with automatic 0; nothing else counts
+};
+
+/// A curve over hue of the settings and its option.
+struct sCurveOption
+{
+    const char* fOption;
+    selvane_curve selvane_settings::*fMember;
+    const char* fHelp;
+};
+
+inline constexpr sCurveOption kCurveOptions[] = {
+    {"--hue-shift", &selvane_settings::hue, "points HUE:VALUE,... from 0 to 1 that shift hues; 0.5 changes nothing"},
+    {"--hue-saturation", &selvane_settings::hue_saturation, "points HUE:VALUE,... for saturation: 0 grey, 1 double"},
+    {"--hue-lightness", &selvane_settings::hue_lightness, "points HUE:VALUE,... for lightness: 0 dark, 1 double"},
 };
 
 /// Returns whether the picture has to have the form of the engine's entry, see MakeEntryForm.

@@ -16,7 +16,7 @@ constexpr double kNearly = 0.97; // share of the samples
 
 bool IsBeyondTheEntry(const sLook& pLook)
 {
-    return pLook.fExposure || pLook.fContrast || pLook.fSaturation;
+    return pLook.fExposure || pLook.fContrast || pLook.fSaturation || !pLook.fCurves.empty();
 }
 
 /// Refuses points that would not be used.
@@ -28,7 +28,7 @@ void CheckPoints(const sLook& pLook)
     if (!(*pLook.fBlackPoint >= 0.0F)) throw cUsageError("--black-point must not be below 0");
     if (!(*pLook.fWhitePoint > *pLook.fBlackPoint)) throw cUsageError("--white-point must be above --black-point");
     if (IsBeyondTheEntry(pLook))
-        throw cUsageError("--white-point does not go with --exposure, --contrast and --saturation");
+        throw cUsageError("--white-point does not go with --exposure, --contrast, --saturation and curves over hue");
 }
 
 /// The shell's way to write a word.

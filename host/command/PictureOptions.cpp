@@ -1,5 +1,6 @@
 #include "command/PictureOptions.h"
 
+#include "command/HueCurve.h"
 #include "picture/Sliders.h"
 #include "read/ReadingProcess.h"
 
@@ -53,6 +54,13 @@ void AddLook(CLI::App& pCommand, sLook& pLook)
         ->check(CLI::Range(-100.0, 100.0));
     pCommand.add_option("--saturation", pLook.fSaturation, "more colour, or less below 0, -100 grey to 100")
         ->check(CLI::Range(-100.0, 100.0));
+    for (const sCurveOption& curve : kCurveOptions)
+        pCommand.add_option_function<std::string>(
+            curve.fOption,
+            [&pLook, &curve](const std::string& pText) {
+                pLook.fCurves[curve.fOption] = ParseHueCurve(pText, curve.fOption);
+            },
+            curve.fHelp);
     pCommand.add_flag("--manual", pLook.fManual, "take the sliders as they stand, 0 where they are not given");
 }
 

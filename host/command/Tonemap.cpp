@@ -103,7 +103,8 @@ void CheckPointsOption(const sTonemapOptions& pOptions)
     if (pOptions.fPoints.empty()) return;
     const sLook& look = pOptions.fJob.fLook;
     const bool hasLook = !look.fPreset.empty() || !look.fSettings.empty() || !look.fGiven.empty() || look.fExposure ||
-                         look.fContrast || look.fSaturation || look.fWrap || look.fManual || pOptions.fSuggest;
+                         look.fContrast || look.fSaturation || !look.fCurves.empty() || look.fWrap || look.fManual ||
+                         pOptions.fSuggest;
     if (hasLook) throw cUsageError("--points has the look of each frame; give the look to selvane points");
     CheckWithPoints(look);
 }

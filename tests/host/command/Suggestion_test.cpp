@@ -65,6 +65,29 @@ TEST_F(Command, TheExactLineGivesTheSamePictureAgain)
         }
 }
 
+TEST_F(Command, CurvesOverHueAreThoseOfASettingsFile)
+{
+    const std::vector<std::pair<std::string, std::string>> curves = {
+        {"--hue-shift", "hue"}, {"--hue-saturation", "hue_saturation"}, {"--hue-lightness", "hue_lightness"}};
+    ASSERT_EQ(Selvane({"tonemap", "-q", Hdr(), "-o", fFolder / "plain.png"}).fStatus, 0);
+    for (const auto& [option, key] : curves) {
+        const sRun run = Selvane({"tonemap", Hdr(), "-o", Out(), option, "0:0.25,0.3:0.7"});
+        ASSERT_EQ(run.fStatus, 0) << run.fErr;
+        WriteAll(fFolder / "curve.toml", key + " = [[0.0, 0.25], [0.3, 0.7]]\n");
+        ASSERT_EQ(
+            Selvane({"tonemap", "-q", Hdr(), "-o", fFolder / "b.png", "--settings", fFolder / "curve.toml"}).fStatus,
+            0);
+        EXPECT_EQ(Look(Out()).fPixels, Look(fFolder / "b.png").fPixels) << option;
+        EXPECT_NE(Look(Out()).fPixels, Look(fFolder / "plain.png").fPixels) << option;
+
+        EXPECT_THAT(run.fErr, HasSubstr(" " + option + " 0:0.25,0.3:0.7")) << "the line that gives the picture again";
+        const tBytes first = Look(Out()).fPixels;
+        ASSERT_EQ(Selvane(ExactWords(run)).fStatus, 0);
+        EXPECT_EQ(Look(Out()).fPixels, first) << option;
+    }
+    ExpectFailure(Selvane({"tonemap", Hdr(), "-o", Out(), "--hue-shift", "0:2"}), 2, "--hue-shift");
+}
+
 TEST_F(Command, ASliderThatIsGivenStandsAsItIs)
 {
     const sRun run = Selvane({"tonemap", Hdr(), "-o", Out(), "--compression", "12.5", "--white-clip", "3"});
