@@ -201,7 +201,7 @@ struct sPlanes
 /// cells, column by column.
 struct sColumns
 {
-    alignas(64) float fMixed[kPlanes][2 * kSliceStrip]; ///< of cell z at z modulo kPlanes
+    alignas(64) float fMixed[kPlanes * 2 * kSliceStrip]; ///< a plane behind the other: of cell z at z modulo kPlanes
     sPlanes fReady = {0, -1};
     int fCell[kSliceStrip]; ///< lower cell in x
     float fNearX[kSliceStrip], fFarX[kSliceStrip];
@@ -220,7 +220,7 @@ SELVANE_INLINE void LocateColumns(sGridScale pScale, float pMargin, int pPlace, 
 SELVANE_INLINE void MixPlane(const sGridRow& pGrid, int pZ, int pCount, sColumns& pColumns)
 {
     const float* const cells = pGrid.fCells + pZ * pGrid.fStepZ;
-    float* const mixed = pColumns.fMixed[static_cast<unsigned>(pZ) % kPlanes];
+    float* const mixed = pColumns.fMixed + ptrdiff_t{2} * kSliceStrip * (static_cast<unsigned>(pZ) % kPlanes);
     for (int i = 0; i < pCount; i++) {
         const float* const lower = cells + 2 * ptrdiff_t{pColumns.fCell[i]};
         const float* const upper = lower + pGrid.fStepY;
@@ -292,8 +292,8 @@ SELVANE_INLINE void FetchMixed(const sColumns& pColumns, int pCount, const float
 #pragma GCC unroll 4
         for (int i = line; i < end; i++) {
             // NOLINTNEXTLINE(clang-analyzer-core.uninitialized.Assign): MakeReady has filled the planes
-            lower[i] = *reinterpret_cast<const tMixes*>(pColumns.fMixed[0] + pStrip.fAtLower[i]);
-            upper[i] = *reinterpret_cast<const tMixes*>(pColumns.fMixed[0] + pStrip.fAtUpper[i]);
+            lower[i] = *reinterpret_cast<const tMixes*>(pColumns.fMixed + pStrip.fAtLower[i]);
+            upper[i] = *reinterpret_cast<const tMixes*>(pColumns.fMixed + pStrip.fAtUpper[i]);
         }
     }
 }
