@@ -146,13 +146,19 @@ struct sSizeWords
     int32_t fWidth, fHeight, fForm, fChannels;
 };
 
+/// Whether the form is one that a picture has. The other process may send anything.
+bool IsKnown(const sSizeWords& pWords)
+{
+    return pWords.fForm >= eSamples8 && pWords.fForm <= eFloats && (pWords.fChannels == 3 || pWords.fChannels == 4);
+}
+
 /// Waits for the size of the picture, and lets the other process go on when SetSize, and who watches it, agrees. The
 /// size never comes if the picture cannot be read.
 /// @throws what SetSize throws
 void AgreeOnSize(int pTalk)
 {
     sSizeWords words{};
-    if (::recv(pTalk, &words, sizeof words, MSG_WAITALL) != ssize_t{sizeof words}) return;
+    if (::recv(pTalk, &words, sizeof words, MSG_WAITALL) != ssize_t{sizeof words} || !IsKnown(words)) return;
     sPicture picture;
     SetSize(picture, words.fWidth, words.fHeight, static_cast<eSampleForm>(words.fForm), words.fChannels);
     ::send(pTalk, "", 1, MSG_NOSIGNAL);
@@ -233,6 +239,7 @@ void UseReadingProcesses(const sReadLimits& pLimits)
 {
     gLimits = pLimits;
     if (gLimits->fBytes == 0) gLimits->fBytes = HalfOfMemory();
+    SetMostPixels(gLimits->fMegapixels * 1000000); // this process checks what it is handed by the same limit
 }
 
 sPicture ReadInProcess(const std::string& pPath, const sReadOptions& pOptions)

@@ -313,6 +313,17 @@ TEST_F(Command, ACrashInALibraryLeavesNoHalfFileAndNoSuccess)
     ExpectQuietSuccess(Selvane({"tonemap", "--exact", Png(), "-o", jpeg}));
 }
 
+TEST_F(Command, APictureOfMoreMegapixelsThanAllowedIsRefused)
+{
+    const std::string large = fFolder / "large.png";
+    Store(large, Samples8(1250, 1000).data(), 1250, 1000, Rgb8());
+    ExpectFailure(
+        Selvane({"stats", large, "--max-megapixels", "1"}), 1,
+        "a picture of 1250 x 1000 pixels is too large: the most is 1 megapixels; --max-megapixels allows more");
+    ExpectQuietSuccess(Selvane({"stats", large, "--max-megapixels", "2"}));
+    ExpectFailure(Selvane({"stats", large, "--max-megapixels", "0"}), 2, "--max-megapixels");
+}
+
 // A library that crashes while it reads ends the process that decodes, and no other.
 TEST_F(Command, ACrashOfTheDecoderIsALineAndStatusOne)
 {
