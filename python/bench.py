@@ -23,7 +23,7 @@ CHANGES = {
     "exposure": [0.1, 0.2],
     "saturation": [5, 10],
     "white_clip": [3, 6],
-    "compression": [5, 10],
+    "compression": [-10, -5],
     "radius": [1, 2],
 }
 
