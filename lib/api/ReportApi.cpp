@@ -28,6 +28,7 @@ void ReportPicture(const cPicture& pPicture, selvane_report& pReport)
     pReport.replaced_negative = statistics.fNegative;
     pReport.replaced_infinite = statistics.fInfinite;
     pReport.hot_pixels = statistics.fHot;
+    pReport.filled_samples = statistics.fFilled;
     pReport.log_luminance_min = statistics.fLogMin;
     pReport.log_luminance_max = statistics.fLogMax;
     pReport.log_luminance_mean = statistics.fLogMean;

@@ -149,12 +149,13 @@ typedef struct selvane_picture
     float gamma;             /* of SELVANE_TRANSFER_POWER, above 0 and at most 10 */
     float chromaticities[8]; /* of SELVANE_CUSTOM: x and y of red, green, blue, white */
     int32_t
-        keep_hot_samples;   /* 0: tame single samples that outshine everything else (see selvane_report), 1: leave them.
-                                 Floats and exponents only: integers stay as they are */
-    int32_t reserved;       /* 0 */
-    const void* pixels;     /* first sample of the top left pixel */
-    ptrdiff_t row_stride;   /* bytes from a row to the next one below; 0: rows without a gap */
-    ptrdiff_t pixel_stride; /* bytes from a pixel to the next one on the right; 0: pixels without a gap */
+        keep_hot_samples; /* 0: tame single samples that outshine everything else (see selvane_report), and fill the dark
+                               specks that resampling leaves around lights (below); 1: leave both. Floats and exponents
+                               only: integers stay as they are */
+    int32_t reserved;     /* 0 */
+    const void* pixels;   /* first sample of the top left pixel */
+    ptrdiff_t row_stride;     /* bytes from a row to the next one below; 0: rows without a gap */
+    ptrdiff_t pixel_stride;   /* bytes from a pixel to the next one on the right; 0: pixels without a gap */
     ptrdiff_t channel_stride; /* bytes from a sample to the next one of the pixel; 0: size of a sample */
 } selvane_picture;
 
@@ -167,6 +168,11 @@ SELVANE_FUNCTION void selvane_picture_init(selvane_picture* picture);
  * Samples that are NaN or negative become 0. Infinite ones, and finite ones beyond 1e30, become the largest other
  * sample of the picture (0 if there is none). Both hold for floats, halves and exponents. The report counts those of
  * pixels that count.
+ *
+ * A picture that was made smaller often has a ring of samples near 0 around its sun and lamps. A sample below a
+ * hundredth of the fourth smallest of its eight neighbours, in its channel, becomes that one if the largest of them is
+ * more than four times that one. Neighbours outside of the picture, or of pixels that do not count, are taken as equal
+ * to the sample. Thin dark lines stay: too many of their neighbours are dark, or none is bright beside the others.
  *
  * If memory or time run out, the handle has the picture that it had before.
  */
@@ -384,6 +390,7 @@ typedef struct selvane_report
     double milliseconds[SELVANE_STAGES]; /* of the latest call, by selvane_stage; 0: the stage was not needed */
     int64_t bytes;                       /* memory of the handle, with what its next render keeps */
     int64_t stage_bytes[SELVANE_STAGES]; /* the same by selvane_stage: the stage that needs it first */
+    int64_t filled_samples;              /* dark samples around lights that were filled, see selvane_picture */
 } selvane_report;
 
 /* Copies the report. Set struct_size before. */

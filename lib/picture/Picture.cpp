@@ -4,6 +4,7 @@
 #include "base/BigPages.h"
 #include "base/Versions.h"
 #include "color/MatrixProduct.h"
+#include "picture/DarkSpecks.h"
 #include "picture/Half.h"
 #include "picture/Samples.h"
 #include "picture/Statistics.h"
@@ -18,7 +19,9 @@ namespace SelvaneLib
 namespace
 {
 
-constexpr int kStrip = 128;          // pixels
+constexpr int kStrip = 128;   // pixels
+constexpr int kWindow = 4096; // pixels of a row of the window that finds dark specks
+constexpr size_t kWindowRow = 3 * (kWindow + 2);
 constexpr double kCountWeight = 0.3; // of kReadWeight: counting odd samples
 
 /// Whether the engine can divide a colour by its luminance. If it cannot, the quotients are infinite, and the pixel
@@ -70,35 +73,103 @@ void CopyAlpha(const unsigned char* pRow, const sLayout& pLayout, int pY, cPictu
         std::memcpy(to, from, static_cast<size_t>(pTo.fAlphaBytes));
 }
 
-/// One row: XYZ, alpha and the histogram of what counts.
-void ReadRow(const cSampleReader& pReader, const unsigned char* pRow, const sLayout& pLayout,
-             const Vornik::cMatrix33& pMatrix, int pY, cPicture& pTo, cLuminanceHistogram& pHistogram)
+/// What the rows of a picture are read from, and how.
+struct sSource
+{
+    const selvane_picture& fPicture;
+    const sLayout& fLayout;
+    cSampleReader fReader;
+    Vornik::cMatrix33 fMatrix;
+
+    const unsigned char* Row(int pY) const { return RowOf(fPicture, fLayout, pY); }
+};
+
+/// What a thread needs, and what it finds.
+struct sReadSlot
+{
+    cLuminanceHistogram fHistogram;
+    std::vector<float> fWindow; ///< four rows of a part of the picture, of kWindow pixels
+    int64_t fFilled = 0;
+};
+
+/// pCount pixels of a row, from red, green, blue to XYZ and into the histogram. Alpha has been copied.
+void StorePixels(const sSource& pSource, const float* pLinear, int pX, int pY, int pCount, cPicture& pTo,
+                 cLuminanceHistogram& pHistogram)
+{
+    float* xyz = pTo.Row(pY) + ptrdiff_t{3} * pX;
+    Transform(pLinear, pCount, pSource.fMatrix, xyz);
+    const int64_t first = int64_t{pY} * pTo.Width() + pX;
+    for (int n = 0; n < pCount; n++)
+        if (!pTo.HasAlpha() || pTo.IsVisible(first + n)) pHistogram.Add(xyz[ptrdiff_t{3} * n + 1]);
+}
+
+/// Rows as they are.
+void ReadPlainRows(const sSource& pSource, int pBegin, int pEnd, cPicture& pTo, sReadSlot& pSlot)
 {
     float linear[3 * kStrip];
-    float* xyz = pTo.Row(pY);
-    CopyAlpha(pRow, pLayout, pY, pTo);
-    for (int x = 0; x < pLayout.fWidth; x += kStrip, xyz += ptrdiff_t{3} * kStrip) {
-        const int count = std::min(kStrip, pLayout.fWidth - x);
-        pReader.Read(pRow, x, count, linear);
-        Transform(linear, count, pMatrix, xyz);
-        for (int n = 0; n < count; n++)
-            if (!pTo.HasAlpha() || pTo.IsVisible(int64_t{pY} * pLayout.fWidth + x + n)) pHistogram.Add(xyz[3 * n + 1]);
+    for (int y = pBegin; y < pEnd; y++) {
+        for (int x = 0; x < pTo.Width(); x += kStrip) {
+            const int count = std::min(kStrip, pTo.Width() - x);
+            pSource.fReader.Read(pSource.Row(y), x, count, linear);
+            StorePixels(pSource, linear, x, y, count, pTo, pSlot.fHistogram);
+        }
     }
 }
 
-cLuminanceHistogram ReadRows(const selvane_picture& pPicture, const sLayout& pLayout, float pInstead, cPicture& pTo,
-                             cRun& pRun)
+/// pCount pixels of a row and one more at both ends, kNoSample where there is no pixel that counts.
+void ReadWithNeighbours(const sSource& pSource, int pX, int pY, int pCount, float* pLinear)
 {
-    const cSampleReader reader(pPicture, pLayout, pInstead);
-    const Vornik::cMatrix33 matrix = ToXYZ(pPicture.primaries, pPicture.chromaticities);
-    std::vector<cLuminanceHistogram> slots(static_cast<size_t>(pRun.Threads()));
-    pRun.DivideOrThrow(0, pLayout.fHeight, pLayout.fWidth, [&](int pSlot, int pBegin, int pEnd) {
+    const sLayout& layout = pSource.fLayout;
+    std::fill_n(pLinear, ptrdiff_t{3} * (pCount + 2), kNoSample);
+    if (pY < 0 || pY >= layout.fHeight) return;
+    const int begin = std::max(pX - 1, 0), end = std::min(pX + pCount + 1, layout.fWidth);
+    float* linear = pLinear + ptrdiff_t{3} * (begin - (pX - 1));
+    pSource.fReader.Read(pSource.Row(pY), begin, end - begin, linear);
+    if (layout.fChannels != 4) return;
+    const unsigned char* pixel = pSource.Row(pY) + begin * layout.fPixel;
+    for (int x = begin; x < end; x++, pixel += layout.fPixel, linear += 3)
+        if (!IsVisible(pixel, layout)) std::fill_n(linear, 3, kNoSample);
+}
+
+/// Rows with their dark specks filled, in parts of kWindow columns: each row is read once, for itself and for the two
+/// beside it.
+void ReadFilledRows(const sSource& pSource, int pBegin, int pEnd, cPicture& pTo, sReadSlot& pSlot)
+{
+    float* rows[4] = {};
+    for (size_t row = 0; row < 4; row++)
+        rows[row] = pSlot.fWindow.data() + row * kWindowRow;
+    for (int x = 0; x < pTo.Width(); x += kWindow) {
+        const int count = std::min(kWindow, pTo.Width() - x);
+        ReadWithNeighbours(pSource, x, pBegin - 1, count, rows[0]);
+        ReadWithNeighbours(pSource, x, pBegin, count, rows[1]);
+        for (int y = pBegin; y < pEnd; y++) {
+            ReadWithNeighbours(pSource, x, y + 1, count, rows[2]);
+            const float* filled = FillDarkSpecks(rows[0], rows[1], rows[2], count, rows[3], pSlot.fFilled);
+            StorePixels(pSource, filled + 3, x, y, count, pTo, pSlot.fHistogram);
+            std::rotate(rows, rows + 1, rows + 3);
+        }
+    }
+}
+
+/// @param pFill whether dark specks are filled
+cLuminanceHistogram ReadRows(const sSource& pSource, bool pFill, cPicture& pTo, cRun& pRun)
+{
+    std::vector<sReadSlot> slots(static_cast<size_t>(pRun.Threads()));
+    if (pFill)
+        for (sReadSlot& slot : slots)
+            slot.fWindow.resize(4 * kWindowRow);
+    const sLayout& layout = pSource.fLayout;
+    pRun.DivideOrThrow(0, layout.fHeight, layout.fWidth, [&](int pSlot, int pBegin, int pEnd) {
         for (int y = pBegin; y < pEnd; y++)
-            ReadRow(reader, RowOf(pPicture, pLayout, y), pLayout, matrix, y, pTo, slots[static_cast<size_t>(pSlot)]);
+            CopyAlpha(pSource.Row(y), layout, y, pTo);
+        const auto read = pFill ? ReadFilledRows : ReadPlainRows;
+        read(pSource, pBegin, pEnd, pTo, slots[static_cast<size_t>(pSlot)]);
     });
     cLuminanceHistogram all;
-    for (const cLuminanceHistogram& slot : slots)
-        all.Add(slot);
+    for (const sReadSlot& slot : slots) {
+        all.Add(slot.fHistogram);
+        pTo.fStatistics.fFilled += slot.fFilled;
+    }
     return all;
 }
 
@@ -167,10 +238,12 @@ std::unique_ptr<cPicture> ReadPicture(const selvane_picture& pPicture, const sLa
     pRun.Begin(SELVANE_STAGE_READ, kCountWeight);
     const sOddSamples odd = picture->fOfIntegers ? sOddSamples{} : CountAllOddSamples(pPicture, pLayout, pRun);
     pRun.Begin(SELVANE_STAGE_READ, kReadWeight - kCountWeight);
-    cLuminanceHistogram histogram = ReadRows(pPicture, pLayout, odd.fLargest, *picture, pRun);
+    const sSource source{pPicture, pLayout, cSampleReader(pPicture, pLayout, odd.fLargest),
+                         ToXYZ(pPicture.primaries, pPicture.chromaticities)};
+    const bool mend = !picture->fOfIntegers && pPicture.keep_hot_samples == 0;
+    cLuminanceHistogram histogram = ReadRows(source, mend, *picture, pRun);
     sStatistics& statistics = picture->fStatistics;
-    if (!picture->fOfIntegers && pPicture.keep_hot_samples == 0)
-        statistics.fHot = TameHotPixels(*picture, histogram, pRun);
+    if (mend) statistics.fHot = TameHotPixels(*picture, histogram, pRun);
     statistics.fNaN = odd.fNaN;
     statistics.fNegative = odd.fNegative;
     statistics.fInfinite = odd.fInfinite;

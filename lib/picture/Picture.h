@@ -22,7 +22,8 @@ struct sStatistics
     int64_t fNaN = 0;     ///< samples
     int64_t fNegative = 0;
     int64_t fInfinite = 0;
-    int64_t fHot = 0; ///< pixels
+    int64_t fHot = 0;    ///< pixels
+    int64_t fFilled = 0; ///< dark samples around lights
     float fLogMin = 0;
     float fLogMax = 0;
     float fLogMean = 0;

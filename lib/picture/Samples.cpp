@@ -40,13 +40,6 @@ float Value(const unsigned char* pPixel, const sLayout& pLayout, int pColor)
     return static_cast<float>(*at) * ScaleOf(pPixel[pLayout.OffsetOfAlpha()]);
 }
 
-/// Whether a pixel of floats or halves counts. Exponents have no alpha.
-bool IsVisible(const unsigned char* pPixel, const sLayout& pLayout)
-{
-    const bool hasAlpha = pLayout.fSampleBytes > 1 && pLayout.fChannels == 4;
-    return !hasAlpha || Value(pPixel, pLayout, 3) > 0.0f;
-}
-
 struct sFree
 {
     void operator()(float* pBlock) const { std::free(pBlock); }
@@ -78,6 +71,12 @@ std::vector<float> ExponentTable()
 }
 
 } // namespace
+
+bool IsVisible(const unsigned char* pPixel, const sLayout& pLayout)
+{
+    const bool hasAlpha = pLayout.fSampleBytes > 1 && pLayout.fChannels == 4;
+    return !hasAlpha || Value(pPixel, pLayout, 3) > 0.0f;
+}
 
 void sOddSamples::Count(float pSample)
 {

@@ -29,6 +29,9 @@ constexpr float kMostSample = 1e30f;
 /// Counts the odd samples of the pixels of a row that count. Not for integers.
 sOddSamples CountOddSamples(const unsigned char* pRow, const sLayout& pLayout);
 
+/// Whether a pixel of floats, halves or exponents counts. Exponents have no alpha.
+bool IsVisible(const unsigned char* pPixel, const sLayout& pLayout);
+
 class cSampleReader
 {
 public:

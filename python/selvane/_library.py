@@ -142,6 +142,7 @@ class ReportRecord(_Record):
         ("milliseconds", c_double * len(STAGES)),
         ("bytes", c_int64),
         ("stage_bytes", c_int64 * len(STAGES)),
+        ("filled_samples", c_int64),
     ]
 
 

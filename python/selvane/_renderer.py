@@ -109,7 +109,7 @@ class Renderer:
         transfer: "linear", "srgb", "rec2020", or a gamma above 0 and at most 10; None: linear for floats, and the
             space's own curve for integers.
         order: "rgb", or "bgr" as OpenCV has it.
-        keep_hot_samples: leave single samples that outshine everything else.
+        keep_hot_samples: leave single samples that outshine everything else, and dark ones around lights.
 
         PictureWarning: samples were NaN, negative or infinite, or hot pixels were lowered. ValueError: a value that
         makes no sense. MemoryError. The Renderer then keeps the picture that it had.

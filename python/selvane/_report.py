@@ -11,6 +11,7 @@ _ROWS = (
     ("Size", "{width} x {height} pixels, {visible_pixels} of them visible"),
     ("Replaced samples", "{replaced_nan} NaN, {replaced_negative} negative, {replaced_infinite} infinite"),
     ("Hot pixels", "{hot_pixels}"),
+    ("Dark samples around lights", "{filled_samples}"),
     ("Dynamic range", "{dynamic_range_stops:.1f} stops"),
     ("Luminance, powers of ten", "{log_luminance_min:.2f} to {log_luminance_max:.2f}, mean {log_luminance_mean:.2f}"),
     ("Base layer", "{base_min:.2f} to {base_max:.2f}, mean {base_mean:.2f}"),
@@ -30,6 +31,7 @@ class Report(dict[str, Any]):
     | visible_pixels | pixels whose alpha is not 0 |
     | replaced_nan, replaced_negative, replaced_infinite | samples that made no sense |
     | hot_pixels | pixels that outshone everything else and were lowered |
+    | filled_samples | dark samples that resampling had left around lights, and that were filled |
     | log_luminance_min, _max, _mean | of the logarithm to the base 10 |
     | percentiles | dict: per cent of the pixels to the logarithm of luminance |
     | dynamic_range_stops | from the 0.1 to the 99.75 per cent percentile |

@@ -118,6 +118,7 @@ static void PrintReport(void)
     FIELD(report, milliseconds);
     FIELD(report, bytes);
     FIELD(report, stage_bytes);
+    FIELD(report, filled_samples);
 }
 
 static void PrintFrame(void)

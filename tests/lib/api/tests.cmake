@@ -2,6 +2,7 @@ selvane_lib_test(api
   Alpha_test.cpp
   Callbacks_test.cpp
   EntryBytes_test.cpp
+  DarkSpecks_test.cpp
   Equalize_test.cpp
   Forms_test.cpp
   Incremental_test.cpp
