@@ -170,8 +170,8 @@ SELVANE_FUNCTION void selvane_picture_init(selvane_picture* picture);
  * pixels that count.
  *
  * A picture that was made smaller often has a ring of samples near 0 around its sun and lamps. A sample below a
- * hundredth of the fourth smallest of its eight neighbours, in its channel, becomes that one if the largest of them is
- * more than four times that one. Neighbours outside of the picture, or of pixels that do not count, are taken as equal
+ * hundredth of the fifth smallest of its eight neighbours, in its channel, becomes that one if the largest of them is
+ * more than twice that one. Neighbours outside of the picture, or of pixels that do not count, are taken as equal
  * to the sample. Thin dark lines stay: too many of their neighbours are dark, or none is bright beside the others.
  *
  * If memory or time run out, the handle has the picture that it had before.

@@ -13,18 +13,19 @@ namespace
 {
 
 constexpr float kDark = 100.0f; // times darker than most neighbours
-constexpr float kLight = 4.0f;  // times brighter than most neighbours
+constexpr float kLight = 2.0f;  // times brighter than most neighbours
 
 SELVANE_INLINE float Larger(float pA, float pB)
 {
     return pA > pB ? pA : pB;
 }
 
-/// The largest neighbour above, below, on the left and on the right. At least five of the eight neighbours of a dark
-/// speck are a hundred times brighter, so one of these is.
+/// The largest neighbour.
 SELVANE_INLINE float LargestBeside(const float* pAbove, const float* pRow, const float* pBelow, ptrdiff_t pAt)
 {
-    return Larger(Larger(pAbove[pAt], pBelow[pAt]), Larger(pRow[pAt - 3], pRow[pAt + 3]));
+    const float left = Larger(Larger(pAbove[pAt - 3], pBelow[pAt - 3]), pRow[pAt - 3]);
+    const float right = Larger(Larger(pAbove[pAt + 3], pBelow[pAt + 3]), pRow[pAt + 3]);
+    return Larger(Larger(left, right), Larger(pAbove[pAt], pBelow[pAt]));
 }
 
 /// Whether a row may have specks, for all its samples at once.
@@ -45,7 +46,7 @@ float Filled(const float* pAbove, const float* pRow, const float* pBelow, ptrdif
     for (float& neighbour : beside)
         if (neighbour == kNoSample) neighbour = sample;
     std::sort(beside.begin(), beside.end());
-    const float most = beside[3];
+    const float most = beside[4];
     return kDark * sample < most && beside[7] > kLight * most ? most : sample;
 }
 

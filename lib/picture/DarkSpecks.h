@@ -12,8 +12,8 @@ namespace SelvaneLib
 /// Stands for a sample of a pixel that is not there or does not count. All others are at least 0.
 constexpr float kNoSample = -1.0f;
 
-/// Fills the dark specks of a row. A sample is one if it is below a hundredth of the fourth smallest of its eight
-/// neighbours in its channel, and the largest of them is more than four times that one; it becomes that one. Missing
+/// Fills the dark specks of a row. A sample is one if it is below a hundredth of the fifth smallest of its eight
+/// neighbours in its channel, and the largest of them is more than twice that one; it becomes that one. Missing
 /// neighbours count like the sample itself.
 /// @param pAbove, pRow, pBelow  three rows of red, green, blue with one pixel more at both ends, which is not filled
 /// @param pCount  pixels without those two

@@ -54,7 +54,7 @@ float Expected(const sFloats& pPicture, int pX, int pY, int pChannel)
         for (int x = pX - 1; x <= pX + 1; x++)
             if (x != pX || y != pY) beside.push_back(pPicture.Counts(x, y) ? pPicture.At(x, y, pChannel) : sample);
     std::sort(beside.begin(), beside.end());
-    return sample < beside[3] / 100 && beside[7] > 4 * beside[3] ? beside[3] : sample;
+    return sample < beside[4] / 100 && beside[7] > 2 * beside[4] ? beside[4] : sample;
 }
 
 struct sSeen
@@ -143,26 +143,26 @@ TEST(DarkSpecks, AreDarkerThanAHundredthOfMostNeighbours)
 
 TEST(DarkSpecks, AreBesideALight)
 {
-    for (const float light : {63.9f, 64.0f, 64.1f}) {
+    for (const float light : {31.9f, 32.0f, 32.1f}) {
         sFloats picture(40, 30, 16.0f);
         picture.Set(20, 15, light);
         picture.Set(21, 15, 0.0f);
-        ExpectFilled(picture, light > 64 ? 3 : 0, light > 64 ? 3 : 0);
+        ExpectFilled(picture, light > 32 ? 3 : 0, light > 32 ? 3 : 0);
     }
 }
 
-/// Three dark neighbours do no harm, four make a shape of it.
-TEST(DarkSpecks, HaveAtMostThreeDarkNeighbours)
+/// Four dark neighbours do no harm, five make a shape of it.
+TEST(DarkSpecks, HaveAtMostFourDarkNeighbours)
 {
-    for (int dark = 0; dark <= 5; dark++) {
+    for (int dark = 0; dark <= 6; dark++) {
         sFloats picture(5, 5, 16.0f);
-        const int around[][2] = {{1, 1}, {2, 1}, {3, 1}, {1, 2}, {3, 2}};
+        const int around[][2] = {{1, 1}, {2, 1}, {3, 1}, {1, 2}, {3, 2}, {1, 3}};
         for (int i = 0; i < dark; i++)
             picture.Set(around[i][0], around[i][1], 0.0f);
         picture.Set(2, 3, 100.0f);
         picture.Set(2, 2, 0.01f);
-        EXPECT_EQ(Expected(picture, 2, 2, 0) == 16.0f, dark <= 3) << dark;
-        ExpectFilled(picture, dark <= 3 ? 3 : 0, 75);
+        EXPECT_EQ(Expected(picture, 2, 2, 0) == 16.0f, dark <= 4) << dark;
+        ExpectFilled(picture, dark <= 4 ? 3 : 0, 75);
     }
 }
 
@@ -172,7 +172,7 @@ TEST(DarkSpecks, AreNoLines)
     sFloats picture(40, 30, 1.0f);
     for (int y = 10; y < 20; y++)
         for (int x = 10; x < 20; x++)
-            picture.Set(x, y, 3.9f);
+            picture.Set(x, y, 1.9f);
     for (int y = 0; y < 30; y++)
         picture.Set(15, y, 0.0f);
     ExpectFilled(picture, 0, 0);
