@@ -47,7 +47,7 @@ std::string LatestSettings()
     if (size <= 0) return {};
     std::string settings(static_cast<size_t>(size), '\0');
     gimp_get_data(kProcedure, settings.data());
-    return settings.c_str();
+    return settings.substr(0, settings.find('\0'));
 }
 
 void KeepSettings(const std::string& pSettings)

@@ -111,6 +111,7 @@ sJobHooks HooksOf(cProgressShow& pShow, const sJob& pJob, uint64_t pMemory, cons
 std::vector<tTask> TasksOf(const std::vector<sPlanned>& pPlan, const sTelling& pTelling)
 {
     std::vector<tTask> tasks;
+    tasks.reserve(pPlan.size());
     for (const sPlanned& planned : pPlan)
         tasks.emplace_back([&planned, &pTelling](const cTaskRun& pRun) { return RunTask(planned, pRun, pTelling); });
     return tasks;

@@ -38,7 +38,7 @@ int Columns()
 /// "1:05" or "2:00:09".
 std::string TimeText(double pSeconds)
 {
-    const auto seconds = static_cast<long>(std::min(pSeconds, 359999.0) + 0.5);
+    const auto seconds = std::lround(std::min(pSeconds, 359999.0));
     char text[40];
     if (seconds >= 3600)
         std::snprintf(text, sizeof text, "%ld:%02ld:%02ld", seconds / 3600, seconds / 60 % 60, seconds % 60);

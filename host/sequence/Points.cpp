@@ -14,6 +14,7 @@ namespace
 sPoints JoinFiles(const std::vector<std::string>& pPaths)
 {
     std::vector<sPoints> parts;
+    parts.reserve(pPaths.size());
     for (const std::string& path : pPaths)
         parts.push_back(ReadPoints(path));
     return Joined(parts);

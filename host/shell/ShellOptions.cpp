@@ -125,7 +125,7 @@ std::string UnknownOption(const CLI::App& pCommand, const std::vector<std::strin
     for (const std::string& word : pWords) {
         if (word == "--") break;
         if (!word.starts_with("--")) continue;
-        const std::string name = word.substr(2, word.find('=') - 2);
+        std::string name = word.substr(2, word.find('=') - 2);
         if (FindOption(pCommand, name) == nullptr) return name;
     }
     return {};
