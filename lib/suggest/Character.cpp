@@ -113,9 +113,11 @@ sCharacter CharacterOf(const sScene& pScene)
     character.fLowKey = Ramp(key, 0.42, 0.28) * Ramp(above, 0.4, 0.7);
     character.fVioletShadows = Ramp(VioletShare(pScene, pixels), 0.05, 0.6);
     character.fNight = std::min(1.0, (character.fLowKey + character.fVioletShadows) / 1.2);
-    character.fHighKey = std::max(Ramp(key, 0.6, 0.8), Ramp(above, 0.6, 0.3)) * (1.0 - character.fNight);
+    const double nothingDark = Ramp(above, 0.6, 0.3), day = 1.0 - character.fNight;
+    character.fHighKey = std::max(Ramp(key, 0.6, 0.8), nothingDark) * day;
     character.fTexture = Texture(pScene);
     character.fSources = SourceShare(pScene, pixels);
+    character.fWhiteRoom = nothingDark * day * Ramp(character.fSources, 0.0, 0.02);
     return character;
 }
 

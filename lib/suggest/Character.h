@@ -15,6 +15,7 @@ struct sCharacter
     double fVioletShadows = 0.0; ///< the darkest tenth is violet: noise of the sensor
     double fNight = 0.0;         ///< the two together
     double fHighKey = 0.0;       ///< most lies near the brightest parts or nothing is dark: snow, fog, a white room
+    double fWhiteRoom = 0.0;     ///< nothing is dark, and there are sources: walls that throw light about, and a window
     double fTexture = 0.0;       ///< local contrast, decades
     double fSources = 0.0;       ///< share of pixels far above the median: windows, sky, lamps
 };

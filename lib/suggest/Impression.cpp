@@ -148,13 +148,14 @@ sAim AimFor(const sCharacter& pCharacter)
 {
     constexpr double kCommonTexture = 0.15; // decades
     const double night = pCharacter.fNight, high = pCharacter.fHighKey;
+    const double noise = pCharacter.fVioletShadows * pCharacter.fVioletShadows, room = pCharacter.fWhiteRoom;
     const double texture = std::max(pCharacter.fTexture, 1e-3) / kCommonTexture;
     return {
-        .fMean = kCommonMean - 20.0 * night + 64.0 * high * high,
-        .fContrast = std::clamp(kCommonContrast * std::pow(texture, 0.1), 10.0, 19.0),
+        .fMean = kCommonMean - 20.0 * night - 45.0 * noise + 64.0 * high * high + 20.0 * room,
+        .fContrast = (1.0 - 0.55 * noise) * std::clamp(kCommonContrast * std::pow(texture, 0.1), 10.0, 19.0),
         .fBurnt = 0.01 + high * std::min(pCharacter.fSources, 0.1) + night * std::min(pCharacter.fSources, 0.02),
-        .fShadow = 60.0 * (1.0 - night),
-        .fHighlight = 225.0 - 60.0 * night + 15.0 * high,
+        .fShadow = 60.0 * (1.0 - night) + 120.0 * room,
+        .fHighlight = 225.0 - 60.0 * night - 40.0 * noise + 15.0 * high,
     };
 }
 

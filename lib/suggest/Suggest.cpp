@@ -31,7 +31,7 @@ constexpr float kMiddleClip = 12.0f;
 constexpr float kLeastClip = 4.0f;
 constexpr float kLeastRefinedClip = 0.5f;
 constexpr float kMostClip = 36.0f;
-constexpr float kMostExposure = 1.0f;    // stops either way
+constexpr float kMostLift = 1.0f;        // stops
 constexpr float kLeastContrast = -80.0f; // the slider's end
 constexpr float kMostContrast = 60.0f;   // more changes nothing
 constexpr float kWideRadius = -8.0f;     // wide: no halo along roofs
@@ -72,10 +72,11 @@ public:
     {
         const double violet = pCharacter.fVioletShadows;
         fMostCompression = static_cast<float>(100.0 - std::max(60.0 * pCharacter.fHighKey, 90.0 * violet * violet));
+        fMostHeldBack = static_cast<float>(1.0 + violet);
         fFirst.white_clip = kMiddleClip;
         fFirst.radius = kWideRadius;
         fFirst.black_clip = static_cast<float>(std::round(20.0 * (0.4 + 0.6 * pCharacter.fNight)) / 20.0);
-        fFirst.saturation = static_cast<float>(std::round(-30.0 * violet) + 0.0);
+        fFirst.saturation = static_cast<float>(std::round(-30.0 * violet * (1.0 + violet)) + 0.0);
     }
 
     void Run()
@@ -153,7 +154,7 @@ private:
 
     void HoldBack(sTrial pFrom)
     {
-        while (CanGoOn(pFrom) && IsTooBright(pFrom) && pFrom.fLook.exposure > -kMostExposure)
+        while (CanGoOn(pFrom) && IsTooBright(pFrom) && pFrom.fLook.exposure - 0.5f >= -fMostHeldBack)
             pFrom = Exposed(pFrom, -0.5f);
     }
 
@@ -163,7 +164,7 @@ private:
         const sTrial most = Walk(With(pMiddle.fLook, kMostClip, -12.0f), 2);
         if (!IsTooDark(most)) return TryMore(pMiddle, pLeast, most);
         sTrial from = most;
-        while (CanGoOn(from) && IsTooDark(from) && from.fLook.exposure < kMostExposure)
+        while (CanGoOn(from) && IsTooDark(from) && from.fLook.exposure < kMostLift)
             from = Exposed(from, 0.5f);
     }
 
@@ -294,6 +295,7 @@ private:
     sLook fFirst;
     sTrial fBest;
     float fMostCompression = 100.0f; // less on bright walls and snow, for halos, and on violet noise
+    float fMostHeldBack = 1.0f;      // stops; more on violet noise, which is to stay in the dark
     double fSlope = 0.5;
     std::set<std::array<float, 5>> fTried;
     size_t fPreviews = 0;

@@ -79,6 +79,26 @@ TEST(Character, WithoutDarkPartsALowKeyIsAWhiteRoom)
     EXPECT_EQ(room.fHighKey, 1.0);
 }
 
+/// The levels make it a room where nothing is dark; one pixel of the hundred is a lamp, then two are.
+TEST(Character, ARoomIsWhiteByItsWindowsAndLamps)
+{
+    std::vector<float> xyz;
+    const sLevels room = Levels(-0.3, 0.0, 2.0);
+    EXPECT_EQ(CharacterOf(Uniform(xyz, 0.96f, 1.0f, 0.82f, room)).fWhiteRoom, 0.0);
+    const sScene scene = Uniform(xyz, 0.96f, 1.0f, 0.82f, room);
+    xyz[1] = 10.0f;
+    EXPECT_NEAR(CharacterOf(scene).fWhiteRoom, 0.5, 1e-9);
+    xyz[4] = 10.0f;
+    EXPECT_EQ(CharacterOf(scene).fWhiteRoom, 1.0);
+}
+
+TEST(Character, OnlyTheRoomAmongTheMadeScenesIsAWhiteRoom)
+{
+    EXPECT_EQ(CharacterOfPicture(WhiteRoom()).fWhiteRoom, 1.0);
+    for (const sPicture& picture : {NightTown(), Snow(), Fog(), SeaSunset(), SunnyHills(), StarryField()})
+        EXPECT_EQ(CharacterOfPicture(picture).fWhiteRoom, 0.0);
+}
+
 TEST(Character, OnlyRatiosCount)
 {
     for (const sPicture& picture : {NightTown(), Snow(), SeaSunset()}) {

@@ -52,6 +52,28 @@ TEST(Impression, TheAimOfANightIsDarkerAndThatOfSnowBrighter)
     EXPECT_EQ(AimFor(snow).fHighlight, 240.0);
 }
 
+TEST(Impression, VioletNoiseIsWantedDarkerAndSmoother)
+{
+    sCharacter noise = Plain(), half = Plain();
+    noise.fVioletShadows = 1.0;
+    half.fVioletShadows = 0.5;
+    EXPECT_DOUBLE_EQ(AimFor(noise).fMean, 115.94 - 45.0);
+    EXPECT_NEAR(AimFor(noise).fContrast, 0.45 * 17.48688, 1e-9);
+    EXPECT_DOUBLE_EQ(AimFor(noise).fHighlight, 185.0);
+    EXPECT_DOUBLE_EQ(AimFor(half).fMean, 115.94 - 11.25);
+    EXPECT_NEAR(AimFor(half).fContrast, 0.8625 * 17.48688, 1e-9);
+    EXPECT_DOUBLE_EQ(AimFor(half).fHighlight, 215.0);
+}
+
+TEST(Impression, AWhiteRoomIsWantedWhiteDownToItsFloor)
+{
+    sCharacter room = Plain();
+    room.fHighKey = 1.0;
+    room.fWhiteRoom = 1.0;
+    EXPECT_DOUBLE_EQ(AimFor(room).fMean, 199.94);
+    EXPECT_DOUBLE_EQ(AimFor(room).fShadow, 180.0);
+}
+
 TEST(Impression, ALittleBrightnessOfTheSceneMovesTheAimLittle)
 {
     sCharacter room = Plain();

@@ -273,9 +273,8 @@ TEST(Suggest, EveryMadeSceneHasAUsableLook)
 
 TEST(Suggest, NightStaysDarkAndSnowWhite)
 {
-    const sPicture town = NightTown(), field = StarryField(), snow = Snow(), hills = SunnyHills();
+    const sPicture town = NightTown(), snow = Snow(), hills = SunnyHills();
     EXPECT_LT(MeanGrey(town), 105.0);
-    EXPECT_LT(MeanGrey(field), 110.0);
     EXPECT_GT(MeanGrey(snow), 165.0);
     EXPECT_NEAR(MeanGrey(hills), 116.0, 20.0);
 }
@@ -295,8 +294,43 @@ TEST(Suggest, VioletNoiseStaysInTheDarkAndLosesColour)
     const sPicture field = StarryField();
     const sSuggestion suggestion = SuggestFor(field);
     EXPECT_LT(Seen(field, suggestion.fLook).fShadow, 45.0);
-    EXPECT_EQ(suggestion.fLook.saturation, -30.0f);
+    EXPECT_EQ(suggestion.fLook.saturation, -60.0f);
     EXPECT_EQ(SuggestFor(SunnyHills()).fLook.saturation, 0.0f);
+}
+
+/// Red and blue exceed green by 27 per cent, which is two fifths of the way to full noise.
+TEST(Suggest, ALittleVioletTakesLittleColour)
+{
+    sPicture picture{40, 40, {}};
+    for (int i = 0; i < 1600; i++) {
+        const float level = std::exp2(static_cast<float>(i) / 160.0f);
+        picture.fRGB.insert(picture.fRGB.end(), {1.27f * level, level, 1.27f * level});
+    }
+    EXPECT_EQ(SuggestFor(picture).fLook.saturation, -17.0f); // -30 x 0.4 x 1.4 = -16.8
+}
+
+/// A night under stars: the glow above the horizon does not burn and the stars are brighter than the sky.
+TEST(Suggest, AStarryFieldIsANight)
+{
+    const sPicture field = StarryField();
+    const sSuggestion suggestion = SuggestFor(field);
+    const sImpression seen = Seen(field, suggestion.fLook);
+    EXPECT_GT(seen.fMean, 55.0);
+    EXPECT_LT(seen.fMean, 80.0);
+    EXPECT_LT(seen.fHighlight, 170.0);
+    EXPECT_EQ(suggestion.fLook.exposure, -2.0f);
+}
+
+/// The walls of the made room, which is 450 x 300: beside the window, in the middle, at the far end.
+TEST(Suggest, TheWallsOfAWhiteRoomAreWhiteAndNotBurnt)
+{
+    cSeen seen(WhiteRoom(), kPreview);
+    const tRGB8 room = seen.Render(seen.Suggest().fLook);
+    for (const size_t pixel : {size_t{20 * 450 + 170}, size_t{130 * 450 + 240}, size_t{60 * 450 + 420}}) {
+        EXPECT_GE(room[3 * pixel + 1], 190) << pixel;
+        EXPECT_LE(room[3 * pixel + 1], 230) << pixel;
+    }
+    EXPECT_EQ(room[3 * (60 * 450 + 60)], 255); // a pane
 }
 
 TEST(Suggest, ALookOfRatiosAloneDoesNotDependOnTheScale)
