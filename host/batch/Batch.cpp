@@ -1,6 +1,7 @@
 #include "batch/Batch.h"
 
 #include "command/Report.h"
+#include "picture/HalfOfMemory.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -118,7 +119,7 @@ std::vector<tTask> TasksOf(const std::vector<sPlanned>& pPlan, const sTelling& p
 
 uint64_t MemoryOf(const sBatchOptions& pOptions)
 {
-    return pOptions.fMemory > 0 ? pOptions.fMemory : UsualMemory();
+    return pOptions.fMemory > 0 ? pOptions.fMemory : HalfOfMemory();
 }
 
 void RunPlan(const std::vector<sPlanned>& pPlan, const sShares& pShares, uint64_t pMemory, const sTelling& pTelling)

@@ -8,8 +8,6 @@
 #include <cctype>
 #include <charconv>
 #include <cmath>
-#include <fstream>
-#include <unistd.h>
 #include <utility>
 
 namespace SelvaneHost
@@ -31,21 +29,9 @@ double UnitOf(const std::string& pUnit)
     return power == std::string::npos ? 0.0 : std::exp2(10.0 * static_cast<double>(power + 1));
 }
 
-uint64_t MachineMemory()
+std::string InMegabytes(uint64_t pBytes)
 {
-    const auto pages = static_cast<uint64_t>(std::max(1L, ::sysconf(_SC_PHYS_PAGES)));
-    return pages * static_cast<uint64_t>(std::max(1L, ::sysconf(_SC_PAGESIZE)));
-}
-
-/// The limit of the control group; the largest number if there is none.
-uint64_t GroupMemory()
-{
-    for (const char* path : {"/sys/fs/cgroup/memory.max", "/sys/fs/cgroup/memory/memory.limit_in_bytes"}) {
-        std::ifstream file(path);
-        uint64_t bytes = 0;
-        if (file >> bytes && bytes > 0) return bytes;
-    }
-    return UINT64_MAX;
+    return std::to_string((pBytes + kMiB - 1) / kMiB) + " MiB";
 }
 
 std::string InMegabytes(uint64_t pBytes)
@@ -67,12 +53,7 @@ uint64_t BytesOf(const std::string& pText)
     return static_cast<uint64_t>(bytes);
 }
 
-uint64_t UsualMemory()
-{
-    return std::max(kMiB, std::min(MachineMemory(), GroupMemory()) / 2);
-}
-
-uint64_t NeededBytes(const sPicture& pInput, uint64_t pFileBytes, int pDepth)
+uint64_t NeededBytes(const sPicture& pInput, uint64_t pFileBytes, int pDepth, std::optional<uint64_t> pResized)
 {
     const uint64_t pixels = static_cast<uint64_t>(pInput.fWidth) * static_cast<uint64_t>(pInput.fHeight);
     selvane_picture picture;

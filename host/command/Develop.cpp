@@ -1,6 +1,7 @@
 #include "command/Develop.h"
 
 #include "batch/Memory.h"
+#include "picture/HalfOfMemory.h"
 #include "picture/Errors.h"
 
 #include <algorithm>
@@ -64,7 +65,7 @@ public:
         if (fHandle == nullptr) throw cHostError("not enough memory for this picture");
         auto* const user = const_cast<sRunning*>(&fRunning); // the callbacks only read it
         Must(selvane_set_threads(Handle(), fRunning.fThreads), Handle());
-        Must(selvane_set_memory_limit(Handle(), UsualMemory()), Handle());
+        Must(selvane_set_memory_limit(Handle(), HalfOfMemory()), Handle());
         if (fRunning.fLog) Must(selvane_set_log(Handle(), TakeLine, user), Handle());
         if (fRunning.fProgress) Must(selvane_set_progress(Handle(), TakeProgress, user), Handle());
     }

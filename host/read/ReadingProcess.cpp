@@ -1,6 +1,7 @@
 #include "read/ReadingProcess.h"
 
 #include "picture/Errors.h"
+#include "picture/HalfOfMemory.h"
 #include "picture/PictureLibrary.h"
 #include "picture/SizeWatch.h"
 #include "read/Confinement.h"
@@ -39,13 +40,7 @@ constexpr int kFirstFree = 10;
 
 std::optional<sReadLimits> gLimits; // set once, before any thread
 
-uint64_t HalfOfMemory()
-{
-    const long pages = ::sysconf(_SC_PHYS_PAGES);
-    const long size = ::sysconf(_SC_PAGESIZE);
-    if (pages <= 0 || size <= 0) return uint64_t{1} << 32;
-    return static_cast<uint64_t>(pages) / 2 * static_cast<uint64_t>(size);
-}
+std::optional<sReadLimits> gLimits; // set once, before any thread
 
 // ---- The parent -----------------------------------------------------------------------------------------------------
 

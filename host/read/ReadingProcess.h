@@ -19,7 +19,7 @@ namespace SelvaneHost
 struct sReadLimits
 {
     int64_t fMegapixels = 400; ///< more are refused before a row is unpacked
-    uint64_t fBytes = 0;       ///< address space; 0: half of the machine's memory
+    uint64_t fBytes = 0;       ///< address space; 0: see HalfOfMemory
     uint64_t fSeconds = 600;   ///< processor time
 };
 

@@ -56,6 +56,7 @@ selvane_test(host
   picture/PngColor_test.cpp
   picture/ProfileMatch_test.cpp
   picture/Sliders_test.cpp
+  picture/HalfOfMemory_test.cpp
   read/FewBytes_test.cpp
   read/Kinds_test.cpp
   read/OpenExrReader_test.cpp

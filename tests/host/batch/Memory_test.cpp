@@ -22,12 +22,6 @@ TEST(Memory, SizesHaveUnitsOf1024)
     EXPECT_EQ(Refusal([] { BytesOf("1000K"); }), "--memory 1000K: the least is 1M");
 }
 
-TEST(Memory, TheUsualIsPartOfTheMachine)
-{
-    EXPECT_GE(UsualMemory(), uint64_t{1} << 20);
-    EXPECT_LT(UsualMemory(), uint64_t{1} << 50);
-}
-
 /// Everything that a float picture of 10 megapixels meets on its way: 120 MB of samples, a handle, 16-bit samples.
 TEST(Memory, APictureNeedsItsSamplesAHandleAndAnOutput)
 {
