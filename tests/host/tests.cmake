@@ -46,6 +46,8 @@ selvane_test(host
   command/HueCurve_test.cpp
   command/Tonemap_test.cpp command/Suggestion_test.cpp
   explain/Light_test.cpp
+  command/Unconfined_test.cpp
+  explain/Before_test.cpp
   explain/Report_test.cpp
   metadata/MetadataReader_test.cpp
   metadata/MetadataTable_test.cpp
@@ -74,7 +76,8 @@ selvane_test(host
   write/PictureWriter_test.cpp
   write/Resize_test.cpp)
 target_link_libraries(selvane_tests_host PRIVATE selvane_host selvane_shell PkgConfig::VIPS PkgConfig::LCMS PkgConfig::HEIF PkgConfig::AVIF PkgConfig::JXL
-                                                 PkgConfig::TIFF OpenEXR::OpenEXR PNG::PNG ZLIB::ZLIB PkgConfig::EXIV2 nlohmann_json::nlohmann_json)
+                                                 PkgConfig::TIFF OpenEXR::OpenEXR PNG::PNG ZLIB::ZLIB PkgConfig::EXIV2 PkgConfig::SECCOMP
+                                                 nlohmann_json::nlohmann_json)
 target_compile_definitions(selvane_tests_host PRIVATE
   SELVANE_BINARY="$<TARGET_FILE:selvane>" SELVANE_SCENE="$<TARGET_FILE:selvane-scene>" SELVANE_COMMAND_VERSION="${PROJECT_VERSION}"
   SELVANE_COMMAND_PAGE="${PROJECT_SOURCE_DIR}/docs/command.md" SELVANE_METADATA_PAGE="${PROJECT_SOURCE_DIR}/docs/metadata.md")
