@@ -36,10 +36,24 @@ uint64_t FileBytes(const std::string& pPath)
     return failure ? 0 : bytes; // a pipe
 }
 
+/// The most pixels of the result, if its size is another one than the picture's.
+std::optional<uint64_t> ResizedPixels(const sJob& pJob, const sPicture& pInput)
+{
+    const int width = pJob.fCrop ? pJob.fCrop->fWidth : pInput.fWidth;
+    const int height = pJob.fCrop ? pJob.fCrop->fHeight : pInput.fHeight;
+    std::optional<uint64_t> most;
+    for (const auto& size : {ChangedSize(pJob.fOutput, width, height),
+                             ChangedSize(pJob.fOutput, height, width)}) // a picture may still be turned upright
+        if (size)
+            most =
+                std::max(most.value_or(0), static_cast<uint64_t>(size->fWidth) * static_cast<uint64_t>(size->fHeight));
+    return most;
+}
+
 uint64_t NeededBytes(const sJob& pJob, const sPicture& pInput)
 {
-    const int depth = pJob.fOutput.fResize ? 32 : 16; // what libselvane renders, at most
-    return NeededBytes(pInput, FileBytes(pJob.fInput), depth);
+    constexpr int kMostDepth = 16;
+    return NeededBytes(pInput, FileBytes(pJob.fInput), kMostDepth, ResizedPixels(pJob, pInput));
 }
 
 int AdmitJob(const cTaskRun& pRun, const sJob& pJob, const sPicture& pInput)

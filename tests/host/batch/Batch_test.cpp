@@ -212,6 +212,17 @@ TEST_F(Batch, APictureThatIsTooLargeIsRefusedByName)
     EXPECT_THAT(Outputs(), ElementsAre("a-tm.jpg", "c-tm.jpg"));
 }
 
+/// 400 x 300 pixels become 4000 x 3000: twice 137 MiB of floats, where the picture itself fits.
+TEST_F(Batch, APictureWhoseResultIsTooLargeIsRefusedByName)
+{
+    Make(In("b"), 400, 300);
+    ASSERT_EQ(Run({"--memory", "250M"}).fStatus, 0);
+    const sRun run = Run({"--memory", "250M", "--resize", "1000%", "--enlarge", "--overwrite"});
+    EXPECT_EQ(run.fStatus, 1);
+    EXPECT_THAT(run.fErr, HasSubstr(In("b") + ": the picture needs 27"));
+    EXPECT_EQ(Lines(run.fErr), 4U) << run.fErr;
+}
+
 /// Eight pictures of 2 megapixels, each of which may need 190 MiB: with room for one, the command stays within it.
 TEST_F(Batch, TheMemoryIsBounded)
 {

@@ -40,6 +40,26 @@ TEST(Memory, APictureNeedsItsSamplesAHandleAndAnOutput)
     EXPECT_EQ(NeededBytes(picture, uint64_t{5} << 30, 8), (uint64_t{5} << 30) + 240000000) << "while it is read";
 }
 
+/// Integers are counted as the floats that a profile makes of them: 3 x 4 bytes a pixel.
+TEST(Memory, AProfileMakesFloatsOfIntegers)
+{
+    sPicture picture;
+    SetSize(picture, 1000, 500, eSamples8);
+    EXPECT_EQ(NeededBytes(picture, uint64_t{5} << 30, 8), (uint64_t{5} << 30) + 2 * 6000000);
+}
+
+/// While a result of 4000 x 2000 pixels is made of 1000 x 500, there are the rendered floats, what the filter gives, and
+/// its copy: 6 MB and twice 96 MB. The samples and the file that follow take less.
+TEST(Memory, AResultInAnotherSizeIsMadeInFloats)
+{
+    sPicture picture;
+    SetSize(picture, 1000, 500, eSamples8);
+    EXPECT_EQ(NeededBytes(picture, 1000, 16, 4000 * 2000), 6000000 + 2 * 96000000);
+    SetSize(picture, 4000, 2500, eFloats);
+    const uint64_t handle = NeededBytes(picture, 1000, 16) - 120000000 - 60000000;
+    EXPECT_EQ(NeededBytes(picture, 1000, 16, 40 * 25), 120000000 + handle + 120000000) << "floats instead of integers";
+}
+
 TEST(Memory, WhatDoesNotFitAtAllIsRefusedAtOnce)
 {
     cMemoryGate gate(100 << 20);
