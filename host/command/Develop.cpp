@@ -1,8 +1,7 @@
 #include "command/Develop.h"
 
-#include "batch/Memory.h"
-#include "picture/HalfOfMemory.h"
 #include "picture/Errors.h"
+#include "picture/HalfOfMemory.h"
 
 #include <algorithm>
 #include <array>
@@ -233,6 +232,8 @@ std::string WordsOf(const selvane_settings& pSettings, const sLook& pLook)
     for (const sOption& option : kOptions)
         if (pSettings.*option.fMember != 0.0F)
             words += std::string(" ") + option.fOption + " " + Digits(pSettings.*option.fMember);
+    if (pSettings.points == SELVANE_POINTS_GIVEN)
+        words += " --black-point " + Digits(pSettings.black_point) + " --white-point " + Digits(pSettings.white_point);
     for (const sCurveOption& option : kCurveOptions)
         if ((pSettings.*option.fMember).count > 0)
             words += std::string(" ") + option.fOption + " " + PointsText(pSettings.*option.fMember);
@@ -280,7 +281,7 @@ std::optional<selvane_settings> SuggestedBy(selvane* pHandle)
 
 bool TakesEntryForm(const sLook& pLook)
 {
-    return pLook.fExact || pLook.fWhitePoint.has_value();
+    return pLook.fExact || (pLook.fWhitePoint.has_value() && !pLook.fManual);
 }
 
 bool StandsAlone(const sLook& pLook)

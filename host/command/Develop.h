@@ -31,8 +31,8 @@ struct sLook
     bool fWrap = false;
     bool fManual = false;                     ///< sliders as they stand, 0 where they are not given
     bool fExact = false;                      ///< the same, on the samples that the engine's entry takes
-    std::optional<float> fBlackPoint;         ///< points of an earlier run; both or none. As fExact
-    std::optional<float> fWhitePoint;         ///< above the black point
+    std::optional<float> fBlackPoint;         ///< luminance; both points or none. As fExact, unless with fManual
+    std::optional<float> fWhitePoint;         ///< luminance, above the black point
     std::optional<selvane_settings> fSettled; ///< complete settings with automatic 0; nothing else counts
 };
 

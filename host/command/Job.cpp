@@ -27,8 +27,9 @@ void CheckPoints(const sLook& pLook)
     if (!pLook.fWhitePoint) return;
     if (!(*pLook.fBlackPoint >= 0.0F)) throw cUsageError("--black-point must not be below 0");
     if (!(*pLook.fWhitePoint > *pLook.fBlackPoint)) throw cUsageError("--white-point must be above --black-point");
-    if (IsBeyondTheEntry(pLook))
-        throw cUsageError("--white-point does not go with --exposure, --contrast, --saturation and curves over hue");
+    if (!pLook.fManual && IsBeyondTheEntry(pLook))
+        throw cUsageError("--white-point does not go with --exposure, --contrast, --saturation and curves over hue, "
+                          "unless --manual is given");
 }
 
 /// The shell's way to write a word.
