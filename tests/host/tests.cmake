@@ -44,6 +44,7 @@ selvane_test(host
   command/Equalize_test.cpp
   command/Failures_test.cpp
   command/HueCurve_test.cpp
+  command/StandardOutput_test.cpp
   command/Tonemap_test.cpp command/Suggestion_test.cpp
   explain/Light_test.cpp
   command/Unconfined_test.cpp
