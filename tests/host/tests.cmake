@@ -46,9 +46,9 @@ selvane_test(host
   command/HueCurve_test.cpp
   command/StandardOutput_test.cpp
   command/Tonemap_test.cpp command/Suggestion_test.cpp
-  explain/Light_test.cpp
   command/Unconfined_test.cpp
   explain/Before_test.cpp
+  explain/Light_test.cpp
   explain/Report_test.cpp
   metadata/MetadataReader_test.cpp
   metadata/MetadataTable_test.cpp
@@ -56,10 +56,10 @@ selvane_test(host
   metadata/Sample.cpp
   picture/Border_test.cpp
   picture/ExponentPlanes_test.cpp
+  picture/HalfOfMemory_test.cpp
   picture/PngColor_test.cpp
   picture/ProfileMatch_test.cpp
   picture/Sliders_test.cpp
-  picture/HalfOfMemory_test.cpp
   read/FewBytes_test.cpp
   read/Kinds_test.cpp
   read/OpenExrReader_test.cpp
