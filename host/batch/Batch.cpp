@@ -1,6 +1,6 @@
 #include "batch/Batch.h"
 
-#include "command/Report.h"
+#include "job/Report.h"
 #include "picture/HalfOfMemory.h"
 
 #include <algorithm>
@@ -129,6 +129,16 @@ std::vector<tTask> TasksOf(const std::vector<sPlanned>& pPlan, const sTelling& p
     for (const sPlanned& planned : pPlan)
         tasks.emplace_back([&planned, &pTelling](const cTaskRun& pRun) { return RunTask(planned, pRun, pTelling); });
     return tasks;
+}
+
+sTelling TellingOf(const sRunOptions& pOptions)
+{
+    return {.fQuiet = pOptions.fQuiet, .fVerbose = pOptions.fVerbose};
+}
+
+sShares SharesOf(const sRunOptions& pOptions)
+{
+    return {.fJobs = pOptions.fBatch.fShares.fJobs, .fThreads = pOptions.fJob.fThreads};
 }
 
 uint64_t MemoryOf(const sBatchOptions& pOptions)

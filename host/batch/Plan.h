@@ -5,7 +5,7 @@
 
 #include "batch/OutputNames.h"
 #include "batch/Tasks.h"
-#include "command/Job.h"
+#include "job/Job.h"
 
 namespace SelvaneHost
 {

@@ -8,11 +8,11 @@
 
 #include "batch/BatchOptions.h"
 #include "command/Equalize.h"
-#include "command/PictureOptions.h"
-#include "command/Report.h"
 #include "command/Streams.h"
 #include "command/Tonemap.h"
 #include "explain/ExplainOptions.h"
+#include "job/PictureOptions.h"
+#include "job/Report.h"
 #include "picture/Errors.h"
 #include "read/ReadingProcess.h"
 #include "sequence/SequenceOptions.h"
@@ -39,7 +39,7 @@ void AddVerbose(CLI::App& pCommand, bool& pVerbose)
 }
 
 /// What all subcommands share that look at pictures and render them.
-void AddPictures(CLI::App& pCommand, sTonemapOptions& pOptions)
+void AddPictures(CLI::App& pCommand, sRunOptions& pOptions)
 {
     AddLook(pCommand, pOptions.fJob.fLook);
     pCommand.add_flag("-q,--quiet", pOptions.fQuiet, "show no progress, and do not say what was chosen");

@@ -1,6 +1,6 @@
 #include "explain/ExplainOptions.h"
 
-#include "command/PictureOptions.h"
+#include "job/PictureOptions.h"
 
 namespace SelvaneHost
 {

@@ -1,7 +1,7 @@
 #ifndef SELVANE_HOST_EXPLAIN_JOB_REPORT_H
 #define SELVANE_HOST_EXPLAIN_JOB_REPORT_H
 
-#include "command/Job.h"
+#include "job/Job.h"
 #include "explain/ReportFile.h"
 
 #include <array>

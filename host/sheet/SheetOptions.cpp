@@ -1,6 +1,6 @@
 #include "sheet/SheetOptions.h"
 
-#include "command/PictureOptions.h"
+#include "job/PictureOptions.h"
 #include "sheet/SheetLook.h"
 #include "write/OutputOptions.h"
 

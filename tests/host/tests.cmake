@@ -43,13 +43,13 @@ selvane_test(host
   command/CommandTest.cpp
   command/Equalize_test.cpp
   command/Failures_test.cpp
-  command/HueCurve_test.cpp
   command/StandardOutput_test.cpp
   command/Tonemap_test.cpp command/Suggestion_test.cpp
   command/Unconfined_test.cpp
   explain/Before_test.cpp
   explain/Light_test.cpp
   explain/Report_test.cpp
+  job/HueCurve_test.cpp
   metadata/MetadataReader_test.cpp
   metadata/MetadataTable_test.cpp
   metadata/OutputMetadata_test.cpp

@@ -1,9 +1,9 @@
-#ifndef SELVANE_HOST_COMMAND_DEVELOP_H
-#define SELVANE_HOST_COMMAND_DEVELOP_H
+#ifndef SELVANE_HOST_JOB_DEVELOP_H
+#define SELVANE_HOST_JOB_DEVELOP_H
 
 // The render of a picture by libselvane, with the look of the command line.
 
-#include "command/CommandSteps.h"
+#include "job/CommandSteps.h"
 #include "picture/Picture.h"
 
 #include <selvane.h>

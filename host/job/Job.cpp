@@ -1,6 +1,6 @@
-#include "command/Job.h"
+#include "job/Job.h"
 
-#include "command/Frame.h"
+#include "job/Frame.h"
 #include "picture/SizeWatch.h"
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "command/Develop.h"
+#include "job/Develop.h"
 
 #include "picture/Errors.h"
 #include "picture/HalfOfMemory.h"
