@@ -18,7 +18,7 @@ void LimitResources(uint64_t pBytes, uint64_t pSeconds);
 
 /// From here on this process may read what is open, take memory, run threads of its own, write to pFiles, and exit. An
 /// attempt to open a file by name answers with an error; anything else ends the process by SIGSYS.
-/// @return false if nothing was forbidden: the system refuses the filter, and errno says why, or kCanBeConfined is false
+/// @return false if nothing was forbidden: the system refuses it, and errno says why, or kCanBeConfined is false
 bool ForbidAllButReading(const std::vector<int>& pFiles);
 
 } // namespace SelvaneHost

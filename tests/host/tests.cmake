@@ -121,6 +121,8 @@ foreach(queue parallel slurm)
 endforeach()
 add_test(NAME host.demo COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/host/command/demo.sh ${PROJECT_SOURCE_DIR})
 
+add_test(NAME host.rooms COMMAND /usr/bin/python3 ${CMAKE_CURRENT_SOURCE_DIR}/host/rooms.py ${PROJECT_SOURCE_DIR}/host)
+
 # The system's Python, which has the packages. The page takes a browser.
 set(explain_folder ${CMAKE_CURRENT_SOURCE_DIR}/host/explain)
 add_test(NAME host.report COMMAND /usr/bin/python3 ${explain_folder}/report.py

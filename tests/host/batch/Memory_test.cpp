@@ -48,8 +48,8 @@ TEST(Memory, AProfileMakesFloatsOfIntegers)
     EXPECT_EQ(NeededBytes(picture, uint64_t{5} << 30, 8), (uint64_t{5} << 30) + 2 * 6000000);
 }
 
-/// While a result of 4000 x 2000 pixels is made of 1000 x 500, there are the rendered floats, what the filter gives, and
-/// its copy: 6 MB and twice 96 MB. The samples and the file that follow take less.
+/// While a result of 4000 x 2000 pixels is made of 1000 x 500, there are the rendered floats, what the filter gives,
+/// and its copy: 6 MB and twice 96 MB. The samples and the file that follow take less.
 TEST(Memory, AResultInAnotherSizeIsMadeInFloats)
 {
     sPicture picture;

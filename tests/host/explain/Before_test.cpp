@@ -66,8 +66,8 @@ TEST_F(Before, APhotographIsShownAsItIs)
     ExpectPatches(Of(Png()), kColors);
 }
 
-/// PQ and HLG are exposed like floats. The logarithmic mean of one grey is that grey: it becomes 18 per cent, the sample
-/// 118 of sRGB.
+/// PQ and HLG are exposed like floats. The logarithmic mean of one grey is that grey: it becomes 18 per cent, the
+/// sample 118 of sRGB.
 TEST_F(Before, IntegersThatAreSceneLightAreExposed)
 {
     const tBytes dark = {40, 40, 40};
