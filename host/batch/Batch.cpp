@@ -36,18 +36,14 @@ uint64_t FileBytes(const std::string& pPath)
     return failure ? 0 : bytes; // a pipe
 }
 
-/// The most pixels of the result, if its size is another one than the picture's.
+/// The pixels of the result, if its size is another one than the picture's.
 std::optional<uint64_t> ResizedPixels(const sJob& pJob, const sPicture& pInput)
 {
-    const int width = pJob.fCrop ? pJob.fCrop->fWidth : pInput.fWidth;
-    const int height = pJob.fCrop ? pJob.fCrop->fHeight : pInput.fHeight;
-    std::optional<uint64_t> most;
-    for (const auto& size : {ChangedSize(pJob.fOutput, width, height),
-                             ChangedSize(pJob.fOutput, height, width)}) // a picture may still be turned upright
-        if (size)
-            most =
-                std::max(most.value_or(0), static_cast<uint64_t>(size->fWidth) * static_cast<uint64_t>(size->fHeight));
-    return most;
+    sSize size{pInput.fWidth, pInput.fHeight};
+    if (pJob.fCrop) size = {pJob.fCrop->fWidth, pJob.fCrop->fHeight};
+    const std::optional<sSize> result = ChangedSize(pJob.fOutput, size.fWidth, size.fHeight);
+    if (!result) return std::nullopt;
+    return static_cast<uint64_t>(result->fWidth) * static_cast<uint64_t>(result->fHeight);
 }
 
 uint64_t NeededBytes(const sJob& pJob, const sPicture& pInput)
@@ -126,6 +122,7 @@ sJobHooks HooksOf(cProgressShow& pShow, const sJob& pJob, uint64_t pMemory, cons
 std::vector<tTask> TasksOf(const std::vector<sPlanned>& pPlan, const sTelling& pTelling)
 {
     std::vector<tTask> tasks;
+    tasks.reserve(pPlan.size());
     for (const sPlanned& planned : pPlan)
         tasks.emplace_back([&planned, &pTelling](const cTaskRun& pRun) { return RunTask(planned, pRun, pTelling); });
     return tasks;

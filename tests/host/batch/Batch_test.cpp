@@ -223,6 +223,33 @@ TEST_F(Batch, APictureWhoseResultIsTooLargeIsRefusedByName)
     EXPECT_EQ(Lines(run.fErr), 4U) << run.fErr;
 }
 
+/// What is cut out, 50 x 400 pixels, becomes 1225 x 9800: twice 137 MiB of floats. The whole picture would become 1225 x
+/// 1225.
+TEST_F(Batch, TheSizeOfAResultIsThatOfWhatIsCutOut)
+{
+    Make(In("b"), 400, 400);
+    const sRun run = Selvane({"tonemap", In("b"), "-o", fFolder / "b.png", "--memory", "250M", "--crop", "50x400+0+0",
+                              "--resize", "1225", "--enlarge"});
+    EXPECT_EQ(run.fStatus, 1);
+    EXPECT_THAT(run.fErr, HasSubstr("the picture needs 277 MiB"));
+}
+
+/// 400 x 50 pixels that stand upright as 50 x 400: the same.
+TEST_F(Batch, TheSizeOfAResultIsThatOfTheUprightPicture)
+{
+    const std::string input = fFolder / "turned.jpg", output = fFolder / "b.png";
+    const tBytes samples = Samples8(400, 50);
+    sStored turned = Rgb8();
+    for (const int orientation : {1, 6}) {
+        turned.fOrientation = orientation;
+        Store(input, samples.data(), 400, 50, turned);
+        const sRun run =
+            Selvane({"tonemap", "-q", input, "-o", output, "--memory", "250M", "--resize", "1225", "--enlarge"});
+        EXPECT_EQ(run.fStatus, orientation == 6 ? 1 : 0) << run.fErr;
+        EXPECT_EQ(run.fErr.find("the picture needs 276 MiB") != std::string::npos, orientation == 6) << run.fErr;
+    }
+}
+
 /// Eight pictures of 2 megapixels, each of which may need 190 MiB: with room for one, the command stays within it.
 TEST_F(Batch, TheMemoryIsBounded)
 {
