@@ -1,6 +1,7 @@
 #include "batch/Batch.h"
 
-#include "command/Report.h"
+#include "job/Report.h"
+#include "picture/HalfOfMemory.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -35,10 +36,20 @@ uint64_t FileBytes(const std::string& pPath)
     return failure ? 0 : bytes; // a pipe
 }
 
+/// The pixels of the result, if its size is another one than the picture's.
+std::optional<uint64_t> ResizedPixels(const sJob& pJob, const sPicture& pInput)
+{
+    sSize size{pInput.fWidth, pInput.fHeight};
+    if (pJob.fCrop) size = {pJob.fCrop->fWidth, pJob.fCrop->fHeight};
+    const std::optional<sSize> result = ChangedSize(pJob.fOutput, size.fWidth, size.fHeight);
+    if (!result) return std::nullopt;
+    return static_cast<uint64_t>(result->fWidth) * static_cast<uint64_t>(result->fHeight);
+}
+
 uint64_t NeededBytes(const sJob& pJob, const sPicture& pInput)
 {
-    const int depth = pJob.fOutput.fResize ? 32 : 16; // what libselvane renders, at most
-    return NeededBytes(pInput, FileBytes(pJob.fInput), depth);
+    constexpr int kMostDepth = 16;
+    return NeededBytes(pInput, FileBytes(pJob.fInput), kMostDepth, ResizedPixels(pJob, pInput));
 }
 
 int AdmitJob(const cTaskRun& pRun, const sJob& pJob, const sPicture& pInput)
@@ -117,9 +128,19 @@ std::vector<tTask> TasksOf(const std::vector<sPlanned>& pPlan, const sTelling& p
     return tasks;
 }
 
+sTelling TellingOf(const sRunOptions& pOptions)
+{
+    return {.fQuiet = pOptions.fQuiet, .fVerbose = pOptions.fVerbose};
+}
+
+sShares SharesOf(const sRunOptions& pOptions)
+{
+    return {.fJobs = pOptions.fBatch.fShares.fJobs, .fThreads = pOptions.fJob.fThreads};
+}
+
 uint64_t MemoryOf(const sBatchOptions& pOptions)
 {
-    return pOptions.fMemory > 0 ? pOptions.fMemory : UsualMemory();
+    return pOptions.fMemory > 0 ? pOptions.fMemory : HalfOfMemory();
 }
 
 void RunPlan(const std::vector<sPlanned>& pPlan, const sShares& pShares, uint64_t pMemory, const sTelling& pTelling)

@@ -8,6 +8,15 @@
 namespace SelvaneHost
 {
 
+/// What the command line says of a run over pictures.
+struct sRunOptions
+{
+    sJob fJob;             ///< of each picture: all but the input
+    sBatchOptions fBatch;  ///< the inputs, and what concerns several
+    bool fQuiet = false;   ///< say nothing but warnings and failures
+    bool fVerbose = false; ///< show the lines of libselvane's log
+};
+
 /// How a run tells what it does.
 struct sTelling
 {
@@ -30,6 +39,11 @@ void RunPlan(const std::vector<sPlanned>& pPlan, const sShares& pShares, uint64_
 /// The hooks of the only job of a run. Show and job stay until the job is done.
 /// @param pMemory bytes; a picture that needs more is refused
 sJobHooks HooksOf(cProgressShow& pShow, const sJob& pJob, uint64_t pMemory, const sTelling& pTelling);
+
+sTelling TellingOf(const sRunOptions& pOptions);
+
+/// How many pictures and workers run at once.
+sShares SharesOf(const sRunOptions& pOptions);
 
 /// The memory of a run.
 uint64_t MemoryOf(const sBatchOptions& pOptions);

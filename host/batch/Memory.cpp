@@ -8,8 +8,6 @@
 #include <cctype>
 #include <charconv>
 #include <cmath>
-#include <fstream>
-#include <unistd.h>
 #include <utility>
 
 namespace SelvaneHost
@@ -31,26 +29,24 @@ double UnitOf(const std::string& pUnit)
     return power == std::string::npos ? 0.0 : std::exp2(10.0 * static_cast<double>(power + 1));
 }
 
-uint64_t MachineMemory()
-{
-    const auto pages = static_cast<uint64_t>(std::max(1L, ::sysconf(_SC_PHYS_PAGES)));
-    return pages * static_cast<uint64_t>(std::max(1L, ::sysconf(_SC_PAGESIZE)));
-}
-
-/// The limit of the control group; the largest number if there is none.
-uint64_t GroupMemory()
-{
-    for (const char* path : {"/sys/fs/cgroup/memory.max", "/sys/fs/cgroup/memory/memory.limit_in_bytes"}) {
-        std::ifstream file(path);
-        uint64_t bytes = 0;
-        if (file >> bytes && bytes > 0) return bytes;
-    }
-    return UINT64_MAX;
-}
-
 std::string InMegabytes(uint64_t pBytes)
 {
     return std::to_string((pBytes + kMiB - 1) / kMiB) + " MiB";
+}
+
+/// What libselvane's handle takes.
+uint64_t HandleBytes(const sPicture& pInput)
+{
+    selvane_picture picture;
+    selvane_picture_init(&picture);
+    picture.width = pInput.fWidth;
+    picture.height = pInput.fHeight;
+    picture.format = SELVANE_F32; // whatever the form: alpha of floats is the largest
+    picture.channels = pInput.fChannels;
+    uint64_t bytes = 0;
+    if (selvane_estimate_memory(&picture, &bytes) != SELVANE_OK)
+        throw cHostError("a picture of this size is too large");
+    return bytes;
 }
 
 } // namespace
@@ -67,28 +63,19 @@ uint64_t BytesOf(const std::string& pText)
     return static_cast<uint64_t>(bytes);
 }
 
-uint64_t UsualMemory()
-{
-    return std::max(kMiB, std::min(MachineMemory(), GroupMemory()) / 2);
-}
-
-uint64_t NeededBytes(const sPicture& pInput, uint64_t pFileBytes, int pDepth)
+uint64_t NeededBytes(const sPicture& pInput, uint64_t pFileBytes, int pDepth, std::optional<uint64_t> pResized)
 {
     const uint64_t pixels = static_cast<uint64_t>(pInput.fWidth) * static_cast<uint64_t>(pInput.fHeight);
-    selvane_picture picture;
-    selvane_picture_init(&picture);
-    picture.width = pInput.fWidth;
-    picture.height = pInput.fHeight;
-    picture.format = SELVANE_F32; // whatever the form: alpha of floats is the largest
-    picture.channels = pInput.fChannels;
-    uint64_t handle = 0;
-    if (selvane_estimate_memory(&picture, &handle) != SELVANE_OK)
-        throw cHostError("a picture of this size is too large");
-    const uint64_t output = pixels * static_cast<uint64_t>(pInput.fChannels) * static_cast<uint64_t>(pDepth / 8);
-    const uint64_t reading = pFileBytes + 2 * AllBytes(pInput); // a step may copy the samples
-    const uint64_t rendering = AllBytes(pInput) + handle + output;
-    const uint64_t writing = 3 * output; // samples, encoder, file
-    return std::max({reading, rendering, writing});
+    const uint64_t floats = static_cast<uint64_t>(pInput.fChannels) * sizeof(float); // of a pixel
+    const uint64_t samples = static_cast<uint64_t>(pInput.fChannels) * static_cast<uint64_t>(pDepth / 8);
+    const uint64_t input =
+        pInput.fForm == eExponentPlanes ? AllBytes(pInput) : pixels * floats; // integers become light
+    const uint64_t rendered = pixels * (pResized ? floats : samples);
+    const uint64_t reading = pFileBytes + 2 * input; // a step may copy the samples
+    const uint64_t rendering = input + HandleBytes(pInput) + rendered;
+    const uint64_t resizing = pResized ? rendered + 2 * *pResized * floats : 0; // the filter's result is copied
+    const uint64_t writing = 3 * pResized.value_or(pixels) * samples;           // samples, encoder, file
+    return std::max({reading, rendering, resizing, writing});
 }
 
 cMemoryGate::cRoom::cRoom(cRoom&& pOther) noexcept

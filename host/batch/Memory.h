@@ -8,6 +8,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <string>
 
 namespace SelvaneHost
@@ -17,15 +18,14 @@ namespace SelvaneHost
 /// @throws cUsageError for any other text, and for less than 1 MiB
 uint64_t BytesOf(const std::string& pText);
 
-/// Half of the memory of this machine, or of the control group that this program runs in if that has less.
-uint64_t UsualMemory();
-
 /// The most bytes that a picture takes on its way from file to file: its file, its samples, libselvane's handle, the
-/// rendered samples and the encoded file.
+/// rendered samples, those in another size, and the encoded file.
 /// @param pInput has the size and the form; its samples are not looked at
 /// @param pFileBytes length of the input file
 /// @param pDepth bits of an output sample
-uint64_t NeededBytes(const sPicture& pInput, uint64_t pFileBytes, int pDepth);
+/// @param pResized pixels of the result, if its size is another one: it is then rendered in floats
+uint64_t NeededBytes(const sPicture& pInput, uint64_t pFileBytes, int pDepth,
+                     std::optional<uint64_t> pResized = std::nullopt);
 
 /// Lets pictures in as long as there is room.
 class cMemoryGate

@@ -5,7 +5,7 @@
 
 #include "batch/OutputNames.h"
 #include "batch/Tasks.h"
-#include "command/Job.h"
+#include "job/Job.h"
 
 namespace SelvaneHost
 {
@@ -19,7 +19,7 @@ struct sBatchOptions
     bool fOverwrite = false;        ///< outputs that exist are replaced
     bool fResume = false;           ///< outputs that are done are kept
     sShares fShares;                ///< its workers are those of the job
-    uint64_t fMemory = 0;           ///< bytes; 0: see UsualMemory
+    uint64_t fMemory = 0;           ///< bytes; 0: see HalfOfMemory
 };
 
 /// A picture of the run.

@@ -1,6 +1,6 @@
 #include "batch/Progress.h"
 
-#include "command/Report.h"
+#include "job/Report.h"
 
 #include <algorithm>
 #include <cmath>

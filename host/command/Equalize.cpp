@@ -1,8 +1,8 @@
 #include "command/Equalize.h"
 
-#include "command/Develop.h"
-#include "command/HueCurve.h"
-#include "command/Report.h"
+#include "job/Develop.h"
+#include "job/HueCurve.h"
+#include "job/Report.h"
 
 #include <selvane.h>
 

@@ -3,7 +3,7 @@
 
 // The subcommand equalize.
 
-#include "command/CommandSteps.h"
+#include "job/CommandSteps.h"
 
 #include <optional>
 #include <string>

@@ -1,8 +1,8 @@
 #include "command/Tonemap.h"
 
-#include "command/Frame.h"
-#include "command/Report.h"
 #include "explain/JobReport.h"
+#include "job/Frame.h"
+#include "job/Report.h"
 #include "sequence/Sequence.h"
 
 #include <array>
@@ -14,11 +14,6 @@ namespace SelvaneHost
 
 namespace
 {
-
-sTelling TellingOf(const sTonemapOptions& pOptions)
-{
-    return {.fQuiet = pOptions.fQuiet, .fVerbose = pOptions.fVerbose};
-}
 
 sRunning RunningOf(const sTonemapOptions& pOptions)
 {
@@ -122,11 +117,6 @@ void RunTonemap(const sTonemapOptions& pOptions)
     if (pOptions.fSuggest) return Suggest(options);
     if (!pOptions.fPoints.empty()) UsePoints(ReadPoints(pOptions.fPoints), options.fJob);
     TonemapOne(options);
-}
-
-sShares SharesOf(const sTonemapOptions& pOptions)
-{
-    return {.fJobs = pOptions.fBatch.fShares.fJobs, .fThreads = pOptions.fJob.fThreads};
 }
 
 void RunStats(const sTonemapOptions& pOptions)

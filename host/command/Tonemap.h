@@ -4,30 +4,23 @@
 // The subcommands tonemap and stats.
 
 #include "batch/Batch.h"
-#include "command/Job.h"
+#include "job/Job.h"
 
 namespace SelvaneHost
 {
 
 /// What the command line of tonemap and stats says. stats has no output.
-struct sTonemapOptions
+struct sTonemapOptions : sRunOptions
 {
-    sJob fJob;             ///< of tonemap: all but the input
-    sBatchOptions fBatch;  ///< of tonemap: the inputs, and what concerns several
     std::string fPoints;   ///< of tonemap: file of the points of a sequence; empty: none
     bool fSuggest = false; ///< print the settings instead of rendering
-    bool fQuiet = false;   ///< do not say what was chosen
     std::string fReport;   ///< JSON file to write beside the picture; empty: none
-    bool fVerbose = false; ///< show the lines of libselvane's log
 };
 
 /// Tone-maps pictures and writes the results. Of a single one says in two lines what was chosen and which options give
 /// it again.
 /// @throws cHostError
 void RunTonemap(const sTonemapOptions& pOptions);
-
-/// How many pictures and workers run at once.
-sShares SharesOf(const sTonemapOptions& pOptions);
 
 /// Measures a picture and prints its black and white point.
 /// @throws cHostError

@@ -8,11 +8,11 @@
 
 #include "batch/BatchOptions.h"
 #include "command/Equalize.h"
-#include "command/PictureOptions.h"
-#include "command/Report.h"
 #include "command/Streams.h"
 #include "command/Tonemap.h"
 #include "explain/ExplainOptions.h"
+#include "job/PictureOptions.h"
+#include "job/Report.h"
 #include "picture/Errors.h"
 #include "read/ReadingProcess.h"
 #include "sequence/SequenceOptions.h"
@@ -39,7 +39,7 @@ void AddVerbose(CLI::App& pCommand, bool& pVerbose)
 }
 
 /// What all subcommands share that look at pictures and render them.
-void AddPictures(CLI::App& pCommand, sTonemapOptions& pOptions)
+void AddPictures(CLI::App& pCommand, sRunOptions& pOptions)
 {
     AddLook(pCommand, pOptions.fJob.fLook);
     pCommand.add_flag("-q,--quiet", pOptions.fQuiet, "show no progress, and do not say what was chosen");
@@ -67,8 +67,9 @@ void AddTonemap(CLI::App& pApp, sTonemapOptions& pOptions)
     AddOutputOptions(*command, pOptions.fJob.fOutput);
     AddResizeOptions(*command, pOptions.fJob.fOutput);
     command->add_flag("--suggest", pOptions.fSuggest, "print the settings that suit the picture; render nothing");
-    command->add_option("--black-point", pOptions.fJob.fLook.fBlackPoint, "black point of an earlier run (see stats)");
-    command->add_option("--white-point", pOptions.fJob.fLook.fWhitePoint, "white point of an earlier run");
+    command->add_option("--black-point", pOptions.fJob.fLook.fBlackPoint,
+                        "luminance that becomes black, as stats prints it; as --exact, unless with --manual");
+    command->add_option("--white-point", pOptions.fJob.fLook.fWhitePoint, "luminance that becomes white");
     AddReport(*command, pOptions.fReport);
     command->add_option("--points", pOptions.fPoints, "settings and points of a sequence's frames (see points)");
     command->add_flag("--exact", pOptions.fJob.fLook.fExact,

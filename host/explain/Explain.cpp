@@ -1,9 +1,9 @@
 #include "explain/Explain.h"
 
-#include "command/Report.h"
 #include "explain/Explanation.h"
 #include "explain/JobReport.h"
 #include "explain/PlainStops.h"
+#include "job/Report.h"
 #include "write/OutputFile.h"
 
 #include <filesystem>

@@ -3,7 +3,7 @@
 
 // The subcommand explain.
 
-#include "command/Job.h"
+#include "job/Job.h"
 
 #include <string>
 

@@ -1,13 +1,14 @@
 #include "explain/ExplainOptions.h"
 
-#include "command/PictureOptions.h"
+#include "job/PictureOptions.h"
 
 namespace SelvaneHost
 {
 
 void AddReport(CLI::App& pCommand, std::string& pReport)
 {
-    pCommand.add_option("--report", pReport, "write all numbers of the render to this file (JSON)");
+    pCommand.add_option("--report", pReport,
+                        "write all numbers of the render to this file (JSON); - is standard output");
 }
 
 void AddExplain(CLI::App& pApp, sExplainOptions& pOptions)
@@ -19,7 +20,7 @@ void AddExplain(CLI::App& pApp, sExplainOptions& pOptions)
                     "  selvane explain photo.exr -o report.html --report numbers.json   the same for programs");
     sJob& job = pOptions.fJob;
     AddInput(*command, job.fInput);
-    command->add_option("-o,--output", job.fOutput.fPath, "page to write (HTML)")->required();
+    command->add_option("-o,--output", job.fOutput.fPath, "page to write (HTML); - is standard output")->required();
     command->add_option("--size", pOptions.fSize, "most pixels of the longer side of its pictures (default 1400)")
         ->check(CLI::Range(64, 8192));
     AddReport(*command, pOptions.fReport);

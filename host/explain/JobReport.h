@@ -1,8 +1,8 @@
 #ifndef SELVANE_HOST_EXPLAIN_JOB_REPORT_H
 #define SELVANE_HOST_EXPLAIN_JOB_REPORT_H
 
-#include "command/Job.h"
 #include "explain/ReportFile.h"
+#include "job/Job.h"
 
 #include <array>
 #include <chrono>

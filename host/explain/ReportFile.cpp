@@ -111,6 +111,16 @@ tJson TimesJson(const sRunFacts& pFacts)
             {"render", pFacts.fRenderMilliseconds}, {"file_out", pFacts.fWriteMilliseconds}};
 }
 
+tJson StageBytesJson(const selvane_report& pReport)
+{
+    const int64_t* const stages = pReport.stage_bytes;
+    return {{"read", stages[SELVANE_STAGE_READ]},
+            {"split", stages[SELVANE_STAGE_SPLIT]},
+            {"map", stages[SELVANE_STAGE_MAP]},
+            {"points", stages[SELVANE_STAGE_POINTS]},
+            {"write", stages[SELVANE_STAGE_WRITE]}};
+}
+
 int64_t PeakBytes()
 {
     struct rusage usage
@@ -179,6 +189,7 @@ nlohmann::ordered_json ReportOf(const sRunFacts& pFacts)
     report["layers"] = LayersJson(developed.fReport);
     report["points"] = PointsJson(developed.fReport);
     report["milliseconds"] = TimesJson(pFacts);
+    report["stage_bytes"] = StageBytesJson(developed.fReport);
     report["memory"] = {{"library", developed.fReport.bytes}, {"peak", PeakBytes()}};
     return report;
 }

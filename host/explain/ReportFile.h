@@ -4,7 +4,7 @@
 // The report of a render as JSON: all numbers, for programs and for the page of `selvane explain`. report.schema.json
 // says what each means; an install has it in share/selvane.
 
-#include "command/Develop.h"
+#include "job/Develop.h"
 #include "picture/Picture.h"
 
 #include <cstdint>

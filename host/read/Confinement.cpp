@@ -64,7 +64,15 @@ public:
     {
         ::seccomp_rule_add(fContext, SCMP_ACT_ERRNO(static_cast<uint16_t>(pError)), pCall, 1, pTest);
     }
-    bool Load() { return fContext != nullptr && ::seccomp_load(fContext) == 0; }
+    /// Returns false when the system refuses the filter. errno then says why.
+    bool Load()
+    {
+        if (fContext == nullptr) return false;
+        ::seccomp_attr_set(fContext, SCMP_FLTATR_API_SYSRAWRC, 1); // the errors of the system as they are
+        const int result = ::seccomp_load(fContext);
+        errno = -result;
+        return result == 0;
+    }
 
 private:
     const scmp_filter_ctx fContext;
@@ -153,9 +161,11 @@ void RefuseNames(cFilter& pFilter)
 
 } // namespace
 
+const bool kCanBeConfined = SELVANE_SANITIZED_PROCESS == 0;
+
 void LimitResources(uint64_t pBytes, uint64_t pSeconds)
 {
-    if (SELVANE_SANITIZED_PROCESS == 0) Limit(RLIMIT_AS, pBytes);
+    if (kCanBeConfined) Limit(RLIMIT_AS, pBytes);
     Limit(RLIMIT_CPU, pSeconds);
     Limit(RLIMIT_CORE, 0);
     AllowAllOf(RLIMIT_FSIZE); // of files on a disk; the picture is handed over in memory
@@ -163,7 +173,7 @@ void LimitResources(uint64_t pBytes, uint64_t pSeconds)
 
 bool ForbidAllButReading(const std::vector<int>& pFiles)
 {
-    if (SELVANE_SANITIZED_PROCESS != 0) return false;
+    if (!kCanBeConfined) return false;
     cFilter filter;
     AllowReading(filter, pFiles);
     AllowMemory(filter);

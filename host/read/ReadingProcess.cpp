@@ -1,6 +1,7 @@
 #include "read/ReadingProcess.h"
 
 #include "picture/Errors.h"
+#include "picture/HalfOfMemory.h"
 #include "picture/PictureLibrary.h"
 #include "picture/SizeWatch.h"
 #include "read/Confinement.h"
@@ -10,6 +11,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -37,15 +39,9 @@ constexpr int kParcel = 3; // the file in memory
 constexpr int kTalk = 4;   // to the parent: the size of the picture, and a byte back that lets it go on
 constexpr int kFirstFree = 10;
 
-std::optional<sReadLimits> gLimits; // set once, before any thread
+constexpr const char* kUnconfined = "decoding without a sandbox: the system refuses the filter of system calls: ";
 
-uint64_t HalfOfMemory()
-{
-    const long pages = ::sysconf(_SC_PHYS_PAGES);
-    const long size = ::sysconf(_SC_PAGESIZE);
-    if (pages <= 0 || size <= 0) return uint64_t{1} << 32;
-    return static_cast<uint64_t>(pages) / 2 * static_cast<uint64_t>(size);
-}
+std::optional<sReadLimits> gLimits; // set once, before any thread
 
 // ---- The parent -----------------------------------------------------------------------------------------------------
 
@@ -164,6 +160,15 @@ void AgreeOnSize(int pTalk)
     ::send(pTalk, "", 1, MSG_NOSIGNAL);
 }
 
+/// Leaves the warning about the sandbox to the first picture of the run. It is about the system, not about the picture.
+void WarnOnceOfSandbox(sPicture& pPicture)
+{
+    static std::atomic_flag isTold;
+    const auto isOfSandbox = [](const std::string& pWarning) { return pWarning.starts_with(kUnconfined); };
+    if (std::ranges::any_of(pPicture.fWarnings, isOfSandbox) && isTold.test_and_set())
+        std::erase_if(pPicture.fWarnings, isOfSandbox);
+}
+
 [[noreturn]] void Explain(int pStatus)
 {
     const int number = WIFSIGNALED(pStatus) ? WTERMSIG(pStatus) : 0;
@@ -217,15 +222,24 @@ void TellSize(const sPicture& pPicture)
     if (::write(kTalk, &words, sizeof words) != ssize_t{sizeof words} || ::read(kTalk, &agreed, 1) != 1) ::_exit(1);
 }
 
+/// Gives up all that reading does not need. Returns a warning if the system does not let it; the limits hold then too.
+std::string Confine(const sReadLimits& pLimits)
+{
+    LimitResources(pLimits.fBytes, pLimits.fSeconds);
+    if (ForbidAllButReading({kParcel, kTalk}) || !kCanBeConfined) return {};
+    return std::string(kUnconfined) + SystemWords(errno);
+}
+
 void Decode(const std::string& pPath, const sReadOptions& pOptions, const sReadLimits& pLimits)
 {
     SetMostPixels(pLimits.fMegapixels * 1000000);
     const tBytes bytes = ReadFile(pPath, CheckKind);
     PrepareLibraries();
-    LimitResources(pLimits.fBytes, pLimits.fSeconds);
-    ForbidAllButReading({kParcel, kTalk});
+    const std::string unconfined = Confine(pLimits);
     const cSizeWatch watch(TellSize);
-    SendPicture(kParcel, ReadPicture(bytes, pOptions));
+    sPicture picture = ReadPicture(bytes, pOptions);
+    if (!unconfined.empty()) picture.fWarnings.push_back(unconfined);
+    SendPicture(kParcel, std::move(picture));
 }
 
 uint64_t NumberOf(const std::string& pWord)
@@ -255,7 +269,9 @@ sPicture ReadInProcess(const std::string& pPath, const sReadOptions& pOptions)
     AgreeOnSize(talk.fParent);
     const int status = process.Wait();
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) Explain(status);
-    return ReceivePicture(parcel);
+    sPicture picture = ReceivePicture(parcel);
+    WarnOnceOfSandbox(picture);
+    return picture;
 }
 
 int RunReadingProcess(const std::vector<std::string>& pWords)

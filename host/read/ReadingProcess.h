@@ -19,7 +19,7 @@ namespace SelvaneHost
 struct sReadLimits
 {
     int64_t fMegapixels = 400; ///< more are refused before a row is unpacked
-    uint64_t fBytes = 0;       ///< address space; 0: half of the machine's memory
+    uint64_t fBytes = 0;       ///< address space; 0: see HalfOfMemory
     uint64_t fSeconds = 600;   ///< processor time
 };
 
@@ -30,7 +30,9 @@ constexpr const char* kReadingWord = "decode-for-parent";
 /// Until then pictures are decoded by the caller itself.
 void UseReadingProcesses(const sReadLimits& pLimits);
 
-/// Reads a picture file, in a process of its own if UseReadingProcesses was called. Any thread may call it.
+/// Reads a picture file, in a process of its own if UseReadingProcesses was called. Any thread may call it. Where the
+/// system refuses the filter of system calls, the process decodes within its other limits, and the first picture has a
+/// warning.
 /// @throws cHostError also when the process crashed, took too much or did what it must not
 sPicture ReadInProcess(const std::string& pPath, const sReadOptions& pOptions);
 

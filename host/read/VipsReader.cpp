@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace SelvaneHost
 {
@@ -177,6 +178,14 @@ void WarnOfDroppedBands(VipsImage* pImage, sPicture& pPicture)
     if (further > 1) pPicture.fWarnings.push_back(std::to_string(further) + " further channels were dropped");
 }
 
+/// Sets the size that the picture has when it stands upright.
+void SetUprightSize(VipsImage* pImage, sPicture& pPicture)
+{
+    int width = vips_image_get_width(pImage), height = vips_image_get_height(pImage);
+    if (vips_image_get_orientation_swap(pImage) != 0) std::swap(width, height);
+    SetSize(pPicture, width, height, FormOf(pImage), FurtherBands(pImage) == 1 ? 4 : 3);
+}
+
 } // namespace
 
 sPicture ReadThroughVips(const sVipsKind& pKind, const tBytes& pBytes, const sReadOptions& pOptions)
@@ -185,12 +194,9 @@ sPicture ReadThroughVips(const sVipsKind& pKind, const tBytes& pBytes, const sRe
     CheckColors(loaded.get());
     CheckBands(loaded.get());
     sPicture picture;
-    SetSize(picture, vips_image_get_width(loaded.get()), vips_image_get_height(loaded.get()), FormOf(loaded.get()),
-            FurtherBands(loaded.get()) == 1 ? 4 : 3);
+    SetUprightSize(loaded.get(), picture);
     CheckClaim(picture, pBytes.size());
     const tVipsImage image = Upright(std::move(loaded), pKind, pBytes);
-    picture.fWidth = vips_image_get_width(image.get());
-    picture.fHeight = vips_image_get_height(image.get());
     WarnOfDroppedBands(image.get(), picture);
     ReadPixels(image.get(), picture);
     Interpret(picture, NotesOf(image.get(), pKind, pBytes), pOptions);

@@ -1,7 +1,7 @@
 // The program `selvane-scene`. It renders the project's own high-dynamic-range picture, a dim room with the evening sun
 // in its window. It also joins two pictures side by side, for the README.
 
-#include "command/Report.h"
+#include "job/Report.h"
 #include "picture/Errors.h"
 #include "picture/ExponentPlanes.h"
 #include "picture/PictureLibrary.h"

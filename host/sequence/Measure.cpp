@@ -9,11 +9,6 @@ namespace SelvaneHost
 namespace
 {
 
-sTelling TellingOf(const sSequenceOptions& pOptions)
-{
-    return {.fQuiet = pOptions.fQuiet, .fVerbose = pOptions.fVerbose};
-}
-
 selvane_frame MeasureJob(const sJob& pJob, const sJobHooks& pHooks)
 {
     int threads = 0;

@@ -1,6 +1,6 @@
 #include "sequence/Plot.h"
 
-#include "command/CommandSteps.h"
+#include "job/CommandSteps.h"
 #include "write/OutputFile.h"
 
 #include <algorithm>

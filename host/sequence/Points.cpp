@@ -1,6 +1,6 @@
 // The subcommand points.
 
-#include "command/Report.h"
+#include "job/Report.h"
 #include "sequence/Measure.h"
 #include "sequence/Plot.h"
 #include "sequence/Sequence.h"

@@ -1,7 +1,7 @@
 #include "sequence/PointsFile.h"
 
-#include "command/CommandSteps.h"
-#include "command/Develop.h"
+#include "job/CommandSteps.h"
+#include "job/Develop.h"
 #include "read/InputFile.h"
 #include "write/OutputFile.h"
 

@@ -1,6 +1,6 @@
 #include "sequence/Sequence.h"
 
-#include "command/Report.h"
+#include "job/Report.h"
 #include "sequence/Measure.h"
 #include "sequence/Plot.h"
 

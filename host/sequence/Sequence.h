@@ -4,14 +4,14 @@
 // The frames of a film or a time-lapse. libselvane measures each of them, smooths the measures over time, and renders
 // with them.
 
-#include "command/Tonemap.h"
+#include "batch/Batch.h"
 #include "sequence/PointsFile.h"
 
 namespace SelvaneHost
 {
 
 /// What the command line of sequence and points says.
-struct sSequenceOptions : sTonemapOptions
+struct sSequenceOptions : sRunOptions
 {
     int fWindow = 0;   ///< frames; 0: libselvane's choice
     std::string fPlot; ///< SVG file; empty: none

@@ -1,7 +1,7 @@
 #include "sheet/Sheet.h"
 
-#include "command/Report.h"
 #include "explain/PlainStops.h"
+#include "job/Report.h"
 #include "sheet/Grid.h"
 #include "sheet/Label.h"
 

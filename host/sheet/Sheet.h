@@ -3,7 +3,7 @@
 
 // The subcommand sheet: one picture in several looks, side by side.
 
-#include "command/Job.h"
+#include "job/Job.h"
 
 #include <string>
 #include <vector>

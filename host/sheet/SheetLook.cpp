@@ -1,6 +1,6 @@
 #include "sheet/SheetLook.h"
 
-#include "command/PictureOptions.h"
+#include "job/PictureOptions.h"
 
 #include <glib.h>
 #include <memory>

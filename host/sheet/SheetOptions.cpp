@@ -1,7 +1,8 @@
 #include "sheet/SheetOptions.h"
 
-#include "command/PictureOptions.h"
+#include "job/PictureOptions.h"
 #include "sheet/SheetLook.h"
+#include "write/OutputOptions.h"
 
 namespace SelvaneHost
 {
@@ -16,7 +17,8 @@ void AddSheet(CLI::App& pApp, sSheetOptions& pOptions)
                     "  selvane sheet photo.exr -o sheet.png --look plain --look \"soft --exposure 0.5\"");
     sJob& job = pOptions.fJob;
     AddInput(*command, job.fInput);
-    command->add_option("-o,--output", job.fOutput.fPath, "picture to write")->required();
+    command->add_option("-o,--output", job.fOutput.fPath, "picture to write; - is standard output")->required();
+    AddFormat(*command, job.fOutput);
     command
         ->add_option_function<std::string>(
             "--look", [&pOptions](const std::string& pText) { pOptions.fLooks.push_back(LookOf(pText)); },

@@ -3,6 +3,14 @@
 namespace SelvaneHost
 {
 
+std::optional<sSize> ChangedSize(const sOutput& pOutput, int pWidth, int pHeight)
+{
+    if (!pOutput.fResize) return std::nullopt;
+    const sSize size = SizeAfter(*pOutput.fResize, pWidth, pHeight, pOutput.fEnlarge);
+    if (size.fWidth == pWidth && size.fHeight == pHeight) return std::nullopt;
+    return size;
+}
+
 std::string OutputWords(const sOutput& pOutput)
 {
     std::string words;

@@ -26,6 +26,9 @@ struct sOutput
     sMetadataOptions fMetadata;
 };
 
+/// Returns the size of the result of a picture of this size. Empty if the picture keeps its own.
+std::optional<sSize> ChangedSize(const sOutput& pOutput, int pWidth, int pHeight);
+
 /// Returns the options that give the same output again, without its path, each with a blank before it.
 std::string OutputWords(const sOutput& pOutput);
 

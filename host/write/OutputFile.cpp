@@ -83,6 +83,16 @@ void CheckNoTerminal()
         throw cUsageError("standard output is a terminal; send it to a file or a program");
 }
 
+void WriteStandardOutput(std::span<const unsigned char> pBytes)
+{
+    while (!pBytes.empty()) {
+        const ssize_t written = ::write(STDOUT_FILENO, pBytes.data(), pBytes.size());
+        if (written < 0 && errno == EINTR) continue;
+        if (written < 0) CannotWrite(errno);
+        pBytes = pBytes.subspan(static_cast<size_t>(written));
+    }
+}
+
 } // namespace
 
 void CheckWritable(const std::string& pPath)
@@ -104,6 +114,11 @@ void CheckWritable(const std::string& pPath)
 
 void WriteFile(const std::string& pPath, const std::vector<std::span<const unsigned char>>& pPieces, bool pMustBeNew)
 {
+    if (pPath == "-") {
+        for (const std::span<const unsigned char> piece : pPieces)
+            WriteStandardOutput(piece);
+        return;
+    }
     const std::string target = Resolved(pPath);
     const std::string folder = FolderOf(target);
     cUnfinishedFile file(folder);
@@ -115,16 +130,6 @@ void WriteFile(const std::string& pPath, const std::vector<std::span<const unsig
     else
         file.RenameTo(target);
     SyncFolder(folder);
-}
-
-void WriteStandardOutput(std::span<const unsigned char> pBytes)
-{
-    while (!pBytes.empty()) {
-        const ssize_t written = ::write(STDOUT_FILENO, pBytes.data(), pBytes.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written < 0) CannotWrite(errno);
-        pBytes = pBytes.subspan(static_cast<size_t>(written));
-    }
 }
 
 } // namespace SelvaneHost

@@ -13,7 +13,8 @@ namespace SelvaneHost
 /// @throws cUsageError when standard output is a terminal
 void CheckWritable(const std::string& pPath);
 
-/// Writes the pieces, one after the other, to a new file in the same folder, syncs it and renames it. After a failure
+/// Writes the pieces, one after the other. "-" is standard output. Any other name stands for a file: the pieces go to a
+/// new one in the same folder, which is synced and renamed. After a failure
 /// or a signal that ends the program, the new file is gone and the name still holds the old file.
 ///
 /// A symbolic link is followed. Other hard links to the same file keep the old content.
@@ -27,10 +28,6 @@ void CheckWritable(const std::string& pPath);
 /// @throws cHostError with the system's text
 void WriteFile(const std::string& pPath, const std::vector<std::span<const unsigned char>>& pPieces,
                bool pMustBeNew = false);
-
-/// Writes to standard output.
-/// @throws cHostError with the system's text
-void WriteStandardOutput(std::span<const unsigned char> pBytes);
 
 } // namespace SelvaneHost
 

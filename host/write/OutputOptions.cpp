@@ -15,8 +15,7 @@ constexpr const char* kHalved = "420";
 
 void AddFileOptions(CLI::App& pCommand, sOutput& pOutput)
 {
-    pCommand.add_option("--format", pOutput.fFormat, "kind of the output (default: what its name says)")
-        ->check(CLI::IsMember(FileKindNames()));
+    AddFormat(pCommand, pOutput);
     pCommand
         .add_option("--depth", pOutput.fDepth,
                     "bits of an output sample: 8 or 16, for AVIF 8, 10 or 12, for JPEG and WebP 8 (default: 8 for an "
@@ -44,6 +43,12 @@ void AddMetadataOptions(CLI::App& pCommand, sOutput& pOutput)
 }
 
 } // namespace
+
+void AddFormat(CLI::App& pCommand, sOutput& pOutput)
+{
+    pCommand.add_option("--format", pOutput.fFormat, "kind of the output (default: what its name says)")
+        ->check(CLI::IsMember(FileKindNames()));
+}
 
 CLI::Option* AddOutputOptions(CLI::App& pCommand, sOutput& pOutput)
 {

@@ -17,6 +17,9 @@ namespace SelvaneHost
 /// Declares the options. Returns --output.
 CLI::Option* AddOutputOptions(CLI::App& pCommand, sOutput& pOutput);
 
+/// Declares --format.
+void AddFormat(CLI::App& pCommand, sOutput& pOutput);
+
 /// Declares how an output is encoded, without its name.
 void AddStorageOptions(CLI::App& pCommand, sOutput& pOutput);
 

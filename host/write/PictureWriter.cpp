@@ -117,10 +117,7 @@ std::vector<std::string> WritePicture(const sPicture& pPicture, const sStorage& 
                              metadata,
                              PixelsPerMillimetre(pPicture.fMetadata)};
     const tBytes file = Encode(encoding, pStorage, warnings);
-    if (pPath == "-")
-        WriteStandardOutput(file);
-    else
-        WriteFile(pPath, {file}, pStorage.fMustBeNew);
+    WriteFile(pPath, {file}, pStorage.fMustBeNew);
     return warnings;
 }
 

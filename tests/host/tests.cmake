@@ -43,16 +43,20 @@ selvane_test(host
   command/CommandTest.cpp
   command/Equalize_test.cpp
   command/Failures_test.cpp
-  command/HueCurve_test.cpp
+  command/StandardOutput_test.cpp
   command/Tonemap_test.cpp command/Suggestion_test.cpp
+  command/Unconfined_test.cpp
+  explain/Before_test.cpp
   explain/Light_test.cpp
   explain/Report_test.cpp
+  job/HueCurve_test.cpp
   metadata/MetadataReader_test.cpp
   metadata/MetadataTable_test.cpp
   metadata/OutputMetadata_test.cpp
   metadata/Sample.cpp
   picture/Border_test.cpp
   picture/ExponentPlanes_test.cpp
+  picture/HalfOfMemory_test.cpp
   picture/PngColor_test.cpp
   picture/ProfileMatch_test.cpp
   picture/Sliders_test.cpp
@@ -73,7 +77,8 @@ selvane_test(host
   write/PictureWriter_test.cpp
   write/Resize_test.cpp)
 target_link_libraries(selvane_tests_host PRIVATE selvane_host selvane_shell PkgConfig::VIPS PkgConfig::LCMS PkgConfig::HEIF PkgConfig::AVIF PkgConfig::JXL
-                                                 PkgConfig::TIFF OpenEXR::OpenEXR PNG::PNG ZLIB::ZLIB PkgConfig::EXIV2 nlohmann_json::nlohmann_json)
+                                                 PkgConfig::TIFF OpenEXR::OpenEXR PNG::PNG ZLIB::ZLIB PkgConfig::EXIV2 PkgConfig::SECCOMP
+                                                 nlohmann_json::nlohmann_json)
 target_compile_definitions(selvane_tests_host PRIVATE
   SELVANE_BINARY="$<TARGET_FILE:selvane>" SELVANE_SCENE="$<TARGET_FILE:selvane-scene>" SELVANE_COMMAND_VERSION="${PROJECT_VERSION}"
   SELVANE_COMMAND_PAGE="${PROJECT_SOURCE_DIR}/docs/command.md" SELVANE_METADATA_PAGE="${PROJECT_SOURCE_DIR}/docs/metadata.md")
@@ -115,6 +120,8 @@ foreach(queue parallel slurm)
   set_tests_properties(desktop.${queue} PROPERTIES LABELS desktop)
 endforeach()
 add_test(NAME host.demo COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/host/command/demo.sh ${PROJECT_SOURCE_DIR})
+
+add_test(NAME host.rooms COMMAND /usr/bin/python3 ${CMAKE_CURRENT_SOURCE_DIR}/host/rooms.py ${PROJECT_SOURCE_DIR}/host)
 
 # The system's Python, which has the packages. The page takes a browser.
 set(explain_folder ${CMAKE_CURRENT_SOURCE_DIR}/host/explain)

@@ -212,6 +212,44 @@ TEST_F(Batch, APictureThatIsTooLargeIsRefusedByName)
     EXPECT_THAT(Outputs(), ElementsAre("a-tm.jpg", "c-tm.jpg"));
 }
 
+/// 400 x 300 pixels become 4000 x 3000: twice 137 MiB of floats, where the picture itself fits.
+TEST_F(Batch, APictureWhoseResultIsTooLargeIsRefusedByName)
+{
+    Make(In("b"), 400, 300);
+    ASSERT_EQ(Run({"--memory", "250M"}).fStatus, 0);
+    const sRun run = Run({"--memory", "250M", "--resize", "1000%", "--enlarge", "--overwrite"});
+    EXPECT_EQ(run.fStatus, 1);
+    EXPECT_THAT(run.fErr, HasSubstr(In("b") + ": the picture needs 27"));
+    EXPECT_EQ(Lines(run.fErr), 4U) << run.fErr;
+}
+
+/// What is cut out, 50 x 400 pixels, becomes 1225 x 9800: twice 137 MiB of floats. The whole picture would become 1225 x
+/// 1225.
+TEST_F(Batch, TheSizeOfAResultIsThatOfWhatIsCutOut)
+{
+    Make(In("b"), 400, 400);
+    const sRun run = Selvane({"tonemap", In("b"), "-o", fFolder / "b.png", "--memory", "250M", "--crop", "50x400+0+0",
+                              "--resize", "1225", "--enlarge"});
+    EXPECT_EQ(run.fStatus, 1);
+    EXPECT_THAT(run.fErr, HasSubstr("the picture needs 277 MiB"));
+}
+
+/// 400 x 50 pixels that stand upright as 50 x 400: the same.
+TEST_F(Batch, TheSizeOfAResultIsThatOfTheUprightPicture)
+{
+    const std::string input = fFolder / "turned.jpg", output = fFolder / "b.png";
+    const tBytes samples = Samples8(400, 50);
+    sStored turned = Rgb8();
+    for (const int orientation : {1, 6}) {
+        turned.fOrientation = orientation;
+        Store(input, samples.data(), 400, 50, turned);
+        const sRun run =
+            Selvane({"tonemap", "-q", input, "-o", output, "--memory", "250M", "--resize", "1225", "--enlarge"});
+        EXPECT_EQ(run.fStatus, orientation == 6 ? 1 : 0) << run.fErr;
+        EXPECT_EQ(run.fErr.find("the picture needs 276 MiB") != std::string::npos, orientation == 6) << run.fErr;
+    }
+}
+
 /// Eight pictures of 2 megapixels, each of which may need 190 MiB: with room for one, the command stays within it.
 TEST_F(Batch, TheMemoryIsBounded)
 {

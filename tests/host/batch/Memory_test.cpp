@@ -22,12 +22,6 @@ TEST(Memory, SizesHaveUnitsOf1024)
     EXPECT_EQ(Refusal([] { BytesOf("1000K"); }), "--memory 1000K: the least is 1M");
 }
 
-TEST(Memory, TheUsualIsPartOfTheMachine)
-{
-    EXPECT_GE(UsualMemory(), uint64_t{1} << 20);
-    EXPECT_LT(UsualMemory(), uint64_t{1} << 50);
-}
-
 /// Everything that a float picture of 10 megapixels meets on its way: 120 MB of samples, a handle, 16-bit samples.
 TEST(Memory, APictureNeedsItsSamplesAHandleAndAnOutput)
 {
@@ -44,6 +38,26 @@ TEST(Memory, APictureNeedsItsSamplesAHandleAndAnOutput)
     EXPECT_EQ(NeededBytes(picture, 1000, 16), 120000000 + handle + 60000000);
     EXPECT_EQ(NeededBytes(picture, 1000, 8), 120000000 + handle + 30000000);
     EXPECT_EQ(NeededBytes(picture, uint64_t{5} << 30, 8), (uint64_t{5} << 30) + 240000000) << "while it is read";
+}
+
+/// Integers are counted as the floats that a profile makes of them: 3 x 4 bytes a pixel.
+TEST(Memory, AProfileMakesFloatsOfIntegers)
+{
+    sPicture picture;
+    SetSize(picture, 1000, 500, eSamples8);
+    EXPECT_EQ(NeededBytes(picture, uint64_t{5} << 30, 8), (uint64_t{5} << 30) + 2 * 6000000);
+}
+
+/// While a result of 4000 x 2000 pixels is made of 1000 x 500, there are the rendered floats, what the filter gives,
+/// and its copy: 6 MB and twice 96 MB. The samples and the file that follow take less.
+TEST(Memory, AResultInAnotherSizeIsMadeInFloats)
+{
+    sPicture picture;
+    SetSize(picture, 1000, 500, eSamples8);
+    EXPECT_EQ(NeededBytes(picture, 1000, 16, 4000 * 2000), 6000000 + 2 * 96000000);
+    SetSize(picture, 4000, 2500, eFloats);
+    const uint64_t handle = NeededBytes(picture, 1000, 16) - 120000000 - 60000000;
+    EXPECT_EQ(NeededBytes(picture, 1000, 16, 40 * 25), 120000000 + handle + 120000000) << "floats instead of integers";
 }
 
 TEST(Memory, WhatDoesNotFitAtAllIsRefusedAtOnce)

@@ -65,6 +65,55 @@ TEST_F(Command, TheExactLineGivesTheSamePictureAgain)
         }
 }
 
+/// Runs a command line and the one that it prints. Both files have to be the same, byte by byte.
+void ExpectTheSameAgain(const std::vector<std::string>& pWords, const std::string& pOut, const std::string& pExpected)
+{
+    const sRun run = Selvane(pWords);
+    ASSERT_EQ(run.fStatus, 0) << run.fErr;
+    const std::vector<std::string> exact = ExactWords(run);
+    EXPECT_THAT(run.fErr, HasSubstr(pExpected));
+    const tBytes expected = ReadAll(pOut);
+    WriteAll(pOut, "gone");
+    ExpectQuietSuccess(Selvane(exact));
+    EXPECT_EQ(ReadAll(pOut), expected) << testing::PrintToString(exact);
+}
+
+TEST_F(Command, TheExactLineHasThePointsOfASettingsFile)
+{
+    WriteAll(fFolder / "points.toml", "points = \"given\"\nblack_point = 0.015\nwhite_point = 0.7\n");
+    for (const std::string& input : {Hdr(), Png()}) {
+        ExpectTheSameAgain({"tonemap", input, "-o", Out(), "--settings", fFolder / "points.toml", "--exposure", "0.3"},
+                           Out(), " --black-point 0.015 --white-point 0.7");
+        ASSERT_EQ(Selvane({"tonemap", "-q", input, "-o", fFolder / "plain.png", "--exposure", "0.3"}).fStatus, 0);
+        EXPECT_NE(Look(Out()).fPixels, Look(fFolder / "plain.png").fPixels) << "the points matter";
+    }
+    WriteAll(fFolder / "alone.toml", "automatic = false\npoints = \"given\"\nblack_point = 0\nwhite_point = 1\n"
+                                     "compression = 20\nhue = [[0.0, 0.25], [0.3, 0.7]]\nwrap = true\n");
+    ExpectTheSameAgain({"tonemap", Hdr(), "-o", Out(), "--settings", fFolder / "alone.toml"}, Out(),
+                       " --black-point 0 --white-point 1");
+}
+
+/// Such a picture has no range of its own: the suggestion gives it points.
+TEST_F(Command, TheExactLineHasThePointsOfANearlyUniformPicture)
+{
+    tBytes samples(size_t{3} * kWidth * kHeight, 120);
+    for (size_t i = 0; i < samples.size(); i += 7)
+        samples[i] = 121;
+    Store(Png(), samples.data(), kWidth, kHeight, Rgb8());
+    ExpectTheSameAgain({"tonemap", Png(), "-o", Out()}, Out(), " --white-point ");
+}
+
+TEST_F(Command, PointsWithManualAreThoseOfASettingsFile)
+{
+    WriteAll(fFolder / "points.toml", "automatic = false\npoints = \"given\"\nblack_point = 0.015\nwhite_point = 0.7\n"
+                                      "compression = 30\nexposure = 0.5\n");
+    ASSERT_EQ(Selvane({"tonemap", "-q", Hdr(), "-o", Out(), "--settings", fFolder / "points.toml"}).fStatus, 0);
+    ExpectQuietSuccess(Selvane({"tonemap", Hdr(), "-o", fFolder / "b.png", "--manual", "--compression", "30",
+                                "--exposure", "0.5", "--black-point", "0.015", "--white-point", "0.7"}));
+    EXPECT_EQ(ReadAll(fFolder / "b.png"), ReadAll(Out()));
+    ExpectFailure(Selvane({"tonemap", "--manual", Hdr(), "-o", Out(), "--black-point", "0.02"}), 2, "go together");
+}
+
 TEST_F(Command, CurvesOverHueAreThoseOfASettingsFile)
 {
     const std::vector<std::pair<std::string, std::string>> curves = {

@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <array>
 #include <iterator>
 #include <sstream>
 
@@ -29,6 +30,19 @@ protected:
     }
 };
 
+/// What libselvane reports of a render of in.png in 8 bits.
+selvane_report ReportOfRender(selvane* pHandle, const selvane_settings& pSettings)
+{
+    EXPECT_EQ(selvane_set_settings(pHandle, &pSettings), SELVANE_OK);
+    tBytes pixels(size_t{3} * kWidth * kHeight);
+    const selvane_target target = BytesTarget(kWidth, kHeight, pixels.data());
+    EXPECT_EQ(selvane_render(pHandle, &target), SELVANE_OK);
+    selvane_report report{};
+    report.struct_size = sizeof report;
+    EXPECT_EQ(selvane_get_report(pHandle, &report), SELVANE_OK);
+    return report;
+}
+
 TEST_F(Report, HasTheNumbersOfTheLibrary)
 {
     const sRun run =
@@ -36,13 +50,7 @@ TEST_F(Report, HasTheNumbersOfTheLibrary)
     ASSERT_EQ(run.fStatus, 0) << run.fErr;
     const tHandle handle = Loaded(Png());
     selvane_settings settings = PresetSettings("soft", 0.25F);
-    ASSERT_EQ(selvane_set_settings(handle.get(), &settings), SELVANE_OK);
-    tBytes pixels(size_t{3} * kWidth * kHeight);
-    const selvane_target target = BytesTarget(kWidth, kHeight, pixels.data());
-    ASSERT_EQ(selvane_render(handle.get(), &target), SELVANE_OK);
-    selvane_report expected{};
-    expected.struct_size = sizeof expected;
-    ASSERT_EQ(selvane_get_report(handle.get(), &expected), SELVANE_OK);
+    const selvane_report expected = ReportOfRender(handle.get(), settings);
 
     const tJson report = Read();
     const std::vector<std::tuple<const char*, const char*, float>> numbers = {
@@ -78,6 +86,30 @@ TEST_F(Report, HasTheNumbersOfTheLibrary)
     for (int i = 0; const char* const reason = selvane_reason(handle.get(), i); i++)
         reasons.emplace_back(reason);
     EXPECT_EQ(report["reasons"].get<std::vector<std::string>>(), reasons);
+}
+
+/// Settings that stand as they are: the handle of the run keeps what a single render keeps.
+TEST_F(Report, HasTheBytesOfEachStage)
+{
+    const sRun run =
+        Selvane({"tonemap", Png(), "-o", Out(), "--manual", "--compression", "30", "--depth", "8", "--report", Json()});
+    ASSERT_EQ(run.fStatus, 0) << run.fErr;
+    const tHandle handle = Loaded(Png());
+    selvane_settings settings;
+    selvane_settings_init(&settings);
+    settings.automatic = 0;
+    settings.compression = 30.0F;
+    const selvane_report expected = ReportOfRender(handle.get(), settings);
+
+    const tJson report = Read();
+    const std::array<const char*, SELVANE_STAGES> stages = {"read", "split", "map", "points", "write"};
+    int64_t sum = 0;
+    for (size_t i = 0; i < stages.size(); i++) {
+        EXPECT_EQ(report["stage_bytes"][stages[i]], expected.stage_bytes[i]) << stages[i];
+        sum += report["stage_bytes"][stages[i]].get<int64_t>();
+    }
+    EXPECT_EQ(report["stage_bytes"]["map"], 4 * kWidth * kHeight) << "a float of new luminance for each pixel";
+    EXPECT_EQ(report["memory"]["library"], sum);
 }
 
 TEST_F(Report, ItsCommandLineGivesTheSamePicture)

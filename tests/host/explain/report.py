@@ -55,6 +55,7 @@ def check(report, words):
     for section in ("scene", "layers", "points", "milliseconds"):
         for name, value in report[section].items():
             assert math.isfinite(value), f"{words}: {section}.{name} is {value}"
+    assert sum(report["stage_bytes"].values()) == report["memory"]["library"], f"{words}: {report['stage_bytes']}"
 
 
 def run(folder, words):

@@ -1,5 +1,5 @@
-#ifndef SELVANE_HOST_COMMAND_HUE_CURVE_H
-#define SELVANE_HOST_COMMAND_HUE_CURVE_H
+#ifndef SELVANE_HOST_JOB_HUE_CURVE_H
+#define SELVANE_HOST_JOB_HUE_CURVE_H
 
 // The hue curves of `selvane equalize`, as the command line gives them.
 

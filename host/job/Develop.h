@@ -1,9 +1,9 @@
-#ifndef SELVANE_HOST_COMMAND_DEVELOP_H
-#define SELVANE_HOST_COMMAND_DEVELOP_H
+#ifndef SELVANE_HOST_JOB_DEVELOP_H
+#define SELVANE_HOST_JOB_DEVELOP_H
 
 // The render of a picture by libselvane, with the look of the command line.
 
-#include "command/CommandSteps.h"
+#include "job/CommandSteps.h"
 #include "picture/Picture.h"
 
 #include <selvane.h>
@@ -31,8 +31,8 @@ struct sLook
     bool fWrap = false;
     bool fManual = false;                     ///< sliders as they stand, 0 where they are not given
     bool fExact = false;                      ///< the same, on the samples that the engine's entry takes
-    std::optional<float> fBlackPoint;         ///< points of an earlier run; both or none. As fExact
-    std::optional<float> fWhitePoint;         ///< above the black point
+    std::optional<float> fBlackPoint;         ///< luminance; both points or none. As fExact, unless with fManual
+    std::optional<float> fWhitePoint;         ///< luminance, above the black point
     std::optional<selvane_settings> fSettled; ///< complete settings with automatic 0; nothing else counts
 };
 

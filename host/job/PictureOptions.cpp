@@ -1,6 +1,6 @@
-#include "command/PictureOptions.h"
+#include "job/PictureOptions.h"
 
-#include "command/HueCurve.h"
+#include "job/HueCurve.h"
 #include "picture/Sliders.h"
 #include "read/ReadingProcess.h"
 

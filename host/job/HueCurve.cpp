@@ -1,4 +1,4 @@
-#include "command/HueCurve.h"
+#include "job/HueCurve.h"
 
 #include "picture/Errors.h"
 

@@ -1,9 +1,9 @@
-#ifndef SELVANE_HOST_COMMAND_PICTURE_OPTIONS_H
-#define SELVANE_HOST_COMMAND_PICTURE_OPTIONS_H
+#ifndef SELVANE_HOST_JOB_PICTURE_OPTIONS_H
+#define SELVANE_HOST_JOB_PICTURE_OPTIONS_H
 
 // Options that several subcommands share. Values outside of their range are refused by the parser.
 
-#include "command/Job.h"
+#include "job/Job.h"
 
 #include <CLI/CLI.hpp>
 

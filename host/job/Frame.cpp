@@ -1,6 +1,6 @@
-#include "command/Frame.h"
+#include "job/Frame.h"
 
-#include "command/Develop.h"
+#include "job/Develop.h"
 #include "picture/Border.h"
 
 #include <selvane.h>

@@ -1,5 +1,5 @@
-#ifndef SELVANE_HOST_COMMAND_REPORT_H
-#define SELVANE_HOST_COMMAND_REPORT_H
+#ifndef SELVANE_HOST_JOB_REPORT_H
+#define SELVANE_HOST_JOB_REPORT_H
 
 // The lines that the programs print on the standard error stream: one line per failure or warning.
 

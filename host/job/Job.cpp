@@ -1,6 +1,6 @@
-#include "command/Job.h"
+#include "job/Job.h"
 
-#include "command/Frame.h"
+#include "job/Frame.h"
 #include "picture/SizeWatch.h"
 
 #include <cstdint>
@@ -27,8 +27,9 @@ void CheckPoints(const sLook& pLook)
     if (!pLook.fWhitePoint) return;
     if (!(*pLook.fBlackPoint >= 0.0F)) throw cUsageError("--black-point must not be below 0");
     if (!(*pLook.fWhitePoint > *pLook.fBlackPoint)) throw cUsageError("--white-point must be above --black-point");
-    if (IsBeyondTheEntry(pLook))
-        throw cUsageError("--white-point does not go with --exposure, --contrast, --saturation and curves over hue");
+    if (!pLook.fManual && IsBeyondTheEntry(pLook))
+        throw cUsageError("--white-point does not go with --exposure, --contrast, --saturation and curves over hue, "
+                          "unless --manual is given");
 }
 
 /// The shell's way to write a word.
@@ -98,19 +99,12 @@ void NoteColors(const sJob& pJob, const sColor& pColor, int pSpace, const tLine&
     pNote(pJob.fInput + ": " + pColor.fWords + "; the output is in " + SpaceName(pSpace));
 }
 
-/// Returns whether the result gets another size than the picture.
-bool ChangesSize(const sOutput& pOutput, const sPicture& pPicture)
-{
-    if (!pOutput.fResize) return false;
-    const sSize size = SizeAfter(*pOutput.fResize, pPicture.fWidth, pPicture.fHeight, pOutput.fEnlarge);
-    return size.fWidth != pPicture.fWidth || size.fHeight != pPicture.fHeight;
-}
-
 /// Renders the samples of the file, or linear floats if the size is still to change. Takes the border off the input.
 sPicture Rendered(const sJob& pJob, sPicture& pInput, const sRunning& pRunning, sDone& pDone)
 {
     const sStorage storage = StorageFor(pJob.fOutput, pInput, pDone.fSpace, {}, pRunning.fThreads);
-    sPicture output = Blank(pInput, ChangesSize(pJob.fOutput, pInput) ? eFloats : FormFor(storage.fDepth));
+    const bool changes = ChangedSize(pJob.fOutput, pInput.fWidth, pInput.fHeight).has_value();
+    sPicture output = Blank(pInput, changes ? eFloats : FormFor(storage.fDepth));
     const sBorder frame = FrameFor(pJob, pInput);
     pDone.fDeveloped = Develop(pInput, pJob.fLook, pDone.fSpace, pRunning, output, frame.fInside);
     PutFrame(frame, pDone.fSpace, output);

@@ -1,5 +1,5 @@
-#include "command/HueCurve.h"
 #include "host/Workshop.h"
+#include "job/HueCurve.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,10 +1,10 @@
-#ifndef SELVANE_HOST_COMMAND_JOB_H
-#define SELVANE_HOST_COMMAND_JOB_H
+#ifndef SELVANE_HOST_JOB_JOB_H
+#define SELVANE_HOST_JOB_JOB_H
 
 // One picture from a file to a file. Whatever develops pictures, one or many, does it here.
 
-#include "command/CommandSteps.h"
-#include "command/Develop.h"
+#include "job/CommandSteps.h"
+#include "job/Develop.h"
 
 #include <functional>
 #include <optional>

@@ -1,4 +1,4 @@
-#include "command/CommandSteps.h"
+#include "job/CommandSteps.h"
 
 #include "color/Space.h"
 #include "picture/PictureLibrary.h"

@@ -1,4 +1,4 @@
-#include "command/Report.h"
+#include "job/Report.h"
 
 #include "picture/Errors.h"
 

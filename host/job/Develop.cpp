@@ -1,7 +1,7 @@
-#include "command/Develop.h"
+#include "job/Develop.h"
 
-#include "batch/Memory.h"
 #include "picture/Errors.h"
+#include "picture/HalfOfMemory.h"
 
 #include <algorithm>
 #include <array>
@@ -64,7 +64,7 @@ public:
         if (fHandle == nullptr) throw cHostError("not enough memory for this picture");
         auto* const user = const_cast<sRunning*>(&fRunning); // the callbacks only read it
         Must(selvane_set_threads(Handle(), fRunning.fThreads), Handle());
-        Must(selvane_set_memory_limit(Handle(), UsualMemory()), Handle());
+        Must(selvane_set_memory_limit(Handle(), HalfOfMemory()), Handle());
         if (fRunning.fLog) Must(selvane_set_log(Handle(), TakeLine, user), Handle());
         if (fRunning.fProgress) Must(selvane_set_progress(Handle(), TakeProgress, user), Handle());
     }
@@ -232,6 +232,8 @@ std::string WordsOf(const selvane_settings& pSettings, const sLook& pLook)
     for (const sOption& option : kOptions)
         if (pSettings.*option.fMember != 0.0F)
             words += std::string(" ") + option.fOption + " " + Digits(pSettings.*option.fMember);
+    if (pSettings.points == SELVANE_POINTS_GIVEN)
+        words += " --black-point " + Digits(pSettings.black_point) + " --white-point " + Digits(pSettings.white_point);
     for (const sCurveOption& option : kCurveOptions)
         if ((pSettings.*option.fMember).count > 0)
             words += std::string(" ") + option.fOption + " " + PointsText(pSettings.*option.fMember);
@@ -279,7 +281,7 @@ std::optional<selvane_settings> SuggestedBy(selvane* pHandle)
 
 bool TakesEntryForm(const sLook& pLook)
 {
-    return pLook.fExact || pLook.fWhitePoint.has_value();
+    return pLook.fExact || (pLook.fWhitePoint.has_value() && !pLook.fManual);
 }
 
 bool StandsAlone(const sLook& pLook)

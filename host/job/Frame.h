@@ -1,5 +1,5 @@
-#ifndef SELVANE_HOST_COMMAND_FRAME_H
-#define SELVANE_HOST_COMMAND_FRAME_H
+#ifndef SELVANE_HOST_JOB_FRAME_H
+#define SELVANE_HOST_JOB_FRAME_H
 
 #include "picture/Picture.h"
 
