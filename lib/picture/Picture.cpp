@@ -21,7 +21,7 @@ namespace
 
 constexpr int kStrip = 128;   // pixels
 constexpr int kWindow = 4096; // pixels of a row of the window that finds dark specks
-constexpr size_t kWindowRow = 3 * (kWindow + 2);
+constexpr size_t kWindowRow = 3 * (size_t{kWindow} + 2);
 constexpr double kCountWeight = 0.3; // of kReadWeight: counting odd samples
 
 /// Whether the engine can divide a colour by its luminance. If it cannot, the quotients are infinite, and the pixel

@@ -32,6 +32,7 @@ double AsWritten(float pNumber)
 std::vector<sHuePoint> Sorted(const selvane_curve& pCurve)
 {
     std::vector<sHuePoint> points;
+    points.reserve(static_cast<size_t>(pCurve.count));
     for (int i = 0; i < pCurve.count; i++)
         points.push_back({AsWritten(pCurve.points[i].x), AsWritten(pCurve.points[i].y)});
     std::sort(points.begin(), points.end(), [](const sHuePoint& a, const sHuePoint& b) { return a.fHue < b.fHue; });

@@ -18,6 +18,7 @@ constexpr size_t kUsualShare = 4;  // the quarter with the least change: in a ro
 double Distance(const selvane_frame& pA, const selvane_frame& pB)
 {
     std::vector<double> changes;
+    changes.reserve(SELVANE_FRAME_CELLS);
     for (int i = 0; i < SELVANE_FRAME_CELLS; i++)
         changes.push_back(std::fabs(static_cast<double>(pA.cells[i]) - static_cast<double>(pB.cells[i])));
     return MiddleOf(changes);

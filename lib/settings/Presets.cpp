@@ -129,6 +129,7 @@ selvane_settings Preset(const std::string& pName, const std::string& pFolder)
 std::vector<std::string> PresetNames(const std::string& pFolder)
 {
     std::vector<std::string> names;
+    names.reserve(std::size(kPresets));
     for (const sPreset& preset : kPresets)
         names.emplace_back(preset.fName);
     const std::vector<std::string> own = UserNames(pFolder);

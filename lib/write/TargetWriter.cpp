@@ -196,6 +196,7 @@ void WritePlaced(const cPlacer& pPlacer, int pWidth, int pY, const sFinalPass& p
 /// The index of a linear sample in the encode table, rounded to the nearest.
 uint16_t PlainIndex(double pSample)
 {
+    // NOLINTNEXTLINE(bugprone-incorrect-roundings): none is below 0, and lround is a call for each sample
     return static_cast<uint16_t>(std::clamp(pSample, 0.0, 1.0) * 65535.0 + 0.5);
 }
 

@@ -481,6 +481,7 @@ void AddDifferences(const float* pRow1, const float* pRow2, size_t pPixels, doub
         SizesLoop(pRow1 + start, pRow2 + start, count, sizes);
         for (size_t i = 0; i < count; i += 3)
             for (size_t c = 0; c < 3; ++c)
+                // NOLINTNEXTLINE(clang-analyzer-core.uninitialized.Assign): SizesLoop has filled the strip
                 pSums[c] += sizes[i + c];
     }
 }
