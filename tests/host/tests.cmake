@@ -42,8 +42,12 @@ selvane_test(host
   command/CommandLine_test.cpp
   command/CommandTest.cpp
   command/Equalize_test.cpp
+  command/FileColors_test.cpp
   command/Failures_test.cpp
+  command/FileColors_test.cpp
+  command/Borders_test.cpp
   command/HueCurve_test.cpp
+  command/LibraryTest.cpp
   command/Tonemap_test.cpp command/Suggestion_test.cpp
   explain/Light_test.cpp
   explain/Report_test.cpp
@@ -56,6 +60,7 @@ selvane_test(host
   picture/PngColor_test.cpp
   picture/ProfileMatch_test.cpp
   picture/Sliders_test.cpp
+  read/Encoded.cpp
   read/FewBytes_test.cpp
   read/Kinds_test.cpp
   read/OpenExrReader_test.cpp
