@@ -42,6 +42,9 @@ sSize SizeAfter(const sResize& pResize, int pWidth, int pHeight, bool pEnlarge);
 /// @throws cHostError
 sPicture Resized(const sPicture& pLinear, const sSize& pSize);
 
+/// Makes linear floats of integers that are encoded in one of the spaces of an output. The inverse of EncodedFrom.
+void Decode(sPicture& pEncoded, int pSpace);
+
 /// Returns integers that are encoded with the curve of a space. Rounds to the nearest; values outside of 0 to 1, and
 /// NaN, become the nearest one inside.
 /// @param pLinear linear floats, 3 or 4 channels. Alpha stays linear
