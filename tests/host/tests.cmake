@@ -68,6 +68,7 @@ selvane_test(host
   read/Confinement_test.cpp
   read/PictureParcel_test.cpp
   read/RadianceReader_test.cpp
+  read/ReadingProcess_test.cpp
   read/VipsReader_test.cpp
   scene/Scene_test.cpp
   sheet/Sheet_test.cpp

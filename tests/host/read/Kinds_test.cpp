@@ -208,7 +208,7 @@ TEST_F(Kinds, DamagedHalfFloatsEndInAPictureOrInWords)
 
 /// Writes an AVIF file of pBits bits with libavif: the encoder of libheif ends the process at 10 bits.
 void StoreAvif(const std::string& pPath, const std::vector<uint16_t>& pSamples, int pBits, int pPrimaries,
-               int pTransfer)
+               int pTransfer, const tBytes& pProfile = {})
 {
     const auto bits = static_cast<uint32_t>(pBits);
     avifImage* const image = avifImageCreate(kWide, kHigh, bits, AVIF_PIXEL_FORMAT_YUV444);
@@ -216,6 +216,7 @@ void StoreAvif(const std::string& pPath, const std::vector<uint16_t>& pSamples, 
     image->transferCharacteristics = static_cast<avifTransferCharacteristics>(pTransfer);
     image->matrixCoefficients = AVIF_MATRIX_COEFFICIENTS_BT601;
     image->yuvRange = AVIF_RANGE_FULL;
+    if (!pProfile.empty()) avifImageSetProfileICC(image, pProfile.data(), pProfile.size());
     avifRGBImage rgb;
     avifRGBImageSetDefaults(&rgb, image);
     rgb.format = AVIF_RGB_FORMAT_RGB;
@@ -271,6 +272,17 @@ TEST_F(Kinds, AvifInPqIsLight)
         const double signal = static_cast<double>((codes[i] * 65535U + 511) / 1023) / 65535.0;
         ASSERT_EQ(FloatsIn(picture)[i], static_cast<float>(PqLight(signal))) << i;
     }
+}
+
+/// A profile can only approach PQ, and counts before any other code points.
+TEST_F(Kinds, AvifWithAProfileTooIsReadByThePqOrElseByTheProfile)
+{
+    const tBytes profile = StoredProfile(SELVANE_ADOBE_RGB);
+    StoreAvif(fFolder / "pq.avif", CodesOf(10), 10, 9, 16, profile);
+    EXPECT_EQ(NamedSpace(Read("pq.avif")), SELVANE_REC2020);
+    EXPECT_EQ(Read("pq.avif").fForm, eFloats);
+    StoreAvif(fFolder / "p3.avif", CodesOf(8), 8, 12, 13, profile);
+    EXPECT_EQ(NamedSpace(Read("p3.avif")), SELVANE_ADOBE_RGB);
 }
 
 TEST_F(Kinds, JpegXlOfEveryFormArrivesAsStored)
