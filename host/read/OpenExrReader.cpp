@@ -93,7 +93,7 @@ std::string FirstColorLayer(const Imf::ChannelList& pChannels)
         const std::string name = channel.name();
         const size_t dot = name.rfind('.');
         if (dot == std::string::npos) continue;
-        const std::string prefix = name.substr(0, dot + 1);
+        std::string prefix = name.substr(0, dot + 1);
         if (!ColorsOf(pChannels, prefix).empty()) return prefix;
     }
     return {};
@@ -162,7 +162,7 @@ sSource FindLayer(const Imf::MultiPartInputFile& pFile, const std::string& pLaye
 sSource FindSource(const Imf::MultiPartInputFile& pFile)
 {
     for (int part = 0; part < pFile.parts(); part++) {
-        const sSource source = SourceAt(pFile, part, "");
+        sSource source = SourceAt(pFile, part, "");
         if (!source.fNames.empty()) return source;
     }
     for (int part = 0; part < pFile.parts(); part++) {

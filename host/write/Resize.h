@@ -36,7 +36,8 @@ std::string WordOf(const sResize& pResize);
 /// @param pEnlarge the result may be larger than the picture; without it, larger sizes give the picture's own
 sSize SizeAfter(const sResize& pResize, int pWidth, int pHeight, bool pEnlarge);
 
-/// Returns the picture in another size: by Lanczos' filter of three lobes where it becomes smaller, bicubic where larger.
+/// Returns the picture in another size: by Lanczos' filter of three lobes where it becomes smaller, bicubic where
+/// larger.
 /// @param pLinear linear floats, 3 or 4 channels; alpha is not premultiplied
 /// @return the same form and channels. Values may leave 0 to 1 at sharp edges
 /// @throws cHostError

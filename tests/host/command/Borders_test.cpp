@@ -92,7 +92,7 @@ protected:
                 ASSERT_EQ(large.At(x + pAround, y + pAround), small.At(x, y)) << x << " " << y;
     }
 
-    /// Returns the pixels of a file of kAround around the half picture that the filter cannot have mixed with the inside.
+    /// Returns the pixels of the border around the half picture that the filter cannot have mixed with the inside.
     std::vector<std::vector<uint16_t>> BorderOf(const std::string& pName) const
     {
         const cSeen seen(fFolder / pName);
