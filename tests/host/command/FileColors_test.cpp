@@ -166,6 +166,25 @@ TEST_F(FileColors, PrimariesOfItsOwnInJpegXlAreRead)
     expect("light.jxl", OwnRecord(SELVANE_F32, fFloats.data(), SELVANE_TRANSFER_LINEAR));
 }
 
+TEST_F(FileColors, KnownPrimariesUnderAnotherWhiteInJpegXlAreRead)
+{
+    JxlColorEncoding colors = JxlColors(JXL_PRIMARIES_SRGB, JXL_TRANSFER_FUNCTION_SRGB);
+    colors.white_point = JXL_WHITE_POINT_CUSTOM;
+    colors.white_point_xy[0] = 0.3457;
+    colors.white_point_xy[1] = 0.3585;
+    StoreJxl(fFolder / "white.jxl", fEight, kWidth, kHeight, colors);
+    selvane_picture record = Record(SELVANE_U8, fEight.data(), SELVANE_CUSTOM, SELVANE_TRANSFER_SRGB);
+    const float numbers[8] = {0.64F, 0.33F, 0.30F, 0.60F, 0.15F, 0.06F, 0.3457F, 0.3585F};
+    std::copy(std::begin(numbers), std::end(numbers), record.chromaticities);
+    EXPECT_THAT(Run("white.jxl"), HasSubstr("its primaries are its own"));
+    const tBytes found = Look(Out()).fPixels, expected = ByLibrary(record, SELVANE_SRGB);
+    ASSERT_EQ(found.size(), expected.size());
+    for (size_t i = 0; i < found.size(); i += 2) { // libjxl has its own digits of the primaries
+        const int seen = found[i] | found[i + 1] << 8, right = expected[i] | expected[i + 1] << 8;
+        ASSERT_NEAR(seen, right, 60) << i;
+    }
+}
+
 /// Light of a PQ signal, 203 cd/m2 as 1 (SMPTE ST 2084, EOTF).
 double Pq(double pSignal)
 {
