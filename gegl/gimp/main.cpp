@@ -1,5 +1,5 @@
-// The plug-in for GIMP 2.10: a menu entry, a dialogue, and a procedure for scripts that apply selvane:tone-map. GIMP 2.10
-// itself shows the operations of others under Tools > GEGL Operation only, and lets no script call them.
+// The plug-in for GIMP 2.10: a menu entry, a dialogue, and a procedure for scripts that apply selvane:tone-map. GIMP
+// 2.10 itself shows the operations of others under Tools > GEGL Operation only, and lets no script call them.
 
 #include "Dialog.h"
 #include "Graph.h"

@@ -1,5 +1,5 @@
-// The operation selvane:tone-map. GEGL's header reads this file again and again, each time with other macros: what stands
-// under GEGL_PROPERTIES becomes fields, their types and their descriptions.
+// The operation selvane:tone-map. GEGL's header reads this file again and again, each time with other macros: what
+// stands under GEGL_PROPERTIES becomes fields, their types and their descriptions.
 
 // clang-format off
 #ifdef GEGL_PROPERTIES

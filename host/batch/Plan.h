@@ -35,8 +35,8 @@ struct sPlanned
 /// their name when they are.
 /// @param pCommon the job of each picture but for input and output path
 /// @param pSettings further files that decide how the outputs look
-/// @throws cUsageError for options that make no sense together, for two inputs with one output, for an output that is an
-///         input, and for outputs that exist
+/// @throws cUsageError for options that make no sense together, for two inputs with one output, for an output that is
+///         an input, and for outputs that exist
 std::vector<sPlanned> PlanBatch(const sJob& pCommon, const sBatchOptions& pOptions,
                                 const std::vector<std::string>& pSettings);
 

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string>
 
 namespace SelvaneHost
 {
@@ -19,8 +20,10 @@ struct sCodedPrimaries
     int fCode;
     int fPrimaries;
     std::array<float, 8> fChromaticities; // of SELVANE_CUSTOM
-    const char* fName;
+    const char* fName;                    // null: the file's own
 };
+
+constexpr int kNotSaid = 2;
 
 constexpr sCodedPrimaries kPrimaries[] = {
     {kPrimariesBt709, SELVANE_SRGB, {}, "BT.709"},
@@ -67,13 +70,27 @@ const tRow* Find(const tRow* pFirst, const tRow* pEnd, int pCode)
     return row == pEnd ? nullptr : row;
 }
 
+/// Returns the primaries of a code point, or the file's own where it says none.
+std::optional<sCodedPrimaries> PrimariesOf(int pCode, const std::optional<std::array<float, 8>>& pOwn)
+{
+    if (pCode == kNotSaid && pOwn) return sCodedPrimaries{pCode, SELVANE_CUSTOM, *pOwn, nullptr};
+    const sCodedPrimaries* const known = Find(std::begin(kPrimaries), std::end(kPrimaries), pCode);
+    return known == nullptr ? std::nullopt : std::optional(*known);
+}
+
+std::string WordsOf(const sCodedPrimaries& pPrimaries)
+{
+    return pPrimaries.fName == nullptr ? "its primaries are its own"
+                                       : std::string("its colours are ") + pPrimaries.fName;
+}
+
 } // namespace
 
-bool TakeCodePoints(sPicture& pPicture, const sCodePoints& pCodePoints)
+bool TakeCodePoints(sPicture& pPicture, const sCodePoints& pCodePoints, const std::optional<std::array<float, 8>>& pOwn)
 {
-    const sCodedPrimaries* const primaries = Find(std::begin(kPrimaries), std::end(kPrimaries), pCodePoints.fPrimaries);
+    const std::optional<sCodedPrimaries> primaries = PrimariesOf(pCodePoints.fPrimaries, pOwn);
     const sCodedTransfer* const transfer = Find(std::begin(kTransfers), std::end(kTransfers), pCodePoints.fTransfer);
-    if (primaries == nullptr || transfer == nullptr) return false;
+    if (!primaries || transfer == nullptr) return false;
     const bool srgb = primaries->fPrimaries == SELVANE_SRGB && transfer->fTransfer == SELVANE_TRANSFER_SRGB;
     if (srgb && pPicture.fForm != eFloats) {
         SetSpace(pPicture, SELVANE_SRGB);
@@ -85,7 +102,7 @@ bool TakeCodePoints(sPicture& pPicture, const sCodePoints& pCodePoints)
                         .fTransfer = transfer->fTransfer,
                         .fGamma = transfer->fGamma,
                         .fIsNamed = true,
-                        .fWords = std::string("its colours are ") + primaries->fName + ", " + transfer->fName});
+                        .fWords = WordsOf(*primaries) + ", " + transfer->fName});
     return true;
 }
 

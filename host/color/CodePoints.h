@@ -18,8 +18,10 @@ constexpr int kTransferPq = 16;
 constexpr int kTransferHlg = 18;
 
 /// Sets the colours of the picture. PQ and HLG become linear floats; all else is left to libselvane.
+/// @param pOwn x and y of red, green, blue and white, for primaries that are not said
 /// @return false, and an untouched picture, for numbers without a meaning or with one that is not known here
-bool TakeCodePoints(sPicture& pPicture, const sCodePoints& pCodePoints);
+bool TakeCodePoints(sPicture& pPicture, const sCodePoints& pCodePoints,
+                    const std::optional<std::array<float, 8>>& pOwn = {});
 
 } // namespace SelvaneHost
 

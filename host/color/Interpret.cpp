@@ -125,10 +125,16 @@ bool MakeAColorSpace(const std::array<float, 8>& pXY)
            pXY[5] != 0.0F;
 }
 
-/// The transfer of integers with a gamma, or with none: then that of sRGB. Floats are linear.
+/// Whether the samples are light: those of a gamma of 1, and floats without a gamma.
+bool AreLight(const sPicture& pPicture, const std::optional<double>& pGamma)
+{
+    return pGamma ? std::fabs(*pGamma - 1.0) < 1e-4 : IsOfFloats(pPicture);
+}
+
+/// The transfer of samples with a gamma. Without one, floats are linear, and integers have that of sRGB.
 void SetTransfer(const sPicture& pPicture, const std::optional<double>& pGamma, sColor& pColor)
 {
-    if (IsOfFloats(pPicture) || (pGamma && std::fabs(*pGamma - 1.0) < 1e-4))
+    if (AreLight(pPicture, pGamma))
         pColor.fTransfer = SELVANE_TRANSFER_LINEAR;
     else if (!pGamma)
         pColor.fTransfer = SELVANE_TRANSFER_SRGB;
@@ -138,16 +144,17 @@ void SetTransfer(const sPicture& pPicture, const std::optional<double>& pGamma, 
     }
 }
 
-/// Whether integers with this gamma are those of one of the engine's spaces.
-bool HasCurveOf(int pSpace, const std::optional<double>& pGamma)
+/// Whether samples with this gamma are as the engine takes them in one of its spaces.
+bool AreAsInEngine(const sPicture& pPicture, int pSpace, const std::optional<double>& pGamma)
 {
+    if (IsOfFloats(pPicture)) return AreLight(pPicture, pGamma);
     if (!pGamma) return pSpace == SELVANE_SRGB;
     return std::fabs(*pGamma - (pSpace == SELVANE_PROPHOTO ? 1.8 : 2.2)) <= kSameGamma;
 }
 
-std::string GammaWords(const sPicture& pPicture, const std::optional<double>& pGamma)
+std::string GammaWords(const std::optional<double>& pGamma)
 {
-    if (IsOfFloats(pPicture) || !pGamma) return {};
+    if (!pGamma) return {};
     char words[40];
     std::snprintf(words, sizeof words, ", gamma %.4g", *pGamma);
     return words;
@@ -161,7 +168,7 @@ bool TakePrimaries(sPicture& pPicture, const sColorNotes& pNotes)
     if (pNotes.fChromaticities && !MakeAColorSpace(*pNotes.fChromaticities)) return false;
     const std::optional<int> engine =
         pNotes.fChromaticities ? MatchChromaticities(*pNotes.fChromaticities) : std::optional<int>(SELVANE_SRGB);
-    if (engine && (IsOfFloats(pPicture) || HasCurveOf(*engine, gamma))) {
+    if (engine && AreAsInEngine(pPicture, *engine, gamma)) {
         SetSpace(pPicture, engine);
         return true;
     }
@@ -172,7 +179,7 @@ bool TakePrimaries(sPicture& pPicture, const sColorNotes& pNotes)
     color.fWords = engine             ? std::string("its primaries are those of ") + SpaceName(*engine)
                    : known != nullptr ? std::string("its primaries are those of ") + known->fName
                                       : std::string("its primaries are its own");
-    color.fWords += GammaWords(pPicture, gamma);
+    color.fWords += GammaWords(gamma);
     SetTransfer(pPicture, gamma, color);
     SetColor(pPicture, color);
     return true;
@@ -186,10 +193,13 @@ bool SaysSomething(const sColorNotes& pNotes)
 
 void TakeNotes(sPicture& pPicture, const sColorNotes& pNotes)
 {
-    if (pNotes.fCodePoints && TakeCodePoints(pPicture, *pNotes.fCodePoints)) return;
+    const bool space = pNotes.fChromaticities && MakeAColorSpace(*pNotes.fChromaticities);
+    const auto own = space ? pNotes.fChromaticities : std::nullopt;
+    if (pNotes.fCodePoints && TakeCodePoints(pPicture, *pNotes.fCodePoints, own)) return;
     if (!pNotes.fProfile.empty() && TakeNotedProfile(pPicture, pNotes.fProfile)) return;
     if (pNotes.fSpace) return SetSpace(pPicture, pNotes.fSpace);
-    if ((pNotes.fChromaticities || pNotes.fGamma) && TakePrimaries(pPicture, pNotes)) return;
+    const bool curveIsKnown = pNotes.fGamma || !pNotes.fCodePoints; // else it is one of the code points above
+    if ((pNotes.fChromaticities || pNotes.fGamma) && curveIsKnown && TakePrimaries(pPicture, pNotes)) return;
     SetSpace(pPicture, std::nullopt);
     if (SaysSomething(pNotes))
         pPicture.fWarnings.emplace_back(

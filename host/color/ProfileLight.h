@@ -8,8 +8,8 @@ namespace SelvaneHost
 
 /// Sets the colours of the picture by an ICC profile, with Little CMS:
 ///
-///   RGB, matrix and curves    the colorants are the primaries. Curves that are one power are left to libselvane; others
-///                             make linear floats
+///   RGB, matrix and curves    the colorants are the primaries. Curves that are one power are left to libselvane;
+///                             others make linear floats
 ///   RGB, tables               linear floats in ACES2065-1, which holds all colours; relative colorimetric
 ///   grey                      linear floats
 ///

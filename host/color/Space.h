@@ -8,8 +8,8 @@
 namespace SelvaneHost
 {
 
-/// Sets one of the engine's three colour spaces. Integers are decoded as its entry decodes them, floats and exponents are
-/// linear. The output has the same space.
+/// Sets one of the engine's three colour spaces. Integers are decoded as its entry decodes them, floats and exponents
+/// are linear. The output has the same space.
 /// @param pSpace empty: the file names none, and the picture is taken as sRGB
 void SetSpace(sPicture& pPicture, std::optional<int> pSpace);
 

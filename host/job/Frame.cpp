@@ -2,6 +2,7 @@
 
 #include "job/Develop.h"
 #include "picture/Border.h"
+#include "write/Resize.h"
 
 #include <selvane.h>
 
@@ -13,7 +14,8 @@ namespace SelvaneHost
 namespace
 {
 
-/// Returns the colour in the form and the space of the output. libselvane keeps the colour of a flat picture.
+/// Returns the colour in the form and the space of the output. Integers are converted by an equalizer without curves.
+/// Light takes the way of a flat picture, whose colour libselvane keeps but for a few steps of 8 bits.
 tBytes ColorOf(const sBorder& pFrame, int pSpace, const sPicture& pOutput)
 {
     const sPicture& border = pFrame.fColor;
@@ -21,8 +23,17 @@ tBytes ColorOf(const sBorder& pFrame, int pSpace, const sPicture& pOutput)
                       border.fForm == pOutput.fForm && border.fChannels == pOutput.fChannels;
     if (same) return border.fPixels;
     sPicture color;
-    AllocatePixels(color, 1, 1, pOutput.fForm, pOutput.fChannels);
-    Develop(border, {}, pSpace, {}, color, {1, 1, 0, 0});
+    const bool integers = border.fForm == eSamples8 || border.fForm == eSamples16;
+    const bool light = pOutput.fForm == eFloats;
+    AllocatePixels(color, 1, 1, integers && light ? eSamples16 : pOutput.fForm, pOutput.fChannels);
+    if (!integers) {
+        Develop(border, {}, pSpace, {}, color, {1, 1, 0, 0});
+        return color.fPixels;
+    }
+    selvane_settings plain;
+    selvane_settings_init(&plain);
+    Equalize(border, plain, pSpace, {}, color);
+    if (light) Decode(color, pSpace);
     return color.fPixels;
 }
 

@@ -79,7 +79,8 @@ public:
         JxlDecoderSetInput(fDecoder.get(), pFile.data(), pFile.size());
     }
 
-    /// The end of the file shows as a wish for more: libjxl prints lines of its own for a file that is said to be whole.
+    /// The end of the file shows as a wish for more: libjxl prints lines of its own for a file that is said to be
+    /// whole.
     /// @return false when the boxes are damaged
     bool TakeAll(sMetadata& pTo)
     {

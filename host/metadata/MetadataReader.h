@@ -14,8 +14,8 @@ namespace SelvaneHost
 {
 
 /// Reads the metadata of a picture file: JPEG, PNG, TIFF and WebP by Exiv2, HEIF and AVIF by libheif, JPEG XL by
-/// libjxl, OpenEXR from its attributes. Other files have none. Call it for files whose pixels could be read: the readers
-/// check the headers of OpenEXR files.
+/// libjxl, OpenEXR from its attributes. Other files have none. Call it for files whose pixels could be read: the
+/// readers check the headers of OpenEXR files.
 /// @param pWarnings receives a line for what is damaged or too large
 sMetadata ReadMetadata(const tBytes& pFile, std::vector<std::string>& pWarnings);
 

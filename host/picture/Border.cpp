@@ -25,6 +25,19 @@ tPixel PixelAt(const sPicture& pPicture, int pX, int pY)
     return pixel;
 }
 
+/// Whether the pixel cannot be seen: its alpha, the last sample, is not above 0. Its colour means nothing then.
+bool IsHidden(const sPicture& pPicture, const tPixel& pPixel)
+{
+    if (pPicture.fChannels < 4) return false;
+    const size_t size = SampleBytes(pPicture.fForm);
+    const unsigned char* const alpha = pPixel.data() + 3 * size;
+    if (pPicture.fForm != eFloats)
+        return std::all_of(alpha, alpha + size, [](unsigned char byte) { return byte == 0; });
+    float value = 0;
+    std::memcpy(&value, alpha, sizeof value);
+    return !(value > 0.0F);
+}
+
 /// Compares the pixels of a picture with the one in its upper left corner.
 class cCorner
 {
@@ -35,13 +48,16 @@ public:
     bool IsLike(int pX, int pY, int pCount, bool pDown) const
     {
         for (int i = 0; i < pCount; i++)
-            if (PixelAt(fPicture, pDown ? pX : pX + i, pDown ? pY + i : pY) != fCorner) return false;
+            if (!IsLike(PixelAt(fPicture, pDown ? pX : pX + i, pDown ? pY + i : pY))) return false;
         return true;
     }
 
 private:
+    bool IsLike(const tPixel& pPixel) const { return pPixel == fCorner || (fIsHidden && IsHidden(fPicture, pPixel)); }
+
     const sPicture& fPicture;
     const tPixel fCorner;
+    const bool fIsHidden = IsHidden(fPicture, fCorner);
 };
 
 } // namespace

@@ -1,8 +1,8 @@
 #ifndef SELVANE_HOST_PICTURE_PROFILE_MATCH_H
 #define SELVANE_HOST_PICTURE_PROFILE_MATCH_H
 
-// Comparison of a file's profile or primaries with the engine's three colour spaces: SELVANE_SRGB, SELVANE_ADOBE_RGB and
-// SELVANE_PROPHOTO.
+// Comparison of a file's profile or primaries with the engine's three colour spaces: SELVANE_SRGB, SELVANE_ADOBE_RGB
+// and SELVANE_PROPHOTO.
 
 #include "picture/Picture.h"
 

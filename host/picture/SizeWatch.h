@@ -9,7 +9,8 @@ namespace SelvaneHost
 {
 
 /// Is told the size of the first picture that gets one on this thread, while the object exists: that of the picture
-/// that is read, before any of its rows takes memory. It may wait until there is memory, or throw to refuse the picture.
+/// that is read, before any of its rows takes memory. It may wait until there is memory, or throw to refuse the
+/// picture.
 class cSizeWatch
 {
 public:

@@ -55,15 +55,9 @@ int PrimariesOf(const JxlColorEncoding& pColors)
     return pColors.primaries == JXL_PRIMARIES_P3 ? kPrimariesP3 : 2;
 }
 
-/// Takes primaries and a power that have no code points.
-void TakeNumbers(const JxlColorEncoding& pColors, sColorNotes& pNotes)
+/// Takes primaries that have no code point, or that come with a power, as numbers.
+void TakePrimaries(const JxlColorEncoding& pColors, sColorNotes& pNotes)
 {
-    if (pColors.transfer_function == JXL_TRANSFER_FUNCTION_GAMMA)
-        pNotes.fGamma = 1.0 / pColors.gamma;
-    else if (pColors.transfer_function == JXL_TRANSFER_FUNCTION_LINEAR)
-        pNotes.fGamma = 1.0;
-    else if (pColors.transfer_function != JXL_TRANSFER_FUNCTION_SRGB)
-        return;
     if (pColors.color_space == JXL_COLOR_SPACE_GRAY) return;
     pNotes.fChromaticities.emplace();
     const double* const points[4] = {pColors.primaries_red_xy, pColors.primaries_green_xy, pColors.primaries_blue_xy,
@@ -96,11 +90,12 @@ sColorNotes NotesOf(JxlDecoder* pDecoder, const sPicture& pPicture)
         return notes;
     }
     const int primaries = PrimariesOf(colors);
-    const int transfer = static_cast<int>(colors.transfer_function); // up to 18, those of H.273
-    if (primaries != 2 && transfer != JXL_TRANSFER_FUNCTION_GAMMA)
-        notes.fCodePoints = {primaries, transfer};
+    const bool power = colors.transfer_function == JXL_TRANSFER_FUNCTION_GAMMA;
+    if (power)
+        notes.fGamma = 1.0 / colors.gamma;
     else
-        TakeNumbers(colors, notes);
+        notes.fCodePoints = {primaries, static_cast<int>(colors.transfer_function)}; // up to 18, those of H.273
+    if (power || primaries == 2) TakePrimaries(colors, notes);
     return notes;
 }
 

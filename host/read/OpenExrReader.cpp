@@ -86,28 +86,6 @@ std::vector<std::string> ColorsOf(const Imf::ChannelList& pChannels, const std::
     return {};
 }
 
-/// Returns grey and perhaps alpha behind a prefix. Empty if there is none.
-std::vector<std::string> GreyOf(const Imf::ChannelList& pChannels, const std::string& pPrefix)
-{
-    const std::string grey = pPrefix + "Y", alpha = pPrefix + "A";
-    if (!Has(pChannels, grey)) return {};
-    if (Has(pChannels, pPrefix + "RY") || Has(pChannels, pPrefix + "BY"))
-        throw cHostError("the picture holds luminance with subsampled colour, which cannot be read; save it with the "
-                         "channels R, G and B");
-    std::vector<std::string> names(3, grey);
-    if (Has(pChannels, alpha)) names.push_back(alpha);
-    return names;
-}
-
-/// Returns the colours or the grey of a part behind a prefix.
-sSource SourceAt(const Imf::MultiPartInputFile& pFile, int pPart, const std::string& pPrefix)
-{
-    const Imf::ChannelList& channels = pFile.header(pPart).channels();
-    sSource source{pPart, ColorsOf(channels, pPrefix), pPrefix};
-    if (source.fNames.empty()) source.fNames = GreyOf(channels, pPrefix);
-    return source;
-}
-
 /// Returns the first layer with colours, with its closing dot. Empty if there is none.
 std::string FirstColorLayer(const Imf::ChannelList& pChannels)
 {
@@ -143,9 +121,31 @@ std::string AllChannels(const Imf::MultiPartInputFile& pFile)
     return list.empty() ? "none" : list;
 }
 
-[[noreturn]] void RefuseChannels(const Imf::MultiPartInputFile& pFile, const std::string& pMissing)
+[[noreturn]] void RefuseChannels(const Imf::MultiPartInputFile& pFile, const std::string& pWords)
 {
-    throw cHostError("the picture has no " + pMissing + "; its channels are " + AllChannels(pFile));
+    throw cHostError("the picture " + pWords + "; its channels are " + AllChannels(pFile));
+}
+
+/// Returns grey and perhaps alpha of a part behind a prefix. Empty if there is none.
+std::vector<std::string> GreyOf(const Imf::MultiPartInputFile& pFile, int pPart, const std::string& pPrefix)
+{
+    const Imf::ChannelList& channels = pFile.header(pPart).channels();
+    const std::string grey = pPrefix + "Y", alpha = pPrefix + "A";
+    if (!Has(channels, grey)) return {};
+    if (Has(channels, pPrefix + "RY") || Has(channels, pPrefix + "BY"))
+        RefuseChannels(pFile, "holds luminance with subsampled colour, which cannot be read; save it with the channels "
+                              "R, G and B");
+    std::vector<std::string> names(3, grey);
+    if (Has(channels, alpha)) names.push_back(alpha);
+    return names;
+}
+
+/// Returns the colours or the grey of a part behind a prefix.
+sSource SourceAt(const Imf::MultiPartInputFile& pFile, int pPart, const std::string& pPrefix)
+{
+    sSource source{pPart, ColorsOf(pFile.header(pPart).channels(), pPrefix), pPrefix};
+    if (source.fNames.empty()) source.fNames = GreyOf(pFile, pPart, pPrefix);
+    return source;
 }
 
 /// Returns the layer of this name: a part, or channels behind "NAME.".
@@ -156,7 +156,7 @@ sSource FindLayer(const Imf::MultiPartInputFile& pFile, const std::string& pLaye
         if (source.fNames.empty() && NameOfPart(pFile.header(part)) == pLayer) source = SourceAt(pFile, part, "");
         if (!source.fNames.empty()) return source;
     }
-    RefuseChannels(pFile, "layer \"" + pLayer + "\" of colours or grey");
+    RefuseChannels(pFile, "has no layer \"" + pLayer + "\" of colours or grey");
 }
 
 sSource FindSource(const Imf::MultiPartInputFile& pFile)
@@ -169,18 +169,18 @@ sSource FindSource(const Imf::MultiPartInputFile& pFile)
         const std::string layer = FirstColorLayer(pFile.header(part).channels());
         if (!layer.empty()) return SourceAt(pFile, part, layer);
     }
-    RefuseChannels(pFile, "channels R, G and B");
+    RefuseChannels(pFile, "has no channels R, G and B");
 }
 
-void CheckSource(const Imf::Header& pHeader, const sSource& pSource)
+void CheckSource(const Imf::MultiPartInputFile& pFile, const sSource& pSource)
 {
-    if (pHeader.hasType() && Imf::isDeepData(pHeader.type()))
-        throw cHostError("the picture holds deep samples in the channels " + pSource.fNames[0] + ", " +
-                         pSource.fNames[1] + " and " + pSource.fNames[2] + "; flatten it first");
+    const Imf::Header& header = pFile.header(pSource.fPart);
+    if (header.hasType() && Imf::isDeepData(header.type()))
+        RefuseChannels(pFile, "holds deep samples; flatten it first");
     for (const std::string& name : pSource.fNames) {
-        const Imf::Channel& channel = pHeader.channels()[name.c_str()];
+        const Imf::Channel& channel = header.channels()[name.c_str()];
         if (channel.xSampling != 1 || channel.ySampling != 1)
-            throw cHostError("the picture's channel " + name + " is subsampled, which cannot be read");
+            RefuseChannels(pFile, "has a subsampled channel, " + name + ", which cannot be read");
     }
 }
 
@@ -247,7 +247,7 @@ sPicture ReadParts(const tBytes& pBytes, Imf::MultiPartInputFile& pFile, const s
 {
     const sSource source = pOptions.fLayer.empty() ? FindSource(pFile) : FindLayer(pFile, pOptions.fLayer);
     const Imf::Header& header = pFile.header(source.fPart);
-    CheckSource(header, source);
+    CheckSource(pFile, source);
     const Imath::Box2i window = header.dataWindow();
     sPicture picture;
     SetSize(picture, int64_t{window.max.x} - window.min.x + 1, int64_t{window.max.y} - window.min.y + 1, eFloats,

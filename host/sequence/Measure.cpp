@@ -1,5 +1,7 @@
 #include "sequence/Measure.h"
 
+#include "job/Frame.h"
+
 #include <algorithm>
 #include <optional>
 
@@ -14,6 +16,7 @@ selvane_frame MeasureJob(const sJob& pJob, const sJobHooks& pHooks)
     int threads = 0;
     sPicture input = ReadFor(pJob, pHooks, threads);
     SpaceOf(input, pJob.fInput, pJob.fColorSpace, TakesEntryForm(pJob.fLook), pHooks.fLine);
+    TakeFrame(input); // as for the render
     return About(pJob.fInput, [&] { return MeasureFrame(input, pJob.fLook, RunningOf(pHooks, threads)); });
 }
 

@@ -11,7 +11,8 @@ namespace SelvaneHost
 namespace
 {
 
-/// A text as man(7) takes it: a backslash, a dash, and a point or a quote at the beginning of a line mean something there.
+/// A text as man(7) takes it: a backslash, a dash, and a point or a quote at the beginning of a line mean something
+/// there.
 std::string Plain(const std::string& pText)
 {
     std::string text;

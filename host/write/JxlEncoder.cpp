@@ -33,8 +33,8 @@ float DistanceOf(int pQuality)
     return 53.0F / 3000.0F * quality * quality - 23.0F / 20.0F * quality + 25.0F;
 }
 
-/// The space in the terms of JPEG XL. A lossy file holds colours of its own kind, and decoders turn them into this space;
-/// most of them cannot do that with a profile.
+/// The space in the terms of JPEG XL. A lossy file holds colours of its own kind, and decoders turn them into this
+/// space; most of them cannot do that with a profile.
 JxlColorEncoding ColorsOf(int pSpace)
 {
     JxlColorEncoding colors;

@@ -1,5 +1,6 @@
 #include "write/Resize.h"
 
+#include "color/Light.h"
 #include "picture/Errors.h"
 #include "picture/VipsObject.h"
 
@@ -122,17 +123,23 @@ sPicture Computed(const tVipsImage& pImage, const sPicture& pLike)
 
 using tCurve = std::unique_ptr<cmsToneCurve, decltype(&cmsFreeToneCurve)>;
 
-/// Returns the curve from linear to encoded values, by the formulas of the spaces: IEC 61966-2-1 for sRGB and Display
-/// P3, a power for Adobe RGB and ProPhoto RGB, ITU-R BT.2020.
-tCurve CurveOf(int pSpace)
+enum eDirection : int
+{
+    eDecode = 1,  // of a parametric curve of ICC profiles
+    eEncode = -1, // of its inverse
+};
+
+/// Returns the curve between linear and encoded values, by the formulas of the spaces: IEC 61966-2-1 for sRGB and
+/// Display P3, a power for Adobe RGB and ProPhoto RGB, ITU-R BT.2020.
+tCurve CurveOf(int pSpace, eDirection pDirection)
 {
     constexpr double kSrgb[] = {2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12.92, 0.04045};
     constexpr double kAlpha = 1.09929682680944, kBeta = 0.018053968510807;
     constexpr double kRec2020[] = {1 / 0.45, 1 / kAlpha, (kAlpha - 1) / kAlpha, 1 / 4.5, 4.5 * kBeta};
     constexpr double kAdobe[] = {2.2}, kProPhoto[] = {1.8};
-    constexpr int kPower = -1, kWithLine = -4; // the inverses of two parametric curves of ICC profiles
-    const auto curve = [](int pKind, const double* pNumbers) {
-        return tCurve(cmsBuildParametricToneCurve(nullptr, pKind, pNumbers), cmsFreeToneCurve);
+    constexpr int kPower = 1, kWithLine = 4; // parametric curves of ICC profiles
+    const auto curve = [=](int pKind, const double* pNumbers) {
+        return tCurve(cmsBuildParametricToneCurve(nullptr, pDirection * pKind, pNumbers), cmsFreeToneCurve);
     };
     switch (pSpace) {
     case SELVANE_ADOBE_RGB:
@@ -201,9 +208,18 @@ sPicture Resized(const sPicture& pLinear, const sSize& pSize)
     return Computed(pLinear.fChannels == 4 ? FilteredWithAlpha(image, pSize) : Filtered(image, pSize), pLinear);
 }
 
+void Decode(sPicture& pEncoded, int pSpace)
+{
+    const tCurve curve = CurveOf(pSpace, eDecode);
+    if (!curve) throw std::bad_alloc();
+    MakeLinear(pEncoded, [&](double pSample) {
+        return static_cast<double>(cmsEvalToneCurveFloat(curve.get(), static_cast<float>(pSample)));
+    });
+}
+
 sPicture EncodedFrom(const sPicture& pLinear, int pSpace, eSampleForm pForm)
 {
-    const tCurve curve = CurveOf(pSpace);
+    const tCurve curve = CurveOf(pSpace, eEncode);
     if (!curve) throw std::bad_alloc();
     sPicture picture;
     AllocatePixels(picture, pLinear.fWidth, pLinear.fHeight, pForm, pLinear.fChannels);

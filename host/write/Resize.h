@@ -36,11 +36,15 @@ std::string WordOf(const sResize& pResize);
 /// @param pEnlarge the result may be larger than the picture; without it, larger sizes give the picture's own
 sSize SizeAfter(const sResize& pResize, int pWidth, int pHeight, bool pEnlarge);
 
-/// Returns the picture in another size: by Lanczos' filter of three lobes where it becomes smaller, bicubic where larger.
+/// Returns the picture in another size: by Lanczos' filter of three lobes where it becomes smaller, bicubic where
+/// larger.
 /// @param pLinear linear floats, 3 or 4 channels; alpha is not premultiplied
 /// @return the same form and channels. Values may leave 0 to 1 at sharp edges
 /// @throws cHostError
 sPicture Resized(const sPicture& pLinear, const sSize& pSize);
+
+/// Makes linear floats of integers that are encoded in one of the spaces of an output. The inverse of EncodedFrom.
+void Decode(sPicture& pEncoded, int pSpace);
 
 /// Returns integers that are encoded with the curve of a space. Rounds to the nearest; values outside of 0 to 1, and
 /// NaN, become the nearest one inside.

@@ -282,8 +282,8 @@ SELVANE_FUNCTION const char* selvane_preset_description(int index);
 
 /*
  * Writes the names of all presets that selvane_preset finds, each with a line feed behind it: those of the library in
- * their order, then those of the user's folder by the order of their bytes. A file that replaces a preset of the library
- * stands once, in the library's place. A folder that is not there has no presets.
+ * their order, then those of the user's folder by the order of their bytes. A file that replaces a preset of the
+ * library stands once, in the library's place. A folder that is not there has no presets.
  *
  * text, size and needed as in selvane_settings_to_text. handle may be null.
  */
@@ -327,8 +327,8 @@ SELVANE_FUNCTION int selvane_preview_size(const selvane* handle, int longest_sid
  * reduced one is kept with results of its own. target has the size that selvane_preview_size gives. */
 SELVANE_FUNCTION int selvane_preview(selvane* handle, int longest_side, const selvane_target* target);
 
-/* Writes the picture as it is, without tone mapping, as a camera would expose it: linear samples times 2^stops, each cut
- * off at 0 and 1. Settings, report and results of the handle stay.
+/* Writes the picture as it is, without tone mapping, as a camera would expose it: linear samples times 2^stops, each
+ * cut off at 0 and 1. Settings, report and results of the handle stay.
  *
  * @param stops  -100 to 100
  * @param longest_side  as in selvane_preview; 0: the whole picture */
@@ -471,7 +471,8 @@ SELVANE_FUNCTION int selvane_measure(selvane* handle, selvane_frame* frame);
  * @param handle  receives the text of a failure; may be null
  * @param frames  count records, one behind the other, all with the struct_size of the first; count may be 0
  * @param smooth  receives as many; may be frames itself. Set the struct_size of all before
- * @param window  frames that count for one, 1 to 100000, with as many before it as behind it; 1 smooths nothing, 0 is 25
+ * @param window  frames that count for one, 1 to 100000, with as many before it as behind it; 1 smooths nothing,
+ *                0 is 25
  */
 SELVANE_FUNCTION int selvane_smooth(const selvane* handle, const selvane_frame* frames, selvane_frame* smooth,
                                     size_t count, int window);

@@ -1,8 +1,8 @@
 #ifndef SELVANE_LIB_PICTURE_DARK_SPECKS_H
 #define SELVANE_LIB_PICTURE_DARK_SPECKS_H
 
-// Dark samples around lights. A picture that was made smaller by a filter with negative lobes has a ring of samples at 0
-// or below around each sun and lamp. Displayed, it is a black ring in the middle of the glare.
+// Dark samples around lights. A picture that was made smaller by a filter with negative lobes has a ring of samples at
+// 0 or below around each sun and lamp. Displayed, it is a black ring in the middle of the glare.
 
 #include <cstdint>
 

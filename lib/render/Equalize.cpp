@@ -85,7 +85,8 @@ Vornik::cColorSpace* SpaceOf(const selvane_target& pTarget)
     return SpaceOf(pTarget.space, true, ChromaticitiesOf(pTarget.space), CurveOf(pTarget.space));
 }
 
-/// A picture of blue, green, red without gaps, as the equalizer takes it. Unlike the engine's bitmaps it prints nothing.
+/// A picture of blue, green, red without gaps, as the equalizer takes it. Unlike the engine's bitmaps it prints
+/// nothing.
 class cPacked : public Vornik::cBitmapLDR
 {
 public:

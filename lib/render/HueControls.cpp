@@ -18,8 +18,8 @@ struct sHuePoint
     double fValue;
 };
 
-/// The double of the shortest decimal that gives the float. People write points as decimals: 0.1f means 0.1, and tangents
-/// of its digits are rounded once instead of twice.
+/// The double of the shortest decimal that gives the float. People write points as decimals: 0.1f means 0.1, and
+/// tangents of its digits are rounded once instead of twice.
 double AsWritten(float pNumber)
 {
     std::array<char, 64> digits{};

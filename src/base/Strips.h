@@ -1,8 +1,8 @@
 #ifndef SELVANE_BASE_STRIPS_H
 #define SELVANE_BASE_STRIPS_H
 
-// What loops over the strips of a row share, internal. Arithmetic vectorises and look-ups do not, so a loop with a table
-// goes by strips: one step after the other over small arrays that stay in the first-level cache.
+// What loops over the strips of a row share, internal. Arithmetic vectorises and look-ups do not, so a loop with a
+// table goes by strips: one step after the other over small arrays that stay in the first-level cache.
 
 #include "base/Versions.h"
 

@@ -16,8 +16,8 @@
 //
 //     by rows       pixel by pixel, eight values each
 //     by columns    what a column of pixels has in common is worked out once: between two rows of cells the mix in x
-//                   depends on column and z only. It takes a tenth to a quarter less where the rows of cells are many pixels apart.
-//                   The steps of a pixel are the same, and so are the bits.
+//                   depends on column and z only. It takes a tenth to a quarter less where the rows of cells are many
+//                   pixels apart. The steps of a pixel are the same, and so are the bits.
 
 namespace Vornik
 {

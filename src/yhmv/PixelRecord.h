@@ -58,8 +58,8 @@ SELVANE_INLINE void PrefetchRecords(const unsigned char* pRecords)
 }
 
 /// The records of a strip as they stand, at a distance of 16 bytes. A record moves as one block of 16 bytes; the last
-/// one takes its own bytes only, since the next ones need not belong to the picture. An HMV record stands where the same
-/// fields of a YHMV record do, from the second word on.
+/// one takes its own bytes only, since the next ones need not belong to the picture. An HMV record stands where the
+/// same fields of a YHMV record do, from the second word on.
 struct sRawRecords
 {
     uint32_t fWords[4 * kStrip]; ///< Y; H and half of M; halves of M and V; half of V in the low 16 bits

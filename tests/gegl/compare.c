@@ -1,6 +1,7 @@
-/* compare SPACE PICTURE RESULT [PRESET EXPOSURE]: whether RESULT has, bit for bit, the samples that libselvane gives for
- * PICTURE. GEGL reads both files. The picture goes to the library as linear floats, and comes out in its own primaries:
- * those of the file with SPACE "own", sRGB with "srgb". With SPACE "same" RESULT has to have the samples of PICTURE. */
+/* compare SPACE PICTURE RESULT [PRESET EXPOSURE]: whether RESULT has, bit for bit, the samples that libselvane gives
+ * for PICTURE. GEGL reads both files. The picture goes to the library as linear floats, and comes out in its own
+ * primaries: those of the file with SPACE "own", sRGB with "srgb". With SPACE "same" RESULT has to have the samples of
+ * PICTURE. */
 
 #include <gegl.h>
 #include <selvane.h>

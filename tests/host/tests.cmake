@@ -42,8 +42,11 @@ selvane_test(host
   command/CommandLine_test.cpp
   command/CommandTest.cpp
   command/Equalize_test.cpp
+  command/FileColors_test.cpp
   command/Failures_test.cpp
   command/StandardOutput_test.cpp
+  command/Borders_test.cpp
+  command/LibraryTest.cpp
   command/Tonemap_test.cpp command/Suggestion_test.cpp
   command/Unconfined_test.cpp
   explain/Before_test.cpp
@@ -60,6 +63,7 @@ selvane_test(host
   picture/PngColor_test.cpp
   picture/ProfileMatch_test.cpp
   picture/Sliders_test.cpp
+  read/Encoded.cpp
   read/FewBytes_test.cpp
   read/Kinds_test.cpp
   read/OpenExrReader_test.cpp
@@ -67,6 +71,7 @@ selvane_test(host
   read/Confinement_test.cpp
   read/PictureParcel_test.cpp
   read/RadianceReader_test.cpp
+  read/ReadingProcess_test.cpp
   read/VipsReader_test.cpp
   scene/Scene_test.cpp
   sheet/Sheet_test.cpp

@@ -4,7 +4,8 @@
  *     reference layout                     prints "record field offset size" for each field
  *     reference render FIELD=VALUE... IN OUT   reads the samples of a picture, writes those of the target
  *
- * Fields are those of the records, "out_" before those of the target that a picture has, too; "settings" is a TOML text.
+ * Fields are those of the records, "out_" before those of the target that a picture has, too; "settings" is a TOML
+ * text.
  */
 
 #include <selvane.h>

@@ -223,8 +223,8 @@ TEST_F(Batch, APictureWhoseResultIsTooLargeIsRefusedByName)
     EXPECT_EQ(Lines(run.fErr), 4U) << run.fErr;
 }
 
-/// What is cut out, 50 x 400 pixels, becomes 1225 x 9800: twice 137 MiB of floats. The whole picture would become 1225 x
-/// 1225.
+/// What is cut out, 50 x 400 pixels, becomes 1225 x 9800: twice 137 MiB of floats. The whole picture would become 1225
+/// x 1225.
 TEST_F(Batch, TheSizeOfAResultIsThatOfWhatIsCutOut)
 {
     Make(In("b"), 400, 400);

@@ -245,14 +245,18 @@ TEST_F(Command, AnExrHeaderOfClaimsAloneIsRefusedBeforeItTakesMemory)
     }
 }
 
-/// Returns the least address space with which the command starts, in steps of a megabyte.
+/// Returns the least address space with which the command starts, to a megabyte.
 rlim_t LeastMemory()
 {
-    rlim_t bytes = rlim_t{32} << 20;
-    const auto starts = [&] { return Selvane({"--version"}, [&] { LimitMemory(bytes); }).fStatus == 0; };
-    while (!starts())
-        bytes += rlim_t{1} << 20;
-    return bytes;
+    const auto starts = [](rlim_t pMegabytes) {
+        return Selvane({"--version"}, [=] { LimitMemory(pMegabytes << 20); }).fStatus == 0;
+    };
+    rlim_t tooLittle = 32, enough = 4096; // MiB
+    while (enough - tooLittle > 1) {
+        const rlim_t middle = (tooLittle + enough) / 2;
+        (starts(middle) ? enough : tooLittle) = middle;
+    }
+    return enough << 20;
 }
 
 // Most shortages are reported in a line. If GLib, on which libvips stands, gets no memory for something small, it ends
@@ -261,13 +265,14 @@ rlim_t LeastMemory()
 TEST_F(Command, AShortageOfMemoryLeavesNoHalfFile)
 {
     constexpr int kSide = 700;
+    constexpr rlim_t kStep = 3; // MiB: less than the samples and the file take
     const tBytes samples = Samples8(kSide, kSide);
     Store(fFolder / "large.png", samples.data(), kSide, kSide, Rgb8());
     ExpectQuietSuccess(Selvane({"tonemap", "--exact", fFolder / "large.png", "-o", fFolder / "whole.png"}));
     const tBytes whole = ReadAll(fFolder / "whole.png");
     const rlim_t least = LeastMemory();
     int refused = 0, done = 0;
-    for (rlim_t more = 0; more < 400 && done < 3; more++) {
+    for (rlim_t more = 0; more < 400 && done < 3; more += kStep) {
         WriteAll(Out(), std::string("old"));
         const sRun run = Selvane({"tonemap", "--exact", fFolder / "large.png", "-o", Out(), "--threads", "1"},
                                  [&] { LimitMemory(least + (more << 20)); });
@@ -296,8 +301,8 @@ sRun Crashing(const char* pFunction, int pSignal, const std::vector<std::string>
     });
 }
 
-// A library crashes while it encodes, or while the new file is half written. The run ends by that signal, the name holds
-// the old file, and no other file remains.
+// A library crashes while it encodes, or while the new file is half written. The run ends by that signal, the name
+// holds the old file, and no other file remains.
 TEST_F(Command, ACrashInALibraryLeavesNoHalfFileAndNoSuccess)
 {
     const std::string jpeg = fFolder / "out.jpg";

@@ -1,4 +1,5 @@
-// The report of a render, and what explain refuses. report.py holds the report against its schema, page.py the page in a browser.
+// The report of a render, and what explain refuses. report.py holds the report against its schema, page.py the page in
+// a browser.
 
 #include "host/command/CommandTest.h"
 #include "host/explain/Loaded.h"

@@ -55,4 +55,37 @@ TEST(Border, APictureWithoutOneStaysWhole)
     EXPECT_FALSE(found.has_value()) << "the corner decides the value";
 }
 
+/// A picture of 7 x 5 with other colours in each pixel. Alpha is 0 but for the area of 3 x 2 pixels at 2, 2.
+sPicture Hidden(eSampleForm pForm, float pAlpha)
+{
+    sPicture picture;
+    AllocatePixels(picture, 7, 5, pForm, 4);
+    for (int y = 0; y < 5; y++)
+        for (int x = 0; x < 7; x++) {
+            unsigned char* const pixel = Row(picture, y) + static_cast<size_t>(x) * PixelBytes(picture);
+            unsigned char* const alpha = pixel + PixelBytes(picture) / 4 * 3;
+            std::memset(pixel, 10 + 7 * y + x, PixelBytes(picture));
+            const bool in = x >= 2 && x < 5 && y >= 2 && y < 4;
+            if (!in) std::memset(alpha, 0, PixelBytes(picture) / 4);
+            if (!in && pForm == eFloats) std::memcpy(alpha, &pAlpha, sizeof pAlpha);
+        }
+    return picture;
+}
+
+TEST(Border, ColorsThatCannotBeSeenAreOfOneValue)
+{
+    for (const eSampleForm form : {eSamples8, eSamples16, eFloats})
+        for (const float alpha : {0.0F, -0.0F, -1.0F}) {
+            const auto found = InsideOfBorder(Hidden(form, alpha));
+            ASSERT_TRUE(found.has_value()) << form;
+            EXPECT_EQ(found->fWidth, 3);
+            EXPECT_EQ(found->fHeight, 2);
+            EXPECT_EQ(found->fLeft, 2);
+            EXPECT_EQ(found->fTop, 2);
+        }
+    sPicture seen = Hidden(eSamples16, 0.0F);
+    Row(seen, 0)[6] = 1; // the least alpha
+    EXPECT_FALSE(InsideOfBorder(seen).has_value());
+}
+
 } // namespace

@@ -1,17 +1,15 @@
 // PFM, WebP, HEIF, AVIF and JPEG XL files, and TIFF files of half and double floats.
 
 #include "color/Light.h"
+#include "host/read/Encoded.h"
 #include "host/read/ReadingTest.h"
 
 #include <Imath/half.h>
 #include <avif/avif.h>
-#include <jxl/encode.h>
-#include <libheif/heif.h>
 #include <tiffio.h>
 #include <vips/vips.h>
 
 #include <algorithm>
-#include <memory>
 #include <unistd.h>
 
 namespace
@@ -208,14 +206,9 @@ TEST_F(Kinds, DamagedHalfFloatsEndInAPictureOrInWords)
     }
 }
 
-void MustHeif(const heif_error& pError)
-{
-    if (pError.code != heif_error_Ok) throw std::runtime_error(pError.message);
-}
-
 /// Writes an AVIF file of pBits bits with libavif: the encoder of libheif ends the process at 10 bits.
 void StoreAvif(const std::string& pPath, const std::vector<uint16_t>& pSamples, int pBits, int pPrimaries,
-               int pTransfer)
+               int pTransfer, const tBytes& pProfile = {})
 {
     const auto bits = static_cast<uint32_t>(pBits);
     avifImage* const image = avifImageCreate(kWide, kHigh, bits, AVIF_PIXEL_FORMAT_YUV444);
@@ -223,6 +216,7 @@ void StoreAvif(const std::string& pPath, const std::vector<uint16_t>& pSamples, 
     image->transferCharacteristics = static_cast<avifTransferCharacteristics>(pTransfer);
     image->matrixCoefficients = AVIF_MATRIX_COEFFICIENTS_BT601;
     image->yuvRange = AVIF_RANGE_FULL;
+    if (!pProfile.empty()) avifImageSetProfileICC(image, pProfile.data(), pProfile.size());
     avifRGBImage rgb;
     avifRGBImageSetDefaults(&rgb, image);
     rgb.format = AVIF_RGB_FORMAT_RGB;
@@ -240,30 +234,6 @@ void StoreAvif(const std::string& pPath, const std::vector<uint16_t>& pSamples, 
     avifImageDestroy(image);
 }
 
-/// The samples of an AVIF file, as libheif decodes them.
-std::vector<uint16_t> DecodedAvif(const std::string& pPath, int pBits)
-{
-    heif_context* const context = heif_context_alloc();
-    heif_image_handle* handle = nullptr;
-    heif_image* image = nullptr;
-    MustHeif(heif_context_read_from_file(context, pPath.c_str(), nullptr));
-    MustHeif(heif_context_get_primary_image_handle(context, &handle));
-    MustHeif(heif_decode_image(handle, &image, heif_colorspace_RGB,
-                               pBits > 8 ? heif_chroma_interleaved_RRGGBB_LE : heif_chroma_interleaved_RGB, nullptr));
-    int stride = 0;
-    const uint8_t* const plane = heif_image_get_plane_readonly(image, heif_channel_interleaved, &stride);
-    std::vector<uint16_t> samples(kSamples);
-    for (size_t i = 0; i < kSamples; i++) {
-        const uint8_t* const row = plane + i / (3 * kWide) * static_cast<size_t>(stride);
-        const size_t x = i % (3 * kWide);
-        samples[i] = pBits > 8 ? static_cast<uint16_t>(row[2 * x] + 256 * row[2 * x + 1]) : row[x];
-    }
-    heif_image_release(image);
-    heif_image_handle_release(handle);
-    heif_context_free(context);
-    return samples;
-}
-
 std::vector<uint16_t> CodesOf(int pBits)
 {
     std::vector<uint16_t> codes(kSamples);
@@ -276,7 +246,7 @@ TEST_F(Kinds, AvifOfEveryDepthArrivesWithItsCodePoints)
 {
     for (const int bits : {8, 10, 12}) {
         StoreAvif(fFolder / "a.avif", CodesOf(bits), bits, 12, 13);
-        const std::vector<uint16_t> codes = DecodedAvif(fFolder / "a.avif", bits);
+        const std::vector<uint16_t> codes = DecodedHeif(fFolder / "a.avif", bits);
         const sPicture picture = Read("a.avif");
         EXPECT_EQ(picture.fForm, bits == 8 ? eSamples8 : eSamples16);
         EXPECT_EQ(NamedSpace(picture), SELVANE_DISPLAY_P3);
@@ -294,7 +264,7 @@ TEST_F(Kinds, AvifOfEveryDepthArrivesWithItsCodePoints)
 TEST_F(Kinds, AvifInPqIsLight)
 {
     StoreAvif(fFolder / "a.avif", CodesOf(10), 10, 9, 16);
-    const std::vector<uint16_t> codes = DecodedAvif(fFolder / "a.avif", 10);
+    const std::vector<uint16_t> codes = DecodedHeif(fFolder / "a.avif", 10);
     const sPicture picture = Read("a.avif");
     EXPECT_EQ(NamedSpace(picture), SELVANE_REC2020);
     ASSERT_EQ(picture.fForm, eFloats);
@@ -304,45 +274,15 @@ TEST_F(Kinds, AvifInPqIsLight)
     }
 }
 
-/// Writes a JPEG XL file without a loss.
-template <typename tSample>
-void StoreJxl(const std::string& pPath, const std::vector<tSample>& pSamples, JxlPrimaries pPrimaries,
-              JxlTransferFunction pTransfer, double pGamma = 0.0)
+/// A profile can only approach PQ, and counts before any other code points.
+TEST_F(Kinds, AvifWithAProfileTooIsReadByThePqOrElseByTheProfile)
 {
-    constexpr bool kReal = std::is_same_v<tSample, float>;
-    const std::unique_ptr<JxlEncoder, void (*)(JxlEncoder*)> encoder(JxlEncoderCreate(nullptr), JxlEncoderDestroy);
-    JxlBasicInfo info;
-    JxlEncoderInitBasicInfo(&info);
-    info.xsize = kWide;
-    info.ysize = kHigh;
-    info.bits_per_sample = 8 * sizeof(tSample);
-    info.exponent_bits_per_sample = kReal ? 8 : 0;
-    info.uses_original_profile = JXL_TRUE;
-    ASSERT_EQ(JxlEncoderSetBasicInfo(encoder.get(), &info), JXL_ENC_SUCCESS);
-    JxlColorEncoding colors{};
-    colors.color_space = JXL_COLOR_SPACE_RGB;
-    colors.white_point = JXL_WHITE_POINT_D65;
-    colors.primaries = pPrimaries;
-    colors.transfer_function = pTransfer;
-    colors.gamma = pGamma;
-    colors.rendering_intent = JXL_RENDERING_INTENT_RELATIVE;
-    ASSERT_EQ(JxlEncoderSetColorEncoding(encoder.get(), &colors), JXL_ENC_SUCCESS);
-    JxlEncoderFrameSettings* const frame = JxlEncoderFrameSettingsCreate(encoder.get(), nullptr);
-    JxlEncoderSetFrameLossless(frame, JXL_TRUE);
-    const JxlPixelFormat format = {3,
-                                   kReal                  ? JXL_TYPE_FLOAT
-                                   : sizeof(tSample) == 1 ? JXL_TYPE_UINT8
-                                                          : JXL_TYPE_UINT16,
-                                   JXL_NATIVE_ENDIAN, 0};
-    ASSERT_EQ(JxlEncoderAddImageFrame(frame, &format, pSamples.data(), pSamples.size() * sizeof(tSample)),
-              JXL_ENC_SUCCESS);
-    JxlEncoderCloseInput(encoder.get());
-    tBytes file(1 << 20);
-    uint8_t* next = file.data();
-    size_t left = file.size();
-    ASSERT_EQ(JxlEncoderProcessOutput(encoder.get(), &next, &left), JXL_ENC_SUCCESS);
-    file.resize(file.size() - left);
-    WriteAll(pPath, file);
+    const tBytes profile = StoredProfile(SELVANE_ADOBE_RGB);
+    StoreAvif(fFolder / "pq.avif", CodesOf(10), 10, 9, 16, profile);
+    EXPECT_EQ(NamedSpace(Read("pq.avif")), SELVANE_REC2020);
+    EXPECT_EQ(Read("pq.avif").fForm, eFloats);
+    StoreAvif(fFolder / "p3.avif", CodesOf(8), 8, 12, 13, profile);
+    EXPECT_EQ(NamedSpace(Read("p3.avif")), SELVANE_ADOBE_RGB);
 }
 
 TEST_F(Kinds, JpegXlOfEveryFormArrivesAsStored)
@@ -350,10 +290,11 @@ TEST_F(Kinds, JpegXlOfEveryFormArrivesAsStored)
     const tBytes eight = Samples8(kWide, kHigh);
     const std::vector<uint16_t> sixteen = Samples16(kWide, kHigh);
     const std::vector<float> floats = Floats(kWide, kHigh);
-    StoreJxl(fFolder / "8.jxl", eight, JXL_PRIMARIES_SRGB, JXL_TRANSFER_FUNCTION_SRGB);
-    StoreJxl(fFolder / "16.jxl", sixteen, JXL_PRIMARIES_P3, JXL_TRANSFER_FUNCTION_SRGB);
-    StoreJxl(fFolder / "float.jxl", floats, JXL_PRIMARIES_2100, JXL_TRANSFER_FUNCTION_LINEAR);
-    StoreJxl(fFolder / "gamma.jxl", sixteen, JXL_PRIMARIES_SRGB, JXL_TRANSFER_FUNCTION_GAMMA, 1 / 1.8);
+    StoreJxl(fFolder / "8.jxl", eight, kWide, kHigh, JxlColors(JXL_PRIMARIES_SRGB, JXL_TRANSFER_FUNCTION_SRGB));
+    StoreJxl(fFolder / "16.jxl", sixteen, kWide, kHigh, JxlColors(JXL_PRIMARIES_P3, JXL_TRANSFER_FUNCTION_SRGB));
+    StoreJxl(fFolder / "float.jxl", floats, kWide, kHigh, JxlColors(JXL_PRIMARIES_2100, JXL_TRANSFER_FUNCTION_LINEAR));
+    StoreJxl(fFolder / "gamma.jxl", sixteen, kWide, kHigh,
+             JxlColors(JXL_PRIMARIES_SRGB, JXL_TRANSFER_FUNCTION_GAMMA, 1 / 1.8));
     EXPECT_EQ(Read("8.jxl").fPixels, eight);
     EXPECT_EQ(NamedSpace(Read("8.jxl")), SELVANE_SRGB);
     EXPECT_EQ(Read("8.jxl").fColor.fTransfer, SELVANE_TRANSFER_ENGINE);
@@ -368,7 +309,7 @@ TEST_F(Kinds, JpegXlOfEveryFormArrivesAsStored)
 TEST_F(Kinds, JpegXlInHlgIsLight)
 {
     const std::vector<uint16_t> sixteen = Samples16(kWide, kHigh);
-    StoreJxl(fFolder / "a.jxl", sixteen, JXL_PRIMARIES_2100, JXL_TRANSFER_FUNCTION_HLG);
+    StoreJxl(fFolder / "a.jxl", sixteen, kWide, kHigh, JxlColors(JXL_PRIMARIES_2100, JXL_TRANSFER_FUNCTION_HLG));
     const sPicture picture = Read("a.jxl");
     EXPECT_EQ(NamedSpace(picture), SELVANE_REC2020);
     ASSERT_EQ(picture.fForm, eFloats);
@@ -378,7 +319,8 @@ TEST_F(Kinds, JpegXlInHlgIsLight)
 
 TEST_F(Kinds, CutAndBrokenFilesOfTheNewKindsEndInAPictureOrInWords)
 {
-    StoreJxl(fFolder / "a.jxl", Samples8(kWide, kHigh), JXL_PRIMARIES_SRGB, JXL_TRANSFER_FUNCTION_SRGB);
+    StoreJxl(fFolder / "a.jxl", Samples8(kWide, kHigh), kWide, kHigh,
+             JxlColors(JXL_PRIMARIES_SRGB, JXL_TRANSFER_FUNCTION_SRGB));
     StoreAvif(fFolder / "a.avif", CodesOf(8), 8, 1, 13);
     const tBytes eight = Samples8(kWide, kHigh);
     Store(fFolder / "a.webp[lossless]", eight.data(), kWide, kHigh, Rgb8());

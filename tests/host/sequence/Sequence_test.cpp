@@ -18,6 +18,7 @@ namespace fs = std::filesystem;
 
 constexpr int kWidth = 120, kHeight = 80;
 constexpr int kFrames = 24, kCut = 14, kLamp = 6;
+constexpr int kFirst = kLamp - 2, kEnd = kCut + 2; // a part of the film with the lamp and the cut
 
 /// A pixel of a Radiance file.
 void Put(tBytes& pPixels, double pRed, double pGreen, double pBlue)
@@ -137,19 +138,19 @@ TEST_F(Sequence, TheCutDoesNotBleed)
 /// Two passes that know one frame at a time give the bytes of a run over all.
 TEST_F(Sequence, PointsOfSeveralMachinesGiveTheSamePictures)
 {
-    ASSERT_EQ(Run("sequence", 0, kFrames, Into(Folder("all"))).fStatus, 0);
+    ASSERT_EQ(Run("sequence", kFirst, kEnd, Into(Folder("all"))).fStatus, 0);
     std::vector<std::string> join = {"points", "--join", "-q", "-o", Folder("points.json")};
-    for (int i = 0; i < kFrames; i++) {
+    for (int i = kFirst; i < kEnd; i++) {
         join.push_back(Folder(std::to_string(100 + i) + ".json"));
         ASSERT_EQ(Run("points", i, i + 1, {"-q", "-o", join.back()}).fStatus, 0);
     }
     const sRun joined = Selvane(join);
     ASSERT_EQ(joined.fStatus, 0) << joined.fErr;
-    for (int i = 0; i < kFrames; i++)
+    for (int i = kFirst; i < kEnd; i++)
         ASSERT_EQ(Run("tonemap", i, i + 1, Into(Folder("one"), {"--points", Folder("points.json")})).fStatus, 0);
-    for (int i = 0; i < kFrames; i++)
+    for (int i = kFirst; i < kEnd; i++)
         EXPECT_TRUE(ReadAll(Output("all", i)) == ReadAll(Output("one", i))) << i;
-    ASSERT_EQ(Run("points", 0, kFrames, {"-q", "-o", Folder("direct.json")}).fStatus, 0);
+    ASSERT_EQ(Run("points", kFirst, kEnd, {"-q", "-o", Folder("direct.json")}).fStatus, 0);
     EXPECT_TRUE(ReadAll(Folder("direct.json")) == ReadAll(Folder("points.json")));
 }
 
@@ -158,8 +159,8 @@ TEST_F(Sequence, TheLookIsThatOfThePoints)
     const std::vector<std::string> look = {"--preset", "dramatic", "--exposure", "0.5", "--wrap"};
     std::vector<std::string> words = {"-q", "-o", Folder("points.json")};
     words.insert(words.end(), look.begin(), look.end());
-    ASSERT_EQ(Run("points", 0, kFrames, words).fStatus, 0);
-    ASSERT_EQ(Run("sequence", 0, kFrames, Into(Folder("all"), look)).fStatus, 0);
+    ASSERT_EQ(Run("points", 0, 5, words).fStatus, 0);
+    ASSERT_EQ(Run("sequence", 0, 5, Into(Folder("all"), look)).fStatus, 0);
     ASSERT_EQ(Run("tonemap", 3, 4,
                   {"-q", "--no-metadata", "--depth", "8", "--points", Folder("points.json"), "-o", Folder("one.png")})
                   .fStatus,
@@ -173,10 +174,31 @@ TEST_F(Sequence, TheLookIsThatOfThePoints)
 
 TEST_F(Sequence, AWindowOfOneIsFrameByFrame)
 {
-    ASSERT_EQ(Run("tonemap", 0, kFrames, Into(Folder("alone"))).fStatus, 0);
-    ASSERT_EQ(Run("sequence", 0, kFrames, Into(Folder("all"), {"--window", "1"})).fStatus, 0);
-    for (int i = 0; i < kFrames; i++)
+    ASSERT_EQ(Run("tonemap", kFirst, kEnd, Into(Folder("alone"))).fStatus, 0);
+    ASSERT_EQ(Run("sequence", kFirst, kEnd, Into(Folder("all"), {"--window", "1"})).fStatus, 0);
+    for (int i = kFirst; i < kEnd; i++)
         EXPECT_TRUE(ReadAll(Output("all", i)) == ReadAll(Output("alone", i))) << i;
+}
+
+/// The file of a frame with bars of black above and below.
+tBytes Letterboxed(int pFrame)
+{
+    constexpr int kBar = 10; // rows
+    const tBytes bar(size_t{4} * kWidth * kBar, 0);
+    tBytes pixels = bar;
+    const tBytes inside = FrameAt(pFrame);
+    pixels.insert(pixels.end(), inside.begin(), inside.end());
+    pixels.insert(pixels.end(), bar.begin(), bar.end());
+    return Radiance(kWidth, kHeight + 2 * kBar, pixels);
+}
+
+TEST_F(Sequence, BarsOfBlackDecideNothing)
+{
+    ASSERT_EQ(Run("points", 0, 3, {"-q", "-o", Folder("plain.json")}).fStatus, 0);
+    for (int i = 0; i < 3; i++)
+        WriteAll(fFrames[static_cast<size_t>(i)], Letterboxed(i));
+    ASSERT_EQ(Run("points", 0, 3, {"-q", "-o", Folder("bars.json")}).fStatus, 0);
+    EXPECT_TRUE(ReadAll(Folder("plain.json")) == ReadAll(Folder("bars.json")));
 }
 
 TEST_F(Sequence, AFrameThatFailsIsLeftOut)

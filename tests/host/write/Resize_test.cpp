@@ -153,6 +153,24 @@ TEST_F(Resize, SamplesAreEncodedWithTheCurveOfTheSpace)
     }
 }
 
+TEST_F(Resize, DecodedSamplesAreTheLightOfTheSpace)
+{
+    for (int space = SELVANE_SRGB; space <= SELVANE_REC2020; space++) {
+        sPicture picture;
+        AllocatePixels(picture, 1, 1, eSamples16, 4);
+        const uint16_t samples[4] = {500, 20000, 65535, 13107};
+        std::memcpy(picture.fPixels.data(), samples, sizeof samples);
+        Decode(picture, space);
+        ASSERT_EQ(picture.fForm, eFloats);
+        float floats[4];
+        std::memcpy(floats, picture.fPixels.data(), sizeof floats);
+        for (size_t i = 0; i < 3; i++)
+            EXPECT_NEAR(Encoded(space, static_cast<double>(floats[i])), samples[i] / 65535.0, 1e-6)
+                << space << " " << i;
+        EXPECT_EQ(floats[3], 0.2F) << "alpha is linear";
+    }
+}
+
 TEST_F(Resize, SamplesOutsideTheRangeBecomeItsEnds)
 {
     const float none = std::numeric_limits<float>::quiet_NaN(), all = std::numeric_limits<float>::infinity();

@@ -157,8 +157,8 @@ TEST_F(Sequence, ThePartsOfATinyPictureSharePixels)
         EXPECT_NEAR(frame.cells[cell], static_cast<float>(cell % 8 * 3 / 8), 1e-4f);
 }
 
-/// The 7 columns on the left do not count. Their parts get the mean of the other 9, of which 5 have the logarithm 2 and 4
-/// have 0; the part on the border has that of its one column.
+/// The 7 columns on the left do not count. Their parts get the mean of the other 9, of which 5 have the logarithm 2 and
+/// 4 have 0; the part on the border has that of its one column.
 TEST_F(Sequence, ThePixelsThatDoNotCountAreInNoCell)
 {
     std::vector<float> samples;

@@ -78,8 +78,10 @@ protected:
         ASSERT_EQ(answers.fNoMemory + answers.fOther, 0);
     }
 
-    cScenario fExpected;
-    cScenario fScenario;
+    static constexpr int kWidth = 16, kHeight = 12; // the program runs hundreds of times
+
+    cScenario fExpected{1, kWidth, kHeight};
+    cScenario fScenario{1, kWidth, kHeight};
 };
 
 // Requests of the calling thread are refused. With three threads their number varies a little from run to run.
