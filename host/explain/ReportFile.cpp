@@ -76,6 +76,7 @@ tJson SceneJson(const selvane_report& pReport)
                    {"replaced_negative", pReport.replaced_negative},
                    {"replaced_infinite", pReport.replaced_infinite},
                    {"hot_pixels", pReport.hot_pixels},
+                   {"filled_samples", pReport.filled_samples},
                    {"log_luminance_min", Short(pReport.log_luminance_min)},
                    {"log_luminance_max", Short(pReport.log_luminance_max)},
                    {"log_luminance_mean", Short(pReport.log_luminance_mean)}};

@@ -32,7 +32,7 @@ constexpr float kLeastClip = 4.0f;
 constexpr float kLeastRefinedClip = 0.5f;
 constexpr float kMostClip = 36.0f;
 constexpr float kMostLift = 1.0f;        // stops
-constexpr float kLeastContrast = -80.0f; // the slider's end
+constexpr float kLeastContrast = -40.0f; // less would make foliage hazy
 constexpr float kMostContrast = 60.0f;   // more changes nothing
 constexpr float kWideRadius = -8.0f;     // wide: no halo along roofs
 

@@ -279,6 +279,28 @@ TEST(Suggest, NightStaysDarkAndSnowWhite)
     EXPECT_NEAR(MeanGrey(hills), 116.0, 20.0);
 }
 
+/// Leaves in front of a sky: each pixel is bright or dark by chance, over a slow gradient.
+sPicture Foliage()
+{
+    sPicture picture{384, 256, {}};
+    uint32_t state = 1;
+    for (int y = 0; y < 256; y++)
+        for (int x = 0; x < 384; x++) {
+            state = state * 1664525u + 1013904223u;
+            const float light =
+                std::pow(10.0f, static_cast<float>(state >> 24) / 128.0f + static_cast<float>(x) / 384.0f);
+            picture.fRGB.insert(picture.fRGB.end(), {light, light, light});
+        }
+    return picture;
+}
+
+/// The local contrast of the scene is far above what is aimed at, and the slider could go on to -100. The bound of the
+/// look is 20 above that of the slider, which counts from the engine's own contrast.
+TEST(Suggest, FoliageKeepsItsContrast)
+{
+    EXPECT_EQ(SuggestFor(Foliage()).fLook.contrast, -40.0f);
+}
+
 TEST(Suggest, FogIsHeldBackFromBurning)
 {
     const sPicture fog = Fog();
