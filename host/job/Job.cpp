@@ -3,6 +3,8 @@
 #include "job/Frame.h"
 #include "picture/SizeWatch.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <utility>
 
@@ -54,27 +56,49 @@ std::string CropWords(const std::optional<sArea>& pCrop)
            std::to_string(pCrop->fLeft) + "+" + std::to_string(pCrop->fTop);
 }
 
-/// Share of the colour samples that pTest holds for, of 8 or 16 bits, by their high byte.
+/// Share of the colour samples in an area that pTest holds for, of 8 or 16 bits, by their high byte. Pixels that cannot
+/// be seen do not count.
 template <class tTest>
-double ShareOf(const sPicture& pPicture, tTest pTest)
+double ShareOf(const sPicture& pPicture, const sArea& pArea, tTest pTest)
 {
-    const size_t bytes = SampleBytes(pPicture.fForm);
-    const auto channels = static_cast<size_t>(pPicture.fChannels);
+    const auto bytes = static_cast<ptrdiff_t>(SampleBytes(pPicture.fForm));
+    const auto hidden = [&](const unsigned char* pAlpha) {
+        return std::all_of(pAlpha, pAlpha + bytes, [](unsigned char pByte) { return pByte == 0; });
+    };
     int64_t count = 0, all = 0;
-    for (size_t i = 0; i < pPicture.fPixels.size() / bytes; i++) {
-        if (i % channels == 3) continue; // alpha
-        count += pTest(pPicture.fPixels[(i + 1) * bytes - 1]) ? 1 : 0;
-        all++;
+    for (int y = pArea.fTop; y < pArea.fTop + pArea.fHeight; y++) {
+        const unsigned char* pixel =
+            pPicture.fPixels.data() + (ptrdiff_t{y} * pPicture.fWidth + pArea.fLeft) * pPicture.fChannels * bytes;
+        for (int x = 0; x < pArea.fWidth; x++, pixel += pPicture.fChannels * bytes) {
+            if (pPicture.fChannels == 4 && hidden(pixel + 3 * bytes)) continue;
+            for (int color = 0; color < 3; color++)
+                count += pTest(pixel[(color + 1) * bytes - 1]) ? 1 : 0;
+            all += 3;
+        }
     }
-    return static_cast<double>(count) / static_cast<double>(all);
+    return all == 0 ? 0.0 : static_cast<double>(count) / static_cast<double>(all);
 }
 
-void WarnOfEmptiness(const sPicture& pOutput, const std::string& pPath, const tLine& pLine)
+/// The pixels of the output that lie wholly inside the border.
+sArea InsideOf(const sPicture& pOutput, const sDone& pDone)
+{
+    const sArea& inside = pDone.fInside;
+    const double across = static_cast<double>(pOutput.fWidth) / pDone.fWidth;
+    const double down = static_cast<double>(pOutput.fHeight) / pDone.fHeight;
+    const int left = static_cast<int>(std::ceil(inside.fLeft * across));
+    const int top = static_cast<int>(std::ceil(inside.fTop * down));
+    const int right = static_cast<int>(std::floor((inside.fLeft + inside.fWidth) * across));
+    const int bottom = static_cast<int>(std::floor((inside.fTop + inside.fHeight) * down));
+    return {right - left, bottom - top, left, top};
+}
+
+void WarnOfEmptiness(const sPicture& pOutput, const sDone& pDone, const std::string& pPath, const tLine& pLine)
 {
     constexpr unsigned char kDark = 8, kBright = 247;
-    if (ShareOf(pOutput, [](unsigned char pByte) { return pByte < kDark; }) > kNearly)
+    const sArea inside = InsideOf(pOutput, pDone);
+    if (ShareOf(pOutput, inside, [](unsigned char pByte) { return pByte < kDark; }) > kNearly)
         pLine("warning: " + pPath + ": the picture is nearly black; try --exposure 2, or look at the input");
-    if (ShareOf(pOutput, [](unsigned char pByte) { return pByte > kBright; }) > kNearly)
+    if (ShareOf(pOutput, inside, [](unsigned char pByte) { return pByte > kBright; }) > kNearly)
         pLine("warning: " + pPath + ": the picture is nearly white; try --exposure -2, or look at the input");
 }
 
@@ -106,6 +130,7 @@ sPicture Rendered(const sJob& pJob, sPicture& pInput, const sRunning& pRunning, 
     const bool changes = ChangedSize(pJob.fOutput, pInput.fWidth, pInput.fHeight).has_value();
     sPicture output = Blank(pInput, changes ? eFloats : FormFor(storage.fDepth));
     const sBorder frame = FrameFor(pJob, pInput);
+    pDone.fInside = frame.fInside;
     pDone.fDeveloped = Develop(pInput, pJob.fLook, pDone.fSpace, pRunning, output, frame.fInside);
     PutFrame(frame, pDone.fSpace, output);
     return output;
@@ -213,7 +238,7 @@ sDone RunJob(const sJob& pJob, const sJobHooks& pHooks)
     About(path, [&] { Finish(pJob.fOutput, storage, output); });
     input.fMetadata = {};
     done.fInput = std::move(input);
-    if (!pJob.fLook.fExact) WarnOfEmptiness(output, path, line);
+    if (!pJob.fLook.fExact) WarnOfEmptiness(output, done, path, line);
     Tell(pHooks, eJobWrites, 0.0F);
     Write(output, storage, path, line);
     Tell(pHooks, eJobWrites, 1.0F);

@@ -54,6 +54,7 @@ struct sDone
     int fWidth = 0;  ///< pixels of the picture
     int fHeight = 0; ///< pixels
     int fSpace = 0;  ///< SELVANE_SRGB to SELVANE_REC2020
+    sArea fInside{}; ///< of the picture, without its border
     sDeveloped fDeveloped;
     std::string fCommand; ///< a command line that gives the same file again, for a shell
     sPicture fInput;      ///< what was developed, without its pixels and its metadata

@@ -138,6 +138,21 @@ TEST_F(Borders, OneOfOneColorIsResizedAndDecidesNothing)
             ASSERT_NEAR(pixel.at(c), kStep * color[c], kStep / 10.0); // the filter works in floats
 }
 
+/// 98 per cent of the pixels are white, or black under alpha 0. Those inside are neither.
+TEST_F(Borders, DoNotMakeAPictureNearlyWhiteOrBlack)
+{
+    constexpr int kWide = 160;
+    StoreFramed("white.png", kWide, 3, Even({255, 255, 255}));
+    StoreFramed("clear.png", kWide, 4, Even({0, 0, 0, 0}));
+    for (const std::string name : {"white", "clear"})
+        for (const std::string size : {"100%", "50%"}) {
+            const sRun run = Selvane({"tonemap", fFolder / (name + ".png"), "-o", Out(), "--resize", size, "--quiet"});
+            ExpectQuietSuccess(run);
+        }
+    const sRun dark = Selvane({"tonemap", fFolder / "white.png", "-o", Out(), "--exposure", "-15", "--quiet"});
+    EXPECT_NE(dark.fErr.find("nearly black"), std::string::npos) << dark.fErr;
+}
+
 TEST_F(Borders, ATransparentOneIsResizedAndDecidesNothing)
 {
     StoreFramed("plain.png", 0, 4, Even({}));
