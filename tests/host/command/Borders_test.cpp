@@ -144,7 +144,10 @@ TEST_F(Borders, DoNotMakeAPictureNearlyWhiteOrBlack)
     constexpr int kWide = 160;
     StoreFramed("white.png", kWide, 3, Even({255, 255, 255}));
     StoreFramed("clear.png", kWide, 4, Even({0, 0, 0, 0}));
-    for (const std::string name : {"white", "clear"})
+    StoreFramed("hidden.png", kWide, 4, [](int pX, int pY) { // no border: its corner can be seen
+        return pX + pY == 0 ? tBytes{128, 128, 128, 255} : tBytes{0, 0, 0, 0};
+    });
+    for (const std::string name : {"white", "clear", "hidden"})
         for (const std::string size : {"100%", "50%"}) {
             const sRun run = Selvane({"tonemap", fFolder / (name + ".png"), "-o", Out(), "--resize", size, "--quiet"});
             ExpectQuietSuccess(run);
