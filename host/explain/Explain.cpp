@@ -3,6 +3,7 @@
 #include "explain/Explanation.h"
 #include "explain/JobReport.h"
 #include "explain/PlainStops.h"
+#include "job/Frame.h"
 #include "job/Report.h"
 #include "write/OutputFile.h"
 
@@ -62,6 +63,7 @@ void RunExplain(const sExplainOptions& pOptions)
     sPicture input = ReadFor(job, line);
     SpaceOf(input, job.fInput, job.fColorSpace, TakesEntryForm(job.fLook), line);
     DescribeInput(job, input, facts);
+    if (!TakesEntryForm(job.fLook)) TakeFrame(input); // the page is about the inside
     facts.fReadMilliseconds = watch.Lap();
     sPage page = Explained(pOptions, input);
     facts.fRenderMilliseconds = watch.Lap();

@@ -1,6 +1,7 @@
 #include "sheet/Sheet.h"
 
 #include "explain/PlainStops.h"
+#include "job/Frame.h"
 #include "job/Report.h"
 #include "sheet/Grid.h"
 #include "sheet/Label.h"
@@ -136,6 +137,7 @@ void RunSheet(const sSheetOptions& pOptions)
     CheckOutput(job.fInput, job.fOutput);
     sPicture input = ReadFor(job, Report);
     SpaceOf(input, job.fInput, job.fColorSpace, false, Report);
+    TakeFrame(input); // the looks are those of the inside
     const sPicture sheet = About(job.fInput, [&] { return SheetOf(pOptions, input); });
     const sStorage storage = StorageFor(job.fOutput, sheet, SELVANE_SRGB, {}, job.fThreads);
     Write(sheet, storage, job.fOutput.fPath, Report);

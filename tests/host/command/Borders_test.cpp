@@ -2,10 +2,12 @@
 
 #include "host/command/CommandTest.h"
 
+#include <nlohmann/json.hpp>
 #include <vips/vips.h>
 
 #include <cmath>
 #include <cstring>
+#include <filesystem>
 #include <functional>
 #include <limits>
 
@@ -154,6 +156,24 @@ TEST_F(Borders, DoNotMakeAPictureNearlyWhiteOrBlack)
         }
     const sRun dark = Selvane({"tonemap", fFolder / "white.png", "-o", Out(), "--exposure", "-15", "--quiet"});
     EXPECT_NE(dark.fErr.find("nearly black"), std::string::npos) << dark.fErr;
+}
+
+TEST_F(Borders, DecideNothingOnSheetsAndPages)
+{
+    std::vector<tBytes> sheets;
+    std::vector<std::string> settings;
+    for (const int around : {0, kAround}) {
+        StoreFramed("picture.png", around, 3, Even({250, 40, 30}));
+        const std::string input = fFolder / "picture.png", page = fFolder / "page.html",
+                          report = fFolder / "report.json";
+        ASSERT_EQ(Selvane({"sheet", input, "-o", Out()}).fStatus, 0);
+        sheets.push_back(ReadAll(Out()));
+        ASSERT_EQ(Selvane({"explain", input, "-o", page, "--report", report}).fStatus, 0);
+        settings.push_back(nlohmann::json::parse(ReadAll(report)).at("settings").dump());
+        EXPECT_TRUE(std::filesystem::remove(Out()) && std::filesystem::remove(page));
+    }
+    EXPECT_TRUE(sheets[0] == sheets[1]);
+    EXPECT_EQ(settings[0], settings[1]);
 }
 
 TEST_F(Borders, ATransparentOneIsResizedAndDecidesNothing)
