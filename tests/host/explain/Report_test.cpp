@@ -36,7 +36,7 @@ selvane_report ReportOfRender(selvane* pHandle, const selvane_settings& pSetting
 {
     EXPECT_EQ(selvane_set_settings(pHandle, &pSettings), SELVANE_OK);
     tBytes pixels(size_t{3} * kWidth * kHeight);
-    const selvane_target target = BytesTarget(kWidth, kHeight, pixels.data());
+    const selvane_target target = TargetOf(kWidth, kHeight, SELVANE_U8, pixels.data());
     EXPECT_EQ(selvane_render(pHandle, &target), SELVANE_OK);
     selvane_report report{};
     report.struct_size = sizeof report;

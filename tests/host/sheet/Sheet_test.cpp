@@ -81,7 +81,7 @@ protected:
     {
         const tHandle handle = Loaded(Png());
         tBytes pixels(size_t{3} * kWidth * kHeight);
-        const selvane_target target = BytesTarget(kWidth, kHeight, pixels.data());
+        const selvane_target target = TargetOf(kWidth, kHeight, SELVANE_U8, pixels.data());
         if (pPreset == nullptr) {
             EXPECT_EQ(selvane_plain(handle.get(), 0.0F, 0, &target), SELVANE_OK);
             return pixels;
