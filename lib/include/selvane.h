@@ -139,21 +139,18 @@ typedef enum selvane_transfer
 typedef struct selvane_picture
 {
     size_t struct_size;
-    int32_t width;           /* pixels, 1 to 1000000 */
-    int32_t height;          /* rows, 1 to 1000000; at most 2^30 pixels in all */
-    int32_t format;          /* selvane_format */
-    int32_t channels;        /* 3 or 4; 0 is 3. Exponents: 0 or 3 */
-    int32_t order;           /* selvane_order; for exponents too */
-    int32_t primaries;       /* selvane_primaries */
-    int32_t transfer;        /* selvane_transfer */
-    float gamma;             /* of SELVANE_TRANSFER_POWER, above 0 and at most 10 */
-    float chromaticities[8]; /* of SELVANE_CUSTOM: x and y of red, green, blue, white */
-    int32_t
-        keep_hot_samples; /* 0: tame single samples that outshine everything else (see selvane_report), and fill the dark
-                               specks that resampling leaves around lights (below); 1: leave both. Floats and exponents
-                               only: integers stay as they are */
-    int32_t reserved;     /* 0 */
-    const void* pixels;   /* first sample of the top left pixel */
+    int32_t width;            /* pixels, 1 to 1000000 */
+    int32_t height;           /* rows, 1 to 1000000; at most 2^30 pixels in all */
+    int32_t format;           /* selvane_format */
+    int32_t channels;         /* 3 or 4; 0 is 3. Exponents: 0 or 3 */
+    int32_t order;            /* selvane_order; for exponents too */
+    int32_t primaries;        /* selvane_primaries */
+    int32_t transfer;         /* selvane_transfer */
+    float gamma;              /* of SELVANE_TRANSFER_POWER, above 0 and at most 10 */
+    float chromaticities[8];  /* of SELVANE_CUSTOM: x and y of red, green, blue, white */
+    int32_t keep_hot_samples; /* 0: tame hot pixels and fill dark specks, see selvane_set_picture; 1: leave them */
+    int32_t reserved;         /* 0 */
+    const void* pixels;       /* first sample of the top left pixel */
     ptrdiff_t row_stride;     /* bytes from a row to the next one below; 0: rows without a gap */
     ptrdiff_t pixel_stride;   /* bytes from a pixel to the next one on the right; 0: pixels without a gap */
     ptrdiff_t channel_stride; /* bytes from a sample to the next one of the pixel; 0: size of a sample */
@@ -169,10 +166,14 @@ SELVANE_FUNCTION void selvane_picture_init(selvane_picture* picture);
  * sample of the picture (0 if there is none). Both hold for floats, halves and exponents. The report counts those of
  * pixels that count.
  *
- * A picture that was made smaller often has a ring of samples near 0 around its sun and lamps. A sample below a
- * hundredth of the fifth smallest of its eight neighbours, in its channel, becomes that one if the largest of them is
- * more than twice that one. Neighbours outside of the picture, or of pixels that do not count, are taken as equal
- * to the sample. Thin dark lines stay: too many of their neighbours are dark, or none is bright beside the others.
+ * Of floats, halves and exponents, unless keep_hot_samples is 1:
+ * - Hot pixels, the few that outshine everything else, are lowered to twice the luminance of the brightest other pixel.
+ *   hot_pixels of selvane_report says which they are.
+ * - Dark specks are filled. A picture that was made smaller often has a ring of samples near 0 around its sun and
+ *   lamps. A sample below a hundredth of the fifth smallest of its eight neighbours, in its channel, becomes that one
+ *   if the largest of them is more than twice that one. Neighbours outside of the picture, or of pixels that do not
+ *   count, are taken as equal to the sample. Thin dark lines stay: too many of their neighbours are dark, or none is
+ *   bright beside the others.
  *
  * If memory or time run out, the handle has the picture that it had before.
  */
@@ -390,7 +391,7 @@ typedef struct selvane_report
     double milliseconds[SELVANE_STAGES]; /* of the latest call, by selvane_stage; 0: the stage was not needed */
     int64_t bytes;                       /* memory of the handle, with what its next render keeps */
     int64_t stage_bytes[SELVANE_STAGES]; /* the same by selvane_stage: the stage that needs it first */
-    int64_t filled_samples;              /* dark samples around lights that were filled, see selvane_picture */
+    int64_t filled_samples;              /* dark samples around lights that were filled, see selvane_set_picture */
 } selvane_report;
 
 /* Copies the report. Set struct_size before. */
