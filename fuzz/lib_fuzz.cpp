@@ -559,6 +559,7 @@ void Report(cBytes& pBytes, sProgram& pProgram)
     const int64_t pixels = int64_t{report.width} * report.height;
     Check(report.visible_pixels >= 0 && report.visible_pixels <= pixels);
     Check(report.hot_pixels >= 0 && report.hot_pixels <= pixels);
+    Check(report.filled_samples >= 0 && report.filled_samples <= 3 * pixels);
     Check(report.clipped_black >= 0.0f && report.clipped_black <= 1.0f);
     Check(report.clipped_white >= 0.0f && report.clipped_white <= 1.0f);
     Check(report.bytes >= 0 && (pProgram.fPhoto == nullptr) == (report.width == 0));

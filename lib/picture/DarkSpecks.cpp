@@ -12,15 +12,14 @@ namespace SelvaneLib
 namespace
 {
 
-constexpr float kDark = 100.0f; // times darker than most neighbours
-constexpr float kLight = 2.0f;  // times brighter than most neighbours
+constexpr float kDark = 100.0f; // how many times darker than the level of its neighbours a speck is
+constexpr float kLight = 2.0f;  // how many times brighter than that level a light is
 
 SELVANE_INLINE float Larger(float pA, float pB)
 {
     return pA > pB ? pA : pB;
 }
 
-/// The largest neighbour.
 SELVANE_INLINE float LargestBeside(const float* pAbove, const float* pRow, const float* pBelow, ptrdiff_t pAt)
 {
     const float left = Larger(Larger(pAbove[pAt - 3], pBelow[pAt - 3]), pRow[pAt - 3]);
@@ -46,8 +45,8 @@ float Filled(const float* pAbove, const float* pRow, const float* pBelow, ptrdif
     for (float& neighbour : beside)
         if (neighbour == kNoSample) neighbour = sample;
     std::sort(beside.begin(), beside.end());
-    const float most = beside[4];
-    return kDark * sample < most && beside[7] > kLight * most ? most : sample;
+    const float level = beside[4], largest = beside[7];
+    return kDark * sample < level && largest > kLight * level ? level : sample;
 }
 
 } // namespace

@@ -19,9 +19,8 @@ namespace SelvaneLib
 namespace
 {
 
-constexpr int kStrip = 128;   // pixels
-constexpr int kWindow = 4096; // pixels of a row of the window that finds dark specks
-constexpr size_t kWindowRow = 3 * (size_t{kWindow} + 2);
+constexpr int kStrip = 128;          // pixels
+constexpr int kWindow = 4096;        // most pixels of a row of the window that finds dark specks
 constexpr double kCountWeight = 0.3; // of kReadWeight: counting odd samples
 
 /// Whether the engine can divide a colour by its luminance. If it cannot, the quotients are infinite, and the pixel
@@ -29,6 +28,12 @@ constexpr double kCountWeight = 0.3; // of kReadWeight: counting odd samples
 SELVANE_INLINE bool HasColor(float pX, float pY, float pZ)
 {
     return pY >= 0x1p-126f && pY * 0x1p100f >= pX && pY * 0x1p100f >= pZ;
+}
+
+/// Samples of a row of the window, with one pixel more at both ends.
+size_t WindowRow(int pWidth)
+{
+    return 3 * (static_cast<size_t>(std::min(kWindow, pWidth)) + 2);
 }
 
 /// pCount colours of red, green, blue times the matrix. Without a colour they are black.
@@ -88,7 +93,7 @@ struct sSource
 struct sReadSlot
 {
     cLuminanceHistogram fHistogram;
-    std::vector<float> fWindow; ///< four rows of a part of the picture, of kWindow pixels
+    std::vector<float> fWindow; ///< four rows of WindowRow samples
     int64_t fFilled = 0;
 };
 
@@ -137,7 +142,7 @@ void ReadFilledRows(const sSource& pSource, int pBegin, int pEnd, cPicture& pTo,
 {
     float* rows[4] = {};
     for (size_t row = 0; row < 4; row++)
-        rows[row] = pSlot.fWindow.data() + row * kWindowRow;
+        rows[row] = pSlot.fWindow.data() + row * WindowRow(pTo.Width());
     for (int x = 0; x < pTo.Width(); x += kWindow) {
         const int count = std::min(kWindow, pTo.Width() - x);
         ReadWithNeighbours(pSource, x, pBegin - 1, count, rows[0]);
@@ -157,7 +162,7 @@ cLuminanceHistogram ReadRows(const sSource& pSource, bool pFill, cPicture& pTo, 
     std::vector<sReadSlot> slots(static_cast<size_t>(pRun.Threads()));
     if (pFill)
         for (sReadSlot& slot : slots)
-            slot.fWindow.resize(4 * kWindowRow);
+            slot.fWindow.resize(4 * WindowRow(pTo.Width()));
     const sLayout& layout = pSource.fLayout;
     pRun.DivideOrThrow(0, layout.fHeight, layout.fWidth, [&](int pSlot, int pBegin, int pEnd) {
         for (int y = pBegin; y < pEnd; y++)
