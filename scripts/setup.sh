@@ -20,7 +20,7 @@ SELVANE_DESKTOP_PACKAGES+=(gimp xauth xdotool xvfb)
 selvane_need() {
   local missing=() package
   for package in "$@"; do
-    dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing+=("$package")
+    dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep 'ok installed' >/dev/null || missing+=("$package")
   done
   [ ${#missing[@]} -gt 0 ] || return 0
   local as=()

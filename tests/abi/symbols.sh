@@ -16,4 +16,4 @@ foreign=$(grep -vE '@(GLIBC|GLIBCXX|CXXABI|GCC)_' <<<"$strong" | grep -vx Divide
 needed=$(readelf -d "$library" | sed -nE 's/.*\(NEEDED\).*\[(.*)\]/\1/p')
 others=$(grep -vE '^(libc|libm|libstdc\+\+|libgcc_s|ld-linux[^ ]*)\.so' <<<"$needed" || true)
 [ -z "$others" ] || { echo "needs $others"; exit 1; }
-readelf -d "$library" | grep -q 'SONAME.*\[Selvane.so.1\]'
+readelf -d "$library" | grep 'SONAME.*\[Selvane.so.1\]' >/dev/null

@@ -22,13 +22,14 @@ export PKG_CONFIG_PATH=$pc
 [ "$(readlink "$(find "$prefix" -name Selvane.so)")" = Selvane.so.1 ]
 
 # libselvane: its links, and that the loader's cache takes it in. -X: no link of the system's is touched.
+# grep reads to the end: the list is long, and pipefail takes a writer whose reader has gone for a failure.
 lib=$(cd "$pc/.." && pwd)
 soname=libselvane.so.${library_version%%.*}
 [ "$(readlink "$lib/libselvane.so")" = "$soname" ]
 [ "$(readlink "$lib/$soname")" = "libselvane.so.$library_version" ]
 echo "$lib" >"$scratch/ld.so.conf"
 /sbin/ldconfig -X -f "$scratch/ld.so.conf" -C "$scratch/ld.so.cache"
-/sbin/ldconfig -p -C "$scratch/ld.so.cache" | grep -qE "^\s*$soname .*=> $lib/$soname\$"
+/sbin/ldconfig -p -C "$scratch/ld.so.cache" | grep -E "^\s*$soname .*=> $lib/$soname\$" >/dev/null
 
 # renders PROGRAM: it runs, with that library.
 renders() {
@@ -37,7 +38,7 @@ renders() {
 
 # holds PROGRAM: it has the library in itself.
 holds() {
-  ! readelf -d "$1" | grep -q libselvane && renders "$1"
+  ! readelf -d "$1" | grep libselvane >/dev/null && renders "$1"
 }
 
 # library_by_pkg_config COMPILER WORD...: the shared library; the archive by its name; everything static.

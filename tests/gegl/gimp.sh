@@ -71,7 +71,7 @@ refuse() {
 # press TITLE KEY...: waits for a window and presses keys in it.
 press() {
   local window
-  window=$(timeout 200 xdotool search --sync --onlyvisible --name "^$1$" | head -1)
+  window=$(timeout 200 xdotool search --sync --onlyvisible --name "^$1$" | sed -n 1p)
   shift
   xdotool windowfocus --sync "$window" sleep "$1" key --delay 300 "${@:2}"
 }

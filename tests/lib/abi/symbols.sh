@@ -29,7 +29,7 @@ nm --extern-only --defined-only "$static" | awk 'NF == 3' | functions T | diff -
 echo "Versions:"
 versioned=$(nm -D --defined-only --with-symbol-versions "$shared" | awk '$2 == "T" {print $3}')
 ! grep -vE '@@SELVANE_[0-9]+\.[0-9]+$' <<<"$versioned" || fail "a function without a version"
-readelf -d "$shared" | grep -q "SONAME.*\[libselvane.so.$major\]" || fail "the soname is not libselvane.so.$major"
+readelf -d "$shared" | grep "SONAME.*\[libselvane.so.$major\]" >/dev/null || fail "the soname is not libselvane.so.$major"
 [ "$(basename "$(readlink -f "$shared")")" = "libselvane.so.$major.$minor.$patch" ] || fail "$(readlink -f "$shared") has another version"
 
 # Weak names that a file may lack are the compiler's and the linker's own.
