@@ -5,6 +5,7 @@
 #include <cstring>
 #include <ctime>
 #include <exception>
+#include <malloc.h>
 #include <new>
 #include <sys/mman.h>
 #include <sys/prctl.h>
@@ -116,9 +117,24 @@ void TouchMemory(size_t pBytes)
     if (pBytes > 0) const cFreshMemory memory(pBytes);
 }
 
-void UseBigPages(bool pBig)
+const char* Memory(eMemory pMemory)
 {
-    prctl(PR_SET_THP_DISABLE, pBig ? 0 : 1, 0, 0, 0);
+    switch (pMemory) {
+    case eMemory::eBigPages:
+        return "bigPages";
+    case eMemory::eSmallPages:
+        return "smallPages";
+    default:
+        return "keptHeap";
+    }
+}
+
+void UseMemory(eMemory pMemory)
+{
+    prctl(PR_SET_THP_DISABLE, pMemory == eMemory::eSmallPages ? 1 : 0, 0, 0, 0);
+    if (pMemory != eMemory::eKept) return;
+    mallopt(M_MMAP_MAX, 0);
+    mallopt(M_TRIM_THRESHOLD, -1);
 }
 
 void Add(const std::string& pName, const std::function<void(benchmark::State&)>& pCase)

@@ -65,8 +65,19 @@ void Replay(benchmark::State& pState, const sWork& pWork, const sTimes& pTimes);
 /// Touches and frees as many bytes.
 void TouchMemory(size_t pBytes);
 
-/// Big pages or small ones for all memory that is asked for from now on.
-void UseBigPages(bool pBig);
+/// Where the memory of a call comes from.
+enum class eMemory
+{
+    eBigPages,   ///< from the system, in big pages where it has any
+    eSmallPages, ///< from the system, in small pages
+    eKept,       ///< from the heap, which keeps all that it ever took: no page is new but in the first call
+};
+
+/// The last word of a case's path.
+const char* Memory(eMemory pMemory);
+
+/// For all memory that is asked for from now on. The heap does not forget eKept: enter such cases last.
+void UseMemory(eMemory pMemory);
 
 /// Defined by each program: enters its cases.
 void AddCases();

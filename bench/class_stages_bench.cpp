@@ -1,7 +1,7 @@
 // What does each stage of the renderer cost, and a picture that goes through the classes from end to end?
 //
 // A renderer that a host can look into leaves every field filled, so its stages write more than those of the entry. The
-// stages run on a kept renderer, whose memory is warm; the whole picture takes new memory.
+// stages run on a kept renderer, whose memory is warm; the whole picture takes new memory unless the heap keeps it.
 
 #include "Call.h"
 #include "Kept.h"
@@ -73,11 +73,13 @@ void Picture(cBitmapBGR16& pInput, int pWorkers)
     renderer->Render();
 }
 
-void AddPicture(const sSize& pSize, int pWorkers)
+void AddPicture(const sSize& pSize, int pWorkers, eMemory pMemory)
 {
-    Add(std::string("classes/") + pSize.fName + "/" + Workers(pWorkers), [=](benchmark::State& pState) {
+    const std::string name = std::string("classes/") + pSize.fName + "/" + Workers(pWorkers) + "/" + Memory(pMemory);
+    Add(name, [=](benchmark::State& pState) {
         cBitmapBGR16& input = InputOf(pSize);
-        const auto fresh = static_cast<size_t>(pSize.Pixels() * kFreshBytes);
+        UseMemory(pMemory);
+        const auto fresh = pMemory == eMemory::eKept ? 0 : static_cast<size_t>(pSize.Pixels() * kFreshBytes);
         Measure(pState, {pSize.Pixels(), 6 + 3, fresh}, [&] { Picture(input, pWorkers); });
     });
 }
@@ -94,7 +96,9 @@ void AddCases()
     }
     for (const sSize& size : {k64x64, k1MP, k6MP, k24MP})
         for (const int workers : {1, 2})
-            AddPicture(size, workers);
+            AddPicture(size, workers, eMemory::eBigPages);
+    for (const int workers : {1, 2})
+        AddPicture(k24MP, workers, eMemory::eKept);
 }
 
 } // namespace SelvaneBench

@@ -127,7 +127,7 @@ constexpr sConversion kConversions[] = {
 
 void AddCases()
 {
-    for (const sSize& size : {k64x64, k6MP})
+    for (const sSize& size : {k64x64, k6MP, k24MP})
         for (const sConversion& conversion : kConversions)
             Add(std::string("convert/") + size.fName + "/" + conversion.fName, [=](benchmark::State& pState) {
                 sPictures& pictures = PicturesOf(size);

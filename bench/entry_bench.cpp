@@ -14,16 +14,16 @@ namespace SelvaneBench
 namespace
 {
 
-void AddCall(const sSize& pSize, const sForm& pForm, int pWorkers, bool pBigPages)
+void AddCall(const sSize& pSize, const sForm& pForm, int pWorkers, eMemory pMemory)
 {
-    const std::string name = std::string("call/") + pSize.fName + "/" + pForm.fName + "/" + Workers(pWorkers) +
-                             (pBigPages ? "/bigPages" : "/smallPages");
+    const std::string name =
+        std::string("call/") + pSize.fName + "/" + pForm.fName + "/" + Workers(pWorkers) + "/" + Memory(pMemory);
     Add(name, [=](benchmark::State& pState) {
         cCall& call = CallOf(pForm, pSize);
-        UseBigPages(pBigPages);
-        const auto fresh = static_cast<size_t>(pSize.Pixels() * kFreshBytes);
+        UseMemory(pMemory);
+        const auto fresh = pMemory == eMemory::eKept ? 0 : static_cast<size_t>(pSize.Pixels() * kFreshBytes);
         Measure(pState, {pSize.Pixels(), pForm.HostBytes(), fresh}, [&] { call.Run(pWorkers); });
-        UseBigPages(true);
+        UseMemory(eMemory::eBigPages);
     });
 }
 
@@ -31,12 +31,15 @@ void AddCall(const sSize& pSize, const sForm& pForm, int pWorkers, bool pBigPage
 
 void AddCases()
 {
-    AddCall(k64x64, kForms[0], 1, true); // first: the larger ones teach the heap to keep its pages
+    AddCall(k64x64, kForms[0], 1, eMemory::eBigPages); // first: the larger ones teach the heap to keep its pages
     for (const sSize& size : {k1MP, k6MP, k24MP})
         for (const sForm& form : kForms)
             for (const int workers : {1, 2})
-                for (const bool bigPages : {true, false})
-                    AddCall(size, form, workers, bigPages);
+                for (const eMemory memory : {eMemory::eBigPages, eMemory::eSmallPages})
+                    AddCall(size, form, workers, memory);
+    for (const sForm& form : kForms)
+        for (const int workers : {1, 2})
+            AddCall(k24MP, form, workers, eMemory::eKept);
 }
 
 } // namespace SelvaneBench

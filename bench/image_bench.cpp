@@ -119,7 +119,7 @@ constexpr sOperation kOperations[] = {
 
 void AddCases()
 {
-    for (const sSize& size : {k64x64, k6MP})
+    for (const sSize& size : {k64x64, k6MP, k24MP})
         for (const sOperation& operation : kOperations)
             Add(std::string("image/") + size.fName + "/" + operation.fName, [=](benchmark::State& pState) {
                 sPictures& pictures = PicturesOf(size);
