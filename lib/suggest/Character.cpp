@@ -73,9 +73,8 @@ float DarkestTenth(const sScene& pScene, const std::vector<size_t>& pPixels)
     return *last;
 }
 
-/// By how much both red and blue exceed green in the darkest tenth, as a share of green. Surfaces in shade are brown,
-/// green or blue; violet comes from noise, since a sensor's red and blue are amplified more than its green.
-double VioletShare(const sScene& pScene, const std::vector<size_t>& pPixels)
+/// The sum of the darkest tenth, in linear sRGB.
+std::array<double, 3> DarkestColor(const sScene& pScene, const std::vector<size_t>& pPixels)
 {
     const float most = DarkestTenth(pScene, pPixels);
     std::array<double, 3> sum{};
@@ -83,8 +82,19 @@ double VioletShare(const sScene& pScene, const std::vector<size_t>& pPixels)
         if (pScene.fXYZ[3 * i + 1] <= most)
             for (size_t c = 0; c < 3; c++)
                 sum[c] += static_cast<double>(pScene.fXYZ[3 * i + c]);
-    const auto [red, green, blue] = ToSRGB(sum);
-    return green > 0.0 ? (std::min(red, blue) - green) / green : 0.0;
+    return ToSRGB(sum);
+}
+
+/// How violet the darkest tenth is, 0 to 1. Surfaces in shade are brown, green or blue; violet comes from noise, since a
+/// sensor's red and blue are amplified more than its green. Both above green count fully. Red above green beside as much
+/// blue as green counts up to 0.4: a ground that is noise in part. Brown has less blue than green.
+double VioletOf(const sScene& pScene, const std::vector<size_t>& pPixels)
+{
+    const auto [red, green, blue] = DarkestColor(pScene, pPixels);
+    if (!(green > 0.0)) return 0.0;
+    const double violet = Ramp(std::min(red, blue) / green, 1.05, 1.6);
+    const double reddish = Ramp(red / green, 1.35, 1.75) * Ramp(blue / green, 0.85, 1.05);
+    return std::max(violet, 0.4 * reddish);
 }
 
 double SourceShare(const sScene& pScene, const std::vector<size_t>& pPixels)
@@ -111,7 +121,7 @@ sCharacter CharacterOf(const sScene& pScene)
     const double key = above / range;
     sCharacter character;
     character.fLowKey = Ramp(key, 0.42, 0.28) * Ramp(above, 0.4, 0.7);
-    character.fVioletShadows = Ramp(VioletShare(pScene, pixels), 0.05, 0.6);
+    character.fVioletShadows = VioletOf(pScene, pixels);
     character.fNight = std::min(1.0, (character.fLowKey + character.fVioletShadows) / 1.2);
     const double nothingDark = Ramp(above, 0.6, 0.3), day = 1.0 - character.fNight;
     character.fHighKey = std::max(Ramp(key, 0.6, 0.8), nothingDark) * day;

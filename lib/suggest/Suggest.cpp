@@ -76,7 +76,7 @@ public:
         fFirst.white_clip = kMiddleClip;
         fFirst.radius = kWideRadius;
         fFirst.black_clip = static_cast<float>(std::round(20.0 * (0.4 + 0.6 * pCharacter.fNight)) / 20.0);
-        fFirst.saturation = static_cast<float>(std::round(-30.0 * violet * (1.0 + violet)) + 0.0);
+        fFirst.saturation = static_cast<float>(std::round(-60.0 * std::min(1.25 * violet, 1.0)) + 0.0);
     }
 
     void Run()

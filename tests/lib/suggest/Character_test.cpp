@@ -120,6 +120,16 @@ TEST(Character, OnlyRedAndBlueTogetherAboveGreenAreViolet)
         EXPECT_NEAR(CharacterOfPicture(picture).fVioletShadows, expected, 1e-5);
 }
 
+/// A ground under red light is noise in part if its blue keeps up with green. Brown has less blue.
+TEST(Character, ReddishShadeWithAsMuchBlueAsGreenIsVioletInPart)
+{
+    const sPicture half{1, 1, {1.6f, 1.0f, 1.0f}}, all{1, 1, {1.8f, 1.0f, 1.05f}}, brown{1, 1, {1.8f, 1.0f, 0.85f}},
+        pale{1, 1, {1.35f, 1.0f, 1.05f}};
+    for (const auto& [picture, expected] :
+         {std::pair{half, 0.4 * (0.25 / 0.4) * (0.15 / 0.2)}, {all, 0.4}, {brown, 0.0}, {pale, 0.0}})
+        EXPECT_NEAR(CharacterOfPicture(picture).fVioletShadows, expected, 1e-5);
+}
+
 TEST(Character, OnlyTheDarkestTenthDecidesOnViolet)
 {
     sPicture picture{10, 10, {}};

@@ -328,7 +328,7 @@ TEST(Suggest, ALittleVioletTakesLittleColour)
         const float level = std::exp2(static_cast<float>(i) / 160.0f);
         picture.fRGB.insert(picture.fRGB.end(), {1.27f * level, level, 1.27f * level});
     }
-    EXPECT_EQ(SuggestFor(picture).fLook.saturation, -17.0f); // -30 x 0.4 x 1.4 = -16.8
+    EXPECT_EQ(SuggestFor(picture).fLook.saturation, -30.0f); // -60 x 1.25 x 0.4
 }
 
 /// A night under stars: the glow above the horizon does not burn and the stars are brighter than the sky.
