@@ -116,6 +116,7 @@ get_target_property(definitions selvane_tests_host COMPILE_DEFINITIONS)
 target_compile_definitions(selvane_tests_host_many PRIVATE ${definitions})
 set_target_properties(selvane_tests_host_many PROPERTIES ENABLE_EXPORTS ON)
 selvane_compile(selvane_tests_host_many)
+selvane_build_quickly(selvane_tests_host_many)
 add_dependencies(selvane_tests_host_many selvane)
 gtest_discover_tests(selvane_tests_host_many TEST_PREFIX host. DISCOVERY_TIMEOUT 300)
 

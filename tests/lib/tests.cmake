@@ -8,6 +8,7 @@ function(selvane_lib_test folder)
   target_link_libraries(${target} PRIVATE selvane_objects selvane_engine selvane_suggest Threads::Threads GTest::gmock GTest::gtest_main)
   selvane_compile(${target})
   selvane_arithmetic(${target})
+  selvane_build_quickly(${target})
   gtest_discover_tests(${target} TEST_PREFIX lib.${folder}. DISCOVERY_TIMEOUT 300)
 endfunction()
 

@@ -5,4 +5,5 @@ target_link_libraries(selvane_tests_suggest PRIVATE
   selvane_tmqi selvane_objects selvane_engine selvane_suggest Threads::Threads GTest::gtest_main)
 selvane_compile(selvane_tests_suggest)
 selvane_arithmetic(selvane_tests_suggest)
+selvane_build_quickly(selvane_tests_suggest)
 gtest_discover_tests(selvane_tests_suggest TEST_PREFIX lib.suggest. DISCOVERY_TIMEOUT 300)
