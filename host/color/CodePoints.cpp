@@ -23,8 +23,6 @@ struct sCodedPrimaries
     const char* fName;                    // null: the file's own
 };
 
-constexpr int kNotSaid = 2;
-
 constexpr sCodedPrimaries kPrimaries[] = {
     {kPrimariesBt709, SELVANE_SRGB, {}, "BT.709"},
     {4, SELVANE_CUSTOM, {0.67F, 0.33F, 0.21F, 0.71F, 0.14F, 0.08F, 0.310F, 0.316F}, "BT.470 M"},

@@ -9,11 +9,13 @@
 namespace SelvaneHost
 {
 
-/// Colours by the numbers of ITU-T H.273, as PNG, HEIF and AVIF files have them.
+inline constexpr int kNotSaid = 2; ///< the number of ITU-T H.273 for primaries and curves alike
+
+/// Colours by the numbers of ITU-T H.273, as PNG, HEIF, AVIF and JPEG XL files have them.
 struct sCodePoints
 {
-    int fPrimaries = 2; ///< 2: not said
-    int fTransfer = 2;  ///< 2: not said
+    int fPrimaries = kNotSaid;
+    int fTransfer = kNotSaid;
 };
 
 /// Everything that a file says of its colours. Interpret.h decides what counts.

@@ -185,10 +185,16 @@ bool TakePrimaries(sPicture& pPicture, const sColorNotes& pNotes)
     return true;
 }
 
+bool SaysSomething(const sCodePoints& pCodePoints)
+{
+    return pCodePoints.fPrimaries != kNotSaid || pCodePoints.fTransfer != kNotSaid;
+}
+
 /// Whether the file says something of its colours that was not understood.
 bool SaysSomething(const sColorNotes& pNotes)
 {
-    return pNotes.fCodePoints || !pNotes.fProfile.empty() || pNotes.fChromaticities || pNotes.fGamma;
+    return SaysSomething(pNotes.fCodePoints.value_or(sCodePoints())) || !pNotes.fProfile.empty() ||
+           pNotes.fChromaticities || pNotes.fGamma;
 }
 
 void TakeNotes(sPicture& pPicture, const sColorNotes& pNotes)

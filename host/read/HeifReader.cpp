@@ -71,12 +71,7 @@ sColorNotes NotesOf(const heif_image_handle* pHandle)
     const std::unique_ptr<heif_color_profile_nclx, sFreeNclx> nclx(found);
     const sCodePoints points{nclx->color_primaries, nclx->transfer_characteristics};
     const bool light = points.fTransfer == kTransferPq || points.fTransfer == kTransferHlg;
-    const bool saysNothing = points.fPrimaries == 2 || points.fTransfer == 2;
-    if (light)
-        notes.fProfile.clear();
-    else if (saysNothing || !notes.fProfile.empty())
-        return notes;
-    notes.fCodePoints = points;
+    if (light || notes.fProfile.empty()) notes.fCodePoints = points;
     return notes;
 }
 

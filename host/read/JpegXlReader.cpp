@@ -45,14 +45,14 @@ JxlPixelFormat FormatOf(const sPicture& pPicture)
     return {static_cast<uint32_t>(pPicture.fChannels), type, JXL_NATIVE_ENDIAN, 0};
 }
 
-/// Returns the code point of primaries and white that ITU-T H.273 has, else 2.
+/// Returns the code point of primaries and white that ITU-T H.273 has, else kNotSaid.
 int PrimariesOf(const JxlColorEncoding& pColors)
 {
     if (pColors.white_point == JXL_WHITE_POINT_DCI && pColors.primaries == JXL_PRIMARIES_P3) return 11;
-    if (pColors.white_point != JXL_WHITE_POINT_D65) return 2;
+    if (pColors.white_point != JXL_WHITE_POINT_D65) return kNotSaid;
     if (pColors.color_space == JXL_COLOR_SPACE_GRAY || pColors.primaries == JXL_PRIMARIES_SRGB) return kPrimariesBt709;
     if (pColors.primaries == JXL_PRIMARIES_2100) return kPrimariesBt2020;
-    return pColors.primaries == JXL_PRIMARIES_P3 ? kPrimariesP3 : 2;
+    return pColors.primaries == JXL_PRIMARIES_P3 ? kPrimariesP3 : kNotSaid;
 }
 
 /// Takes primaries that have no code point, or that come with a power, as numbers.
@@ -95,7 +95,7 @@ sColorNotes NotesOf(JxlDecoder* pDecoder, const sPicture& pPicture)
         notes.fGamma = 1.0 / colors.gamma;
     else
         notes.fCodePoints = {primaries, static_cast<int>(colors.transfer_function)}; // up to 18, those of H.273
-    if (power || primaries == 2) TakePrimaries(colors, notes);
+    if (power || primaries == kNotSaid) TakePrimaries(colors, notes);
     return notes;
 }
 

@@ -121,6 +121,31 @@ TEST(Interpret, WhatIsNotKnownIsAWarning)
     EXPECT_THAT(Interpreted(eSamples8, {.fGamma = 99.0}).fWarnings, ElementsAre(HasSubstr("taken as sRGB")));
 }
 
+/// Code points that leave primaries or the curve open give way to what else the file has. Those that leave both open
+/// say nothing.
+TEST(Interpret, CodePointsThatLeaveSomethingOpenGiveWay)
+{
+    const std::array<float, 8> own = {0.65F, 0.32F, 0.25F, 0.65F, 0.14F, 0.05F, 0.3127F, 0.329F};
+    const tBytes adobe = StoredProfile(SELVANE_ADOBE_RGB);
+    for (const int transfer : {13, 16, 18}) {
+        const sCodePoints open{kNotSaid, transfer};
+        const sPicture profiled = Interpreted(eSamples8, {.fCodePoints = open, .fProfile = adobe});
+        EXPECT_EQ(profiled.fColor.fPrimaries, SELVANE_ADOBE_RGB) << transfer;
+        EXPECT_EQ(profiled.fForm, eSamples8) << transfer;
+        EXPECT_THAT(profiled.fWarnings, IsEmpty()) << transfer;
+        const sPicture numbered =
+            Interpreted(eSamples8, {.fCodePoints = open, .fProfile = adobe, .fChromaticities = own});
+        EXPECT_EQ(numbered.fColor.fChromaticities, own) << transfer;
+        EXPECT_EQ(numbered.fForm, transfer == 13 ? eSamples8 : eFloats) << transfer;
+    }
+    EXPECT_EQ(Interpreted(eSamples8, {.fCodePoints = sCodePoints{9, kNotSaid}, .fProfile = adobe}).fColor.fPrimaries,
+              SELVANE_ADOBE_RGB);
+    const sPicture silent = Interpreted(eSamples8, {.fCodePoints = sCodePoints{kNotSaid, kNotSaid}});
+    EXPECT_THAT(silent.fWarnings, IsEmpty());
+    EXPECT_EQ(silent.fColor.fPrimaries, SELVANE_SRGB);
+    EXPECT_EQ(silent.fColor.fTransfer, SELVANE_TRANSFER_ENGINE);
+}
+
 TEST(Interpret, TheFirstThatCountsDecides)
 {
     sColorNotes notes{.fCodePoints = sCodePoints{12, 13},

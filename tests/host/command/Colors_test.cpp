@@ -2,10 +2,8 @@
 
 #include "host/command/LibraryTest.h"
 #include "picture/Color.h"
-#include "picture/PngColor.h"
 
 #include <vips/vips.h>
-#include <zlib.h>
 
 #include <cmath>
 #include <cstring>
@@ -17,23 +15,6 @@ using namespace SelvaneTest;
 using SelvaneHost::StoredProfile;
 using testing::HasSubstr;
 using testing::Not;
-
-/// Inserts a chunk into a PNG file.
-void AddChunk(const std::string& pPath, const std::string& pType, const tBytes& pData)
-{
-    std::string chunk;
-    for (int shift = 24; shift >= 0; shift -= 8)
-        chunk += static_cast<char>(pData.size() >> shift);
-    chunk += pType;
-    for (const unsigned char byte : pData)
-        chunk += static_cast<char>(byte);
-    const auto sum = crc32(0, reinterpret_cast<const Bytef*>(chunk.data()) + 4, static_cast<uInt>(chunk.size() - 4));
-    for (int shift = 24; shift >= 0; shift -= 8)
-        chunk += static_cast<char>(sum >> shift);
-    tBytes file = ReadAll(pPath);
-    file.insert(file.begin() + SelvaneHost::kPngColorPlace, chunk.begin(), chunk.end());
-    WriteAll(pPath, file);
-}
 
 /// Returns the pixels of three bytes in the opposite order.
 tBytes Turned(const tBytes& pPixels)
@@ -97,7 +78,7 @@ TEST_F(Colors, TheInputSpaceIsTakenWhateverTheFileSays)
 TEST_F(Colors, CodePointsOfAPngAreScenelight)
 {
     StoreEight("pq.png");
-    AddChunk(fFolder / "pq.png", "cICP", {9, 16, 0, 1});
+    AddPngChunk(fFolder / "pq.png", "cICP", {9, 16, 0, 1});
     std::vector<float> light(fEight.size());
     for (size_t i = 0; i < light.size(); i++) { // SMPTE ST 2084, EOTF, 203 cd/m2 as 1
         const double power = std::pow(fEight[i] / 255.0, 1 / 78.84375);
@@ -114,7 +95,7 @@ TEST_F(Colors, CodePointsOfAPngAreScenelight)
 TEST_F(Colors, GammaOfAPngCounts)
 {
     StoreEight("gamma.png");
-    AddChunk(fFolder / "gamma.png", "gAMA", {0, 1, 0x86, 0xA0}); // 100000: linear
+    AddPngChunk(fFolder / "gamma.png", "gAMA", {0, 1, 0x86, 0xA0}); // 100000: linear
     Run("gamma.png");
     EXPECT_EQ(Look(Out()).fPixels,
               ByLibrary(Record(SELVANE_U8, fEight.data(), SELVANE_SRGB, SELVANE_TRANSFER_LINEAR), SELVANE_SRGB));

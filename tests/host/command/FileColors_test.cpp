@@ -29,6 +29,14 @@ class FileColors : public cLibraryTest
 {
 };
 
+/// Light of a PQ signal, 203 cd/m2 as 1 (SMPTE ST 2084, EOTF).
+double Pq(double pSignal)
+{
+    const double power = std::pow(pSignal, 1 / 78.84375);
+    return 10000.0 / 203.0 *
+           std::pow(std::max(power - 0.8359375, 0.0) / (18.8515625 - 18.6875 * power), 1 / 0.1593017578125);
+}
+
 // ---- Profiles in HEIF and AVIF ---------------------------------------------------------------------------------
 
 /// A profile of colorants and one power.
@@ -123,6 +131,66 @@ TEST_F(FileColors, AProfileOfAKnownSpaceInHeifAndAvifIsThatSpace)
     }
 }
 
+/// Files of 8 bits with code points and a profile, in both kinds.
+class CodedHeif : public FileColors
+{
+protected:
+    /// Writes both files, and expects of each what libheif decodes, read as the record says.
+    template <typename tRecord>
+    void Expect(const sCodedColors& pColors, const std::string& pWords, bool pWarns, tRecord pRecord)
+    {
+        StoreAvif(fFolder / "a.avif", kWidth, kHeight, {fEight.begin(), fEight.end()}, 8, pColors);
+        StoreHeic(fFolder / "a.heic", kWidth, kHeight, fEight, pColors);
+        for (const std::string name : {"a.avif", "a.heic"}) {
+            const std::vector<uint16_t> words = DecodedHeif(fFolder / name, 8);
+            const std::string lines = Run(name);
+            EXPECT_THAT(lines, HasSubstr(pWords)) << name;
+            EXPECT_EQ(lines.find("warning") != std::string::npos, pWarns) << lines;
+            EXPECT_EQ(Look(Out()).fPixels, pRecord(tBytes(words.begin(), words.end()))) << name;
+        }
+    }
+
+    static tBytes As(const tBytes& pSamples, int pPrimaries, int pSpace)
+    {
+        return ByLibrary(Record(SELVANE_U8, pSamples.data(), pPrimaries, SELVANE_TRANSFER_ENGINE), pSpace);
+    }
+};
+
+/// A profile can only approach PQ.
+TEST_F(CodedHeif, PqCountsBeforeAProfile)
+{
+    const tBytes profile = SelvaneHost::StoredProfile(SELVANE_ADOBE_RGB);
+    Expect(
+        {9, 16, profile}, "BT.2020, PQ, 203 cd/m2 as white; the output is in sRGB", false, [](const tBytes& pSamples) {
+            std::vector<float> light;
+            for (const unsigned char sample : pSamples)
+                light.push_back(static_cast<float>(Pq(sample / 255.0)));
+            return ByLibrary(Record(SELVANE_F32, light.data(), SELVANE_REC2020, SELVANE_TRANSFER_LINEAR), SELVANE_SRGB);
+        });
+}
+
+/// As in a PNG file with the same code points and the same profile.
+TEST_F(CodedHeif, PqWithoutPrimariesGivesWayToAProfile)
+{
+    const tBytes profile = SelvaneHost::StoredProfile(SELVANE_ADOBE_RGB);
+    const auto adobe = [](const tBytes& pSamples) { return As(pSamples, SELVANE_ADOBE_RGB, SELVANE_ADOBE_RGB); };
+    Expect({2, 16, profile}, "", false, adobe);
+    sStored how = Rgb8();
+    how.fProfile = profile;
+    Store(fFolder / "a.png", fEight.data(), kWidth, kHeight, how);
+    AddPngChunk(fFolder / "a.png", "cICP", {2, 16, 0, 1});
+    EXPECT_THAT(Run("a.png"), Not(HasSubstr("warning")));
+    EXPECT_EQ(Look(Out()).fPixels, adobe(fEight));
+}
+
+TEST_F(CodedHeif, CodePointsWithoutPrimariesAreAWarning)
+{
+    for (const int transfer : {13, 16})
+        Expect({2, transfer}, "what it says of its colours cannot be used; it is taken as sRGB", true,
+               [](const tBytes& pSamples) { return As(pSamples, SELVANE_SRGB, SELVANE_SRGB); });
+    Expect({2, 2}, "", false, [](const tBytes& pSamples) { return As(pSamples, SELVANE_SRGB, SELVANE_SRGB); });
+}
+
 // ---- Primaries in JPEG XL --------------------------------------------------------------------------------------
 
 constexpr std::array<float, 8> kOwn = {0.66F, 0.31F, 0.24F, 0.66F, 0.14F, 0.05F, 0.3457F, 0.3585F};
@@ -183,14 +251,6 @@ TEST_F(FileColors, KnownPrimariesUnderAnotherWhiteInJpegXlAreRead)
         const int seen = found[i] | found[i + 1] << 8, right = expected[i] | expected[i + 1] << 8;
         ASSERT_NEAR(seen, right, 60) << i;
     }
-}
-
-/// Light of a PQ signal, 203 cd/m2 as 1 (SMPTE ST 2084, EOTF).
-double Pq(double pSignal)
-{
-    const double power = std::pow(pSignal, 1 / 78.84375);
-    return 10000.0 / 203.0 *
-           std::pow(std::max(power - 0.8359375, 0.0) / (18.8515625 - 18.6875 * power), 1 / 0.1593017578125);
 }
 
 TEST_F(FileColors, PqWithPrimariesOfItsOwnInJpegXlIsLight)

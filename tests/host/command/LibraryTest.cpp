@@ -1,6 +1,9 @@
 #include "host/command/LibraryTest.h"
 
 #include "lib/api/Pictures.h"
+#include "picture/PngColor.h"
+
+#include <zlib.h>
 
 namespace SelvaneTest
 {
@@ -23,6 +26,22 @@ tBytes ByLibrary(const selvane_picture& pPicture, int pSpace, int pChannels)
     EXPECT_DONE(handle.get(), selvane_set_picture(handle.get(), &pPicture));
     EXPECT_DONE(handle.get(), selvane_render(handle.get(), &target));
     return pixels;
+}
+
+void AddPngChunk(const std::string& pPath, const std::string& pType, const tBytes& pData)
+{
+    std::string chunk;
+    for (int shift = 24; shift >= 0; shift -= 8)
+        chunk += static_cast<char>(pData.size() >> shift);
+    chunk += pType;
+    for (const unsigned char byte : pData)
+        chunk += static_cast<char>(byte);
+    const auto sum = crc32(0, reinterpret_cast<const Bytef*>(chunk.data()) + 4, static_cast<uInt>(chunk.size() - 4));
+    for (int shift = 24; shift >= 0; shift -= 8)
+        chunk += static_cast<char>(sum >> shift);
+    tBytes file = ReadAll(pPath);
+    file.insert(file.begin() + SelvaneHost::kPngColorPlace, chunk.begin(), chunk.end());
+    WriteAll(pPath, file);
 }
 
 std::string cLibraryTest::Run(const std::string& pInput, const std::vector<std::string>& pMore)

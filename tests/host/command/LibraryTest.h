@@ -20,6 +20,9 @@ selvane_picture Record(int pFormat, const void* pPixels, int pPrimaries, int pTr
 /// @param pChannels of the output, 3 or 4
 tBytes ByLibrary(const selvane_picture& pPicture, int pSpace, int pChannels = 3);
 
+/// Inserts a chunk into a PNG file.
+void AddPngChunk(const std::string& pPath, const std::string& pType, const tBytes& pData);
+
 /// Two small pictures and what the command makes of them, with the suggestion.
 class cLibraryTest : public Command
 {

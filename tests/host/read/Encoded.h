@@ -19,6 +19,23 @@ namespace SelvaneTest
 /// @param pBits of a sample in the file: above 8 the samples are of 16-bit words, from 0 to 2^pBits - 1
 std::vector<uint16_t> DecodedHeif(const std::string& pPath, int pBits);
 
+/// What an AVIF or HEIF file says of its colours.
+struct sCodedColors
+{
+    int fPrimaries; ///< by the numbers of ITU-T H.273
+    int fTransfer;
+    tBytes fProfile = {}; ///< ICC; empty: none
+};
+
+/// Writes an AVIF file with libavif: the encoder of libheif ends the process at 10 bits.
+/// @param pSamples interleaved; red, green and blue, from 0 to 2^pBits - 1
+void StoreAvif(const std::string& pPath, int pWidth, int pHeight, const std::vector<uint16_t>& pSamples, int pBits,
+               const sCodedColors& pColors);
+
+/// Writes a HEIF file of 8 bits with libheif.
+/// @param pSamples interleaved; red, green and blue
+void StoreHeic(const std::string& pPath, int pWidth, int pHeight, const tBytes& pSamples, const sCodedColors& pColors);
+
 /// Returns the description of RGB with the white D65.
 /// @param pGamma of JXL_TRANSFER_FUNCTION_GAMMA: sample = linear value ^ pGamma
 JxlColorEncoding JxlColors(JxlPrimaries pPrimaries, JxlTransferFunction pTransfer, double pGamma = 0.0);

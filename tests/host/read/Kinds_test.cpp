@@ -5,7 +5,6 @@
 #include "host/read/ReadingTest.h"
 
 #include <Imath/half.h>
-#include <avif/avif.h>
 #include <tiffio.h>
 #include <vips/vips.h>
 
@@ -206,34 +205,6 @@ TEST_F(Kinds, DamagedHalfFloatsEndInAPictureOrInWords)
     }
 }
 
-/// Writes an AVIF file of pBits bits with libavif: the encoder of libheif ends the process at 10 bits.
-void StoreAvif(const std::string& pPath, const std::vector<uint16_t>& pSamples, int pBits, int pPrimaries,
-               int pTransfer, const tBytes& pProfile = {})
-{
-    const auto bits = static_cast<uint32_t>(pBits);
-    avifImage* const image = avifImageCreate(kWide, kHigh, bits, AVIF_PIXEL_FORMAT_YUV444);
-    image->colorPrimaries = static_cast<avifColorPrimaries>(pPrimaries);
-    image->transferCharacteristics = static_cast<avifTransferCharacteristics>(pTransfer);
-    image->matrixCoefficients = AVIF_MATRIX_COEFFICIENTS_BT601;
-    image->yuvRange = AVIF_RANGE_FULL;
-    if (!pProfile.empty()) avifImageSetProfileICC(image, pProfile.data(), pProfile.size());
-    avifRGBImage rgb;
-    avifRGBImageSetDefaults(&rgb, image);
-    rgb.format = AVIF_RGB_FORMAT_RGB;
-    const tBytes narrow(pSamples.begin(), pSamples.end());
-    rgb.rowBytes = (bits > 8 ? 6U : 3U) * kWide;
-    const void* const pixels = bits > 8 ? static_cast<const void*>(pSamples.data()) : narrow.data();
-    rgb.pixels = static_cast<uint8_t*>(const_cast<void*>(pixels)); // only read
-    avifEncoder* const encoder = avifEncoderCreate();
-    avifRWData file = AVIF_DATA_EMPTY;
-    if (avifImageRGBToYUV(image, &rgb) != AVIF_RESULT_OK || avifEncoderWrite(encoder, image, &file) != AVIF_RESULT_OK)
-        throw std::runtime_error("AVIF");
-    WriteAll(pPath, tBytes(file.data, file.data + file.size));
-    avifRWDataFree(&file);
-    avifEncoderDestroy(encoder);
-    avifImageDestroy(image);
-}
-
 std::vector<uint16_t> CodesOf(int pBits)
 {
     std::vector<uint16_t> codes(kSamples);
@@ -245,7 +216,7 @@ std::vector<uint16_t> CodesOf(int pBits)
 TEST_F(Kinds, AvifOfEveryDepthArrivesWithItsCodePoints)
 {
     for (const int bits : {8, 10, 12}) {
-        StoreAvif(fFolder / "a.avif", CodesOf(bits), bits, 12, 13);
+        StoreAvif(fFolder / "a.avif", kWide, kHigh, CodesOf(bits), bits, {12, 13});
         const std::vector<uint16_t> codes = DecodedHeif(fFolder / "a.avif", bits);
         const sPicture picture = Read("a.avif");
         EXPECT_EQ(picture.fForm, bits == 8 ? eSamples8 : eSamples16);
@@ -263,7 +234,7 @@ TEST_F(Kinds, AvifOfEveryDepthArrivesWithItsCodePoints)
 
 TEST_F(Kinds, AvifInPqIsLight)
 {
-    StoreAvif(fFolder / "a.avif", CodesOf(10), 10, 9, 16);
+    StoreAvif(fFolder / "a.avif", kWide, kHigh, CodesOf(10), 10, {9, 16});
     const std::vector<uint16_t> codes = DecodedHeif(fFolder / "a.avif", 10);
     const sPicture picture = Read("a.avif");
     EXPECT_EQ(NamedSpace(picture), SELVANE_REC2020);
@@ -278,10 +249,10 @@ TEST_F(Kinds, AvifInPqIsLight)
 TEST_F(Kinds, AvifWithAProfileTooIsReadByThePqOrElseByTheProfile)
 {
     const tBytes profile = StoredProfile(SELVANE_ADOBE_RGB);
-    StoreAvif(fFolder / "pq.avif", CodesOf(10), 10, 9, 16, profile);
+    StoreAvif(fFolder / "pq.avif", kWide, kHigh, CodesOf(10), 10, {9, 16, profile});
     EXPECT_EQ(NamedSpace(Read("pq.avif")), SELVANE_REC2020);
     EXPECT_EQ(Read("pq.avif").fForm, eFloats);
-    StoreAvif(fFolder / "p3.avif", CodesOf(8), 8, 12, 13, profile);
+    StoreAvif(fFolder / "p3.avif", kWide, kHigh, CodesOf(8), 8, {12, 13, profile});
     EXPECT_EQ(NamedSpace(Read("p3.avif")), SELVANE_ADOBE_RGB);
 }
 
@@ -321,7 +292,7 @@ TEST_F(Kinds, CutAndBrokenFilesOfTheNewKindsEndInAPictureOrInWords)
 {
     StoreJxl(fFolder / "a.jxl", Samples8(kWide, kHigh), kWide, kHigh,
              JxlColors(JXL_PRIMARIES_SRGB, JXL_TRANSFER_FUNCTION_SRGB));
-    StoreAvif(fFolder / "a.avif", CodesOf(8), 8, 1, 13);
+    StoreAvif(fFolder / "a.avif", kWide, kHigh, CodesOf(8), 8, {1, 13});
     const tBytes eight = Samples8(kWide, kHigh);
     Store(fFolder / "a.webp[lossless]", eight.data(), kWide, kHigh, Rgb8());
     std::mt19937 random(3);
