@@ -14,6 +14,7 @@ namespace SelvaneHost
 struct sEqualizeOptions
 {
     std::string fInput;
+    std::optional<sArea> fCrop; ///< the part of the input to use
     sOutput fOutput;
     std::string fHueShift; ///< lists of HUE:VALUE; empty: the curve changes nothing
     std::string fSaturation;

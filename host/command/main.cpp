@@ -131,12 +131,15 @@ void AddEqualize(CLI::App& pApp, sEqualizeOptions& pOptions)
     CLI::App* const command = pApp.add_subcommand("equalize", "apply hue curves to a finished picture");
     command->footer("Examples:\n"
                     "  selvane equalize photo.png -o cooler.png --hue-shift 0:0.5,0.33:0.6,1:0.5\n"
-                    "  selvane equalize photo.png -o vivid.png --saturation 0:0.6");
+                    "  selvane equalize photo.png -o vivid.png --saturation 0:0.6\n"
+                    "  selvane equalize photo.tif -o vivid.jpg --saturation 0:0.6 --resize 1600");
     AddInput(*command, pOptions.fInput);
     AddOutputOptions(*command, pOptions.fOutput)->required();
+    AddResizeOptions(*command, pOptions.fOutput);
     command->add_option("--hue-shift", pOptions.fHueShift, "points HUE:VALUE,... from 0 to 1; 0.5 changes nothing");
     command->add_option("--saturation", pOptions.fSaturation, "points HUE:VALUE,...");
     command->add_option("--lightness", pOptions.fLightness, "points HUE:VALUE,...");
+    AddCrop(*command, pOptions.fCrop);
     AddColorSpace(*command, pOptions.fColorSpace);
     AddInputSpace(*command, pOptions.fInputSpace);
     AddLimits(*command);

@@ -100,6 +100,13 @@ sPicture Blank(const sPicture& pInput, eSampleForm pForm)
     return output;
 }
 
+void Finish(const sOutput& pOutput, const sStorage& pStorage, sPicture& pPicture)
+{
+    if (pPicture.fForm != eFloats) return;
+    const sSize size = SizeAfter(*pOutput.fResize, pPicture.fWidth, pPicture.fHeight, pOutput.fEnlarge);
+    pPicture = EncodedFrom(Resized(pPicture, size), pStorage.fSpace, FormFor(pStorage.fDepth));
+}
+
 void Write(const sPicture& pPicture, const sStorage& pStorage, const std::string& pPath, const tLine& pLine)
 {
     WarnOfAll(About(pPath, [&] { return WritePicture(pPicture, pStorage, pPath); }), pPath, pLine);

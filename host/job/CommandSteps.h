@@ -66,6 +66,9 @@ sPicture Blank(const sPicture& pInput, eSampleForm pForm);
 /// Returns the form of the samples for a file of this depth.
 eSampleForm FormFor(int pDepth);
 
+/// Gives linear floats, which are of a picture whose size is still to change, their size and the samples of the file.
+void Finish(const sOutput& pOutput, const sStorage& pStorage, sPicture& pPicture);
+
 /// Writes the finished picture and tells what the file does not hold.
 void Write(const sPicture& pPicture, const sStorage& pStorage, const std::string& pPath, const tLine& pLine);
 

@@ -136,14 +136,6 @@ sPicture Rendered(const sJob& pJob, sPicture& pInput, const sRunning& pRunning, 
     return output;
 }
 
-/// Gives linear floats their size and the samples of the file.
-void Finish(const sOutput& pOutput, const sStorage& pStorage, sPicture& pPicture)
-{
-    if (pPicture.fForm != eFloats) return;
-    const sSize size = SizeAfter(*pOutput.fResize, pPicture.fWidth, pPicture.fHeight, pOutput.fEnlarge);
-    pPicture = EncodedFrom(Resized(pPicture, size), pStorage.fSpace, FormFor(pStorage.fDepth));
-}
-
 void Tell(const sJobHooks& pHooks, eJobStage pStage, float pShare)
 {
     if (pHooks.fProgress && !pHooks.fProgress(pStage, pShare)) throw cHostError("cancelled");

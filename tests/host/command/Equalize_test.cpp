@@ -81,6 +81,67 @@ TEST_F(Command, EqualizeTakesDepthAndSpaceLikeTonemap)
     EXPECT_THAT(verbose.fErr, HasSubstr("selvane: equalized 61 x 43 pixels"));
 }
 
+/// Returns the samples of an area of a picture of 8 bits.
+tBytes AreaOf(const sFound& pFound, size_t pWidth, size_t pHeight, size_t pLeft, size_t pTop)
+{
+    tBytes samples;
+    for (size_t y = pTop; y < pTop + pHeight; y++) {
+        const auto* const first = pFound.fPixels.data() + 3 * (y * static_cast<size_t>(pFound.fWidth) + pLeft);
+        samples.insert(samples.end(), first, first + 3 * pWidth);
+    }
+    return samples;
+}
+
+/// The area is one of the upright picture.
+TEST_F(Command, EqualizeCutsOutOfTheUprightPicture)
+{
+    sStored how = Rgb8();
+    how.fOrientation = 6;
+    Store(fFolder / "turned.tif", Samples8(kWidth, kHeight).data(), kWidth, kHeight, how);
+    const std::vector<std::string> words = {"equalize", fFolder / "turned.tif", "-o", Out(), "--hue-shift", "0:0.7"};
+    ExpectQuietSuccess(Selvane(words));
+    const sFound whole = Look(Out());
+    ASSERT_EQ(whole.fWidth, kHeight);
+    std::vector<std::string> cut = words;
+    cut.insert(cut.end(), {"--crop", "20x50+9+11"});
+    ExpectQuietSuccess(Selvane(cut));
+    const sFound part = Look(Out());
+    EXPECT_EQ(part.fWidth, 20);
+    EXPECT_EQ(part.fHeight, 50);
+    EXPECT_EQ(part.fPixels, AreaOf(whole, 20, 50, 9, 11));
+    cut.back() = "50x20+9+11";
+    ExpectFailure(Selvane(cut), 1, "the crop does not lie inside the picture of 43 x 61 pixels");
+}
+
+/// Columns of black and white, one pixel wide: their light is that of the sRGB code 188. The mean of the codes is 128.
+TEST_F(Command, EqualizeResizesInLight)
+{
+    tBytes stripes(size_t{3} * 64 * 40);
+    for (size_t i = 0; i < stripes.size(); i++)
+        stripes[i] = i / 3 % 2 == 0 ? 0 : 255;
+    Store(Png(), stripes.data(), 64, 40, Rgb8());
+    ExpectQuietSuccess(Selvane({"equalize", Png(), "-o", Out(), "--resize", "50%"}));
+    const sFound half = Look(Out());
+    ASSERT_EQ(half.fWidth, 32);
+    ASSERT_EQ(half.fHeight, 20);
+    ASSERT_EQ(half.fBits, 8);
+    for (const unsigned char sample : AreaOf(half, 24, 12, 4, 4))
+        ASSERT_NEAR(sample, 188, 2);
+}
+
+TEST_F(Command, EqualizeResizesWhatIsCutOutAndEnlargesOnRequest)
+{
+    ExpectQuietSuccess(Selvane({"equalize", Png(), "-o", Out()}));
+    const tBytes plain = ReadAll(Out());
+    ExpectQuietSuccess(Selvane({"equalize", Png(), "-o", Out(), "--resize", "4000"}));
+    EXPECT_EQ(ReadAll(Out()), plain) << "never larger without --enlarge";
+    ExpectQuietSuccess(Selvane({"equalize", Png(), "-o", Out(), "--resize", "122", "--enlarge"}));
+    EXPECT_EQ(Look(Out()).fHeight, 86);
+    ExpectQuietSuccess(Selvane({"equalize", Png(), "-o", Out(), "--resize", "x10", "--crop", "40x20+0+0"}));
+    EXPECT_EQ(Look(Out()).fWidth, 20);
+    EXPECT_EQ(Look(Out()).fHeight, 10);
+}
+
 TEST_F(Command, EqualizeRefusesPicturesThatAreNotFinished)
 {
     ExpectFailure(Selvane({"equalize", Hdr(), "-o", Out()}), 1, "tone-map it first");
