@@ -41,11 +41,15 @@ std::optional<tFile> FileOf(const std::string& pPath)
     return tFile(facts.st_dev, facts.st_ino);
 }
 
-void CheckAgainstInputs(const std::vector<sPlanned>& pPlan)
+void CheckAgainstInputs(const std::vector<sPlanned>& pPlan, const std::vector<std::string>& pSettings)
 {
     std::set<tFile> inputs;
+    const auto insert = [&](const std::string& pPath) {
+        if (const auto file = FileOf(pPath)) inputs.insert(*file);
+    };
     for (const sPlanned& planned : pPlan)
-        if (const auto file = FileOf(planned.fJob.fInput)) inputs.insert(*file);
+        insert(planned.fJob.fInput);
+    std::ranges::for_each(pSettings, insert);
     for (const sPlanned& planned : pPlan) {
         const auto file = FileOf(planned.fJob.fOutput.fPath);
         if (file && inputs.contains(*file)) throw cUsageError(planned.fJob.fOutput.fPath + ": is one of the inputs");
@@ -98,7 +102,7 @@ std::vector<sPlanned> PlanBatch(const sJob& pCommon, const sBatchOptions& pOptio
         job.fOutput.fMustBeNew = mustBeNew;
         CheckJob(job);
     }
-    CheckAgainstInputs(plan);
+    CheckAgainstInputs(plan, pSettings);
     if (mustBeNew) RefuseExisting(plan);
     for (sPlanned& planned : plan)
         planned.fIsDone = pOptions.fResume && IsDone(planned.fJob, pSettings);

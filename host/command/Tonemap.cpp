@@ -4,6 +4,7 @@
 #include "job/Frame.h"
 #include "job/Report.h"
 #include "sequence/Sequence.h"
+#include "write/Apart.h"
 
 #include <array>
 #include <charconv>
@@ -57,11 +58,21 @@ void Print(const char* pName, float pValue)
     std::printf("%s %.*s\n", pName, static_cast<int>(end.ptr - digits.data()), digits.data());
 }
 
+/// The files that decide how the outputs look.
+std::vector<std::string> SettingsFiles(const sTonemapOptions& pOptions)
+{
+    std::vector<std::string> files;
+    for (const std::string& file : {pOptions.fJob.fLook.fSettings, pOptions.fPoints})
+        if (!file.empty()) files.push_back(file);
+    return files;
+}
+
 void TonemapOne(const sTonemapOptions& pOptions)
 {
     if (pOptions.fJob.fOutput.fPath.empty()) throw cUsageError("--output is required");
     if (pOptions.fBatch.fResume || pOptions.fBatch.fOverwrite)
         throw cUsageError("--resume and --overwrite go with --out-dir; a single --output is replaced");
+    CheckApart(pOptions.fJob.fOutput.fPath, SettingsFiles(pOptions));
     if (!pOptions.fReport.empty()) CheckReport(pOptions.fReport, pOptions.fJob);
     const sTelling telling = TellingOf(pOptions);
     std::optional<cProgressShow> show;
@@ -72,15 +83,6 @@ void TonemapOne(const sTonemapOptions& pOptions)
     show.reset(); // takes the bar away
     SayWhatWasChosen(pOptions, done);
     if (!pOptions.fReport.empty()) report.Write(pOptions.fJob, done, pOptions.fReport);
-}
-
-/// The files that decide how the outputs look.
-std::vector<std::string> SettingsFiles(const sTonemapOptions& pOptions)
-{
-    std::vector<std::string> files;
-    for (const std::string& file : {pOptions.fJob.fLook.fSettings, pOptions.fPoints})
-        if (!file.empty()) files.push_back(file);
-    return files;
 }
 
 void TonemapSeveral(const sTonemapOptions& pOptions)

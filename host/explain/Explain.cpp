@@ -5,6 +5,7 @@
 #include "explain/PlainStops.h"
 #include "job/Frame.h"
 #include "job/Report.h"
+#include "write/Apart.h"
 #include "write/OutputFile.h"
 
 #include <filesystem>
@@ -52,6 +53,7 @@ void RunExplain(const sExplainOptions& pOptions)
     const sJob& job = pOptions.fJob;
     CheckLook(job.fLook);
     CheckOutput(job.fInput, job.fOutput);
+    CheckApart(job.fOutput.fPath, {job.fLook.fSettings});
     if (!pOptions.fReport.empty()) CheckReport(pOptions.fReport, job);
 
     cStopwatch watch;

@@ -1,9 +1,7 @@
 #include "explain/JobReport.h"
 
+#include "write/Apart.h"
 #include "write/OutputFile.h"
-
-#include <filesystem>
-#include <system_error>
 
 namespace SelvaneHost
 {
@@ -33,11 +31,7 @@ double cStopwatch::Lap()
 
 void CheckReport(const std::string& pReport, const sJob& pJob)
 {
-    for (const std::string& other : {pJob.fInput, pJob.fOutput.fPath}) {
-        std::error_code ignored; // a file that does not exist is not the other one
-        if (pReport == other || std::filesystem::equivalent(pReport, other, ignored))
-            throw cUsageError(pReport + ": is a picture of this run; give --report a file of its own");
-    }
+    CheckApart(pReport, {pJob.fInput, pJob.fLook.fSettings}, {pJob.fOutput.fPath});
     About(pReport, [&] { CheckWritable(pReport); });
 }
 

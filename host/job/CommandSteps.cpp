@@ -74,6 +74,7 @@ eSampleForm FormFor(int pDepth)
 
 sPicture Read(const std::string& pPath, const sReadOptions& pOptions, const tLine& pLine)
 {
+    if (pPath.empty()) throw cHostError("the name of the picture to read is empty");
     StartPictureLibrary(); // the writers need it too
     sPicture picture = About(pPath, [&] { return ReadInProcess(pPath, pOptions); });
     WarnOfAll(picture.fWarnings, pPath, pLine);

@@ -2,14 +2,12 @@
 
 #include "picture/Errors.h"
 #include "picture/HalfOfMemory.h"
+#include "read/InputFile.h"
 
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <fstream>
-#include <iterator>
 #include <memory>
-#include <sstream>
 
 namespace SelvaneHost
 {
@@ -143,14 +141,6 @@ void SetPicture(selvane* pHandle, const sPicture& pInput, bool pAsTheyAre)
     Must(selvane_set_picture(pHandle, &picture), pHandle);
 }
 
-std::string ContentOf(const std::string& pPath)
-{
-    std::ifstream file(pPath, std::ios::binary);
-    std::string text{std::istreambuf_iterator<char>(file), {}};
-    if (!file.good() && !file.eof()) throw cHostError(pPath + ": cannot be read");
-    return text;
-}
-
 /// The settings of the preset or the file. Natural without either.
 selvane_settings BaseSettings(selvane* pHandle, const sLook& pLook)
 {
@@ -158,7 +148,7 @@ selvane_settings BaseSettings(selvane* pHandle, const sLook& pLook)
     selvane_settings_init(&settings);
     if (!pLook.fPreset.empty()) Must(selvane_preset(pHandle, pLook.fPreset.c_str(), &settings), pHandle);
     if (!pLook.fSettings.empty()) {
-        const std::string text = ContentOf(pLook.fSettings);
+        const std::string text = About(pLook.fSettings, [&] { return ReadText(pLook.fSettings); });
         const int status = selvane_settings_from_text(pHandle, text.c_str(), &settings);
         if (status != SELVANE_OK) throw cUsageError(pLook.fSettings + ": " + selvane_error(pHandle));
     }

@@ -15,7 +15,8 @@ namespace
 {
 
 constexpr size_t kFirstBytes = 16;
-constexpr size_t kPiece = 1 << 20; // bytes; the least by which the buffer grows when the size is unknown
+constexpr size_t kPiece = 1 << 20;    // bytes; the least by which the buffer grows when the size is unknown
+constexpr size_t kMostText = 1 << 20; // bytes of a file of settings
 // Bytes of a pipe or device. No picture that the library holds is larger, except in 32-bit samples.
 constexpr size_t kMostUnannounced = size_t{2} << 30;
 
@@ -83,13 +84,19 @@ void Grow(tBytes& pBytes, size_t pMost)
     pBytes.resize(std::min(used + std::max(kPiece, used / 2), pMost + 1));
 }
 
+int Open(const std::string& pPath)
+{
+    const int file =
+        pPath == "-" ? ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0) : ::open(pPath.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0) Fail(errno);
+    return file;
+}
+
 } // namespace
 
 tBytes ReadFile(const std::string& pPath, void (*pCheck)(const tBytes& pFirst))
 {
-    const cDescriptor file(pPath == "-" ? ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)
-                                        : ::open(pPath.c_str(), O_RDONLY | O_CLOEXEC));
-    if (file < 0) Fail(errno);
+    const cDescriptor file(Open(pPath));
     const size_t announced = AnnouncedSize(file);
     tBytes bytes = ReadFirst(file);
     pCheck(bytes);
@@ -101,6 +108,18 @@ tBytes ReadFile(const std::string& pPath, void (*pCheck)(const tBytes& pFirst))
     }
     bytes.resize(used);
     return bytes;
+}
+
+std::string ReadText(const std::string& pPath)
+{
+    const cDescriptor file(Open(pPath));
+    AnnouncedSize(file); // refuses a folder
+    tBytes bytes(kMostText + 1);
+    size_t used = 0;
+    while (const size_t count = ReadSome(file, bytes, used))
+        used += count;
+    if (used > kMostText) throw cHostError("cannot be read: larger than any file of settings");
+    return {bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(used)};
 }
 
 } // namespace SelvaneHost

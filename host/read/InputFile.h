@@ -15,6 +15,10 @@ namespace SelvaneHost
 ///         more than 2 GiB
 tBytes ReadFile(const std::string& pPath, void (*pCheck)(const tBytes& pFirst));
 
+/// Reads a file of settings or defaults.
+/// @throws cHostError as ReadFile, and for more than 1 MiB
+std::string ReadText(const std::string& pPath);
+
 } // namespace SelvaneHost
 
 #endif

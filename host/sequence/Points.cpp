@@ -25,6 +25,8 @@ sPoints JoinFiles(const std::vector<std::string>& pPaths)
 void RunPoints(const sPointsOptions& pOptions)
 {
     CheckWithPoints(pOptions.fJob.fLook);
+    CheckBeside(pOptions.fFile, pOptions, {});
+    CheckBeside(pOptions.fPlot, pOptions, {pOptions.fFile});
     size_t failed = 0;
     sPoints points =
         pOptions.fJoin ? JoinFiles(pOptions.fBatch.fInputs) : MeasureAll(pOptions.fBatch.fInputs, pOptions, failed);

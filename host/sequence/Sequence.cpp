@@ -3,6 +3,8 @@
 #include "job/Report.h"
 #include "sequence/Measure.h"
 #include "sequence/Plot.h"
+#include "write/Apart.h"
+#include "write/OutputFile.h"
 
 #include <algorithm>
 
@@ -22,6 +24,21 @@ void KeepMeasured(const sPoints& pPoints, std::vector<sPlanned>& pPlan)
     std::erase_if(pPlan, isMissing);
 }
 
+std::vector<std::string> SettingsFiles(const sSequenceOptions& pOptions)
+{
+    const std::string& file = pOptions.fJob.fLook.fSettings;
+    return file.empty() ? std::vector<std::string>{} : std::vector<std::string>{file};
+}
+
+std::vector<std::string> OutputsOf(const std::vector<sPlanned>& pPlan)
+{
+    std::vector<std::string> outputs;
+    outputs.reserve(pPlan.size());
+    for (const sPlanned& planned : pPlan)
+        outputs.push_back(planned.fJob.fOutput.fPath);
+    return outputs;
+}
+
 } // namespace
 
 void CheckWithPoints(const sLook& pLook)
@@ -29,6 +46,16 @@ void CheckWithPoints(const sLook& pLook)
     if (pLook.fExact || pLook.fWhitePoint || pLook.fBlackPoint)
         throw cUsageError("--exact, --black-point and --white-point do not go with the points of a sequence");
     CheckLook(pLook);
+}
+
+void CheckBeside(const std::string& pWritten, const sSequenceOptions& pOptions,
+                 const std::vector<std::string>& pAlsoWritten)
+{
+    if (pWritten.empty()) return;
+    std::vector<std::string> read = pOptions.fBatch.fInputs;
+    read.push_back(pOptions.fJob.fLook.fSettings);
+    CheckApart(pWritten, read, pAlsoWritten);
+    About(pWritten, [&] { CheckWritable(pWritten); });
 }
 
 void UsePoints(const sPoints& pPoints, sJob& pJob)
@@ -45,7 +72,8 @@ void UsePoints(const sPoints& pPoints, std::vector<sPlanned>& pPlan)
 void RunSequence(const sSequenceOptions& pOptions)
 {
     CheckWithPoints(pOptions.fJob.fLook);
-    std::vector<sPlanned> plan = PlanBatch(pOptions.fJob, pOptions.fBatch, {});
+    std::vector<sPlanned> plan = PlanBatch(pOptions.fJob, pOptions.fBatch, SettingsFiles(pOptions));
+    CheckBeside(pOptions.fPlot, pOptions, OutputsOf(plan));
     size_t failed = 0;
     sPoints points = MeasureAll(pOptions.fBatch.fInputs, pOptions, failed);
     SmoothAll(points, pOptions.fWindow);

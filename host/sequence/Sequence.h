@@ -31,6 +31,13 @@ void RunSequence(const sSequenceOptions& pOptions);
 /// @throws cHostError, also when a frame failed
 void RunPoints(const sPointsOptions& pOptions);
 
+/// Refuses a file of points or a plot that cannot be written, or that is another file of the run.
+/// @param pWritten may be empty: nothing is written
+/// @param pAlsoWritten further files of the run
+/// @throws cHostError, cUsageError
+void CheckBeside(const std::string& pWritten, const sSequenceOptions& pOptions,
+                 const std::vector<std::string>& pAlsoWritten);
+
 /// Sets the settings of each frame of a plan from a file of points.
 /// @throws cHostError for a frame that the file does not have
 void UsePoints(const sPoints& pPoints, std::vector<sPlanned>& pPlan);

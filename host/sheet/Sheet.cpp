@@ -5,6 +5,7 @@
 #include "job/Report.h"
 #include "sheet/Grid.h"
 #include "sheet/Label.h"
+#include "write/Apart.h"
 
 #include <algorithm>
 #include <array>
@@ -135,6 +136,8 @@ void RunSheet(const sSheetOptions& pOptions)
     const sJob& job = pOptions.fJob;
     CheckOutputKind(job.fOutput);
     CheckOutput(job.fInput, job.fOutput);
+    for (const sSheetLook& look : pOptions.fLooks)
+        CheckApart(job.fOutput.fPath, {look.fLook.fSettings});
     sPicture input = ReadFor(job, Report);
     SpaceOf(input, job.fInput, job.fColorSpace, false, Report);
     TakeFrame(input); // the looks are those of the inside

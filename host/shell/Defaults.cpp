@@ -1,6 +1,8 @@
 #include "shell/Defaults.h"
 
+#include "job/CommandSteps.h"
 #include "picture/Errors.h"
+#include "read/InputFile.h"
 #include "shell/OptionWords.h"
 #include "write/OutputFile.h"
 
@@ -8,11 +10,10 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <span>
 #include <sstream>
+#include <unistd.h>
 
 #define TOML_HEADER_ONLY 1
 #define TOML_EXCEPTIONS 0
@@ -42,14 +43,8 @@ std::string Environment(const char* pName)
 std::string TextOfFile(const std::string& pPath)
 {
     if (pPath.empty()) return {};
-    std::ifstream file(pPath, std::ios::binary);
-    if (!file) {
-        if (errno == ENOENT || errno == ENOTDIR) return {};
-        throw cHostError(pPath + ": " + SystemWords(errno));
-    }
-    std::string text{std::istreambuf_iterator<char>(file), {}};
-    if (file.bad()) throw cHostError(pPath + ": cannot be read");
-    return text;
+    if (::access(pPath.c_str(), F_OK) != 0 && (errno == ENOENT || errno == ENOTDIR)) return {};
+    return About(pPath, [&] { return ReadText(pPath); });
 }
 
 toml::table ReadFile()

@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
+#include <atomic>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
@@ -112,6 +114,36 @@ TEST_F(Batch, GoesOnAfterABadFileAndHasStatusOne)
     }
 }
 
+TEST_F(Batch, HasStatusOneWhereAllAreBad)
+{
+    for (const char* name : {"a", "b", "c"})
+        WriteAll(In(name), std::string("no picture"));
+    const sRun run = Run();
+    EXPECT_EQ(run.fStatus, 1);
+    EXPECT_EQ(Lines(run.fErr), 4U) << run.fErr;
+    EXPECT_THAT(run.fErr, HasSubstr("3 pictures: 0 done, 3 failed; 0.0 megapixels in "));
+    EXPECT_TRUE(Outputs().empty());
+}
+
+/// Each run has the status of its own pictures: what failed fails again, until it is mended.
+TEST_F(Batch, ResumeMakesWhatFailed)
+{
+    const tBytes whole = ReadAll(In("b"));
+    for (const char* name : {"a", "b", "c"})
+        SetTime(In(name), 0);
+    WriteAll(In("b"), std::string("no picture"));
+    EXPECT_EQ(Run().fStatus, 1);
+    const sRun again = Run({"--resume"});
+    EXPECT_EQ(again.fStatus, 1);
+    EXPECT_THAT(again.fErr, HasSubstr("selvane: " + In("b") + ": not a picture"));
+    EXPECT_THAT(again.fErr, HasSubstr("3 pictures: 0 done, 2 done before, 1 failed; "));
+    WriteAll(In("b"), whole);
+    const sRun mended = Run({"--resume"});
+    EXPECT_EQ(mended.fStatus, 0);
+    EXPECT_THAT(mended.fErr, HasSubstr("3 pictures: 1 done, 2 done before; "));
+    EXPECT_THAT(Outputs(), ElementsAre("a-tm.jpg", "b-tm.jpg", "c-tm.jpg"));
+}
+
 TEST_F(Batch, OutputsThatExistAreRefusedBeforeAnyWork)
 {
     fs::create_directory(fFolder / "out");
@@ -163,18 +195,44 @@ TEST_F(Batch, ResumeMakesAnewWhatIsOlderThanTheSettings)
     EXPECT_THAT(Run(more).fErr, HasSubstr("3 pictures: 3 done; "));
 }
 
+/// Not even the input of another picture, and by no other name.
 TEST_F(Batch, AnInputIsNoOutput)
 {
-    std::vector<std::string> words = {"tonemap",      In("a"),       In("b"), "--out-dir",
-                                      fFolder / "in", "--overwrite", "--name"};
-    fs::create_hard_link(In("b"), fFolder / "in/other.png");
-    const sRun run = Selvane({"tonemap", In("a"), In("b"), "--out-dir", fFolder / "in", "--overwrite", "--name",
-                              "other.png", "--jobs", "1"});
-    EXPECT_EQ(run.fStatus, 2);
-    EXPECT_THAT(run.fErr, HasSubstr("would both be written there"));
-    const sRun link = Selvane({"tonemap", In("b"), "--out-dir", fFolder / "in", "--overwrite", "--name", "other.png"});
-    EXPECT_EQ(link.fStatus, 2);
-    EXPECT_THAT(link.fErr, HasSubstr("other.png: is one of the inputs"));
+    const tBytes before = ReadAll(In("b"));
+    fs::create_hard_link(In("b"), fFolder / "in/hard.png");
+    fs::create_symlink("b.hdr", fFolder / "in/link.png");
+    for (const char* name : {"hard.png", "link.png"})
+        for (const char* how : {"--overwrite", "--resume"}) {
+            const sRun run = Selvane({"tonemap", In("b"), "--out-dir", fFolder / "in", how, "--name", name});
+            EXPECT_EQ(run.fStatus, 2);
+            EXPECT_THAT(run.fErr, HasSubstr(std::string(name) + ": is one of the inputs"));
+        }
+    fs::create_symlink("b.hdr", fFolder / "in/a.png");
+    const sRun other =
+        Selvane({"tonemap", In("a"), In("b"), "--out-dir", fFolder / "in", "--overwrite", "--name", "{stem}.png"});
+    EXPECT_EQ(other.fStatus, 2);
+    EXPECT_THAT(other.fErr, HasSubstr("a.png: is one of the inputs"));
+    EXPECT_FALSE(fs::exists(fFolder / "in/b.png")) << "nothing was made";
+    EXPECT_EQ(ReadAll(In("b")), before);
+}
+
+TEST_F(Batch, TwoInputsOfOneOutputAreRefusedBeforeAnyWork)
+{
+    fs::create_directory(fFolder / "day two");
+    Make(fFolder / "day two/a.hdr");
+    fs::copy(In("b"), fFolder / "in/a.pic"); // the content decides the kind
+    for (const std::string& second : {fFolder / "day two/a.hdr", fFolder / "in/a.pic"})
+        for (const char* how : {"--overwrite", "--resume", "-q"}) {
+            const sRun run = Selvane({"tonemap", In("a"), second, "--out-dir", fFolder / "out", how});
+            EXPECT_EQ(run.fStatus, 2);
+            EXPECT_EQ(run.fErr, "selvane: " + Out("a-tm.jpg") + ": " + In("a") + " and " + second +
+                                    " would both be written there; --name '{number}-{stem}.{ext}' keeps them apart\n");
+            EXPECT_FALSE(fs::exists(fFolder / "out"));
+        }
+    const sRun apart = Selvane(
+        {"tonemap", In("a"), fFolder / "day two/a.hdr", "--out-dir", fFolder / "out", "--name", "{folder}-{stem}.png"});
+    EXPECT_EQ(apart.fStatus, 0) << apart.fErr;
+    EXPECT_THAT(Outputs(), ElementsAre("day two-a.png", "in-a.png"));
 }
 
 TEST_F(Batch, CommandLinesThatMakeNoSenseHaveStatusTwo)
@@ -266,6 +324,58 @@ TEST_F(Batch, TheMemoryIsBounded)
     ASSERT_EQ(wide.fStatus, 0) << wide.fErr;
     EXPECT_LT(bounded.fPeak, size_t{250} << 20);
     EXPECT_GT(wide.fPeak, bounded.fPeak + (size_t{48} << 20)) << "the limit matters";
+}
+
+/// The most threads that the command itself had at once. Its decoders are other processes.
+int MostThreads(const std::vector<std::string>& pWords)
+{
+    std::array<int, 2> ends{};
+    EXPECT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+    std::atomic<bool> ended{false};
+    int most = 0;
+    std::thread watch([&] {
+        pid_t process = 0;
+        if (::read(ends[0], &process, sizeof process) != sizeof process) return;
+        const fs::path tasks = "/proc/" + std::to_string(process) + "/task";
+        while (!ended) {
+            std::error_code gone;
+            most = std::max(most, static_cast<int>(std::distance(fs::directory_iterator(tasks, gone), {})));
+            ::usleep(200);
+        }
+    });
+    const sRun run = Selvane(pWords, [&] {
+        const pid_t self = ::getpid();
+        if (::write(ends[1], &self, sizeof self) != sizeof self) ::_exit(126);
+    });
+    ended = true;
+    ::close(ends[1]);
+    watch.join();
+    ::close(ends[0]);
+    EXPECT_EQ(run.fStatus, 0) << run.fErr;
+    return most;
+}
+
+/// A pool of 21 workers, or of one and what the libraries of the formats take.
+TEST_F(Batch, EverySubcommandTakesTheNumberOfThreads)
+{
+    constexpr int kMany = 21;
+    for (const char* name : {"a", "b"})
+        Make(In(name), 900, 600);
+    const std::string out = fFolder / "out";
+    const std::vector<std::vector<std::string>> commands = {
+        {"tonemap", In("a"), "-o", fFolder / "a.png", "-q"},
+        {"tonemap", In("a"), In("b"), "--jobs", "1", "--out-dir", out, "--overwrite", "-q"},
+        {"sequence", In("a"), In("b"), "--jobs", "1", "--out-dir", out, "--overwrite", "-q"},
+        {"points", In("a"), "-o", fFolder / "p.json", "-q"},
+        {"stats", In("a")},
+        {"sheet", In("a"), "-o", fFolder / "sheet.png"},
+        {"explain", In("a"), "-o", fFolder / "page.html"}};
+    for (std::vector<std::string> words : commands) {
+        words.insert(words.end(), {"--threads", std::to_string(kMany)});
+        EXPECT_GE(MostThreads(words), kMany) << words[0];
+        words.back() = "1";
+        EXPECT_LT(MostThreads(words), kMany / 2) << words[0];
+    }
 }
 
 /// Reads what a terminal shows of a run.

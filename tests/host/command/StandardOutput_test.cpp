@@ -61,7 +61,9 @@ TEST_F(StandardOutput, GetsTheReport)
     ExpectQuietSuccess(run);
     EXPECT_EQ(nlohmann::json::parse(run.fOut)["output"]["path"], "out.png");
     EXPECT_THAT(fFolder.Names(), ElementsAre("in.hdr", "in.png", "out.png"));
-    ExpectFailure(Run({"explain", Png(), "-o", "-", "--report", "-"}), 2, "give --report a file of its own");
+    ExpectFailure(Run({"explain", Png(), "-o", "-", "--report", "-"}), 2, "-: would be written twice");
+    const auto fromHdr = [&] { ReadFrom("cat " + Png()); };
+    ExpectQuietSuccess(Selvane({"tonemap", "-q", "-", "-o", Out(), "--report", "-"}, fromHdr));
 }
 
 } // namespace

@@ -3,6 +3,8 @@
 #include "host/command/CommandTest.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <map>
 #include <sstream>
 
 namespace
@@ -180,6 +182,101 @@ TEST_F(Command, SuggestPrintsSettingsThatGiveTheSamePicture)
     const tBytes expected = ReadAll(Out());
     ExpectQuietSuccess(Selvane({"tonemap", Hdr(), "-o", Out(), "--quiet", "--settings", fFolder / "look.toml"}));
     EXPECT_EQ(ReadAll(Out()), expected);
+}
+
+/// Settings as --suggest prints them, each line by its key.
+std::map<std::string, std::string> SuggestedFor(const std::string& pInput, const std::vector<std::string>& pMore)
+{
+    std::vector<std::string> words = {"tonemap", pInput, "--suggest"};
+    words.insert(words.end(), pMore.begin(), pMore.end());
+    const sRun run = Selvane(words);
+    EXPECT_EQ(run.fStatus, 0) << run.fErr;
+    std::map<std::string, std::string> settings;
+    std::istringstream lines(run.fOut);
+    for (std::string line; std::getline(lines, line);)
+        if (const size_t equals = line.find(" = "); equals != std::string::npos)
+            settings[line.substr(0, equals)] = line.substr(equals + 3);
+    return settings;
+}
+
+/// --exposure, --contrast and --saturation come on top of a file. Sliders and curves stand as they are given.
+TEST_F(Command, OptionsComeAfterAFileOfSettings)
+{
+    for (const std::string automatic : {"true", "false"}) {
+        const std::string begin = "automatic = " + automatic + "\n",
+                          end = "hue = [[0.0, 0.25], [0.3, 0.7]]\nwrap = true\n";
+        WriteAll(fFolder / "base.toml",
+                 begin + "exposure = 0.5\ncontrast = 5\nsaturation = -3\ncompression = 10\n" + end);
+        WriteAll(fFolder / "sum.toml",
+                 begin + "exposure = 0.75\ncontrast = 12\nsaturation = -12\ncompression = 10\n" + end);
+        const auto base = SuggestedFor(Hdr(), {"--settings", fFolder / "base.toml"});
+        const auto sum = SuggestedFor(Hdr(), {"--settings", fFolder / "sum.toml"});
+        EXPECT_NE(base, sum);
+        EXPECT_EQ(SuggestedFor(Hdr(), {"--settings", fFolder / "base.toml", "--exposure", "0.25", "--contrast", "7",
+                                       "--saturation", "-9"}),
+                  sum);
+        auto expected = base;
+        expected["compression"] = "12.5";
+        expected["white_clip"] = "3.25";
+        expected["hue"] = "[[0.5, 0.75]]";
+        EXPECT_EQ(SuggestedFor(Hdr(), {"--settings", fFolder / "base.toml", "--compression", "12.5", "--white-clip",
+                                       "3.25", "--hue-shift", "0.5:0.75"}),
+                  expected);
+        EXPECT_EQ(base.at("wrap"), "true");
+    }
+    WriteAll(fFolder / "plain.toml", std::string("exposure = 0.5\n"));
+    EXPECT_EQ(SuggestedFor(Hdr(), {"--settings", fFolder / "plain.toml", "--wrap"}).at("wrap"), "true");
+}
+
+TEST_F(Command, OptionsComeAfterAPreset)
+{
+    const auto base = SuggestedFor(Hdr(), {"--preset", "dramatic"});
+    const auto more = SuggestedFor(Hdr(), {"--preset", "dramatic", "--wrap", "--compression", "12.5", "--exposure",
+                                           "0.25", "--contrast", "-7", "--saturation", "-9"});
+    EXPECT_EQ(more.at("wrap"), "true");
+    EXPECT_EQ(more.at("compression"), "12.5");
+    EXPECT_NE(base.at("compression"), "12.5");
+    const std::map<std::string, double> added = {{"exposure", 0.25}, {"contrast", -7}, {"saturation", -9}};
+    for (const auto& [key, value] : added)
+        EXPECT_NEAR(std::stod(more.at(key)), std::stod(base.at(key)) + value, 1e-5) << key;
+}
+
+/// The message names the file, and an endless device is not read to its end.
+TEST_F(Command, WhatIsNoFileOfSettingsIsRefusedByName)
+{
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {fFolder.Path(), ": cannot be read: Is a directory"},
+        {fFolder / "none.toml", ": cannot be read: No such file or directory"},
+        {"/dev/zero", ": cannot be read: larger than any file of settings"},
+    };
+    for (const auto& [file, words] : cases) {
+        ExpectFailure(Selvane({"tonemap", Hdr(), "-o", Out(), "--settings", file}), 1, file + words);
+        EXPECT_FALSE(Exists(Out()));
+    }
+}
+
+/// The file that decides the look is none of the outputs, by whatever name.
+TEST_F(Command, FilesOfSettingsAreNotReplaced)
+{
+    const std::string look = fFolder / "look.toml", hard = fFolder / "hard.toml", link = fFolder / "link.toml";
+    const std::string text = "exposure = 0.5\n";
+    WriteAll(look, text);
+    std::filesystem::create_hard_link(look, hard);
+    std::filesystem::create_symlink("look.toml", link);
+    for (const std::string& output : {look, hard, link}) {
+        const std::string words = output + ": is read in this run; write to a file of another name";
+        ExpectFailure(Selvane({"tonemap", Hdr(), "--settings", look, "-o", output, "--format", "png"}), 2, words);
+        ExpectFailure(Selvane({"tonemap", Hdr(), "--settings", look, "-o", Out(), "--report", output}), 2, words);
+        ExpectFailure(Selvane({"explain", Hdr(), "--settings", look, "-o", output}), 2, words);
+        ExpectFailure(Selvane({"explain", Hdr(), "--settings", look, "-o", Out(), "--report", output}), 2, words);
+        ExpectFailure(Selvane({"sheet", Hdr(), "--look", "night", "--look", look, "-o", output, "--format", "png"}), 2,
+                      words);
+        ExpectFailure(Selvane({"tonemap", Hdr(), "--settings", look, "--out-dir", fFolder.Path(), "--name",
+                               std::filesystem::path(output).filename().string(), "--format", "png", "--overwrite"}),
+                      2, output + ": is one of the inputs");
+        EXPECT_EQ(ReadAll(output), tBytes(text.begin(), text.end()));
+    }
+    EXPECT_FALSE(Exists(Out()));
 }
 
 TEST_F(Command, EveryPresetRenders)

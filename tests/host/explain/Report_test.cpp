@@ -178,10 +178,18 @@ TEST_F(Report, NamesThatAreNoTextAreReplaced)
 TEST_F(Report, ReplacesNoPictureOfItsRun)
 {
     const tBytes before = ReadAll(Hdr());
-    ExpectFailure(Selvane({"tonemap", Hdr(), "-o", Out(), "--report", Hdr()}), 2, "is a picture of this run");
-    ExpectFailure(Selvane({"tonemap", Hdr(), "-o", Out(), "--report", Out()}), 2, "is a picture of this run");
-    ExpectFailure(Selvane({"explain", Hdr(), "-o", Page(), "--report", Page()}), 2, "is a picture of this run");
-    ExpectFailure(Selvane({"explain", Hdr(), "-o", Hdr()}), 2, "is the input itself");
+    const std::string hard = fFolder / "hard.hdr", link = fFolder / "link.hdr";
+    std::filesystem::create_hard_link(Hdr(), hard);
+    std::filesystem::create_symlink("in.hdr", link);
+    for (const std::string& input : {Hdr(), hard, link}) {
+        ExpectFailure(Selvane({"tonemap", Hdr(), "-o", Out(), "--report", input}), 2, input + ": is read in this run");
+        ExpectFailure(Selvane({"explain", Hdr(), "-o", Page(), "--report", input}), 2, input + ": is read in this run");
+        ExpectFailure(Selvane({"explain", Hdr(), "-o", input}), 2, input + ": is the input itself");
+    }
+    const std::string page = fFolder / "../" + std::filesystem::path(fFolder.Path()).filename().string() + "/page.html";
+    ExpectFailure(Selvane({"tonemap", Hdr(), "-o", Out(), "--report", Out()}), 2, "would be written twice");
+    ExpectFailure(Selvane({"explain", Hdr(), "-o", Page(), "--report", Page()}), 2, "would be written twice");
+    ExpectFailure(Selvane({"explain", Hdr(), "-o", Page(), "--report", page}), 2, "would be written twice");
     ExpectFailure(Selvane({"tonemap", Hdr(), "-o", Out(), "--report", fFolder / "none/r.json"}), 1, "none/r.json");
     EXPECT_EQ(ReadAll(Hdr()), before);
     EXPECT_FALSE(Exists(Out()));

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <set>
 
 namespace
 {
@@ -178,6 +179,80 @@ TEST_F(Sequence, AWindowOfOneIsFrameByFrame)
     ASSERT_EQ(Run("sequence", kFirst, kEnd, Into(Folder("all"), {"--window", "1"})).fStatus, 0);
     for (int i = kFirst; i < kEnd; i++)
         EXPECT_TRUE(ReadAll(Output("all", i)) == ReadAll(Output("alone", i))) << i;
+}
+
+/// The light grows faster and faster, so each window gives another mean.
+TEST_F(Sequence, TheWindowIsThatOfTheCommandLine)
+{
+    constexpr int kCount = 9, kMiddle = 4;
+    for (int i = 0; i < kCount; i++) {
+        tBytes pixels = FrameAt(0);
+        for (size_t at = 0; at < pixels.size(); at += 4)
+            for (size_t color = 0; color < 3; color++)
+                pixels[at + color] = static_cast<unsigned char>(pixels[at + color] * (64 + 2 * i * i) / 256);
+        WriteAll(fFrames[static_cast<size_t>(i)], Radiance(kWidth, kHeight, pixels));
+    }
+    std::set<std::string> different;
+    for (const std::string window : {"1", "3", "5", "25"}) {
+        const std::string file = Folder("points" + window + ".json"), name = "w" + window;
+        ASSERT_EQ(Run("points", 0, kCount, {"-q", "-o", file, "--window", window}).fStatus, 0);
+        const tBytes points = ReadAll(file);
+        EXPECT_THAT(std::string(points.begin(), points.end()), HasSubstr("\"window\": " + window + ","));
+        ASSERT_EQ(Run("sequence", 0, kCount, Into(Folder(name), {"--window", window, "--depth", "16"})).fStatus, 0);
+        ASSERT_EQ(
+            Run("tonemap", kMiddle, kMiddle + 1, Into(Folder(name + "-points"), {"--points", file, "--depth", "16"}))
+                .fStatus,
+            0);
+        const tBytes frame = ReadAll(Output(name, kMiddle));
+        EXPECT_TRUE(frame == ReadAll(Output(name + "-points", kMiddle))) << window;
+        different.emplace(frame.begin(), frame.end());
+    }
+    EXPECT_EQ(different.size(), 4U);
+}
+
+/// Neither the points nor the plot replace a frame, a file of settings, a joined file, an output or each other. Nothing
+/// is measured before that is known.
+TEST_F(Sequence, FilesOfTheRunAreNotReplaced)
+{
+    const std::string look = Folder("look.toml"), part = Folder("part.json"), link = Folder("link.hdr");
+    WriteAll(look, std::string("exposure = 0.5\n"));
+    ASSERT_EQ(Run("points", 0, 1, {"-q", "-o", part}).fStatus, 0);
+    fs::create_hard_link(fFrames[1], link);
+    const auto refusal = [&](const std::string& pCommand, const std::vector<std::string>& pMore) {
+        const sRun run = Run(pCommand, 0, 2, pMore);
+        EXPECT_EQ(run.fStatus, 2);
+        EXPECT_EQ(Lines(run.fErr), 1U) << run.fErr;
+        return run.fErr;
+    };
+    const std::string points = Folder("p.json"), out = Folder("out");
+    for (const std::string& file : {fFrames[1], link, look}) {
+        const tBytes before = ReadAll(file);
+        const std::string words = file + ": is read in this run; write to a file of another name";
+        EXPECT_THAT(refusal("points", {"--settings", look, "-o", file}), HasSubstr(words));
+        EXPECT_THAT(refusal("points", {"--settings", look, "-o", points, "--plot", file}), HasSubstr(words));
+        EXPECT_THAT(refusal("sequence", {"--settings", look, "--out-dir", out, "--plot", file}), HasSubstr(words));
+        EXPECT_TRUE(ReadAll(file) == before);
+    }
+    EXPECT_THAT(refusal("points", {"-o", points, "--plot", Folder("in/../p.json")}), HasSubstr("be written twice"));
+    EXPECT_THAT(refusal("sequence", {"--out-dir", out, "--plot", out + "/f101-tm.jpg"}), HasSubstr("be written twice"));
+    const sRun joined = Selvane({"points", "--join", part, "-o", part});
+    EXPECT_EQ(joined.fStatus, 2);
+    EXPECT_THAT(joined.fErr, HasSubstr(part + ": is read in this run"));
+    EXPECT_FALSE(Exists(points));
+}
+
+TEST_F(Sequence, WhatCannotBeWrittenIsSaidBeforeAnyWork)
+{
+    for (const std::vector<std::string>& more :
+         {std::vector<std::string>{"points", "-o", Folder("none/p.json")},
+          {"points", "-o", Folder("p.json"), "--plot", Folder("none/p.svg")},
+          {"sequence", "--out-dir", Folder("out"), "--plot", Folder("none/p.svg")}}) {
+        const sRun run = Run(more[0], 0, 2, {more.begin() + 1, more.end()});
+        EXPECT_EQ(run.fStatus, 1);
+        EXPECT_EQ(Lines(run.fErr), 1U) << run.fErr;
+        EXPECT_THAT(run.fErr, HasSubstr("cannot be written: No such file or directory"));
+    }
+    EXPECT_FALSE(Exists(Folder("p.json")));
 }
 
 /// The file of a frame with bars of black above and below.

@@ -6,6 +6,7 @@
 #include "sheet/Label.h"
 
 #include <algorithm>
+#include <filesystem>
 
 namespace SelvaneTest
 {
@@ -186,8 +187,13 @@ TEST_F(Sheet, LooksThatMakeNoSenseAreRefused)
 TEST_F(Sheet, DoesNotReplaceItsInput)
 {
     const tBytes before = ReadAll(Png());
-    ExpectFailure(Selvane({"sheet", Png(), "-o", Png()}), 2, "is the input itself");
-    EXPECT_EQ(ReadAll(Png()), before);
+    const std::string hard = fFolder / "hard.png", link = fFolder / "link.png";
+    std::filesystem::create_hard_link(Png(), hard);
+    std::filesystem::create_symlink("in.png", link);
+    for (const std::string& output : {Png(), hard, link}) {
+        ExpectFailure(Selvane({"sheet", Png(), "-o", output}), 2, output + ": is the input itself");
+        EXPECT_EQ(ReadAll(output), before);
+    }
 }
 
 } // namespace

@@ -136,6 +136,32 @@ TEST_F(Shell, APresetOfTheCommandLineReplacesSettingsOfTheDefaults)
     EXPECT_EQ(Look(Out()).fPixels, Look(fFolder / "b.png").fPixels);
 }
 
+TEST_F(Shell, SettingsOfTheCommandLineReplaceAPresetOfTheDefaults)
+{
+    WriteAll(fFolder / "look.toml", std::string("exposure = 1.0\n"));
+    WriteAll(Defaults(), std::string("[tonemap]\npreset = 'soft'\n"));
+    const std::vector<std::string> words = {"tonemap", Hdr(), "--suggest", "--settings", fFolder / "look.toml"};
+    const sRun run = WithDefaults(words);
+    EXPECT_EQ(run.fStatus, 0) << run.fErr;
+    EXPECT_EQ(run.fOut, Selvane(words).fOut);
+}
+
+/// Of an option that may be given several times, those of the command line stand alone.
+TEST_F(Shell, LooksOfTheCommandLineReplaceTheDefault)
+{
+    WriteAll(Defaults(), std::string("[sheet]\nlook = 'night'\nsize = 64\n"));
+    ExpectQuietSuccess(WithDefaults({"sheet", Png(), "-o", Out(), "--look", "clear"}));
+    ExpectQuietSuccess(Selvane({"sheet", Png(), "-o", fFolder / "b.png", "--look", "clear", "--size", "64"}));
+    EXPECT_EQ(ReadAll(Out()), ReadAll(fFolder / "b.png"));
+}
+
+TEST_F(Shell, DefaultsThatCannotBeReadAreNamed)
+{
+    std::filesystem::create_directory(Defaults());
+    ExpectFailure(WithDefaults({"stats", Hdr()}), 1, Defaults() + ": cannot be read: Is a directory");
+    ExpectFailure(WithDefaults({"config", "stats.wrap", "true"}), 1, Defaults() + ": cannot be read: Is a directory");
+}
+
 TEST_F(Shell, WrongDefaultsAreRefusedByName)
 {
     const std::vector<std::pair<std::string, std::string>> cases = {

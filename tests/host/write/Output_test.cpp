@@ -197,6 +197,32 @@ TEST_F(OutputCommand, AResizedPictureHasTheLightOfTheWholeOne)
     EXPECT_NEAR(Light(Path("-small.png")) / Light(Path("-whole.png")), 1.0, 0.02);
 }
 
+/// The area is cut out of the upright picture, and the result is made of what was cut out alone.
+TEST_F(OutputCommand, APictureIsTurnedThenCutThenResized)
+{
+    constexpr size_t kUpright = 90, kCutWidth = 60, kCutHeight = 80, kLeft = 21, kTop = 33; // of 120 x 90 that lie
+    const std::vector<uint16_t> lying = Samples16(120, static_cast<int>(kUpright));
+    std::vector<uint16_t> cut;
+    for (size_t y = kTop; y < kTop + kCutHeight; y++)
+        for (size_t x = kLeft; x < kLeft + kCutWidth; x++) // orientation 6: a quarter turn to the right
+            for (size_t color = 0; color < 3; color++)
+                cut.push_back(lying[((kUpright - 1 - x) * 120 + y) * 3 + color]);
+    sStored how = Rgb16();
+    Store(fFolder / "cut.tif", cut.data(), kCutWidth, kCutHeight, how);
+    how.fOrientation = 6;
+    Store(fFolder / "lying.tif", lying.data(), 120, static_cast<int>(kUpright), how);
+    for (const std::string size : {"30", "x40", "50%", "30x30"}) {
+        ExpectQuietSuccess(Selvane({"tonemap", "-q", fFolder / "cut.tif", "-o", Out(), "--resize", size}));
+        const sFound expected = Look(Out());
+        ExpectQuietSuccess(
+            Selvane({"tonemap", "-q", fFolder / "lying.tif", "-o", Out(), "--resize", size, "--crop", "60x80+21+33"}));
+        const sFound found = Look(Out());
+        EXPECT_EQ(found.fWidth, expected.fWidth) << size;
+        EXPECT_LE(found.fHeight, 40) << size;
+        EXPECT_EQ(found.fPixels, expected.fPixels) << size;
+    }
+}
+
 TEST_F(OutputCommand, TheExactCommandRepeatsTheOutput)
 {
     const sRun run = Selvane({"tonemap", Hdr(), "-o", Path(".webp"), "--quality", "70", "--resize", "x20",
