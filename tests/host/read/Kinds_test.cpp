@@ -288,6 +288,60 @@ TEST_F(Kinds, JpegXlInHlgIsLight)
         ASSERT_NEAR(static_cast<double>(FloatsIn(picture)[i]) / HlgLight(sixteen[i] / 65535.0), 1.0, 1e-5) << i;
 }
 
+/// Sets the limit of pixels while it exists.
+class cFewerPixels
+{
+public:
+    explicit cFewerPixels(int64_t pMost) : fBefore(SelvaneHost::MostPixels()) { SelvaneHost::SetMostPixels(pMost); }
+    ~cFewerPixels() { SelvaneHost::SetMostPixels(fBefore); }
+    cFewerPixels(const cFewerPixels&) = delete;
+    cFewerPixels& operator=(const cFewerPixels&) = delete;
+
+private:
+    const int64_t fBefore;
+};
+
+/// Returns the file without its last quarter, where pixels are. Files of boxes and chunks claim their length, so their
+/// pixels are written over. A TIFF file stays whole: what leads to its pixels may stand behind them.
+tBytes WithoutPixels(const std::string& pName, const tBytes& pWhole)
+{
+    constexpr std::string_view kPixels = "mdat";
+    tBytes file = pWhole;
+    const auto third = static_cast<std::ptrdiff_t>(file.size() / 3);
+    if (pName == "a.avif" || pName == "a.heic")
+        std::fill(std::search(file.begin(), file.end(), kPixels.begin(), kPixels.end()) + 4, file.end(), 0xFF);
+    else if (pName == "a.webp")
+        std::fill(file.begin() + third, file.begin() + 2 * third, 0xFF);
+    else if (pName != "a.tif")
+        file.resize(file.size() / 4 * 3);
+    return file;
+}
+
+/// Whoever unpacks a row first finds that the pixels are not there.
+TEST_F(Kinds, ASizeBeyondTheLimitIsRefusedBeforeARowIsUnpacked)
+{
+    constexpr int kWidth = 150, kHeight = 110;
+    const tBytes eight = Samples8(kWidth, kHeight);
+    const std::vector<float> floats = Floats(kWidth, kHeight);
+    const std::vector<float> plane(floats.begin(), floats.begin() + std::ptrdiff_t{kWidth} * kHeight);
+    const auto jxl = JxlColors(JXL_PRIMARIES_SRGB, JXL_TRANSFER_FUNCTION_SRGB);
+    for (const char* name : {"a.png", "a.tif", "a.jpg", "a.webp[lossless]"})
+        Store(fFolder / name, eight.data(), kWidth, kHeight, Rgb8());
+    WriteAll(fFolder / "a.hdr", Radiance(kWidth, kHeight, ExponentPixels(kWidth, kHeight)));
+    StoreExr(fFolder / "a.exr", kWidth, kHeight, {{"R", plane}, {"G", plane}, {"B", plane}});
+    WriteAll(fFolder / "a.pfm", Pfm("PF\n150 110\n-1\n", floats, size_t{3} * kWidth, true));
+    StoreJxl(fFolder / "a.jxl", eight, kWidth, kHeight, jxl);
+    StoreAvif(fFolder / "a.avif", kWidth, kHeight, {eight.begin(), eight.end()}, 8, {1, 13});
+    StoreHeic(fFolder / "a.heic", kWidth, kHeight, eight, {1, 13});
+    for (const std::string& name : fFolder.Names()) {
+        EXPECT_EQ(RefusalOf(name), "") << name;
+        WriteAll(fFolder / name, WithoutPixels(name, ReadAll(fFolder / name)));
+        EXPECT_EQ(RefusalOf(name).empty(), name == "a.tif") << name;
+        const cFewerPixels fewer(kWidth * kHeight - 1);
+        EXPECT_THAT(RefusalOf(name), testing::HasSubstr("a picture of 150 x 110 pixels is too large")) << name;
+    }
+}
+
 TEST_F(Kinds, CutAndBrokenFilesOfTheNewKindsEndInAPictureOrInWords)
 {
     StoreJxl(fFolder / "a.jxl", Samples8(kWide, kHigh), kWide, kHigh,
