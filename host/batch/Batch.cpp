@@ -76,7 +76,8 @@ std::string RunTask(const sPlanned& pPlanned, const cTaskRun& pRun, const sTelli
 std::string Summary(const sProgress& pProgress, size_t pBefore, size_t pFailed)
 {
     const size_t done = pProgress.fPictures - pBefore - pFailed;
-    std::string text = std::to_string(pProgress.fPictures) + " pictures: " + std::to_string(done) + " done";
+    std::string text = std::to_string(pProgress.fPictures) + (pProgress.fPictures == 1 ? " picture: " : " pictures: ") +
+                       std::to_string(done) + " done";
     if (pBefore > 0) text += ", " + std::to_string(pBefore) + " done before";
     if (pFailed > 0) text += ", " + std::to_string(pFailed) + " failed";
     char rest[80];

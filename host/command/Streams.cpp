@@ -10,11 +10,13 @@
 namespace SelvaneHost
 {
 
+// A closed standard output becomes one that cannot be written, so that a result which is sent there is not lost without
+// a word.
 void OpenStandardStreams()
 {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (::fcntl(stream, F_GETFD) != -1) continue;
-        const int opened = ::open("/dev/null", stream == STDIN_FILENO ? O_RDONLY : O_WRONLY);
+        const int opened = ::open("/dev/null", stream == STDERR_FILENO ? O_WRONLY : O_RDONLY);
         if (opened >= 0 && opened != stream) {
             ::dup2(opened, stream);
             ::close(opened);

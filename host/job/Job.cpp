@@ -49,6 +49,12 @@ std::string Quoted(const std::string& pWord)
     return quoted;
 }
 
+/// A name of a file as a word of a command line, where it must not look like an option.
+std::string NameWord(const std::string& pPath)
+{
+    return Quoted(pPath.starts_with('-') && pPath != "-" ? "./" + pPath : pPath);
+}
+
 std::string CropWords(const std::optional<sArea>& pCrop)
 {
     if (!pCrop) return {};
@@ -160,7 +166,7 @@ void CheckLook(const sLook& pLook)
 
 std::string CommandFor(const sJob& pJob, const sDeveloped& pDeveloped)
 {
-    std::string command = "selvane tonemap " + Quoted(pJob.fInput) + " -o " + Quoted(pJob.fOutput.fPath) + " " +
+    std::string command = "selvane tonemap " + NameWord(pJob.fInput) + " -o " + NameWord(pJob.fOutput.fPath) + " " +
                           pDeveloped.fWords + CropWords(pJob.fCrop);
     if (pJob.fColorSpace) command += std::string(" --color-space ") + SpaceWord(*pJob.fColorSpace);
     if (pJob.fInputSpace) command += std::string(" --input-space ") + InputSpaceWord(*pJob.fInputSpace);

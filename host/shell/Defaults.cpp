@@ -174,7 +174,8 @@ void Store(const toml::table& pFile)
     std::error_code failed;
     std::filesystem::create_directories(std::filesystem::path(path).parent_path(), failed);
     const std::string text = TextOf(pFile);
-    WriteFile(path, {std::span(reinterpret_cast<const unsigned char*>(text.data()), text.size())});
+    const std::span bytes(reinterpret_cast<const unsigned char*>(text.data()), text.size());
+    About(path, [&] { WriteFile(path, {bytes}); });
 }
 
 /// The number that a text is as a whole, or empty.

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <selvane.h>
+#include <unistd.h>
 
 namespace SelvaneHost
 {
@@ -131,6 +132,16 @@ std::string UnknownOption(const CLI::App& pCommand, const std::vector<std::strin
     return {};
 }
 
+/// The first word that looks like an option and is the name of a file. "" if there is none.
+std::string FileLikeAnOption(const std::vector<std::string>& pWords)
+{
+    for (const std::string& word : pWords) {
+        if (word == "--") break;
+        if (word.size() > 1 && word.starts_with('-') && ::access(word.c_str(), F_OK) == 0) return word;
+    }
+    return {};
+}
+
 } // namespace
 
 void AddShell(CLI::App& pApp, sShellOptions& pOptions)
@@ -144,12 +155,16 @@ std::string WordsFor(const CLI::App& pApp, const CLI::ParseError& pError, const 
 {
     const CLI::App* const command = pWords.size() > 1 ? CommandNamed(pApp, pWords[1]) : nullptr;
     if (command == nullptr) return pError.what() + Hint("");
-    if (dynamic_cast<const CLI::ExtrasError*>(&pError) != nullptr) {
+    const bool isExtra = dynamic_cast<const CLI::ExtrasError*>(&pError) != nullptr;
+    if (isExtra) {
         const std::string unknown = UnknownOption(*command, pWords);
         if (!unknown.empty())
             return command->get_name() + " has no option --" + unknown +
                    DidYouMean(unknown, LongNames(*command), "--") + Hint(command->get_name());
     }
+    const bool isMissing = dynamic_cast<const CLI::RequiredError*>(&pError) != nullptr;
+    const std::string file = isExtra || isMissing ? FileLikeAnOption(pWords) : std::string();
+    if (!file.empty()) return file + ": write ./" + file + " for the file of this name" + Hint(command->get_name());
     return pError.what() + Hint(command->get_name());
 }
 

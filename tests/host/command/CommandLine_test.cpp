@@ -110,6 +110,16 @@ TEST_F(Command, StandardOutputThatTakesNothingIsAFailure)
     ExpectFailure(Selvane({"stats", Hdr()}, toFull), 1, "standard output cannot be written: No space left on device");
 }
 
+TEST_F(Command, StandardOutputThatIsClosedIsAFailureWhereTheResultGoesThere)
+{
+    const auto closed = [] { ::close(STDOUT_FILENO); };
+    const std::string words = ": Bad file descriptor";
+    ExpectFailure(Selvane({"stats", Hdr()}, closed), 1, "standard output cannot be written" + words);
+    ExpectFailure(Selvane({"tonemap", "-q", Hdr(), "-o", "-", "--format", "png"}, closed), 1,
+                  "-: cannot be written" + words);
+    ExpectFailure(Selvane({"tonemap", Hdr(), "--suggest"}, closed), 1, "standard output cannot be written" + words);
+}
+
 TEST_F(Command, ClosedStreamsDoNoHarm)
 {
     ExpectQuietSuccess(Selvane({"tonemap", "--exact", Hdr(), "-o", Out()}));

@@ -90,6 +90,18 @@ TEST_F(Shell, ANameThatBeginsWithADashStandsBehindTwo)
         Selvane({"tonemap", "--exact", "-o", "-x.png", "--", "-o.hdr"}, [&] { std::filesystem::current_path(folder); });
     ExpectQuietSuccess(run);
     EXPECT_TRUE(Exists(fFolder / "-x.png"));
+    ExpectFailure(Selvane({"tonemap", "-o.hdr"}, [&] { std::filesystem::current_path(folder); }), 2,
+                  "-o.hdr: write ./-o.hdr for the file of this name");
+}
+
+/// The line that gives the picture again is one for any folder of such names.
+TEST_F(Shell, ANameThatBeginsWithADashIsAPathInTheExactLine)
+{
+    const std::string folder = fFolder.Path();
+    std::filesystem::copy_file(Hdr(), fFolder / "-in.hdr");
+    const sRun run =
+        Selvane({"tonemap", "-o", "-x.png", "--", "-in.hdr"}, [&] { std::filesystem::current_path(folder); });
+    EXPECT_THAT(run.fErr, HasSubstr("exactly: selvane tonemap ./-in.hdr -o ./-x.png --manual "));
 }
 
 TEST_F(Shell, ANameWithALineFeedIsReadAndToldOnOneLine)
@@ -153,6 +165,14 @@ TEST_F(Shell, LooksOfTheCommandLineReplaceTheDefault)
     ExpectQuietSuccess(WithDefaults({"sheet", Png(), "-o", Out(), "--look", "clear"}));
     ExpectQuietSuccess(Selvane({"sheet", Png(), "-o", fFolder / "b.png", "--look", "clear", "--size", "64"}));
     EXPECT_EQ(ReadAll(Out()), ReadAll(fFolder / "b.png"));
+}
+
+TEST_F(Shell, DefaultsThatCannotBeWrittenAreNamed)
+{
+    WriteAll(fFolder / "file", std::string("x"));
+    const std::string path = fFolder / "file/config.toml";
+    const sRun run = Selvane({"config", "stats.wrap", "true"}, [&] { ::setenv("SELVANE_CONFIG", path.c_str(), 1); });
+    ExpectFailure(run, 1, path + ": cannot be written: Not a directory");
 }
 
 TEST_F(Shell, DefaultsThatCannotBeReadAreNamed)
