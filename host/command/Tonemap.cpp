@@ -58,6 +58,18 @@ void Print(const char* pName, float pValue)
     std::printf("%s %.*s\n", pName, static_cast<int>(end.ptr - digits.data()), digits.data());
 }
 
+/// Takes the points of a file for a job or a plan.
+template <typename tJobs>
+void UsePointsOf(const std::string& pPath, tJobs& pJobs)
+{
+    const sPoints points = ReadPoints(pPath);
+    try {
+        UsePoints(points, pJobs);
+    } catch (const cUsageError& failure) { // the settings in it are none
+        throw cHostError(pPath + ": " + failure.what());
+    }
+}
+
 /// The files that decide how the outputs look.
 std::vector<std::string> SettingsFiles(const sTonemapOptions& pOptions)
 {
@@ -90,7 +102,7 @@ void TonemapSeveral(const sTonemapOptions& pOptions)
     if (pOptions.fSuggest) throw cUsageError("--suggest takes one picture");
     if (!pOptions.fReport.empty()) throw cUsageError("--report takes one picture");
     std::vector<sPlanned> plan = PlanBatch(pOptions.fJob, pOptions.fBatch, SettingsFiles(pOptions));
-    if (!pOptions.fPoints.empty()) UsePoints(ReadPoints(pOptions.fPoints), plan);
+    if (!pOptions.fPoints.empty()) UsePointsOf(pOptions.fPoints, plan);
     RunPlan(plan, SharesOf(pOptions), MemoryOf(pOptions.fBatch), TellingOf(pOptions));
 }
 
@@ -117,7 +129,7 @@ void RunTonemap(const sTonemapOptions& pOptions)
     sTonemapOptions options = pOptions;
     options.fJob.fInput = batch.fInputs[0];
     if (pOptions.fSuggest) return Suggest(options);
-    if (!pOptions.fPoints.empty()) UsePoints(ReadPoints(pOptions.fPoints), options.fJob);
+    if (!pOptions.fPoints.empty()) UsePointsOf(pOptions.fPoints, options.fJob);
     TonemapOne(options);
 }
 

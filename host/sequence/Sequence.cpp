@@ -7,6 +7,7 @@
 #include "write/OutputFile.h"
 
 #include <algorithm>
+#include <filesystem>
 
 namespace SelvaneHost
 {
@@ -22,6 +23,17 @@ void KeepMeasured(const sPoints& pPoints, std::vector<sPlanned>& pPlan)
                             [&](const sFrame& pFrame) { return pFrame.fInput == pPlanned.fJob.fInput; });
     };
     std::erase_if(pPlan, isMissing);
+}
+
+/// Refuses pipes: each frame is read once to be measured, and once more to be rendered.
+void CheckAreFiles(const std::vector<std::string>& pFrames)
+{
+    const auto isOther = [](const std::string& pFrame) {
+        std::error_code missing; // a failure of its own, when it is read
+        return pFrame == "-" || std::filesystem::is_other(pFrame, missing);
+    };
+    const auto pipe = std::ranges::find_if(pFrames, isOther);
+    if (pipe != pFrames.end()) throw cUsageError(*pipe + ": frames are read twice, so each has to be a file");
 }
 
 std::vector<std::string> SettingsFiles(const sSequenceOptions& pOptions)
@@ -72,6 +84,7 @@ void UsePoints(const sPoints& pPoints, std::vector<sPlanned>& pPlan)
 void RunSequence(const sSequenceOptions& pOptions)
 {
     CheckWithPoints(pOptions.fJob.fLook);
+    CheckAreFiles(pOptions.fBatch.fInputs);
     std::vector<sPlanned> plan = PlanBatch(pOptions.fJob, pOptions.fBatch, SettingsFiles(pOptions));
     CheckBeside(pOptions.fPlot, pOptions, OutputsOf(plan));
     size_t failed = 0;

@@ -155,6 +155,42 @@ TEST_F(OutputMetadata_, StrippedOfLocationNothingTellsThePlace)
                                 Contains("Iptc.Application2.Keywords"), Contains("Xmp.selvane.Version")));
 }
 
+/// Each kind of entry that tells a place, and some that do not although they look like it.
+TEST_F(OutputMetadata_, EachEntryThatTellsThePlaceIsStripped)
+{
+    const std::vector<std::pair<const char*, const char*>> places = {{"Xmp.exif.GPSTimeStamp", "2020-01-02T03:04:05Z"},
+                                                                     {"Xmp.exif.GPSImgDirection", "1/2"},
+                                                                     {"Xmp.exif.GPSLongitude", "7,30.5E"},
+                                                                     {"Xmp.exif.GPSAltitude", "400/1"},
+                                                                     {"Xmp.photoshop.City", "Bern"},
+                                                                     {"Xmp.photoshop.State", "Bern"},
+                                                                     {"Xmp.photoshop.Country", "Switzerland"},
+                                                                     {"Xmp.iptc.Location", "Bundesplatz"},
+                                                                     {"Xmp.iptc.CountryCode", "CHE"}};
+    const std::vector<const char*> others = {"Xmp.photoshop.Credit", "Xmp.xmp.CreatorTool", "Xmp.photoshop.Headline"};
+    const std::vector<const char*> named = {"LocationCode",  "LocationName", "City",       "SubLocation",
+                                            "ProvinceState", "CountryCode",  "CountryName"};
+    sExivData data = Decoded(gInput, fWarnings);
+    for (const auto& [key, value] : places)
+        data.fXmp[key] = std::string(value);
+    for (const char* key : others)
+        data.fXmp[key] = std::string("x");
+    for (const char* name : named)
+        data.fIptc["Iptc.Application2." + std::string(name)] = std::string("x");
+    const sMetadata block = Encoded(data, fWarnings);
+    const auto whole = Keys(Result(block)), stripped = Keys(Result(block, {false, true}));
+    for (const auto& [key, value] : places) {
+        EXPECT_THAT(whole, Contains(key));
+        EXPECT_THAT(stripped, Not(Contains(key)));
+    }
+    for (const char* name : named) {
+        EXPECT_THAT(whole, Contains("Iptc.Application2." + std::string(name)));
+        EXPECT_THAT(stripped, Not(Contains("Iptc.Application2." + std::string(name))));
+    }
+    for (const char* key : others)
+        EXPECT_THAT(stripped, Contains(key));
+}
+
 TEST_F(OutputMetadata_, DamagedBlocksAreAWarningAndTheRestStays)
 {
     sMetadata metadata = gInput;

@@ -338,6 +338,35 @@ TEST_F(Sequence, FilesThatAreNoPointsAreRefused)
     EXPECT_THAT(run.fErr, HasSubstr(fFrames[5] + ": the points have no such frame"));
 }
 
+TEST_F(Sequence, SettingsOfPointsThatAreNoneAreRefusedByName)
+{
+    ASSERT_EQ(Run("points", 0, 1, {"-q", "-o", Folder("p.json")}).fStatus, 0);
+    const tBytes bytes = ReadAll(Folder("p.json"));
+    const std::string whole(bytes.begin(), bytes.end()), key = "\"settings\": \"";
+    const size_t place = whole.find(key);
+    ASSERT_NE(place, std::string::npos);
+    WriteAll(Folder("bad.json"), std::string(whole).insert(place + key.size(), "brilliance = 3\\n"));
+    for (const std::vector<std::string>& more :
+         {std::vector<std::string>{"-o", Folder("x.png")}, {"--out-dir", Folder("x")}}) {
+        std::vector<std::string> words = {"--points", Folder("bad.json")};
+        words.insert(words.end(), more.begin(), more.end());
+        const sRun run = Run("tonemap", 0, 1, words);
+        EXPECT_EQ(run.fStatus, 1);
+        EXPECT_THAT(run.fErr, HasSubstr("selvane: " + Folder("bad.json") + ": line 1: "));
+    }
+}
+
+TEST_F(Sequence, FramesThatCannotBeReadTwiceAreRefused)
+{
+    for (const char* frame : {"-", "/dev/stdin"}) {
+        const sRun run =
+            Selvane({"sequence", frame, "--out-dir", Folder("all")}, [&] { ReadFrom("cat " + fFrames[0]); });
+        EXPECT_EQ(run.fStatus, 2);
+        EXPECT_EQ(run.fErr, "selvane: " + std::string(frame) + ": frames are read twice, so each has to be a file\n");
+    }
+    EXPECT_FALSE(Exists(Folder("all")));
+}
+
 /// On another machine the frames may lie in another folder: the name of the file is enough, unless two have it.
 TEST_F(Sequence, FramesAreFoundByTheNameOfTheirFile)
 {
