@@ -56,6 +56,18 @@ void CheckAgainstInputs(const std::vector<sPlanned>& pPlan, const std::vector<st
     }
 }
 
+/// Refuses outputs that are links to one file.
+void RefuseSharedTargets(const std::vector<sPlanned>& pPlan)
+{
+    std::set<fs::path> targets;
+    for (const sPlanned& planned : pPlan) {
+        const std::string& path = planned.fJob.fOutput.fPath;
+        std::error_code ignored;
+        if (!targets.insert(fs::weakly_canonical(path, ignored)).second)
+            throw cUsageError(path + ": is another output of this run, by a link");
+    }
+}
+
 void RefuseExisting(const std::vector<sPlanned>& pPlan)
 {
     const auto exists = [](const sPlanned& pPlanned) {
@@ -103,6 +115,7 @@ std::vector<sPlanned> PlanBatch(const sJob& pCommon, const sBatchOptions& pOptio
         CheckJob(job);
     }
     CheckAgainstInputs(plan, pSettings);
+    RefuseSharedTargets(plan);
     if (mustBeNew) RefuseExisting(plan);
     for (sPlanned& planned : plan)
         planned.fIsDone = pOptions.fResume && IsDone(planned.fJob, pSettings);

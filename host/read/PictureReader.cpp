@@ -72,6 +72,8 @@ sPicture ReadPicture(const tBytes& pBytes, const sReadOptions& pOptions)
 {
     sPicture picture = ReaderFor(pBytes).fRead(pBytes, pOptions);
     picture.fMetadata = ReadMetadata(pBytes, picture.fWarnings);
+    if (!pOptions.fLayer.empty() && !LooksLikeOpenExr(pBytes))
+        picture.fWarnings.emplace_back("a file of this kind has no layers; --layer is not used");
     return picture;
 }
 

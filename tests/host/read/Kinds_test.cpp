@@ -71,6 +71,16 @@ TEST_F(Kinds, PfmFloatsArriveAsStored)
     EXPECT_EQ(FloatsIn(Read("g.pfm")), (std::vector<float>{1.5F, 1.5F, 1.5F, 2.5F, 2.5F, 2.5F}));
 }
 
+TEST_F(Kinds, ALayerOfAFileWithoutLayersIsAWarning)
+{
+    const tBytes samples = Samples8(kWide, kHigh);
+    Store(fFolder / "a.png", samples.data(), kWide, kHigh, Rgb8());
+    const sPicture picture = SelvaneHost::ReadPictureFile(fFolder / "a.png", {.fLayer = "sky"});
+    EXPECT_EQ(picture.fPixels, samples);
+    EXPECT_THAT(picture.fWarnings, testing::ElementsAre("a file of this kind has no layers; --layer is not used"));
+    EXPECT_THAT(Read("a.png").fWarnings, testing::IsEmpty());
+}
+
 TEST_F(Kinds, DamagedPfmIsRefused)
 {
     const std::vector<float> floats = Floats(5, 3);
