@@ -230,11 +230,14 @@ TEST_F(Batch, TwoInputsOfOneOutputAreRefusedBeforeAnyWork)
             EXPECT_FALSE(fs::exists(fFolder / "out"));
         }
     fs::create_directory(fFolder / "out");
+    WriteAll(Out("b-tm.jpg"), std::string("old"));
     fs::create_symlink("b-tm.jpg", Out("a-tm.jpg"));
     const sRun link = Run({"--overwrite"});
     EXPECT_EQ(link.fStatus, 2);
     EXPECT_EQ(link.fErr, "selvane: " + Out("b-tm.jpg") + ": is another output of this run, by a link\n");
+    EXPECT_EQ(ReadAll(Out("b-tm.jpg")).size(), 3U);
     fs::remove(Out("a-tm.jpg"));
+    fs::remove(Out("b-tm.jpg"));
     const sRun apart = Selvane(
         {"tonemap", In("a"), fFolder / "day two/a.hdr", "--out-dir", fFolder / "out", "--name", "{folder}-{stem}.png"});
     EXPECT_EQ(apart.fStatus, 0) << apart.fErr;
