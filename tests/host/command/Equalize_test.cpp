@@ -113,20 +113,27 @@ TEST_F(Command, EqualizeCutsOutOfTheUprightPicture)
     ExpectFailure(Selvane(cut), 1, "the crop does not lie inside the picture of 43 x 61 pixels");
 }
 
-/// Columns of black and white, one pixel wide: their light is that of the sRGB code 188. The mean of the codes is 128.
+/// Columns of two greys, one pixel wide, become the sRGB code of their mean light.
 TEST_F(Command, EqualizeResizesInLight)
 {
-    tBytes stripes(size_t{3} * 64 * 40);
-    for (size_t i = 0; i < stripes.size(); i++)
-        stripes[i] = i / 3 % 2 == 0 ? 0 : 255;
-    Store(Png(), stripes.data(), 64, 40, Rgb8());
-    ExpectQuietSuccess(Selvane({"equalize", Png(), "-o", Out(), "--resize", "50%"}));
-    const sFound half = Look(Out());
-    ASSERT_EQ(half.fWidth, 32);
-    ASSERT_EQ(half.fHeight, 20);
-    ASSERT_EQ(half.fBits, 8);
-    for (const unsigned char sample : AreaOf(half, 24, 12, 4, 4))
-        ASSERT_NEAR(sample, 188, 2);
+    struct sStripes
+    {
+        unsigned char fDark, fBright;
+        int fMean;
+    };
+    for (const sStripes& greys : {sStripes{0, 255, 188}, {60, 200, 151}}) { // means of the codes: 128 and 130
+        tBytes stripes(size_t{3} * 64 * 40);
+        for (size_t i = 0; i < stripes.size(); i++)
+            stripes[i] = i / 3 % 2 == 0 ? greys.fDark : greys.fBright;
+        Store(Png(), stripes.data(), 64, 40, Rgb8());
+        ExpectQuietSuccess(Selvane({"equalize", Png(), "-o", Out(), "--resize", "50%"}));
+        const sFound half = Look(Out());
+        ASSERT_EQ(half.fWidth, 32);
+        ASSERT_EQ(half.fHeight, 20);
+        ASSERT_EQ(half.fBits, 8);
+        for (const unsigned char sample : AreaOf(half, 24, 12, 4, 4))
+            ASSERT_NEAR(sample, greys.fMean, 2);
+    }
 }
 
 TEST_F(Command, EqualizeResizesWhatIsCutOutAndEnlargesOnRequest)
