@@ -332,7 +332,7 @@ TEST_F(Batch, TheMemoryIsBounded)
     const sRun wide = Selvane(words);
     ASSERT_EQ(wide.fStatus, 0) << wide.fErr;
     EXPECT_LT(bounded.fPeak, size_t{250} << 20);
-    EXPECT_GT(wide.fPeak, bounded.fPeak + (size_t{48} << 20)) << "the limit matters";
+    EXPECT_GT(wide.fPeak, bounded.fPeak + (size_t{24} << 20)) << "the limit matters";
 }
 
 /// The most threads that the command itself had at once. Its decoders are other processes.

@@ -3,6 +3,7 @@
 // keeps to its own.
 
 #include "Plugin.h"
+#include "support/Threads.h"
 
 #include "entry/vorniklib3.h"
 #include "filter/DivideWork.h"
@@ -10,14 +11,14 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
 #include <cstring>
 #include <dlfcn.h>
-#include <filesystem>
 #include <random>
 #include <string>
 #include <thread>
 #include <vector>
+
+using namespace SelvaneTest;
 
 namespace
 {
@@ -137,20 +138,6 @@ TEST(Neighbours, ThreeCopiesRenderAtOnceAndGiveTheirOwnBytes)
     EXPECT_EQ(gStrangers, 0) << "a plug-in ran this program's DivideWork";
 }
 
-int Threads()
-{
-    const std::filesystem::directory_iterator tasks("/proc/self/task");
-    return static_cast<int>(std::distance(begin(tasks), end(tasks)));
-}
-
-/// A joined thread may be listed for a moment longer.
-bool EndsWithThreads(int pThreads)
-{
-    for (int wait = 0; wait < 5000 && Threads() != pThreads; wait++)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    return Threads() == pThreads;
-}
-
 class Closing : public testing::TestWithParam<const char*>
 {
 };
@@ -158,7 +145,7 @@ class Closing : public testing::TestWithParam<const char*>
 TEST_P(Closing, APlugInLeavesNeitherThreadsNorItself)
 {
     const sScene scene = Scene(64, 48, 4);
-    const int before = Threads();
+    const int before = ThreadsBefore();
     for (int time = 0; time < 5; time++) {
         {
             const cPlugin plugin(GetParam());

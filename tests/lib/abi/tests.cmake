@@ -18,6 +18,7 @@ target_link_libraries(selvane_plugin_static PRIVATE Selvane::selvane_static)
 add_executable(selvane_tests_lib_abi ${abi}/Neighbours_test.cpp)
 target_compile_definitions(selvane_tests_lib_abi PRIVATE SELVANE_PLUGIN_SHARED="$<TARGET_FILE:selvane_plugin_shared>"
   SELVANE_PLUGIN_STATIC="$<TARGET_FILE:selvane_plugin_static>")
+target_include_directories(selvane_tests_lib_abi PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
 target_link_libraries(selvane_tests_lib_abi PRIVATE Selvane::Selvane GTest::gtest_main)
 set_target_properties(selvane_tests_lib_abi PROPERTIES ENABLE_EXPORTS ON)
 add_dependencies(selvane_tests_lib_abi selvane_plugin_shared selvane_plugin_static)

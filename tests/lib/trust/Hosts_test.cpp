@@ -2,6 +2,7 @@
 // somebody else, executors of every kind.
 
 #include "Scenario.h"
+#include "support/Threads.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +11,6 @@
 #include <chrono>
 #include <climits>
 #include <cstdio>
-#include <filesystem>
 #include <functional>
 #include <pthread.h>
 #include <string>
@@ -69,20 +69,6 @@ TEST(LibraryHosts, AThreadWith128KiBOfStack)
 }
 #endif
 
-int Threads()
-{
-    const std::filesystem::directory_iterator tasks("/proc/self/task");
-    return static_cast<int>(std::distance(begin(tasks), end(tasks)));
-}
-
-/// A joined thread may be listed for a moment longer.
-bool EndsWithThreads(int pThreads)
-{
-    for (int wait = 0; wait < 5000 && Threads() != pThreads; wait++)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    return Threads() == pThreads;
-}
-
 TEST(LibraryHosts, ManyHandlesOnManyThreadsGiveTheirOwnBytes)
 {
     constexpr unsigned kThreads = 6;
@@ -91,8 +77,7 @@ TEST(LibraryHosts, ManyHandlesOnManyThreadsGiveTheirOwnBytes)
         expected.emplace_back(i + 1, 40 + 3 * static_cast<int>(i), 30);
         ASSERT_EQ(RunAll(expected.back(), 1), SELVANE_OK);
     }
-    std::thread([] {}).join(); // a sanitizer has a thread of its own from the first one on
-    const int before = Threads();
+    const int before = ThreadsBefore();
     std::atomic<int> wrong{0};
     std::vector<std::thread> threads;
     for (unsigned i = 0; i < kThreads; i++)
@@ -260,7 +245,7 @@ TEST(LibraryHosts, TheOrderAndTheThreadsOfAnExecutorChangeNoBit)
         selvane* const handle = selvane_new();
         selvane_set_threads(handle, 5);
         ASSERT_EQ(selvane_set_executor(handle, Execute, &executor), SELVANE_OK);
-        const int before = Threads();
+        const int before = ThreadsBefore();
         EXPECT_EQ(scenario.MakeAll(handle), SELVANE_OK);
         EXPECT_TRUE(EndsWithThreads(before)) << "a pool in spite of an executor";
         selvane_free(handle);
