@@ -1,5 +1,7 @@
 #include "batch/Plan.h"
 
+#include "write/Apart.h"
+
 #include <algorithm>
 #include <filesystem>
 #include <set>
@@ -62,8 +64,7 @@ void RefuseSharedTargets(const std::vector<sPlanned>& pPlan)
     std::set<fs::path> targets;
     for (const sPlanned& planned : pPlan) {
         const std::string& path = planned.fJob.fOutput.fPath;
-        std::error_code ignored;
-        if (!targets.insert(fs::weakly_canonical(path, ignored)).second)
+        if (!targets.insert(TargetOf(path)).second)
             throw cUsageError(path + ": is another output of this run, by a link");
     }
 }

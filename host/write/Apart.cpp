@@ -23,11 +23,17 @@ bool AreOneFile(const std::string& pFirst, const std::string& pSecond)
 /// Also where neither file exists yet.
 bool AreOneName(const std::string& pFirst, const std::string& pSecond)
 {
-    std::error_code ignored;
-    return pFirst == pSecond || fs::weakly_canonical(pFirst, ignored) == fs::weakly_canonical(pSecond, ignored);
+    return TargetOf(pFirst) == TargetOf(pSecond);
 }
 
 } // namespace
+
+fs::path TargetOf(const std::string& pPath)
+{
+    std::error_code failed;
+    const fs::path target = fs::weakly_canonical(pPath, failed);
+    return failed ? fs::path(pPath) : target;
+}
 
 void CheckApart(const std::string& pWritten, const std::vector<std::string>& pRead,
                 const std::vector<std::string>& pAlsoWritten)

@@ -335,6 +335,17 @@ TEST_F(Batch, TheMemoryIsBounded)
     EXPECT_GT(wide.fPeak, bounded.fPeak + (size_t{24} << 20)) << "the limit matters";
 }
 
+/// What is wrong with them is said of each, and neither counts as the other.
+TEST_F(Batch, OutputsThatAreLinksToThemselvesAreNotOneFile)
+{
+    fs::create_directory(fFolder / "out");
+    for (const char* name : {"a-tm.jpg", "b-tm.jpg"})
+        fs::create_symlink(name, Out(name));
+    const sRun run = Run({"--overwrite"});
+    EXPECT_EQ(run.fErr.find("another output of this run"), std::string::npos) << run.fErr;
+    EXPECT_THAT(run.fErr, HasSubstr("Too many levels of symbolic links"));
+}
+
 /// The most threads that the command itself was seen with. Its decoders are other processes.
 int SeenThreads(const std::vector<std::string>& pWords)
 {
